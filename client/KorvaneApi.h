@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "base/Time.h"
+
+namespace korvane {
+
+/// The part of a connection that knows how long its token lives. All functions may be called from any thread.
+class KorvaneApi {
+  public:
+    /// Receives the time left in ms, which is negative once the token has expired. Runs on a thread of the client
+    /// library.
+    using ExpireMonitorCallback = std::function<void(std::int64_t timeLeft)>;
+
+    virtual ~KorvaneApi() = default;
+
+    /// When the token expires, as the token itself says it (UTC text). Text that is no time never expires.
+    virtual void setShareTokenExpire(const std::string& expire) = 0;
+
+    /// Looks at the expiry every `withCheckingRate` ms (1 and up) and calls back each time no more than
+    /// `withDeltaTimeGuardInMs` are left. Replaces the monitor before it; an empty callback ends it.
+    ///
+    /// A monitor outlives a connection that is dropped without close(): the next connection that is opened with the
+    /// same token and base URL takes it over, so its update() silences it and its close() ends it.
+    virtual void setExpireMonitorCallback(ExpireMonitorCallback callback, std::int64_t withCheckingRate,
+                                          std::int64_t withDeltaTimeGuardInMs) = 0;
+};
+
+}  // namespace korvane

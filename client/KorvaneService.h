@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "client/KorvaneCameraList.h"
+#include "client/KorvaneHelpers.h"
+#include "client/KorvaneShareConnection.h"
+
+namespace korvane {
+
+/// Makes the objects of the service surface; the one thing that a provider needs to be given. The HTTP one is
+/// client/http/HttpService.h, tests bring a scripted one. It outlives what it makes. Any thread.
+class KorvaneService {
+  public:
+    virtual ~KorvaneService() = default;
+
+    virtual const KorvaneHelpers& helpers() const = 0;
+
+    /// A new closed connection.
+    virtual std::shared_ptr<KorvaneShareConnection> makeConnection() = 0;
+
+    /// The cameras that `connection` opens.
+    virtual std::shared_ptr<KorvaneCameraList> makeCameraList(
+        const std::shared_ptr<KorvaneShareConnection>& connection) = 0;
+};
+
+}  // namespace korvane
