@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "base/Time.h"
+#include "views/timeline/ScrubberCommon/ScrubberEvent.h"
+
+namespace korvane {
+
+/// Access to a list of entries. A provider is one; a host may hand a view one of its own. A list that is not empty has
+/// the head entry first and the live entry last. May be asked from any thread.
+class ScrubberDataSourceDelegate {
+  public:
+    virtual ~ScrubberDataSourceDelegate() = default;
+
+    /// Length of the list, head and live entry included.
+    virtual std::int64_t OnScrubberGetEventsCount() = 0;
+
+    /// The entry at an index; null for a negative index or one past the end.
+    virtual std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) = 0;
+
+    /// Takes an entry out of the list, after the service has deleted it. Its former index, or -1 when it is not there.
+    virtual std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) = 0;
+
+    /// For sources that size themselves; the library does not call these three.
+    virtual void OnScrubberSetEventsCount(std::int64_t /*count*/) {}
+    virtual std::int32_t OnScrubberSetQuantity(std::int64_t /*quantity*/) { return 0; }
+    virtual void OnScrubberSetCurrentTime(TimeMs /*time*/) {}
+};
+
+}  // namespace korvane
