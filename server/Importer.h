@@ -1,0 +1,68 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "server/Result.h"
+
+namespace korvane {
+
+class Storage;
+
+struct ImportProgress {
+    std::size_t filesDone = 0;
+    std::size_t filesTotal = 0;
+    /// Relative to the folder; empty when all is done.
+    std::string file;
+    /// How much of that file is read, 0 to 1.
+    double fraction = 0;
+};
+
+struct ImportOptions {
+    /// Empty: what camera.json in the folder says, else the folder's name.
+    std::string cameraName;
+    /// IANA zone name. Empty: what camera.json says, else the zone of this device.
+    std::string timezone;
+    /// Threads that decode; 0 for one a core.
+    unsigned threads = 0;
+    /// Called from any of the importer's threads, one call at a time.
+    std::function<void(const ImportProgress&)> onProgress;
+    /// May be set from any thread: the file at work is dropped, what is done stays, the next import goes on from there.
+    const std::atomic<bool>* cancel = nullptr;
+};
+
+struct ImportRejection {
+    /// Relative to the folder.
+    std::string file;
+    std::string reason;
+};
+
+struct ImportReport {
+    std::int64_t cameraId = 0;
+    std::string cameraName;
+    std::vector<std::string> imported;
+    /// Files that an earlier import has dealt with and that have not changed since.
+    std::size_t unchanged = 0;
+    /// Files that are gone from the folder; what came from them is forgotten.
+    std::size_t removed = 0;
+    /// What could not be imported, from earlier imports too, and bad elements of events.json.
+    std::vector<ImportRejection> rejected;
+    /// Events found in this import.
+    std::size_t events = 0;
+    bool cancelled = false;
+};
+
+/// Reads every video file under `folder` into `storage`: a recording each, with a motion event wherever something
+/// begins to move. events.json files add named events, camera.json names the camera. One transaction a file. Fails when
+/// the folder is missing, unreadable or has nothing to import, and when the data base fails. Blocks.
+Result<ImportReport> importFolder(Storage& storage, const std::filesystem::path& folder, const ImportOptions& options);
+
+/// Where the data base of a folder stands unless the user says otherwise: FOLDER/.korvane/camera.db.
+std::filesystem::path defaultDatabase(const std::filesystem::path& folder);
+
+}  // namespace korvane

@@ -1,0 +1,157 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Time.h"
+#include "server/Result.h"
+
+namespace korvane {
+
+class Database;
+
+struct Camera {
+    std::int64_t id = 0;
+    std::string name;
+    /// IANA zone name.
+    std::string timezone;
+    /// Absolute path of the folder that holds its recordings; empty when it has no media.
+    std::string folder;
+};
+
+struct StoredEvent {
+    std::int64_t id = 0;
+    TimeMs time = 0;
+    std::string name;
+    bool hasThumbnail = false;
+};
+
+struct StoredRecord {
+    std::int64_t id = 0;
+    TimeMs start = 0;
+    TimeMs end = 0;
+    /// Relative to the camera's folder.
+    std::string path;
+    bool hasThumbnail = false;
+};
+
+/// Both ends belong to the range; -1 leaves an end open.
+struct TimeRange {
+    TimeMs start = -1;
+    TimeMs end = -1;
+};
+
+struct PageQuery {
+    TimeRange range;
+    /// Events only: the name to look for, compared without regard to ASCII case; empty for all.
+    std::string type;
+    bool oldestFirst = false;
+    /// 0 and up.
+    std::int64_t limit = 100;
+    /// 0 and up.
+    std::int64_t offset = 0;
+};
+
+template <typename Row>
+struct Page {
+    /// How many rows match the query without limit and offset.
+    std::int64_t totalCount = 0;
+    std::vector<Row> rows;
+};
+
+/// A stretch of recorded time.
+struct Period {
+    TimeMs start = 0;
+    TimeMs end = 0;
+    bool operator==(const Period&) const = default;
+};
+
+/// A file of a camera's folder as it was when it was imported.
+struct SourceFile {
+    /// Relative to the camera's folder.
+    std::string path;
+    std::int64_t size = 0;
+    TimeMs modified = 0;
+    /// Why it could not be imported; empty when it could.
+    std::string rejection;
+};
+
+struct NewEvent {
+    TimeMs time = 0;
+    std::string name;
+    /// JPEG bytes, or empty.
+    std::string thumbnail;
+};
+
+struct NewRecord {
+    TimeMs start = 0;
+    TimeMs end = 0;
+    /// JPEG bytes, or empty.
+    std::string thumbnail;
+};
+
+/// Cameras, their recordings and events, in SQLite. Every write is one transaction. All functions may be called from
+/// any thread and block for the time of the query. Several Storage objects, in several processes too, may share a file.
+class Storage {
+  public:
+    /// Opens `file`, making it and the folder it stands in when missing.
+    static Result<std::unique_ptr<Storage>> open(const std::filesystem::path& file);
+    ~Storage();
+
+    /// All cameras in order of id.
+    Result<std::vector<Camera>> cameras();
+    Result<std::optional<Camera>> camera(std::int64_t id);
+    /// The camera of `folder` (absolute), made when there is none. A name or zone that is not empty replaces the
+    /// stored.
+    Result<Camera> cameraForFolder(const std::string& folder, const std::string& name, const std::string& timezone);
+
+    /// Events with start <= time <= end, ordered by time, then id. Takes about as long at any offset.
+    Result<Page<StoredEvent>> events(std::int64_t camera, const PageQuery& query);
+    /// Recordings that overlap the range (start <= range.end, end >= range.start), ordered by start, then id.
+    Result<Page<StoredRecord>> records(std::int64_t camera, const PageQuery& query);
+    /// As records(), those that have a thumbnail only. With `ids`, just those of them, and the offset is not applied.
+    Result<Page<StoredRecord>> thumbnails(std::int64_t camera, const PageQuery& query,
+                                          const std::vector<std::int64_t>& ids);
+    Result<std::optional<StoredRecord>> record(std::int64_t camera, std::int64_t id);
+
+    /// JPEG bytes, or nothing.
+    Result<std::optional<std::string>> recordThumbnail(std::int64_t camera, std::int64_t id);
+    Result<std::optional<std::string>> eventThumbnail(std::int64_t camera, std::int64_t id);
+
+    /// What is recorded within the range: ascending, merged where the gap is at most 1000 ms, clipped to the range.
+    Result<std::vector<Period>> timeline(std::int64_t camera, TimeRange range);
+
+    /// Days "yyyy-MM-dd" of `timezone` within the range that have a recording, ascending.
+    Result<std::vector<std::string>> recordedDays(std::int64_t camera, TimeRange range, const std::string& timezone);
+    /// Days that have an event, of `type` when it is not empty.
+    Result<std::vector<std::string>> eventDays(std::int64_t camera, TimeRange range, const std::string& type,
+                                               const std::string& timezone);
+
+    /// False when the camera has no such event.
+    Result<bool> deleteEvent(std::int64_t camera, std::int64_t id);
+
+    /// Every file that was imported or rejected, in order of path.
+    Result<std::vector<SourceFile>> sources(std::int64_t camera);
+    /// Replaces what was stored for that path: one recording with its events, or the rejection alone.
+    Status storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
+                          const std::vector<NewEvent>& events);
+    /// Forgets a file with all that came from it.
+    Status removeSource(std::int64_t camera, const std::string& path);
+
+    /// Adds `count` events without media, `spacing` ms apart, the last one at `end`; every 50th is a doorbell. The
+    /// event at number n of the sequence moves within its spacing by a fixed pattern, so that times are not all alike.
+    Status fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing);
+
+  private:
+    explicit Storage(std::unique_ptr<Database> database);
+
+    std::mutex mutex_;
+    std::unique_ptr<Database> database_;
+};
+
+}  // namespace korvane
