@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the tests:
+#   scripts/test.sh [PRESET...]     presets of CMakePresets.json; without one: core dev
+# core is the data layer without Qt, dev is everything, asan and tsan are everything under the sanitizers.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+case "${1:-}" in
+  -h|--help) sed -n '2,4s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 0 ;;
+esac
+[ $# -gt 0 ] || set -- core dev
+
+scripts/bootstrap.sh
+scripts/check-format.sh
+
+if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+  XDG_RUNTIME_DIR="$(mktemp -d)"
+  export XDG_RUNTIME_DIR
+fi
+# One preset's objects serve the next where the flags are the same.
+export CCACHE_NOHASHDIR=true
+export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
+export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp:print_suppressions=0"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+export TSAN_OPTIONS="suppressions=$PWD/tests/tsan.supp:halt_on_error=1:second_deadlock_stack=1"
+
+for preset in "$@"; do
+  echo "== $preset: build"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset"
+  echo "== $preset: tests"
+  ctest --preset "$preset" -j"$(nproc)"
+done
