@@ -10,6 +10,9 @@
 
 namespace korvane {
 
+/// Waits and delays above this, a hundred years, count as this: far from where sums of times overflow.
+inline constexpr std::chrono::milliseconds longestWait = std::chrono::hours(24 * 36525);
+
 /// A lock with one wait queue, made by a Scheduler. Semaphore, RecursiveLock and every tick that can be cut short are
 /// built on it, so that under a virtual clock a waiting thread hands over instead of sleeping.
 /// It is BasicLockable: std::lock_guard<Monitor> works. Not recursive.

@@ -8,7 +8,8 @@
 
 namespace korvane {
 
-/// "2026-03-09T07:05:01.250Z": the proleptic Gregorian date of `time`, with milliseconds.
+/// "2026-03-09T07:05:01.250Z": the proleptic Gregorian date of `time`, with milliseconds. Moments before year 0 or
+/// after year 9999 are written as the first or last moment of that range.
 std::string formatUtc(TimeMs time);
 
 /// Reads ISO 8601 UTC moments: "2026-03-09T07:05:01", with or without a fraction of any length (cut to milliseconds),

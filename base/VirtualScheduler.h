@@ -16,24 +16,33 @@ namespace korvane {
 ///
 /// A state in which nothing can ever go on again (every thread waits without limit, the main thread included) writes
 /// what each thread waits for to the log and aborts the process: it is a deadlock of the code under test.
+/// While the main thread waits on a Monitor its own tasks and timers stand still; time jumps to deadlines of waits
+/// only.
+///
+/// Threads from outside may call everything but runUntilIdle() and advance(), Monitors included. They run as the system
+/// lets them, so order no longer follows from the seed alone, and a state without progress waits for them.
 class VirtualScheduler final : public Scheduler {
   public:
     /// `start` is the first utcNow(); the seed draws the order of threads.
     explicit VirtualScheduler(std::uint64_t seed = 1, TimeMs start = 1'700'000'000'000);
 
-    /// Runs no further task. Spawned threads must have ended or be able to end; they are joined.
+    /// Runs no further task. Threads must have ended or be able to end; they are waited for, while time jumps to
+    /// the deadlines of their waits. One that waits without limit or time and again counts as a deadlock.
     ~VirtualScheduler() override;
 
     /// Runs everything that is due now, on all threads, until nothing is: time does not move. Main thread only.
     void runUntilIdle();
 
-    /// Lets `duration` pass, running everything that falls due on the way in order of time. Main thread only.
+    /// Lets `duration` pass, running everything that falls due on the way in order of time. Ends at the present moment
+    /// plus `duration`, or later when a task on the way waited for longer. Main thread only.
     void advance(std::chrono::milliseconds duration);
 
     /// Lets wall-clock time jump without letting monotonic time pass, as when the user sets the clock.
     void shiftUtc(std::chrono::milliseconds by);
 
-    /// Calls `hook` on the main thread each time the clock has moved; an empty one takes it away.
+    /// Calls `hook` on the main thread after the clock has moved and before any task that has fallen due; an empty one
+    /// takes it away. When the clock moved while the main thread waited on a Monitor, runUntilIdle() or advance() call
+    /// it later, once.
     void setTimeHook(std::function<void()> hook);
 
     /// Threads of spawn() that have not ended.
