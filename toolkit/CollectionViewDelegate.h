@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "base/Geometry.h"
+#include "toolkit/IndexPath.h"
+
+namespace korvane {
+
+class CollectionView;
+
+/// Hears what happens to a collection view and decides on sizes. Called on the main thread. Each callback may change
+/// the view, and may destroy it.
+class CollectionViewDelegate {
+  public:
+    virtual ~CollectionViewDelegate() = default;
+
+    /// A tap on an item.
+    virtual void collectionViewDidSelectItemAtIndexPath(CollectionView& /*view*/, IndexPath /*indexPath*/) {}
+
+    /// Asked for items 0, 1 and the last, in every preparation of the layout; all but the first and last have the size
+    /// of item 1.
+    virtual Size collectionViewLayoutSizeForItemAtIndexPath(CollectionView& /*view*/, IndexPath /*indexPath*/) {
+        return {50, 50};
+    }
+
+    /// Nothing leaves it to the layout's sectionInset().
+    virtual std::optional<EdgeInsets> collectionViewLayoutInsetForSectionAtIndex(CollectionView& /*view*/,
+                                                                                 std::int64_t /*section*/) {
+        return std::nullopt;
+    }
+
+    /// One drag: will begin dragging, did scroll..., did end dragging; and if that said that a deceleration follows:
+    /// will begin decelerating, did scroll..., did end decelerating, which does not come when a finger catches the
+    /// strip (a new drag begins) or the content offset is set meanwhile. A burst of wheel turns is such a drag too.
+    virtual void scrollViewWillBeginDragging(CollectionView& /*view*/) {}
+
+    /// The content offset has changed, by whatever cause. While an animation runs it holds its end value from the start.
+    virtual void scrollViewDidScroll(CollectionView& /*view*/) {}
+    virtual void scrollViewDidEndDragging(CollectionView& /*view*/, bool /*willDecelerate*/) {}
+    virtual void scrollViewWillBeginDecelerating(CollectionView& /*view*/) {}
+    virtual void scrollViewDidEndDecelerating(CollectionView& /*view*/) {}
+};
+
+}  // namespace korvane

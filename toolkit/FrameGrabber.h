@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QUrl>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "base/Scheduler.h"
+
+namespace korvane {
+
+/// Takes the first key frame of videos at http, https and file URLs, off the main thread, the newest request first.
+/// Main thread only.
+class FrameGrabber {
+  public:
+    /// Names a request; 0 is never given out.
+    using Handle = std::uint64_t;
+    /// 0 and the picture, upright; or another code and a null image.
+    using Completed = std::function<void(int result, const QImage& frame)>;
+
+    /// Results besides the negative codes of the decoding library, which are passed on.
+    static constexpr int success = 0;
+    static constexpr int noSuchScheme = 1;
+    static constexpr int timedOut = 2;
+    static constexpr int noFrame = 3;
+
+    struct Limits {
+        int grabsAtATime = 2;
+        std::chrono::milliseconds timeout{15'000};
+    };
+
+    FrameGrabber(Scheduler& scheduler, Limits limits);
+    explicit FrameGrabber(Scheduler& scheduler);
+    /// Breaks off what runs and waits for that; nothing is called any more.
+    ~FrameGrabber();
+
+    FrameGrabber(const FrameGrabber&) = delete;
+    FrameGrabber& operator=(const FrameGrabber&) = delete;
+
+    /// `completed` runs once on a later turn of the main loop, unless cancelled. A frame larger than `bound` (pixels;
+    /// empty for no bound) is scaled down in proportion until it just covers `bound`.
+    Handle grab(const QUrl& url, QSize bound, Completed completed);
+
+    /// After this `completed` is not called. Unknown handles are ignored.
+    void cancel(Handle handle);
+
+  private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+#include <QUrl>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "base/Scheduler.h"
+
+namespace korvane {
+
+/// Loads and decodes pictures of http, https, file and qrc URLs off the main thread, the newest request first. Equal
+/// requests that are on their way share one load. Main thread only.
+class ImageLoader {
+  public:
+    /// Names a request; 0 is never given out.
+    using Handle = std::uint64_t;
+    /// A null image with a reason when it failed. The reason never holds the URL.
+    using Completed = std::function<void(const QImage& image, const QString& error)>;
+
+    struct Limits {
+        int loadsAtATime = 6;
+        std::int64_t maxBytes = 32 * 1024 * 1024;      ///< of a reply
+        std::chrono::milliseconds idleTimeout{15'000};  ///< without a byte
+        std::chrono::milliseconds totalTimeout{60'000};
+    };
+
+    ImageLoader(Scheduler& scheduler, Limits limits);
+    explicit ImageLoader(Scheduler& scheduler);
+    /// Waits for a decoding that runs; nothing is called any more.
+    ~ImageLoader();
+
+    ImageLoader(const ImageLoader&) = delete;
+    ImageLoader& operator=(const ImageLoader&) = delete;
+
+    /// `completed` runs once on a later turn of the main loop, unless cancelled. An image larger than `bound` (pixels;
+    /// empty for no bound) is scaled down while it is decoded, in proportion, until it just covers `bound`.
+    Handle load(const QUrl& url, QSize bound, Completed completed);
+
+    /// After this `completed` is not called. Unknown handles are ignored.
+    void cancel(Handle handle);
+
+  private:
+    class Engine;
+    std::unique_ptr<Engine> engine_;
+};
+
+}  // namespace korvane
