@@ -87,6 +87,7 @@ class VirtualScheduler::Core : public std::enable_shared_from_this<Core> {
     };
     using TimerKey = std::pair<microseconds, TimerId>;
 
+    void noteCaller();
     void passBaton();
     bool jumpToNextDeadline();
     std::optional<microseconds> nextDeadline() const;
@@ -128,11 +129,16 @@ thread_local Participant* ownParticipant = nullptr;
 
 VirtualScheduler::Core::Core(std::uint64_t seed, TimeMs start) : utcBase(start), random_(seed) {}
 
+// A thread from outside that has called once may call again: from then on, standing still is no deadlock.
+void VirtualScheduler::Core::noteCaller() {
+    if (std::this_thread::get_id() != mainThread && ownCore != this) foreignSeen_ = true;
+}
+
 Participant& VirtualScheduler::Core::self() {
+    noteCaller();
     if (std::this_thread::get_id() == mainThread) return main_;
     if (ownCore == this) return *ownParticipant;
     static thread_local Participant outsider("outsider", true);
-    foreignSeen_ = true;
     return outsider;
 }
 
@@ -268,6 +274,7 @@ void VirtualScheduler::Core::advance(milliseconds duration) {
 
 Scheduler::TimerId VirtualScheduler::Core::enqueue(milliseconds delay, Task task) {
     const Lock lock(mutex);
+    noteCaller();
     const TimerId id = ++lastTimer_;
     if (delay.count() <= 0) {
         queue_.push_back({id, std::move(task)});
@@ -345,6 +352,7 @@ void VirtualScheduler::Core::work(Participant& participant) {
 void VirtualScheduler::Core::runInBackground(Task task) {
     const Lock lock(mutex);
     if (closing_) return;
+    noteCaller();
     backgroundTasks_.push_back(std::move(task));
     const auto idle =
         std::find_if(others_.begin(), others_.end(), [](const auto& p) { return p->state == State::AwaitsWork; });

@@ -20,7 +20,8 @@ namespace korvane {
 /// only.
 ///
 /// Threads from outside may call everything but runUntilIdle() and advance(), Monitors included. They run as the system
-/// lets them, so order no longer follows from the seed alone, and a state without progress waits for them.
+/// lets them: order no longer follows from the seed alone, and from the first such call on a state without progress
+/// waits for the next one instead of aborting.
 class VirtualScheduler final : public Scheduler {
   public:
     /// `start` is the first utcNow(); the seed draws the order of threads.

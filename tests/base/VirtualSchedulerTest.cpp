@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/Log.h"
@@ -204,7 +206,10 @@ TEST(VirtualScheduler, ThreadsFromOutsideMayPostAndSignal) {
     Semaphore answer(scheduler);
     Semaphore question(scheduler);
     int posted = 0;
+    std::promise<void> begun;
     std::thread outsider([&] {
+        scheduler.post([] {});
+        begun.set_value();
         for (int i = 0; i < 100; ++i) {
             question.wait();
             scheduler.post([&] { ++posted; });
@@ -212,6 +217,7 @@ TEST(VirtualScheduler, ThreadsFromOutsideMayPostAndSignal) {
             answer.signal();
         }
     });
+    begun.get_future().wait();
     for (int i = 0; i < 100; ++i) {
         question.signal();
         answer.wait();
