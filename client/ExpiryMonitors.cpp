@@ -1,0 +1,170 @@
+#include "client/ExpiryMonitors.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/Log.h"
+
+namespace korvane {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr std::string_view classPath = "ExpiryMonitors";
+
+milliseconds elapsed(const Scheduler& scheduler) {
+    return std::chrono::duration_cast<milliseconds>(scheduler.monotonicNow());
+}
+
+std::int64_t timeLeft(TimeMs expiry, TimeMs now) {
+    std::int64_t left = 0;
+    return __builtin_sub_overflow(expiry, now, &left) ? (expiry > now ? INT64_MAX : INT64_MIN) : left;
+}
+
+}  // namespace
+
+struct ExpiryMonitors::State {
+    explicit State(Scheduler& s) : scheduler(s), monitor(s.makeMonitor()) {}
+
+    struct Entry {
+        std::shared_ptr<const KorvaneApi::ExpireMonitorCallback> callback;
+        milliseconds period;
+        milliseconds guard;
+        std::optional<TimeMs> expiry;
+        milliseconds due;
+        // Empty while a connection holds the monitor.
+        std::string heirKey;
+    };
+
+    void run();
+    void look(std::unique_lock<Monitor>& lock, Id id);
+
+    Scheduler& scheduler;
+    std::unique_ptr<Monitor> monitor;
+    std::map<Id, Entry> entries;
+    Id lastId = 0;
+    bool isEnding = false;
+    std::thread::id threadId;
+};
+
+void ExpiryMonitors::State::run() {
+    std::unique_lock lock(*monitor);
+    threadId = std::this_thread::get_id();
+    while (!isEnding) {
+        if (entries.empty()) {
+            monitor->wait();
+            continue;
+        }
+        const auto next = std::min_element(entries.begin(), entries.end(),
+                                           [](const auto& a, const auto& b) { return a.second.due < b.second.due; });
+        const milliseconds wait = next->second.due - elapsed(scheduler);
+        if (wait.count() > 0) {
+            monitor->waitFor(wait);
+        } else {
+            look(lock, next->first);
+        }
+    }
+}
+
+void ExpiryMonitors::State::look(std::unique_lock<Monitor>& lock, Id id) {
+    Entry& entry = entries.at(id);
+    entry.due = elapsed(scheduler) + entry.period;
+    if (!entry.expiry) return;
+    const std::int64_t left = timeLeft(*entry.expiry, scheduler.utcNow());
+    if (left > entry.guard.count()) return;
+
+    auto callback = entry.callback;
+    lock.unlock();
+    try {
+        (*callback)(left);
+    } catch (const std::exception& error) {
+        logError(classPath, std::string("a callback threw: ") + error.what());
+    } catch (...) {
+        logError(classPath, "a callback threw");
+    }
+    callback.reset();
+    lock.lock();
+}
+
+ExpiryMonitors::ExpiryMonitors(Scheduler& scheduler) : state_(std::make_shared<State>(scheduler)) {}
+
+ExpiryMonitors::~ExpiryMonitors() {
+    std::map<Id, State::Entry> dropped;
+    bool isOwnThread = false;
+    {
+        const std::lock_guard lock(*state_->monitor);
+        state_->isEnding = true;
+        dropped.swap(state_->entries);
+        isOwnThread = state_->threadId == std::this_thread::get_id();
+    }
+    state_->monitor->notifyAll();
+    if (!thread_) return;
+    if (isOwnThread) {
+        // A thread cannot join itself.
+        state_->scheduler.runInBackground([thread = std::shared_ptr<Thread>(std::move(thread_))] { thread->join(); });
+    } else {
+        thread_->join();
+    }
+}
+
+ExpiryMonitors::Id ExpiryMonitors::start(Plan plan) {
+    const milliseconds period = std::clamp(plan.period, milliseconds(1), longestWait);
+    Id id = 0;
+    {
+        const std::lock_guard lock(*state_->monitor);
+        id = ++state_->lastId;
+        auto callback = std::make_shared<const KorvaneApi::ExpireMonitorCallback>(std::move(plan.callback));
+        state_->entries.emplace(
+            id, State::Entry{
+                    std::move(callback), period, plan.guard, plan.expiry, elapsed(state_->scheduler) + period, {}});
+        if (!thread_) thread_ = state_->scheduler.spawn("korvane-expiry", [state = state_] { state->run(); });
+    }
+    state_->monitor->notifyAll();
+    return id;
+}
+
+void ExpiryMonitors::setExpiry(Id id, std::optional<TimeMs> expiry) {
+    const std::lock_guard lock(*state_->monitor);
+    const auto found = state_->entries.find(id);
+    if (found != state_->entries.end()) found->second.expiry = expiry;
+}
+
+void ExpiryMonitors::stop(Id id) {
+    // The callback may own the connection: it dies outside of the lock.
+    decltype(state_->entries)::node_type dropped;
+    const std::lock_guard lock(*state_->monitor);
+    dropped = state_->entries.extract(id);
+}
+
+void ExpiryMonitors::leave(Id id, std::string key) {
+    const std::lock_guard lock(*state_->monitor);
+    const auto found = state_->entries.find(id);
+    if (found != state_->entries.end()) found->second.heirKey = std::move(key);
+}
+
+std::optional<ExpiryMonitors::Heirloom> ExpiryMonitors::takeOver(const std::string& key) {
+    std::vector<State::Entry> dropped;
+    const std::lock_guard lock(*state_->monitor);
+    std::optional<Heirloom> result;
+    for (auto entry = state_->entries.rbegin(); entry != state_->entries.rend();) {
+        if (entry->second.heirKey != key) {
+            ++entry;
+        } else if (!result) {
+            entry->second.heirKey.clear();
+            result = Heirloom{entry->first, entry->second.expiry};
+            ++entry;
+        } else {
+            dropped.push_back(std::move(entry->second));
+            entry = std::make_reverse_iterator(state_->entries.erase(std::next(entry).base()));
+        }
+    }
+    return result;
+}
+
+}  // namespace korvane

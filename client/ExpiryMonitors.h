@@ -1,0 +1,65 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/Scheduler.h"
+#include "client/KorvaneApi.h"
+
+namespace korvane {
+
+/// The expiry monitors of a service's connections, on one thread that starts with the first of them. Callbacks run on
+/// that thread, with no lock held, and may call anything here. All functions may be called from any thread and do not
+/// wait for a callback.
+class ExpiryMonitors {
+  public:
+    /// Names a monitor; 0 is never given out.
+    using Id = std::uint64_t;
+
+    struct Plan {
+        KorvaneApi::ExpireMonitorCallback callback;
+        /// Between two looks; less than 1 ms counts as 1 ms.
+        std::chrono::milliseconds period{0};
+        /// Calls back when no more is left.
+        std::chrono::milliseconds guard{0};
+        /// Nothing: never expires.
+        std::optional<TimeMs> expiry;
+    };
+
+    /// `scheduler` outlives the monitors, their thread included.
+    explicit ExpiryMonitors(Scheduler& scheduler);
+
+    /// Ends all of them and waits for a callback that runs, unless it is the one that destroys them.
+    ~ExpiryMonitors();
+
+    ExpiryMonitors(const ExpiryMonitors&) = delete;
+    ExpiryMonitors& operator=(const ExpiryMonitors&) = delete;
+
+    /// The first look comes one period from now.
+    Id start(Plan plan);
+
+    void setExpiry(Id id, std::optional<TimeMs> expiry);
+
+    void stop(Id id);
+
+    /// Leaves a monitor to whoever takes it over with the same key.
+    void leave(Id id, std::string key);
+
+    struct Heirloom {
+        Id id = 0;
+        std::optional<TimeMs> expiry;
+    };
+
+    /// The monitor that was left last under `key`; stops those that were left there before it.
+    std::optional<Heirloom> takeOver(const std::string& key);
+
+  private:
+    struct State;
+    std::shared_ptr<State> state_;
+    std::unique_ptr<Thread> thread_;
+};
+
+}  // namespace korvane

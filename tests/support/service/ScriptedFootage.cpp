@@ -1,0 +1,150 @@
+#include "tests/support/service/ScriptedFootage.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "base/UtcTime.h"
+
+namespace korvane::test {
+
+namespace {
+
+constexpr TimeMs dayMs = 86'400'000;
+
+TimeMs openEnd(TimeMs end) {
+    return end == -1 ? std::numeric_limits<TimeMs>::max() : end;
+}
+
+std::string dayOf(TimeMs time) {
+    return formatUtc(time).substr(0, 10);
+}
+
+/// The page of `found`, which ascends in time, as {"meta", "objects"}.
+template <typename Entry, typename Describe>
+Reply pageOf(std::size_t count, const ScriptedPage& page, Entry entryAt, Describe describe) {
+    Reply objects = Reply::array();
+    const auto total = static_cast<std::int64_t>(count);
+    const std::int64_t begin = std::clamp<std::int64_t>(page.offset, 0, total);
+    const std::int64_t length = std::min(page.limit > 0 ? page.limit : 100, total - begin);
+    for (std::int64_t i = begin; i < begin + length; ++i) {
+        objects.push_back(describe(entryAt(static_cast<std::size_t>(page.order == 1 ? i : total - 1 - i))));
+    }
+    return {{"meta", {{"total_count", total}, {"limit", page.limit}, {"offset", page.offset}}}, {"objects", objects}};
+}
+
+}  // namespace
+
+void ScriptedFootage::addEvent(ScriptedEvent event) {
+    const auto place = std::upper_bound(events_.begin(), events_.end(), event.time,
+                                        [](TimeMs time, const ScriptedEvent& e) { return time < e.time; });
+    events_.insert(place, std::move(event));
+}
+
+void ScriptedFootage::addRecord(ScriptedRecord record) {
+    const auto place = std::upper_bound(records_.begin(), records_.end(), record.start,
+                                        [](TimeMs time, const ScriptedRecord& r) { return time < r.start; });
+    records_.insert(place, std::move(record));
+}
+
+bool ScriptedFootage::removeEvent(std::int64_t id) {
+    return std::erase_if(events_, [id](const ScriptedEvent& e) { return e.id == id; }) > 0;
+}
+
+void ScriptedFootage::clear() {
+    events_.clear();
+    records_.clear();
+}
+
+Reply ScriptedFootage::events(const ScriptedPage& page, const std::optional<std::string>& filter) const {
+    const auto begin = std::lower_bound(events_.begin(), events_.end(), page.start,
+                                        [](const ScriptedEvent& e, TimeMs time) { return e.time < time; });
+    const auto end = std::upper_bound(begin, events_.end(), openEnd(page.end),
+                                      [](TimeMs time, const ScriptedEvent& e) { return time < e.time; });
+    const auto describe = [this](const ScriptedEvent& e) {
+        Reply object = {{"id", e.id}, {"camid", camid}, {"name", e.name}, {"time", formatUtc(e.time)}};
+        if (!e.thumbUrl.empty()) object["thumb"] = {{"url", e.thumbUrl}};
+        return object;
+    };
+    if (!filter || filter->empty()) {
+        return pageOf(
+            static_cast<std::size_t>(end - begin), page,
+            [begin](std::size_t i) { return begin[static_cast<std::ptrdiff_t>(i)]; }, describe);
+    }
+    std::vector<ScriptedEvent> found;
+    std::copy_if(begin, end, std::back_inserter(found),
+                 [&](const ScriptedEvent& e) { return equalKeys(e.name, *filter); });
+    return pageOf(
+        found.size(), page, [&](std::size_t i) { return found[i]; }, describe);
+}
+
+Reply ScriptedFootage::records(const ScriptedPage& page) const {
+    std::vector<ScriptedRecord> found;
+    std::copy_if(records_.begin(), records_.end(), std::back_inserter(found),
+                 [&](const ScriptedRecord& r) { return r.end >= page.start && r.start <= openEnd(page.end); });
+    return pageOf(
+        found.size(), page, [&](std::size_t i) { return found[i]; },
+        [this](const ScriptedRecord& r) {
+            return Reply{{"id", r.id},
+                         {"camid", camid},
+                         {"start", formatUtc(r.start)},
+                         {"end", formatUtc(r.end)},
+                         {"url", r.url}};
+        });
+}
+
+Reply ScriptedFootage::thumbnails(const ScriptedPage& page, const std::vector<std::string>& originIds) const {
+    std::vector<ScriptedRecord> found;
+    std::copy_if(records_.begin(), records_.end(), std::back_inserter(found), [&](const ScriptedRecord& r) {
+        const bool isAsked =
+            originIds.empty() || std::find(originIds.begin(), originIds.end(), std::to_string(r.id)) != originIds.end();
+        return isAsked && !r.thumbUrl.empty() && r.end >= page.start && r.start <= openEnd(page.end);
+    });
+    ScriptedPage asked = page;
+    if (!originIds.empty()) asked.offset = 0;
+    return pageOf(
+        found.size(), asked, [&](std::size_t i) { return found[i]; },
+        [](const ScriptedRecord& r) {
+            return Reply{{"url", r.thumbUrl}, {"time", formatUtc(r.start)}};
+        });
+}
+
+Timeline ScriptedFootage::timeline(TimeMs start, TimeMs end) const {
+    std::vector<TimelinePair> periods;
+    for (const ScriptedRecord& r : records_) {
+        if (r.end < start || r.start > end) continue;
+        const TimelinePair period(std::max(r.start, start), std::min(r.end, end));
+        constexpr TimeMs smallestGap = 1000;
+        if (!periods.empty() && period.start() - periods.back().end() <= smallestGap) {
+            periods.back().setEnd(std::max(periods.back().end(), period.end()));
+        } else {
+            periods.push_back(period);
+        }
+    }
+    Timeline result(start, end);
+    result.setPeriods(std::move(periods));
+    return result;
+}
+
+Reply ScriptedFootage::activity(TimeMs start, TimeMs end, const std::optional<std::string>& filter) const {
+    std::set<std::string> days;
+    for (const ScriptedEvent& e : events_) {
+        const bool isAsked = !filter || filter->empty() || equalKeys(e.name, *filter);
+        if (isAsked && e.time >= start && e.time <= openEnd(end)) days.insert(dayOf(e.time));
+    }
+    for (const ScriptedRecord& r : records_) {
+        if (r.end < start || r.start > openEnd(end)) continue;
+        for (TimeMs day = r.start / dayMs * dayMs; day <= r.end; day += dayMs) days.insert(dayOf(day));
+    }
+    return Reply(days);
+}
+
+Reply ScriptedFootage::calendar() const {
+    std::set<std::string> days;
+    for (const ScriptedRecord& r : records_) {
+        for (TimeMs day = r.start / dayMs * dayMs; day <= r.end; day += dayMs) days.insert(dayOf(day));
+    }
+    return Reply(days);
+}
+
+}  // namespace korvane::test

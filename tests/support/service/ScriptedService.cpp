@@ -1,0 +1,217 @@
+#include "tests/support/service/ScriptedService.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/UtcTime.h"
+#include "client/Status.h"
+#include "client/TokenExpiryApi.h"
+#include "tests/support/service/ScriptedCamera.h"
+#include "tests/support/service/ScriptedState.h"
+
+namespace korvane::test {
+
+namespace {
+
+std::string base64Url(std::string_view text) {
+    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+    std::string result;
+    unsigned bits = 0;
+    int count = 0;
+    for (const char c : text) {
+        bits = bits << 8 | static_cast<unsigned char>(c);
+        for (count += 8; count >= 6; count -= 6) result += digits[bits >> (count - 6) & 63];
+    }
+    if (count > 0) result += digits[bits << (6 - count) & 63];
+    return result;
+}
+
+}  // namespace
+
+class ScriptedService::Connection final : public KorvaneShareConnection {
+  public:
+    explicit Connection(std::shared_ptr<State> state)
+        : state_(std::move(state)), api_(std::make_shared<TokenExpiryApi>(state_->monitors)) {
+        const std::lock_guard lock(state_->mutex);
+        number_ = ++state_->connections;
+    }
+
+    ~Connection() override {
+        if (state_->lifeOf(number_) != State::Life::Ended) api_->dropped();
+        state_->setLife(number_, State::Life::Ended);
+    }
+
+    void setIsPathIncluded(bool) override {}
+
+    std::int32_t openSync(const std::string& token) override { return openSync(token, ""); }
+
+    std::int32_t openSync(const std::string& token, const std::string& sSvcpBaseUrl) override {
+        const std::int32_t status = state_->note(request("openSync", token, sSvcpBaseUrl));
+        if (status != StatusSuccess) return status;
+        if (state_->lifeOf(number_) == State::Life::Ended) return StatusClosed;
+        state_->setLife(number_, State::Life::Open);
+        api_->opened(token, sSvcpBaseUrl);
+        return StatusSuccess;
+    }
+
+    void update(const std::string& token, const std::string& expire, const std::string& sSvcpBaseUrl) override {
+        state_->note(request("update", token, sSvcpBaseUrl));
+        api_->updated(token, expire, sSvcpBaseUrl);
+    }
+
+    void close() override {
+        state_->note(request("close", "", ""));
+        state_->setLife(number_, State::Life::Ended);
+        api_->closed();
+        state_->endRequestsOf(number_);
+    }
+
+    std::shared_ptr<KorvaneApi> getKorvaneApi() override { return api_; }
+
+    int number() const { return number_; }
+
+  private:
+    ScriptedRequest request(std::string name, const std::string& token, const std::string& baseUrl) const {
+        ScriptedRequest r;
+        r.name = std::move(name);
+        r.connection = number_;
+        r.token = token;
+        r.baseUrl = baseUrl;
+        return r;
+    }
+
+    const std::shared_ptr<State> state_;
+    const std::shared_ptr<TokenExpiryApi> api_;
+    int number_ = 0;
+};
+
+class ScriptedService::CameraList final : public KorvaneCameraList {
+  public:
+    CameraList(std::shared_ptr<State> state, int connection) : state_(std::move(state)), connection_(connection) {}
+
+    void getCamera(std::int64_t camid, CameraCompletion onComplete) override {
+        ScriptedRequest r;
+        r.name = "getCamera";
+        r.connection = connection_;
+        r.id = camid;
+        state_->ask(
+            r,
+            [camid](ScriptedFootage& f) {
+                constexpr std::int32_t notFound = 404;
+                return camid == f.camid ? std::pair(Reply(), std::int32_t(StatusSuccess))
+                                        : std::pair(Reply("There is no such camera."), notFound);
+            },
+            [state = state_, connection = connection_, onComplete = std::move(onComplete)](const Reply& reply,
+                                                                                           std::int32_t status) {
+                if (!onComplete) return;
+                if (status == StatusSuccess) {
+                    onComplete(std::make_shared<Camera>(state, connection), "", status);
+                } else {
+                    onComplete(nullptr, reply.is_string() ? reply.get<std::string>() : "", status);
+                }
+            });
+    }
+
+  private:
+    const std::shared_ptr<State> state_;
+    const int connection_;
+};
+
+ScriptedService::ScriptedService(Scheduler& scheduler) : state_(std::make_shared<State>(scheduler)) {}
+
+ScriptedService::~ScriptedService() {
+    state_->stop();
+}
+
+void ScriptedService::withFootage(const std::function<void(ScriptedFootage&)>& use) {
+    const std::lock_guard lock(state_->mutex);
+    use(state_->footage);
+}
+
+void ScriptedService::addEvents(std::int64_t count, TimeMs newest, const std::string& name) {
+    constexpr TimeMs distance = 30'000;
+    withFootage([&](ScriptedFootage& f) {
+        for (std::int64_t i = 0; i < count; ++i) {
+            f.addEvent({i + 1, newest - (count - 1 - i) * distance, name,
+                        "http://127.0.0.1:1/thumb/" + std::to_string(i + 1) + ".jpg"});
+        }
+    });
+}
+
+std::string ScriptedService::makeToken() const {
+    constexpr TimeMs hour = 3'600'000;
+    std::int64_t camid = 0;
+    {
+        const std::lock_guard lock(state_->mutex);
+        camid = state_->footage.camid;
+    }
+    return makeToken(camid, formatUtc(state_->scheduler.utcNow() + hour));
+}
+
+std::string ScriptedService::makeToken(std::int64_t camid, const std::string& expires, const std::string& svcp,
+                                       const std::string& bearer) const {
+    return base64Url(Reply{{"token", bearer}, {"expires", expires}, {"camid", camid}, {"svcp", svcp}}.dump());
+}
+
+void ScriptedService::scriptNext(const std::string& name, Script script) {
+    const std::lock_guard lock(state_->mutex);
+    state_->nextScripts[name].push_back(std::move(script));
+}
+
+void ScriptedService::scriptAll(const std::string& name, Script script) {
+    const std::lock_guard lock(state_->mutex);
+    state_->standingScripts[name] = std::move(script);
+}
+
+std::vector<ScriptedRequest> ScriptedService::held() const {
+    return state_->held();
+}
+
+bool ScriptedService::release(std::size_t place) {
+    return state_->release(place);
+}
+
+void ScriptedService::releaseAll() {
+    while (release(0)) continue;
+}
+
+void ScriptedService::releaseAllReversed() {
+    for (std::size_t count = held().size(); count > 0; --count) release(count - 1);
+}
+
+std::vector<ScriptedRequest> ScriptedService::requests(std::string_view name) const {
+    const std::lock_guard lock(state_->mutex);
+    std::vector<ScriptedRequest> result;
+    std::copy_if(state_->requests.begin(), state_->requests.end(), std::back_inserter(result),
+                 [name](const ScriptedRequest& r) { return name.empty() || r.name == name; });
+    return result;
+}
+
+std::size_t ScriptedService::count(std::string_view name) const {
+    return requests(name).size();
+}
+
+void ScriptedService::clearRequests() {
+    const std::lock_guard lock(state_->mutex);
+    state_->requests.clear();
+}
+
+int ScriptedService::openConnections() const {
+    return state_->openConnections();
+}
+
+const KorvaneHelpers& ScriptedService::helpers() const {
+    return state_->helpers;
+}
+
+std::shared_ptr<KorvaneShareConnection> ScriptedService::makeConnection() {
+    return std::make_shared<Connection>(state_);
+}
+
+std::shared_ptr<KorvaneCameraList> ScriptedService::makeCameraList(
+    const std::shared_ptr<KorvaneShareConnection>& connection) {
+    const auto own = std::dynamic_pointer_cast<Connection>(connection);
+    return std::make_shared<CameraList>(state_, own ? own->number() : 0);
+}
+
+}  // namespace korvane::test

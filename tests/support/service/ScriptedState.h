@@ -1,0 +1,83 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/Semaphore.h"
+#include "base/SerialQueue.h"
+#include "client/ExpiryMonitors.h"
+#include "client/IcuHelpers.h"
+#include "tests/support/service/ScriptedService.h"
+
+namespace korvane::test {
+
+/// What a scripted service and the objects that it made share.
+class ScriptedService::State : public std::enable_shared_from_this<State> {
+  public:
+    enum class Life { Closed, Open, Ended };
+
+    using Compute = std::function<std::pair<Reply, std::int32_t>(ScriptedFootage&)>;
+
+    explicit State(Scheduler& s);
+
+    Life lifeOf(int connection) const;
+    void setLife(int connection, Life life);
+    int openConnections() const;
+    /// Completes what waits of a connection, but for what cannot be stopped.
+    void endRequestsOf(int connection);
+
+    /// Writes the request down and gives its status: the script's, or that of a connection that is not open.
+    std::int32_t note(const ScriptedRequest& request);
+
+    void ask(ScriptedRequest request, const Compute& compute, ReplyCompletion onComplete);
+    /// Nothing when the request failed.
+    std::optional<Reply> askSync(ScriptedRequest request, const Compute& compute);
+
+    std::vector<ScriptedRequest> held() const;
+    bool release(std::size_t place);
+    void stop();
+
+    mutable std::mutex mutex;
+    ScriptedFootage footage;
+    std::vector<ScriptedRequest> requests;
+    std::map<std::string, std::deque<Script>> nextScripts;
+    std::map<std::string, Script> standingScripts;
+    int connections = 0;
+
+    Scheduler& scheduler;
+    const IcuHelpers helpers;
+    const std::shared_ptr<ExpiryMonitors> monitors;
+
+  private:
+    struct Answer {
+        Reply reply;
+        std::int32_t status = 0;
+    };
+
+    struct Pending {
+        ScriptedRequest request;
+        Script script;
+        Answer answer;
+        ReplyCompletion onComplete;
+        // Of a synchronous call: its caller waits for it, and takes `answer` itself.
+        std::shared_ptr<Semaphore> arrival;
+        bool isGiven = false;
+    };
+    using PendingPtr = std::shared_ptr<Pending>;
+
+    PendingPtr begin(ScriptedRequest request, const Compute& compute, ReplyCompletion onComplete,
+                     std::shared_ptr<Semaphore> arrival);
+    Script takeScript(const std::string& name);
+    void give(const PendingPtr& pending);
+    void giveWithLock(const PendingPtr& pending);
+
+    std::map<int, Life> lives_;
+    std::deque<PendingPtr> pending_;
+    SerialQueue queue_;
+};
+
+}  // namespace korvane::test
