@@ -8,6 +8,9 @@
 #include "base/Scheduler.h"
 
 namespace korvane {
+namespace detail {
+class VirtualCore;
+}
 
 /// A scheduler whose time moves only when told to. The thread that makes it is its main thread. Background work and
 /// spawned threads are real threads, but only one of all runs at a time: it goes on until it waits on a Monitor of this
@@ -60,8 +63,7 @@ class VirtualScheduler final : public Scheduler {
     std::unique_ptr<Monitor> makeMonitor() override;
 
   private:
-    class Core;
-    std::shared_ptr<Core> core_;
+    std::shared_ptr<detail::VirtualCore> core_;
 };
 
 }  // namespace korvane
