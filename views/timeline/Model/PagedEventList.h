@@ -39,6 +39,9 @@ class PagedEventList {
     /// The entry at `index`, made if it has to be; null past the end.
     Entry at(std::uint64_t index);
 
+    /// The entry at `index` if it has been made; null for a slot that nobody has asked for, and past the end.
+    Entry made(std::uint64_t index) const;
+
     /// Whether the entry at `index` is of type pending; makes no entry. False past the end.
     bool isPending(std::uint64_t index) const;
 

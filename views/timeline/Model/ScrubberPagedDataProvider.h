@@ -50,7 +50,7 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
                               std::int64_t withScrollToIndex);
 
     /// Writes the elements of one page into the list from `startWithIndex` on. An element that is no object counts as
-    /// one without keys; elements that find no slot are dropped with a line in the log.
+    /// one without keys. Elements that run past the list's begin are dropped with a line in the log.
     void fillEventsFromDictionary(const Reply& objects, std::uint64_t startWithIndex);
 
   protected:
@@ -92,17 +92,24 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     struct Page;
     struct GroupFill;
 
+    std::shared_ptr<ScrubberPagedDataProvider> self();
     std::optional<Page> readPage(const Reply& reply) const;
     void fetchPage(const PageQuery& query, std::function<void(Page page)> onPage);
-    void onFirstPage(Page page, TimeMs position);
+    void onReply(const std::shared_ptr<KorvaneCamera>& camera, const PageQuery& query, const Reply& reply,
+                 std::int32_t status, std::function<void(Page page)> onPage);
+    void onFirstPage(const Page& page, TimeMs position);
+    void onLaterPage(const Page& page, std::uint64_t index, std::int64_t withScrollToIndex);
     void tellIndex(std::uint64_t index, std::int64_t withScrollToIndex, std::int64_t from, std::int64_t to) const;
-    bool tellLoadedMoment(TimeMs time);
+    bool tellLoadedMoment(TimeMs time) const;
+    void tellOrFetch(std::uint64_t index, std::int64_t withScrollToIndex);
     std::uint64_t endOfPendingRun(std::uint64_t index, std::int64_t limit) const;
-    void fillEvent(ScrubberEvent::Fields& event, const Reply& element, const KorvaneCamera* camera) const;
+    bool takesPage(const Reply& objects, std::uint64_t startWithIndex) const;
+    bool fillEvent(ScrubberEvent::Fields& event, const Reply& element, const KorvaneCamera* camera) const;
     void fillEventsFromDictionary2(const Reply& objects, std::uint64_t startWithIndex);
     void fillGrouped(const Reply& objects, std::uint64_t startWithIndex);
     void mergeIntoGroup(GroupFill& fill, const ScrubberEvent::Fields& fields,
                         const std::shared_ptr<ScrubberEvent>& current);
+    bool foldSlot(GroupFill& fill, const std::shared_ptr<ScrubberEvent>& slot);
     bool advance(GroupFill& fill) const;
 
     PagedEventList events_;

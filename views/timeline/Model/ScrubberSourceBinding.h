@@ -10,8 +10,10 @@
 
 #include "base/RecursiveLock.h"
 #include "base/Scheduler.h"
+#include "base/TaskGuard.h"
 #include "base/Time.h"
 #include "client/KorvaneService.h"
+#include "client/Status.h"
 #include "views/timeline/ScrubberCommon/ScrubberDataProvider.h"
 
 namespace korvane {
@@ -99,8 +101,16 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
 
     void tellReload(std::int32_t status, std::int32_t andState) const;
 
+    /// The result of `body`, or StatusBadCall and a line in the log when an exception leaves it.
+    template <typename Body>
+    std::int32_t guarded(Body body) {
+        std::int32_t result = StatusBadCall;
+        detail::runGuarded([&] { result = body(); }, classPath_);
+        return result;
+    }
+
   private:
-    // The keys of a token, and what was made of them. The last four are kept as they came and read by nothing.
+    // The connection in use and the values of its token. The last five are kept for the debugger; nothing reads them.
     struct Source {
         std::string lastSvcp;
         std::string token;
@@ -108,16 +118,18 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
         std::int64_t camid = 0;
         std::shared_ptr<KorvaneShareConnection> conn;
         std::shared_ptr<KorvaneCamera> cam;
-        std::optional<std::string> svcp;
+        std::optional<std::string> svcp, api, api_p, api_sp, api_path;
     };
 
     struct ParsedToken;
 
     std::int32_t bind(const std::string& token);
     std::optional<ParsedToken> parse(const std::string& token);
+    std::int32_t setSourceAfterClose(const std::string& token, std::optional<TimeMs> position);
     bool updateToken(const ParsedToken& parsed);
     void connect(const ParsedToken& parsed);
     std::shared_ptr<KorvaneShareConnection> openConnection(const ParsedToken& parsed);
+    void requestCamera(const std::shared_ptr<KorvaneShareConnection>& connection, const ParsedToken& parsed);
     void armExpiryMonitor(KorvaneShareConnection& connection);
     void onCamera(std::shared_ptr<KorvaneCamera> camera, const std::string& error, std::int32_t status,
                   const std::string& wholeToken);

@@ -1,0 +1,188 @@
+#include "views/timeline/Model/PagedEventList.h"
+
+#include <algorithm>
+#include <bit>
+#include <numeric>
+#include <utility>
+
+namespace korvane {
+namespace {
+
+// Taking a slot out moves the rest of its chunk, finding a slot walks the tree of chunks: this size keeps both short.
+constexpr std::uint64_t slotsPerChunk = 1024;
+
+PagedEventList::Entry makeEntry(std::int32_t type, std::int64_t camid) {
+    auto entry = std::make_shared<ScrubberEvent>();
+    entry->setType(type);
+    entry->setCamid(camid);
+    return entry;
+}
+
+}  // namespace
+
+void PagedEventList::create(std::uint64_t slots, std::int64_t camid) {
+    const std::uint64_t length = std::min(slots, maxSlots) + 2;
+    std::vector<Chunk> chunks((length + slotsPerChunk - 1) / slotsPerChunk);
+    std::vector<std::uint32_t> lengths(chunks.size() + 1, 0);
+    for (std::size_t i = 0; i < chunks.size(); ++i) {
+        chunks[i].length = static_cast<std::uint32_t>(std::min(slotsPerChunk, length - i * slotsPerChunk));
+        lengths[i + 1] += chunks[i].length;
+        const std::size_t parent = (i + 1) + ((i + 1) & (~i));
+        if (parent < lengths.size()) lengths[parent] += lengths[i + 1];
+    }
+    auto head = makeEntry(ScrubberEventTypeHead, 0);
+    auto live = makeEntry(ScrubberEventTypeLive, 0);
+
+    // The list before goes away outside of the lock.
+    const std::lock_guard guard(mutex_);
+    chunks_.swap(chunks);
+    lengths_.swap(lengths);
+    camid_ = camid;
+    slotAt({0, 0}) = std::move(head);
+    slotAt({chunks_.size() - 1, chunks_.back().length - 1}) = std::move(live);
+    size_.store(static_cast<std::int64_t>(length), std::memory_order_release);
+}
+
+void PagedEventList::clear() {
+    std::vector<Chunk> chunks;
+    const std::lock_guard guard(mutex_);
+    chunks_.swap(chunks);
+    lengths_.clear();
+    size_.store(0, std::memory_order_release);
+}
+
+PagedEventList::Entry PagedEventList::at(std::uint64_t index) {
+    const std::lock_guard guard(mutex_);
+    const auto place = locate(index);
+    return place ? madeAt(*place) : nullptr;
+}
+
+PagedEventList::Entry PagedEventList::made(std::uint64_t index) const {
+    const std::lock_guard guard(mutex_);
+    const auto place = locate(index);
+    if (!place || chunks_[place->chunk].entries.empty()) return nullptr;
+    return chunks_[place->chunk].entries[place->slot];
+}
+
+bool PagedEventList::isPending(std::uint64_t index) const {
+    if (index >= static_cast<std::uint64_t>(size())) return false;
+    const auto entry = made(index);
+    return !entry || entry->type() == ScrubberEventTypePending;
+}
+
+bool PagedEventList::replace(std::uint64_t index, Entry entry, std::uint32_t folded) {
+    const std::lock_guard guard(mutex_);
+    const auto place = locate(index);
+    if (!place) return false;
+    slotAt(*place).swap(entry);
+    setFoldedAt(*place, folded);
+    return true;
+}
+
+bool PagedEventList::setFolded(std::uint64_t index, std::uint32_t folded) {
+    const std::lock_guard guard(mutex_);
+    const auto place = locate(index);
+    if (place) setFoldedAt(*place, folded);
+    return place.has_value();
+}
+
+bool PagedEventList::erase(std::uint64_t index) {
+    Entry erased;
+    const std::lock_guard guard(mutex_);
+    const auto place = locate(index);
+    if (!place) return false;
+    setFoldedAt(*place, 0);
+    Chunk& chunk = chunks_[place->chunk];
+    const auto slot = static_cast<std::ptrdiff_t>(place->slot);
+    if (!chunk.entries.empty()) {
+        erased.swap(chunk.entries[place->slot]);
+        chunk.entries.erase(chunk.entries.begin() + slot);
+    }
+    if (!chunk.foldedOf.empty()) chunk.foldedOf.erase(chunk.foldedOf.begin() + slot);
+    shortenAt(place->chunk);
+    return true;
+}
+
+std::int64_t PagedEventList::foldedThrough(std::uint64_t last) const {
+    const std::lock_guard guard(mutex_);
+    std::int64_t sum = 0;
+    std::uint64_t left = last < static_cast<std::uint64_t>(size()) ? last + 1 : static_cast<std::uint64_t>(size());
+    for (const Chunk& chunk : chunks_) {
+        if (left < chunk.length) {
+            const auto end = chunk.foldedOf.begin() + static_cast<std::ptrdiff_t>(chunk.foldedOf.empty() ? 0 : left);
+            return std::accumulate(chunk.foldedOf.begin(), end, sum);
+        }
+        sum += chunk.folded;
+        left -= chunk.length;
+    }
+    return sum;
+}
+
+std::optional<std::uint64_t> PagedEventList::findEntry(const std::function<bool(const ScrubberEvent&)>& matches) const {
+    // The lock is taken anew for each chunk, so that a long search does not keep the readers of the list waiting.
+    std::uint64_t first = 0;
+    for (std::size_t i = 0;; ++i) {
+        const std::lock_guard guard(mutex_);
+        if (i >= chunks_.size()) return std::nullopt;
+        const auto& entries = chunks_[i].entries;
+        const auto found =
+            std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) { return entry && matches(*entry); });
+        if (found != entries.end()) return first + static_cast<std::uint64_t>(found - entries.begin());
+        first += chunks_[i].length;
+    }
+}
+
+std::vector<PagedEventList::Entry> PagedEventList::all() {
+    const std::lock_guard guard(mutex_);
+    std::vector<Entry> result;
+    result.reserve(static_cast<std::size_t>(size()));
+    for (std::size_t i = 0; i < chunks_.size(); ++i) {
+        for (std::size_t slot = 0; slot < chunks_[i].length; ++slot) result.push_back(madeAt({i, slot}));
+    }
+    return result;
+}
+
+std::optional<PagedEventList::Place> PagedEventList::locate(std::uint64_t index) const {
+    if (index >= static_cast<std::uint64_t>(size())) return std::nullopt;
+    // The last chunk before which no more than `index` slots lie; chunks that have run empty are passed over.
+    auto left = static_cast<std::uint32_t>(index);
+    std::size_t chunk = 0;
+    for (std::size_t step = std::bit_floor(lengths_.size() - 1); step > 0; step /= 2) {
+        if (chunk + step < lengths_.size() && lengths_[chunk + step] <= left) {
+            chunk += step;
+            left -= lengths_[chunk];
+        }
+    }
+    return Place{chunk, left};
+}
+
+PagedEventList::Entry& PagedEventList::slotAt(Place place) {
+    Chunk& chunk = chunks_[place.chunk];
+    if (chunk.entries.empty()) chunk.entries.resize(chunk.length);
+    return chunk.entries[place.slot];
+}
+
+PagedEventList::Entry& PagedEventList::madeAt(Place place) {
+    Entry& entry = slotAt(place);
+    if (!entry) entry = makeEntry(ScrubberEventTypePending, camid_);
+    return entry;
+}
+
+void PagedEventList::setFoldedAt(Place place, std::uint32_t folded) {
+    Chunk& chunk = chunks_[place.chunk];
+    if (chunk.foldedOf.empty()) {
+        if (folded == 0) return;
+        chunk.foldedOf.resize(chunk.length);
+    }
+    std::uint32_t& before = chunk.foldedOf[place.slot];
+    chunk.folded += static_cast<std::int64_t>(folded) - before;
+    before = folded;
+}
+
+void PagedEventList::shortenAt(std::size_t chunk) {
+    --chunks_[chunk].length;
+    for (std::size_t i = chunk + 1; i < lengths_.size(); i += i & (~i + 1)) --lengths_[i];
+    size_.fetch_sub(1, std::memory_order_release);
+}
+
+}  // namespace korvane

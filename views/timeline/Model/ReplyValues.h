@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "client/Reply.h"
+
+namespace korvane {
+
+/// The text under a key; nothing for a missing value (null pointer) or one of another kind.
+std::optional<std::string> textValue(const Reply* value);
+
+/// The integer under a key: an integer, a number without a fraction, or text that is one. Nothing for all else, and for
+/// what 64 bits do not hold.
+std::optional<std::int64_t> integerValue(const Reply* value);
+
+}  // namespace korvane

@@ -1,0 +1,378 @@
+#include "views/timeline/Model/ScrubberPagedDataProvider.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "base/Log.h"
+#include "base/UtcTime.h"
+#include "views/timeline/Model/ReplyValues.h"
+
+namespace korvane {
+namespace {
+
+// Above this a total is no total: a list of that many entries could not be shown.
+constexpr std::uint64_t largestTotal = PagedEventList::maxSlots;
+
+bool isItemAt(const ScrubberEvent& event, TimeMs time) {
+    return event.type() == ScrubberEventTypeItem && event.timeAsValue() == time;
+}
+
+bool holdsMoment(const ScrubberEvent& event, TimeMs time) {
+    if (event.type() != ScrubberEventTypeGroup) return isItemAt(event, time);
+    return std::ranges::any_of(event.childs(), [time](const auto& child) { return child && isItemAt(*child, time); });
+}
+
+std::int32_t to32Bit(std::int64_t count) {
+    return static_cast<std::int32_t>(std::min<std::int64_t>(count, std::numeric_limits<std::int32_t>::max()));
+}
+
+}  // namespace
+
+struct ScrubberPagedDataProvider::Page {
+    std::uint64_t total = 0;
+    Reply objects;
+};
+
+// What one grouping fill keeps from element to element.
+struct ScrubberPagedDataProvider::GroupFill {
+    bool isAscending = false;
+    // Where the next element goes.
+    std::uint64_t index = 0;
+    PagedEventList::Entry previous;
+    ScrubberEvent::Fields previousFields;
+    std::uint64_t previousIndex = 0;
+    // Null unless a group is being built.
+    PagedEventList::Entry group;
+    ScrubberEvent::Fields groupFields;
+    std::uint64_t groupIndex = 0;
+};
+
+ScrubberPagedDataProvider::~ScrubberPagedDataProvider() {
+    close();
+}
+
+std::int64_t ScrubberPagedDataProvider::OnScrubberGetEventsCount() {
+    return isClosing() ? 0 : events_.size();
+}
+
+std::shared_ptr<ScrubberEvent> ScrubberPagedDataProvider::OnScrubberGetEventByIndex(std::int64_t index) {
+    return isClosing() ? nullptr : events_.at(static_cast<std::uint64_t>(index));
+}
+
+std::int32_t ScrubberPagedDataProvider::OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) {
+    return -1;
+}
+
+std::vector<std::shared_ptr<ScrubberEvent>> ScrubberPagedDataProvider::getEvents() {
+    std::vector<std::shared_ptr<ScrubberEvent>> entries;
+    guarded([&] {
+        entries = events_.all();
+        return StatusSuccess;
+    });
+    return entries;
+}
+
+std::int32_t ScrubberPagedDataProvider::deleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/,
+                                                    DeleteCompletion /*onComplete*/) {
+    return StatusBadCall;
+}
+
+std::int32_t ScrubberPagedDataProvider::updateForTime(TimeMs /*time*/, bool /*withScroll*/, bool /*isClosest*/) {
+    return 0;
+}
+
+void ScrubberPagedDataProvider::emptyList() {
+    events_.clear();
+}
+
+std::uint64_t ScrubberPagedDataProvider::initStorageForEvents(std::uint64_t count) {
+    const std::lock_guard lock(listLock());
+    events_.create(count, camid());
+    return static_cast<std::uint64_t>(events_.size());
+}
+
+std::shared_ptr<ScrubberPagedDataProvider> ScrubberPagedDataProvider::self() {
+    return std::static_pointer_cast<ScrubberPagedDataProvider>(shared_from_this());
+}
+
+std::int32_t ScrubberPagedDataProvider::requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) {
+    if (isClosing()) return 0;
+    trace(1, classPath(), "requestEvents");
+    guarded([&] {
+        const Range asked = range();
+        fetchPage({start, withEnd, asked.eventType, asked.isAscending, asked.limit, asked.offset},
+                  [self = self(), withStartFrom](const Page& page) { self->onFirstPage(page, withStartFrom); });
+        return StatusSuccess;
+    });
+    return 0;
+}
+
+std::int32_t ScrubberPagedDataProvider::updateEvents(std::int64_t offset, std::int64_t withLimit,
+                                                     std::uint64_t withIndex, std::int64_t withScrollToIndex) {
+    if (isClosing()) return 0;
+    trace(1, classPath(), "updateEvents: offset: ", offset, " limit: ", withLimit, " index: ", withIndex);
+    guarded([&] {
+        // Up to the end of the first load, not to now: later pages must count from the same newest entry.
+        const Range asked = range();
+        fetchPage({asked.datetimeStart, asked.datetimeLastEnd, asked.eventType, asked.isAscending, withLimit, offset},
+                  [self = self(), withIndex, withScrollToIndex](const Page& page) {
+                      self->onLaterPage(page, withIndex, withScrollToIndex);
+                  });
+        return StatusSuccess;
+    });
+    return 0;
+}
+
+void ScrubberPagedDataProvider::fetchPage(const PageQuery& query, std::function<void(Page page)> onPage) {
+    const auto camera = cam();
+    if (!camera) return;
+    requestPage(*camera, query,
+                [self = self(), camera, query, onPage = std::move(onPage)](Reply reply, std::int32_t status) {
+                    self->onReply(camera, query, reply, status, onPage);
+                });
+}
+
+void ScrubberPagedDataProvider::onReply(const std::shared_ptr<KorvaneCamera>& camera, const PageQuery& query,
+                                        const Reply& reply, std::int32_t status,
+                                        std::function<void(Page page)> onPage) {
+    if (status != StatusSuccess) {
+        tellReload(status, ScrubberStateReady);
+        return;
+    }
+    auto page = readPage(reply);
+    if (!page || page->objects.empty()) {
+        tellReload(StatusSuccess, ScrubberStateReady);
+        return;
+    }
+    completePage(*camera, query, std::move(page->objects),
+                 [total = page->total, onPage = std::move(onPage)](Reply objects) {
+                     onPage(Page{total, std::move(objects)});
+                 });
+}
+
+void ScrubberPagedDataProvider::completePage(KorvaneCamera& /*camera*/, const PageQuery& /*query*/, Reply objects,
+                                             std::function<void(Reply objects)> onComplete) {
+    onComplete(std::move(objects));
+}
+
+std::optional<ScrubberPagedDataProvider::Page> ScrubberPagedDataProvider::readPage(const Reply& reply) const {
+    if (!reply.is_object()) return std::nullopt;
+    Page page;
+    const Reply* meta = findMember(reply, "meta");
+    const Reply* total = meta ? findMember(*meta, "total_count") : nullptr;
+    if (total && !total->is_null()) {
+        const auto count = total->is_number_integer() ? integerValue(total).value_or(-1) : -1;
+        if (count < 0 || static_cast<std::uint64_t>(count) > largestTotal) {
+            logError(classPath(), "reply: total_count is out of range");
+            return std::nullopt;
+        }
+        page.total = static_cast<std::uint64_t>(count);
+    }
+    const Reply* objects = findMember(reply, "objects");
+    page.objects = objects && objects->is_array() ? *objects : Reply::array();
+    return page;
+}
+
+void ScrubberPagedDataProvider::onFirstPage(const Page& page, TimeMs position) {
+    const std::uint64_t size = initStorageForEvents(page.total);
+    setSize(static_cast<std::int64_t>(size));
+    fillEventsFromDictionary(page.objects, range().isAscending ? 1 : size - 2);
+    tellReload(StatusSuccess, position > 0 ? ScrubberStateLoading : ScrubberStateReady);
+    if (position > 0) updateForTime(position, true, false);
+}
+
+void ScrubberPagedDataProvider::onLaterPage(const Page& page, std::uint64_t index, std::int64_t withScrollToIndex) {
+    const std::int64_t before = events_.size();
+    fillEventsFromDictionary(page.objects, index);
+    tellIndex(index, withScrollToIndex, before, events_.size());
+}
+
+void ScrubberPagedDataProvider::tellIndex(std::uint64_t index, std::int64_t withScrollToIndex, std::int64_t from,
+                                          std::int64_t to) const {
+    if (const auto delegate = getDelegate()) {
+        delegate->OnScrubberDataProviderReloadIndexRequired(static_cast<std::int64_t>(index), StatusSuccess,
+                                                            withScrollToIndex, to32Bit(from), to32Bit(to));
+    }
+}
+
+std::int32_t ScrubberPagedDataProvider::checkPartNeedRequested(std::uint64_t index, std::int64_t withScrollToIndex,
+                                                               TimeMs withDateTime) {
+    if (isClosing()) return 0;
+    guarded([&] {
+        const std::lock_guard lock(listLock());
+        if (withDateTime == -1 || !tellLoadedMoment(withDateTime)) tellOrFetch(index, withScrollToIndex);
+        return StatusSuccess;
+    });
+    return 0;
+}
+
+bool ScrubberPagedDataProvider::tellLoadedMoment(TimeMs time) const {
+    const auto found =
+        events_.findEntry([&](const ScrubberEvent& event) { return isClosing() || holdsMoment(event, time); });
+    if (!found) return false;
+    const std::int64_t count = events_.size();
+    if (!isClosing()) tellIndex(*found, static_cast<std::int64_t>(*found), count, count);
+    return true;
+}
+
+void ScrubberPagedDataProvider::tellOrFetch(std::uint64_t index, std::int64_t withScrollToIndex) {
+    const std::int64_t count = events_.size();
+    if (index >= static_cast<std::uint64_t>(count)) return;
+    if (!events_.isPending(index)) {
+        // Index 0 is the head entry, to which nobody scrolls.
+        const bool isWanted = withScrollToIndex >= 1 && static_cast<std::uint64_t>(withScrollToIndex) == index;
+        if (isWanted && !isClosing()) tellIndex(index, withScrollToIndex, count, count);
+        return;
+    }
+    const Range asked = range();
+    const std::uint64_t last = endOfPendingRun(index, asked.limit);
+    // Groups stand for more entries of the service than they take slots.
+    const std::int64_t folded = isClosing() ? 0 : events_.foldedThrough(last);
+    updateEvents(asked.size - 2 - static_cast<std::int64_t>(last) - folded, asked.limit, last, withScrollToIndex);
+}
+
+std::uint64_t ScrubberPagedDataProvider::endOfPendingRun(std::uint64_t index, std::int64_t limit) const {
+    const std::int64_t border = limit / 2;
+    std::uint64_t last = index;
+    for (std::int64_t i = 0; i < border && !isClosing() && events_.isPending(last + 1); ++i) ++last;
+    return last;
+}
+
+bool ScrubberPagedDataProvider::takesPage(const Reply& objects, std::uint64_t startWithIndex) const {
+    return objects.is_array() && !isClosing() && startWithIndex < static_cast<std::uint64_t>(events_.size());
+}
+
+void ScrubberPagedDataProvider::fillEventsFromDictionary(const Reply& objects, std::uint64_t startWithIndex) {
+    if (!takesPage(objects, startWithIndex)) return;
+    guarded([&] {
+        const std::lock_guard lock(listLock());
+        if (!std::ranges::all_of(objects, [](const Reply& element) { return element.is_object(); })) {
+            logError(classPath(), "reply: elements that are no objects");
+        }
+        if (eventGrouping()) {
+            fillGrouped(objects, startWithIndex);
+        } else {
+            fillEventsFromDictionary2(objects, startWithIndex);
+        }
+        return StatusSuccess;
+    });
+}
+
+bool ScrubberPagedDataProvider::fillEvent(ScrubberEvent::Fields& event, const Reply& element,
+                                          const KorvaneCamera* camera) const {
+    if (isClosing()) return false;
+    event.type = ScrubberEventTypeItem;
+    event.timezone = camera ? camera->getTimezone() : std::string();
+    readElement(event, element, camera);
+    return true;
+}
+
+void ScrubberPagedDataProvider::fillEventsFromDictionary2(const Reply& objects, std::uint64_t startWithIndex) {
+    if (!takesPage(objects, startWithIndex)) return;
+    const auto camera = cam();
+    const bool isAscending = range().isAscending;
+    std::uint64_t index = startWithIndex;
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        const auto entry = events_.at(index);
+        if (!entry) return;
+        // In place: a cell that shows the entry already sees it change.
+        auto fields = entry->fields();
+        if (fillEvent(fields, objects[i], camera.get())) {
+            entry->assign(std::move(fields));
+            events_.setFolded(index, 0);
+        }
+        if (isAscending) {
+            if (index + 1 < static_cast<std::uint64_t>(events_.size())) ++index;
+        } else if (index > 0) {
+            --index;
+        } else if (i + 1 < objects.size()) {
+            logError(classPath(), "reply: the page is longer than the list");
+            return;
+        }
+    }
+}
+
+void ScrubberPagedDataProvider::fillGrouped(const Reply& objects, std::uint64_t startWithIndex) {
+    const auto camera = cam();
+    GroupFill fill;
+    fill.isAscending = range().isAscending;
+    fill.index = startWithIndex;
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        const auto slot = events_.made(fill.index);
+        ScrubberEvent::Fields fields;
+        if (!fillEvent(fields, objects[i], camera.get())) fields.timezone = localTimeZoneName();
+        const auto current = std::make_shared<ScrubberEvent>(fields);
+        bool goesOn = true;
+        if (fill.previous && eventGrouping() && joins(fill.previousFields, fields)) {
+            mergeIntoGroup(fill, fields, current);
+            goesOn = foldSlot(fill, slot);
+        } else {
+            events_.replace(fill.index, current);
+            fill.group.reset();
+            goesOn = advance(fill);
+        }
+        if (!goesOn) {
+            if (i + 1 < objects.size()) logError(classPath(), "reply: the page is longer than the list");
+            return;
+        }
+        fill.previous = current;
+        fill.previousFields = std::move(fields);
+    }
+}
+
+void ScrubberPagedDataProvider::mergeIntoGroup(GroupFill& fill, const ScrubberEvent::Fields& fields,
+                                               const std::shared_ptr<ScrubberEvent>& current) {
+    const auto takeIdentity = [&group = fill.groupFields](const ScrubberEvent::Fields& member) {
+        group.identificator = member.identificator;
+        group.camid = member.camid;
+        group.time = member.time;
+        group.timeAsValue = member.timeAsValue;
+        group.imageUrl = member.imageUrl;
+        group.timezone = member.timezone;
+    };
+    if (!fill.group) {
+        fill.groupFields = {};
+        fill.groupFields.type = ScrubberEventTypeGroup;
+        takeIdentity(fill.previousFields);
+        fill.groupFields.name = fill.previousFields.name;
+        startGroup(fill.groupFields, fill.previousFields);
+        fill.groupFields.childs = {fill.previous};
+        fill.group = std::make_shared<ScrubberEvent>(fill.groupFields);
+        fill.previous->setParent(fill.group);
+        fill.groupIndex = fill.previousIndex;
+        events_.replace(fill.groupIndex, fill.group);
+    }
+    takeIdentity(fields);
+    // A ring at the door is not to be hidden by the motion around it.
+    if (!equalKeys(fill.groupFields.name.value_or(""), "doorbell")) fill.groupFields.name = fields.name;
+    extendGroup(fill.groupFields, fields);
+    fill.groupFields.childs.insert(fill.groupFields.childs.begin(), current);
+    current->setParent(fill.group);
+    fill.group->assign(fill.groupFields);
+    events_.setFolded(fill.groupIndex, static_cast<std::uint32_t>(fill.groupFields.childs.size() - 1));
+}
+
+bool ScrubberPagedDataProvider::foldSlot(GroupFill& fill, const std::shared_ptr<ScrubberEvent>& slot) {
+    // A group of an earlier, overlapping page gives up a member in place of a slot.
+    if (slot && slot->type() == ScrubberEventTypeGroup && slot->childCount() > 1) {
+        if (slot == fill.group) return true;
+        auto childs = slot->childs();
+        childs.erase(childs.begin());
+        events_.setFolded(fill.index, static_cast<std::uint32_t>(childs.size() - 1));
+        slot->setChilds(std::move(childs));
+        return true;
+    }
+    events_.erase(fill.index);
+    if (fill.index < fill.groupIndex) --fill.groupIndex;
+    return advance(fill);
+}
+
+bool ScrubberPagedDataProvider::advance(GroupFill& fill) const {
+    if (fill.isAscending ? fill.index + 1 >= static_cast<std::uint64_t>(events_.size()) : fill.index == 0) return false;
+    fill.previousIndex = fill.index;
+    fill.index = fill.isAscending ? fill.index + 1 : fill.index - 1;
+    return true;
+}
+
+}  // namespace korvane
