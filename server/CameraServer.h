@@ -28,7 +28,8 @@ struct CameraServerOptions {
 };
 
 /// The camera service: answers the requests of the client library for the cameras of one data base, on threads of its
-/// own. start(), stop() and the destructor belong to one thread; the rest may be called from any.
+/// own. start(), stop() and the destructor belong to one thread; the rest may be called from
+/// any while none of those runs.
 class CameraServer {
   public:
     explicit CameraServer(std::filesystem::path database, CameraServerOptions options = {});

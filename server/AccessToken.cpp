@@ -1,0 +1,139 @@
+#include "server/AccessToken.h"
+
+#include <fcntl.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <openssl/rand.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "base/UtcTime.h"
+#include "server/Base64Url.h"
+
+namespace korvane {
+
+namespace {
+
+constexpr std::size_t kSecretBytes = 32;
+constexpr std::size_t kLongestBearer = 1024;
+// The last second of the year 9999: the calendar of "expires" ends there.
+constexpr TimeSec kLatest = 253'402'300'799;
+
+Error fileError(const std::filesystem::path& file) {
+    return Error{"cannot keep the secret in " + file.string() + ": " + std::strerror(errno)};
+}
+
+std::optional<std::string> readSecret(const std::filesystem::path& file) {
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return std::nullopt;
+    std::array<char, kSecretBytes> bytes{};
+    const ssize_t size = ::read(descriptor, bytes.data(), bytes.size());
+    ::close(descriptor);
+    if (size != static_cast<ssize_t>(bytes.size())) return std::nullopt;
+    return std::string(bytes.data(), bytes.size());
+}
+
+/// Writes a fresh secret under a name of its own and links it to `file`, so that of two processes that come at the same
+/// time one wins whole.
+Status makeSecret(const std::filesystem::path& file) {
+    std::array<unsigned char, kSecretBytes> bytes{};
+    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) return Error{"no source of randomness"};
+    std::string draft = file.string() + ".XXXXXX";
+    const int descriptor = ::mkostemp(draft.data(), O_CLOEXEC);  // mode 0600
+    if (descriptor < 0) return fileError(file);
+    const bool written = ::write(descriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    ::close(descriptor);
+    const bool linked = written && (::link(draft.c_str(), file.c_str()) == 0 || errno == EEXIST);
+    const Status status = linked ? Status() : fileError(file);
+    ::unlink(draft.c_str());
+    return status;
+}
+
+}  // namespace
+
+AccessToken::AccessToken(std::string secret) : secret_(std::move(secret)) {}
+
+Result<AccessToken> AccessToken::forDatabase(const std::filesystem::path& database) {
+    const std::filesystem::path file = database.string() + ".key";
+    std::error_code ignored;
+    if (!std::filesystem::exists(file, ignored)) {
+        if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), ignored);
+        if (const Status status = makeSecret(file)) return *status;
+    }
+    const std::optional<std::string> secret = readSecret(file);
+    if (!secret) return Error{"the secret in " + file.string() + " cannot be read or is damaged"};
+    return AccessToken(*secret);
+}
+
+std::string AccessToken::signature(std::string_view payload) const {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned size = 0;
+    HMAC(EVP_sha256(), secret_.data(), static_cast<int>(secret_.size()),
+         reinterpret_cast<const unsigned char*>(payload.data()), payload.size(), digest.data(), &size);
+    return {reinterpret_cast<const char*>(digest.data()), size};
+}
+
+std::string AccessToken::issueBearer(std::int64_t cameraId, TimeSec expires) const {
+    const std::string payload = nlohmann::ordered_json{{"camid", cameraId}, {"exp", expires}}.dump();
+    return encodeBase64Url(payload) + "." + encodeBase64Url(signature(payload));
+}
+
+std::optional<std::int64_t> AccessToken::verify(std::string_view bearer, TimeSec now) const {
+    const std::size_t dot = bearer.find('.');
+    if (bearer.size() > kLongestBearer || dot == std::string_view::npos) return std::nullopt;
+    const auto payload = decodeBase64Url(bearer.substr(0, dot));
+    const auto claimed = decodeBase64Url(bearer.substr(dot + 1));
+    if (!payload || !claimed) return std::nullopt;
+    const std::string expected = signature(*payload);
+    if (claimed->size() != expected.size() || CRYPTO_memcmp(claimed->data(), expected.data(), expected.size()) != 0)
+        return std::nullopt;
+    const auto json = nlohmann::json::parse(*payload, nullptr, false);
+    if (!json.is_object()) return std::nullopt;
+    const auto camera = json.find("camid");
+    const auto expires = json.find("exp");
+    if (camera == json.end() || expires == json.end()) return std::nullopt;
+    if (!camera->is_number_integer() || !expires->is_number_integer()) return std::nullopt;
+    if (expires->get<TimeSec>() <= now) return std::nullopt;
+    return camera->get<std::int64_t>();
+}
+
+Result<std::string> AccessToken::issue(std::int64_t cameraId, TimeSec expires, const std::string& baseUrl) const {
+    const bool secure = baseUrl.starts_with("https://");
+    if (!secure && !baseUrl.starts_with("http://")) return Error{"the address must begin with http:// or https://"};
+    std::string rest = baseUrl.substr(secure ? 8 : 7);
+    const std::size_t slash = std::min(rest.find('/'), rest.size());
+    std::string path = rest.substr(slash);
+    rest.resize(slash);
+    while (path.ends_with('/')) path.pop_back();
+    const std::size_t colon = rest.rfind(':');
+    const bool named = colon != std::string::npos && rest.find(']', colon) == std::string::npos;
+    int port = secure ? 443 : 80;
+    if (named) {
+        const char* end = rest.data() + rest.size();
+        const auto [stop, code] = std::from_chars(rest.data() + colon + 1, end, port);
+        if (code != std::errc() || stop != end || port < 1 || port > 65535) return Error{"the address has a bad port"};
+        rest.resize(colon);
+    }
+    if (rest.empty() || rest.find_first_of(" \t\r\n@?#\"") != std::string::npos)
+        return Error{"the address has no proper host"};
+    const std::string root = (secure ? "https://" : "http://") + rest + ":" + std::to_string(port) + path;
+    const nlohmann::ordered_json token = {{"token", issueBearer(cameraId, expires)},
+                                          {"expires", formatUtc(std::clamp<TimeSec>(expires, 0, kLatest) * 1000)},
+                                          {"camid", cameraId},
+                                          {"svcp", root},
+                                          {"api", rest},
+                                          {"api_p", secure ? 0 : port},
+                                          {"api_sp", secure ? port : 0},
+                                          {"path", path}};
+    return encodeBase64Url(token.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+}  // namespace korvane

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <httplib.h>
+
+#include <functional>
+
+#include "base/Time.h"
+
+namespace korvane {
+
+class AccessToken;
+class Storage;
+
+/// What the service answers. Every reply but a picture or a video is JSON; a failure is
+/// {"error":{"code":STATUS,"message":TEXT}}. All functions may be called from any thread.
+class Api {
+  public:
+    /// Pages without a limit, or with a negative one, hold this many; none holds more than the most.
+    static constexpr std::int64_t kDefaultLimit = 100;
+    static constexpr std::int64_t kMostRows = 1000;
+
+    /// Both must outlive this object.
+    Api(Storage& storage, const AccessToken& tokens, std::function<TimeMs()> now);
+
+    /// Answers any request, bad ones too. Does not throw.
+    void answer(const httplib::Request& request, httplib::Response& response) const;
+
+    /// Makes `response` a failure.
+    static void fail(httplib::Response& response, int status, const std::string& message);
+
+  private:
+    Storage& storage_;
+    const AccessToken& tokens_;
+    std::function<TimeMs()> now_;
+};
+
+}  // namespace korvane

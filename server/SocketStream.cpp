@@ -1,0 +1,103 @@
+#include "server/SocketStream.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace korvane {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Far above what the client library sends, far below what hurts.
+constexpr std::size_t kLongestRequest = 64 * 1024;
+
+void readAddress(int (*look)(int, sockaddr*, socklen_t*), socket_t socket, std::string& ip, int& port) {
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    if (look(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0) return;
+    std::array<char, NI_MAXHOST> host{};
+    std::array<char, NI_MAXSERV> service{};
+    if (getnameinfo(reinterpret_cast<sockaddr*>(&address), size, host.data(), host.size(), service.data(),
+                    service.size(), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+        return;
+    ip = host.data();
+    port = std::atoi(service.data());
+}
+
+}  // namespace
+
+SocketStream::SocketStream(socket_t socket, int stopEvent, std::chrono::milliseconds patience)
+    : socket_(socket), stopEvent_(stopEvent), patience_(patience), deadline_(Clock::now() + patience) {}
+
+bool SocketStream::waitFor(short events, Clock::time_point deadline) const {
+    while (true) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) return false;
+        std::array<pollfd, 2> wanted = {{{socket_, events, 0}, {stopEvent_, POLLIN, 0}}};
+        const int count = ::poll(wanted.data(), wanted.size(), static_cast<int>(std::min<long>(left.count(), 60'000)));
+        if (count < 0 && errno != EINTR) return false;
+        if (count <= 0) continue;
+        if (wanted[1].revents != 0) return false;
+        // A hang-up counts: the read or write that follows tells.
+        if (wanted[0].revents != 0) return true;
+    }
+}
+
+bool SocketStream::fill(Clock::time_point deadline) {
+    if (begin_ < end_) return true;
+    if (!waitFor(POLLIN, deadline)) return false;
+    ssize_t count = -1;
+    do count = ::recv(socket_, buffer_.data(), buffer_.size(), 0);
+    while (count < 0 && errno == EINTR);
+    if (count <= 0) return false;
+    begin_ = 0;
+    end_ = static_cast<std::size_t>(count);
+    return true;
+}
+
+bool SocketStream::awaitRequest() {
+    if (!fill(Clock::now() + patience_)) return false;
+    deadline_ = Clock::now() + patience_;
+    budget_ = kLongestRequest;
+    return true;
+}
+
+bool SocketStream::is_readable() const {
+    return begin_ < end_ || waitFor(POLLIN, deadline_);
+}
+
+bool SocketStream::is_writable() const {
+    return waitFor(POLLOUT, Clock::now() + patience_);
+}
+
+ssize_t SocketStream::read(char* to, std::size_t size) {
+    if (budget_ == 0 || !fill(deadline_)) return -1;
+    const std::size_t count = std::min({size, end_ - begin_, budget_});
+    std::copy_n(buffer_.data() + begin_, count, to);
+    begin_ += count;
+    budget_ -= count;
+    return static_cast<ssize_t>(count);
+}
+
+ssize_t SocketStream::write(const char* from, std::size_t size) {
+    while (true) {
+        if (!is_writable()) return -1;
+        const ssize_t count = ::send(socket_, from, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count >= 0) return count;
+        if (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK) return -1;
+    }
+}
+
+void SocketStream::get_remote_ip_and_port(std::string& ip, int& port) const {
+    readAddress(::getpeername, socket_, ip, port);
+}
+
+void SocketStream::get_local_ip_and_port(std::string& ip, int& port) const {
+    readAddress(::getsockname, socket_, ip, port);
+}
+
+}  // namespace korvane

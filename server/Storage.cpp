@@ -1,0 +1,478 @@
+#include "server/Storage.h"
+
+#include <algorithm>
+#include <limits>
+#include <system_error>
+#include <type_traits>
+
+#include "server/Database.h"
+#include "server/EventRanks.h"
+#include "server/LocalDays.h"
+
+namespace korvane {
+
+namespace {
+
+constexpr std::int64_t kSchemaVersion = 1;
+constexpr TimeMs kMergeGap = 1000;
+constexpr TimeMs kForever = std::numeric_limits<TimeMs>::max();
+
+constexpr const char* kTables = R"(
+    CREATE TABLE cameras(
+        id INTEGER PRIMARY KEY, name TEXT NOT NULL, timezone TEXT NOT NULL, folder TEXT NOT NULL UNIQUE);
+    CREATE TABLE sources(
+        id INTEGER PRIMARY KEY, camera INTEGER NOT NULL, path TEXT NOT NULL, size INTEGER NOT NULL,
+        modified INTEGER NOT NULL, rejection TEXT NOT NULL, UNIQUE(camera, path));
+    CREATE TABLE thumbnails(id INTEGER PRIMARY KEY, jpeg BLOB NOT NULL);
+    CREATE TABLE records(
+        id INTEGER PRIMARY KEY AUTOINCREMENT, camera INTEGER NOT NULL, start INTEGER NOT NULL CHECK(start >= 0),
+        end INTEGER NOT NULL CHECK(end >= start), source INTEGER NOT NULL, thumbnail INTEGER);
+    CREATE INDEX records_by_start ON records(camera, start, end);
+    CREATE INDEX records_by_length ON records(camera, end - start);
+    CREATE INDEX records_by_source ON records(source);
+    CREATE TABLE events(
+        id INTEGER PRIMARY KEY AUTOINCREMENT, camera INTEGER NOT NULL, time INTEGER NOT NULL CHECK(time >= 0),
+        name TEXT NOT NULL COLLATE NOCASE CHECK(name <> ''), source INTEGER, thumbnail INTEGER);
+    CREATE INDEX events_by_time ON events(camera, time);
+    CREATE INDEX events_by_name ON events(camera, name, time);
+    CREATE INDEX events_by_source ON events(source) WHERE source IS NOT NULL;)";
+
+TimeMs openEnd(TimeMs end) {
+    return end == -1 ? kForever : end;
+}
+TimeMs openStart(TimeMs start) {
+    return std::max<TimeMs>(start, 0);
+}
+
+void prepareSchema(Database& database) {
+    const auto version = [&database] {
+        Query query = database.query("PRAGMA user_version");
+        query.step();
+        return query.integer(0);
+    };
+    if (version() == kSchemaVersion) return;
+    Transaction transaction(database);
+    const std::int64_t found = version();
+    if (found > kSchemaVersion) throw DatabaseError("the data base was made by a newer version");
+    if (found == 0) {
+        database.execute(kTables);
+        database.execute(EventRanks::createTable());
+        database.execute(EventRanks::createTriggers());
+        database.execute("PRAGMA user_version = 1");
+    }
+    transaction.commit();
+}
+
+Camera readCamera(const Query& query) {
+    return {query.integer(0), query.text(1), query.text(2), query.text(3)};
+}
+
+StoredRecord readRecord(const Query& query) {
+    return {query.integer(0), query.integer(1), query.integer(2), query.text(3), !query.isNull(4)};
+}
+
+/// How far before a moment a recording may start and still be running: the length of the longest.
+TimeMs longestRecord(Database& database, std::int64_t camera) {
+    Query query = database.query("SELECT end - start FROM records WHERE camera = ? ORDER BY end - start DESC LIMIT 1");
+    query.bind(camera);
+    return query.step() ? query.integer(0) : 0;
+}
+
+/// The bounds that every query for overlapping recordings binds: earliest start, latest start, earliest end.
+struct RecordBounds {
+    TimeMs from;
+    TimeMs to;
+    TimeMs end;
+};
+
+RecordBounds boundsOf(Database& database, std::int64_t camera, TimeRange range) {
+    const TimeMs start = openStart(range.start);
+    return {start - std::min(start, longestRecord(database, camera)), openEnd(range.end), start};
+}
+
+Page<StoredRecord> recordPage(Database& database, std::int64_t camera, const PageQuery& wanted, bool withThumbnail) {
+    const RecordBounds bounds = boundsOf(database, camera, wanted.range);
+    const std::int64_t needThumbnail = withThumbnail ? 1 : 0;
+    Page<StoredRecord> page;
+    {
+        Query count = database.query(
+            "SELECT count(*) FROM records WHERE camera = ? AND start >= ? AND start <= ? AND end >= ? "
+            "AND (0 = ? OR thumbnail IS NOT NULL)");
+        count.bind(camera).bind(bounds.from).bind(bounds.to).bind(bounds.end).bind(needThumbnail).step();
+        page.totalCount = count.integer(0);
+    }
+    Query rows = database.query(
+        wanted.oldestFirst
+            ? "SELECT r.id, r.start, r.end, s.path, r.thumbnail FROM records r JOIN sources s ON s.id = r.source "
+              "WHERE r.camera = ? AND r.start >= ? AND r.start <= ? AND r.end >= ? "
+              "AND (0 = ? OR r.thumbnail IS NOT NULL) ORDER BY r.start, r.id LIMIT ? OFFSET ?"
+            : "SELECT r.id, r.start, r.end, s.path, r.thumbnail FROM records r JOIN sources s ON s.id = r.source "
+              "WHERE r.camera = ? AND r.start >= ? AND r.start <= ? AND r.end >= ? "
+              "AND (0 = ? OR r.thumbnail IS NOT NULL) ORDER BY r.start DESC, r.id DESC LIMIT ? OFFSET ?");
+    rows.bind(camera).bind(bounds.from).bind(bounds.to).bind(bounds.end).bind(needThumbnail);
+    rows.bind(wanted.limit).bind(wanted.offset);
+    while (rows.step()) page.rows.push_back(readRecord(rows));
+    return page;
+}
+
+std::optional<StoredRecord> findRecord(Database& database, std::int64_t camera, std::int64_t id) {
+    Query query = database.query(
+        "SELECT r.id, r.start, r.end, s.path, r.thumbnail FROM records r JOIN sources s ON s.id = r.source "
+        "WHERE r.id = ? AND r.camera = ?");
+    query.bind(id).bind(camera);
+    if (!query.step()) return std::nullopt;
+    return readRecord(query);
+}
+
+/// Rows of events from `place` on, `skip` of them passed over.
+std::vector<StoredEvent> eventRows(Database& database, std::int64_t camera, const PageQuery& wanted, TimeMs from,
+                                   TimeMs to, std::int64_t limit, std::int64_t skip) {
+    std::string sql = "SELECT id, time, name, thumbnail FROM events WHERE camera = ? AND time >= ? AND time <= ?";
+    if (!wanted.type.empty()) sql += " AND name = ?";
+    sql += wanted.oldestFirst ? " ORDER BY time, id" : " ORDER BY time DESC, id DESC";
+    sql += " LIMIT ? OFFSET ?";
+    Query query = database.query(sql.c_str());
+    query.bind(camera).bind(from).bind(to);
+    if (!wanted.type.empty()) query.bind(wanted.type);
+    query.bind(limit).bind(skip);
+    std::vector<StoredEvent> rows;
+    while (query.step()) rows.push_back({query.integer(0), query.integer(1), query.text(2), !query.isNull(3)});
+    return rows;
+}
+
+std::optional<std::int64_t> storeThumbnail(Database& database, const std::string& jpeg) {
+    if (jpeg.empty()) return std::nullopt;
+    database.query("INSERT INTO thumbnails(jpeg) VALUES(?)").bindBlob(jpeg).run();
+    return database.lastInsertId();
+}
+
+void forgetSource(Database& database, std::int64_t camera, const std::string& path) {
+    std::int64_t source = 0;
+    {
+        Query query = database.query("SELECT id FROM sources WHERE camera = ? AND path = ?");
+        query.bind(camera).bind(path);
+        if (!query.step()) return;
+        source = query.integer(0);
+    }
+    for (const char* sql : {"DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM events WHERE source = ?)",
+                            "DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM records WHERE source = ?)",
+                            "DELETE FROM events WHERE source = ?", "DELETE FROM records WHERE source = ?",
+                            "DELETE FROM sources WHERE id = ?"})
+        database.query(sql).bind(source).run();
+}
+
+std::optional<std::string> thumbnailBytes(Database& database, const char* sql, std::int64_t camera, std::int64_t id) {
+    Query query = database.query(sql);
+    query.bind(id).bind(camera);
+    if (!query.step()) return std::nullopt;
+    return query.text(0);
+}
+
+/// Days from a function that gives the first moment with something to show at or after a time, or nothing.
+template <typename Next>
+std::vector<std::string> walkDays(TimeRange range, const std::string& timezone, Next next) {
+    const LocalDays calendar(timezone);
+    const TimeMs end = openEnd(range.end);
+    std::vector<std::string> days;
+    TimeMs from = openStart(range.start);
+    while (true) {
+        const std::optional<TimeMs> moment = next(from);
+        if (!moment || *moment > end) return days;
+        days.push_back(calendar.dayOf(*moment));
+        from = calendar.nextDay(*moment);
+    }
+}
+
+/// Runs `work` with the lock held and turns what it throws into an Error.
+template <typename Work>
+auto guarded(std::mutex& mutex, Work work) -> Result<decltype(work())> {
+    try {
+        const std::lock_guard lock(mutex);
+        return work();
+    } catch (const std::exception& error) {
+        return Error{std::string("data base: ") + error.what()};
+    }
+}
+
+template <typename Work>
+Status guardedStatus(std::mutex& mutex, Work work) {
+    const auto result = guarded(mutex, [&work] {
+        work();
+        return true;
+    });
+    if (!result) return result.error();
+    return std::nullopt;
+}
+
+}  // namespace
+
+Storage::Storage(std::unique_ptr<Database> database) : database_(std::move(database)) {}
+Storage::~Storage() = default;
+
+Result<std::unique_ptr<Storage>> Storage::open(const std::filesystem::path& file) {
+    try {
+        if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
+        auto database = std::make_unique<Database>(file);
+        prepareSchema(*database);
+        return std::unique_ptr<Storage>(new Storage(std::move(database)));
+    } catch (const std::exception& error) {
+        return Error{"cannot open data base " + file.string() + ": " + error.what()};
+    }
+}
+
+Result<std::vector<Camera>> Storage::cameras() {
+    return guarded(mutex_, [this] {
+        std::vector<Camera> cameras;
+        Query query = database_->query("SELECT id, name, timezone, folder FROM cameras ORDER BY id");
+        while (query.step()) cameras.push_back(readCamera(query));
+        return cameras;
+    });
+}
+
+Result<std::optional<Camera>> Storage::camera(std::int64_t id) {
+    return guarded(mutex_, [this, id]() -> std::optional<Camera> {
+        Query query = database_->query("SELECT id, name, timezone, folder FROM cameras WHERE id = ?");
+        query.bind(id);
+        if (!query.step()) return std::nullopt;
+        return readCamera(query);
+    });
+}
+
+Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::string& name,
+                                        const std::string& timezone) {
+    return guarded(mutex_, [&] {
+        Transaction transaction(*database_);
+        database_
+            ->query(
+                "INSERT INTO cameras(folder, name, timezone) VALUES(?1, ?2, ?3) ON CONFLICT(folder) DO UPDATE SET "
+                "name = iif(?2 = '', name, ?2), timezone = iif(?3 = '', timezone, ?3)")
+            .bind(folder)
+            .bind(name)
+            .bind(timezone)
+            .run();
+        Camera camera;
+        {
+            Query query = database_->query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
+            query.bind(folder).step();
+            camera = readCamera(query);
+        }
+        transaction.commit();
+        return camera;
+    });
+}
+
+Result<Page<StoredEvent>> Storage::events(std::int64_t camera, const PageQuery& query) {
+    return guarded(mutex_, [&] {
+        const EventRanks ranks(*database_, camera, query.type);
+        const TimeMs from = openStart(query.range.start);
+        const TimeMs to = openEnd(query.range.end);
+        const std::int64_t before = ranks.countUpTo(from - 1);
+        const std::int64_t through = std::max(before, ranks.countUpTo(to));
+        Page<StoredEvent> page;
+        page.totalCount = through - before;
+        const std::int64_t limit = std::min(query.limit, page.totalCount - std::min(query.offset, page.totalCount));
+        if (limit <= 0) return page;
+        const std::int64_t first = query.oldestFirst ? before + query.offset : through - 1 - query.offset;
+        const EventRanks::Place place = ranks.placeOf(first);
+        page.rows = query.oldestFirst
+                        ? eventRows(*database_, camera, query, place.begin, to, limit, first - place.before)
+                        : eventRows(*database_, camera, query, from, place.end - 1, limit, place.through - 1 - first);
+        return page;
+    });
+}
+
+Result<Page<StoredRecord>> Storage::records(std::int64_t camera, const PageQuery& query) {
+    return guarded(mutex_, [&] { return recordPage(*database_, camera, query, false); });
+}
+
+Result<Page<StoredRecord>> Storage::thumbnails(std::int64_t camera, const PageQuery& query,
+                                               const std::vector<std::int64_t>& ids) {
+    if (ids.empty()) return guarded(mutex_, [&] { return recordPage(*database_, camera, query, true); });
+    return guarded(mutex_, [&] {
+        const RecordBounds bounds = boundsOf(*database_, camera, query.range);
+        Page<StoredRecord> page;
+        for (const std::int64_t id : ids) {
+            const std::optional<StoredRecord> record = findRecord(*database_, camera, id);
+            if (record && record->hasThumbnail && record->start <= bounds.to && record->end >= bounds.end)
+                page.rows.push_back(*record);
+        }
+        const auto byStart = [](const StoredRecord& a, const StoredRecord& b) {
+            return std::pair(a.start, a.id) < std::pair(b.start, b.id);
+        };
+        const auto sameId = [](const StoredRecord& a, const StoredRecord& b) { return a.id == b.id; };
+        std::sort(page.rows.begin(), page.rows.end(), byStart);
+        page.rows.erase(std::unique(page.rows.begin(), page.rows.end(), sameId), page.rows.end());
+        if (!query.oldestFirst) std::reverse(page.rows.begin(), page.rows.end());
+        page.totalCount = static_cast<std::int64_t>(page.rows.size());
+        if (page.totalCount > query.limit) page.rows.resize(static_cast<std::size_t>(query.limit));
+        return page;
+    });
+}
+
+Result<std::optional<StoredRecord>> Storage::record(std::int64_t camera, std::int64_t id) {
+    return guarded(mutex_, [&] { return findRecord(*database_, camera, id); });
+}
+
+Result<std::optional<std::string>> Storage::recordThumbnail(std::int64_t camera, std::int64_t id) {
+    return guarded(mutex_, [&] {
+        return thumbnailBytes(*database_,
+                              "SELECT t.jpeg FROM records r JOIN thumbnails t ON t.id = r.thumbnail "
+                              "WHERE r.id = ? AND r.camera = ?",
+                              camera, id);
+    });
+}
+
+Result<std::optional<std::string>> Storage::eventThumbnail(std::int64_t camera, std::int64_t id) {
+    return guarded(mutex_, [&] {
+        return thumbnailBytes(*database_,
+                              "SELECT t.jpeg FROM events e JOIN thumbnails t ON t.id = e.thumbnail "
+                              "WHERE e.id = ? AND e.camera = ?",
+                              camera, id);
+    });
+}
+
+Result<std::vector<Period>> Storage::timeline(std::int64_t camera, TimeRange range) {
+    return guarded(mutex_, [&] {
+        const RecordBounds bounds = boundsOf(*database_, camera, range);
+        const TimeMs windowEnd = bounds.to;
+        Query query = database_->query(
+            "SELECT start, end FROM records WHERE camera = ? AND start >= ? AND start <= ? AND end >= ? ORDER BY "
+            "start");
+        query.bind(camera).bind(bounds.from).bind(bounds.to).bind(bounds.end);
+        std::vector<Period> periods;
+        while (query.step()) {
+            const Period next{std::max(query.integer(0), bounds.end), std::min(query.integer(1), windowEnd)};
+            if (next.start >= next.end) continue;
+            if (!periods.empty() && next.start - periods.back().end <= kMergeGap)
+                periods.back().end = std::max(periods.back().end, next.end);
+            else
+                periods.push_back(next);
+        }
+        return periods;
+    });
+}
+
+Result<std::vector<std::string>> Storage::recordedDays(std::int64_t camera, TimeRange range,
+                                                       const std::string& timezone) {
+    return guarded(mutex_, [&] {
+        const TimeMs longest = longestRecord(*database_, camera);
+        return walkDays(range, timezone, [&](TimeMs from) -> std::optional<TimeMs> {
+            {
+                Query running = database_->query(
+                    "SELECT 1 FROM records WHERE camera = ? AND start >= ? AND start < ? AND end > ? LIMIT 1");
+                running.bind(camera).bind(from - std::min(from, longest)).bind(from).bind(from);
+                if (running.step()) return from;
+            }
+            Query next = database_->query("SELECT min(start) FROM records WHERE camera = ? AND start >= ?");
+            next.bind(camera).bind(from).step();
+            if (next.isNull(0)) return std::nullopt;
+            return next.integer(0);
+        });
+    });
+}
+
+Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRange range, const std::string& type,
+                                                    const std::string& timezone) {
+    return guarded(mutex_, [&] {
+        return walkDays(range, timezone, [&](TimeMs from) -> std::optional<TimeMs> {
+            Query next = database_->query(
+                type.empty() ? "SELECT min(time) FROM events WHERE camera = ? AND time >= ?"
+                             : "SELECT min(time) FROM events WHERE camera = ? AND time >= ? AND name = ?");
+            next.bind(camera).bind(from);
+            if (!type.empty()) next.bind(type);
+            next.step();
+            if (next.isNull(0)) return std::nullopt;
+            return next.integer(0);
+        });
+    });
+}
+
+Result<bool> Storage::deleteEvent(std::int64_t camera, std::int64_t id) {
+    return guarded(mutex_, [&] {
+        Transaction transaction(*database_);
+        database_->query("DELETE FROM thumbnails WHERE id = (SELECT thumbnail FROM events WHERE id = ? AND camera = ?)")
+            .bind(id)
+            .bind(camera)
+            .run();
+        database_->query("DELETE FROM events WHERE id = ? AND camera = ?").bind(id).bind(camera).run();
+        const bool deleted = database_->changes() > 0;
+        transaction.commit();
+        return deleted;
+    });
+}
+
+Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
+    return guarded(mutex_, [&] {
+        std::vector<SourceFile> files;
+        Query query =
+            database_->query("SELECT path, size, modified, rejection FROM sources WHERE camera = ? ORDER BY path");
+        query.bind(camera);
+        while (query.step()) files.push_back({query.text(0), query.integer(1), query.integer(2), query.text(3)});
+        return files;
+    });
+}
+
+Status Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
+                               const std::vector<NewEvent>& events) {
+    return guardedStatus(mutex_, [&] {
+        Transaction transaction(*database_);
+        forgetSource(*database_, camera, source.path);
+        database_->query("INSERT INTO sources(camera, path, size, modified, rejection) VALUES(?, ?, ?, ?, ?)")
+            .bind(camera)
+            .bind(source.path)
+            .bind(source.size)
+            .bind(source.modified)
+            .bind(source.rejection)
+            .run();
+        const std::int64_t sourceId = database_->lastInsertId();
+        if (record) {
+            const auto thumbnail = storeThumbnail(*database_, record->thumbnail);
+            database_->query("INSERT INTO records(camera, start, end, source, thumbnail) VALUES(?, ?, ?, ?, ?)")
+                .bind(camera)
+                .bind(record->start)
+                .bind(record->end)
+                .bind(sourceId)
+                .bind(thumbnail)
+                .run();
+        }
+        for (const NewEvent& event : events) {
+            const auto thumbnail = storeThumbnail(*database_, event.thumbnail);
+            database_->query("INSERT INTO events(camera, time, name, source, thumbnail) VALUES(?, ?, ?, ?, ?)")
+                .bind(camera)
+                .bind(event.time)
+                .bind(event.name)
+                .bind(sourceId)
+                .bind(thumbnail)
+                .run();
+        }
+        transaction.commit();
+    });
+}
+
+Status Storage::removeSource(std::int64_t camera, const std::string& path) {
+    return guardedStatus(mutex_, [&] {
+        Transaction transaction(*database_);
+        forgetSource(*database_, camera, path);
+        transaction.commit();
+    });
+}
+
+Status Storage::fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing) {
+    return guardedStatus(mutex_, [&] {
+        Transaction transaction(*database_);
+        database_->execute(EventRanks::dropTriggers());
+        for (std::int64_t number = count; number-- > 0;) {
+            const TimeMs shift = number == 0 ? 0 : number * 7919 % std::max<TimeMs>(spacing, 1);
+            database_->query("INSERT INTO events(camera, time, name) VALUES(?, ?, ?)")
+                .bind(camera)
+                .bind(std::max<TimeMs>(end - number * spacing - shift, 0))
+                .bind(number % 50 == 49 ? "doorbell" : "motion")
+                .run();
+        }
+        EventRanks::recount(*database_, camera);
+        database_->execute(EventRanks::createTriggers());
+        transaction.commit();
+    });
+}
+
+}  // namespace korvane

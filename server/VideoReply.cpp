@@ -1,0 +1,125 @@
+#include "server/VideoReply.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "server/ApiRequest.h"
+
+namespace korvane {
+
+namespace {
+
+constexpr std::size_t kChunk = 128 * 1024;
+
+class OpenFile {
+  public:
+    explicit OpenFile(const std::filesystem::path& path)
+        : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+        struct stat info {};
+        if (descriptor_ >= 0 && ::fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode))
+            size_ = static_cast<std::uint64_t>(info.st_size);
+    }
+    ~OpenFile() {
+        if (descriptor_ >= 0) ::close(descriptor_);
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    std::optional<std::uint64_t> size() const { return size_; }
+
+    bool send(std::uint64_t offset, std::size_t length, httplib::DataSink& sink) const {
+        std::array<char, kChunk> chunk;
+        const ssize_t count =
+            ::pread(descriptor_, chunk.data(), std::min(length, chunk.size()), static_cast<off_t>(offset));
+        return count > 0 && sink.write(chunk.data(), static_cast<std::size_t>(count));
+    }
+
+  private:
+    int descriptor_;
+    std::optional<std::uint64_t> size_;
+};
+
+const char* contentType(const std::filesystem::path& file) {
+    std::string extension = file.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    static constexpr std::array<std::pair<std::string_view, const char*>, 6> kTypes = {{{".mkv", "video/x-matroska"},
+                                                                                        {".webm", "video/webm"},
+                                                                                        {".mov", "video/quicktime"},
+                                                                                        {".avi", "video/x-msvideo"},
+                                                                                        {".ts", "video/mp2t"},
+                                                                                        {".m2ts", "video/mp2t"}}};
+    const auto* found =
+        std::find_if(kTypes.begin(), kTypes.end(), [&](const auto& type) { return type.first == extension; });
+    return found == kTypes.end() ? "video/mp4" : found->second;
+}
+
+/// All of `text` as a number; too big a one is the biggest.
+std::optional<std::uint64_t> number(std::string_view text) {
+    std::uint64_t value = 0;
+    const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || stop != text.data() + text.size()) return std::nullopt;
+    if (code == std::errc::result_out_of_range) return UINT64_MAX;
+    return code == std::errc() ? std::optional(value) : std::nullopt;
+}
+
+}  // namespace
+
+ByteRange parseRange(std::string_view header, std::uint64_t size) {
+    constexpr std::string_view kUnit = "bytes=";
+    if (!header.starts_with(kUnit) || header.find(',') != std::string_view::npos) return {};
+    const std::string_view range = header.substr(kUnit.size());
+    const std::size_t dash = range.find('-');
+    const ByteRange bad{ByteRange::Kind::Unsatisfiable, 0, 0};
+    if (dash == std::string_view::npos || size == 0) return bad;
+    const auto last = number(range.substr(dash + 1));
+    if (dash == 0) {
+        if (!last || *last == 0) return bad;
+        return {ByteRange::Kind::Part, size - std::min(*last, size), size - 1};
+    }
+    const auto first = number(range.substr(0, dash));
+    if (!first || *first >= size || (!last && dash + 1 != range.size()) || (last && *last < *first)) return bad;
+    return {ByteRange::Kind::Part, *first, last ? std::min(*last, size - 1) : size - 1};
+}
+
+void replyWithFile(const httplib::Request& request, httplib::Response& response, const std::filesystem::path& file) {
+    const auto open = std::make_shared<OpenFile>(file);
+    const std::optional<std::uint64_t> size = open->size();
+    if (!size) throw ApiFailure(404, "the recording's file is gone");
+    response.set_header("Accept-Ranges", "bytes");
+    const ByteRange range = parseRange(request.get_header_value("Range"), *size);
+    if (range.kind == ByteRange::Kind::Unsatisfiable) {
+        response.set_header("Content-Range", "bytes */" + std::to_string(*size));
+        throw ApiFailure(416, "the range lies outside of the file");
+    }
+    if (*size == 0) {
+        response.status = 200;
+        response.set_content("", contentType(file));
+        return;
+    }
+    std::uint64_t first = 0;
+    std::uint64_t length = *size;
+    response.status = 200;
+    if (range.kind == ByteRange::Kind::Part) {
+        first = range.first;
+        length = range.last - range.first + 1;
+        response.status = 206;
+        response.set_header("Content-Range", "bytes " + std::to_string(range.first) + "-" + std::to_string(range.last) +
+                                                 "/" + std::to_string(*size));
+    }
+    response.set_content_provider(length, contentType(file),
+                                  [open, first](std::size_t offset, std::size_t wanted, httplib::DataSink& sink) {
+                                      return open->send(first + offset, wanted, sink);
+                                  });
+}
+
+}  // namespace korvane
