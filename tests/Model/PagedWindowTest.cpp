@@ -1,0 +1,269 @@
+#include "client/Status.h"
+#include "tests/Model/ProviderFixture.h"
+
+namespace korvane::test {
+namespace {
+
+class PagedWindow : public ProviderTest {
+  protected:
+    // A list of 250 events of which the newest 100 are loaded.
+    void bindTo250() {
+        service.addEvents(250, scheduler.utcNow() - 60'000);
+        bind();
+        EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+        service.clearRequests();
+    }
+
+    bool isFilled(std::int64_t first, std::int64_t last) {
+        for (std::int64_t i = first; i <= last; ++i) {
+            if (entry(i)->type() != ScrubberEventTypeItem) return false;
+        }
+        return true;
+    }
+};
+
+TEST_F(PagedWindow, MakesTheListWithTheFirstPage) {
+    service.withFootage([](ScriptedFootage& f) { f.timezone = "Asia/Tokyo"; });
+    bindTo250();
+    ASSERT_EQ(provider->OnScrubberGetEventsCount(), 252);
+    EXPECT_EQ(entry(0)->type(), ScrubberEventTypeHead);
+    EXPECT_EQ(entry(150)->type(), ScrubberEventTypePending);
+    EXPECT_EQ(entry(150)->camid(), 7);
+    EXPECT_TRUE(isFilled(151, 250));
+    EXPECT_EQ(entry(250)->identificator(), 250);
+    EXPECT_EQ(entry(250)->timezone(), "Asia/Tokyo");
+    EXPECT_EQ(entry(251)->type(), ScrubberEventTypeLive);
+    EXPECT_EQ(entry(251)->camid(), 0);
+    EXPECT_EQ(entry(252), nullptr);
+    EXPECT_EQ(entry(-1), nullptr);
+    const auto all = provider->getEvents();
+    ASSERT_EQ(all.size(), 252u);
+    EXPECT_EQ(all[151], entry(151));
+}
+
+TEST_F(PagedWindow, FetchesThePageAroundAnIndex) {
+    const struct {
+        std::uint64_t index;
+        std::int64_t scroll;
+        std::vector<std::int64_t> offsets;
+        Calls calls;
+        std::int64_t filledFrom, filledTo;
+    } cases[] = {
+        {100, -1, {100}, {"index 150 0 -1 252 252"}, 51, 250},
+        {140, 140, {100}, {"index 150 0 140 252 252"}, 51, 250},
+        {150, -1, {100}, {"index 150 0 -1 252 252"}, 51, 250},
+        {99, -1, {101}, {"index 149 0 -1 252 252"}, 50, 149},
+        {1, 1, {199}, {"index 51 0 1 252 252"}, 1, 51},
+        {252, 252, {}, {}, 151, 250},
+        {~std::uint64_t{0}, -1, {}, {}, 151, 250},
+        // Entries that are there: a call when the view wants to go there, and never for the head entry.
+        {200, -1, {}, {}, 151, 250},
+        {200, 200, {}, {"index 200 0 200 252 252"}, 151, 250},
+        {200, 199, {}, {}, 151, 250},
+        {251, 251, {}, {"index 251 0 251 252 252"}, 151, 250},
+        {0, 0, {}, {}, 151, 250},
+    };
+    bindTo250();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.index);
+        provider->refresh();
+        scheduler.runUntilIdle();
+        delegate->take();
+        service.clearRequests();
+        check(c.index, c.scroll);
+        std::vector<std::int64_t> offsets;
+        for (const auto& request : service.requests("getEvents")) offsets.push_back(request.offset);
+        EXPECT_EQ(offsets, c.offsets);
+        EXPECT_EQ(delegate->take(), c.calls);
+        EXPECT_TRUE(isFilled(c.filledFrom, c.filledTo));
+    }
+}
+
+TEST_F(PagedWindow, FindsALoadedMomentAtItsEntryOrGroup) {
+    const TimeMs newest = scheduler.utcNow() - 60'000;
+    provider->enableEventGrouping(true);
+    service.withFootage([&](ScriptedFootage& f) {
+        for (int i = 0; i < 4; ++i) f.addEvent({10 + i, newest - i * 4000, "motion", ""});
+        for (int i = 0; i < 150; ++i) f.addEvent({100 + i, newest - 60'000 - i * 20'000, "motion", ""});
+    });
+    bind();
+    delegate->take();
+    service.clearRequests();
+    const auto group = provider->OnScrubberGetEventsCount() - 2;
+    ASSERT_EQ(entry(group)->childCount(), 4u);
+    const auto call = [](std::int64_t index, const char* sizes) {
+        return Calls{"index " + std::to_string(index) + " 0 " + std::to_string(index) + sizes};
+    };
+    for (const TimeMs member : {newest, newest - 4000, newest - 12'000}) {
+        check(3, 3, member);
+        EXPECT_EQ(delegate->take(), call(group, " 153 153"));
+    }
+    check(3, 3, newest - 80'000);
+    EXPECT_EQ(delegate->take(), call(group - 2, " 153 153"));
+    EXPECT_EQ(service.count("getEvents"), 0u);
+    // Not loaded: the index counts.
+    check(20, 20, newest - 1);
+    EXPECT_EQ(service.count("getEvents"), 1u);
+    EXPECT_EQ(delegate->take(), Calls{"index 54 0 20 153 153"});
+}
+
+TEST_F(PagedWindow, TellsOfBadFirstPages) {
+    const Reply event = {{"id", 1}, {"time", "1970-01-01T00:01:40Z"}};
+    const auto page = [&](Reply total) {
+        return Reply{{"meta", {{"total_count", std::move(total)}}}, {"objects", Reply::array({event})}};
+    };
+    const struct {
+        Script script;
+        const char* call;
+        std::int64_t count;
+    } cases[] = {
+        {Script::failed(503), "reload 503 0", 0},
+        {Script::answered(nullptr), "reload 0 0", 0},
+        {Script::answered("<html>"), "reload 0 0", 0},
+        {Script::answered(Reply::array({event})), "reload 0 0", 0},
+        {Script::answered(Reply::object()), "reload 0 0", 0},
+        {Script::answered({{"meta", 5}, {"objects", {{"id", 1}}}}), "reload 0 0", 0},
+        {Script::answered({{"meta", {{"total_count", 9}}}, {"objects", Reply::array()}}), "reload 0 0", 0},
+        {Script::answered(page(-1)), "reload 0 0", 0},
+        {Script::answered(page(50'000'001)), "reload 0 0", 0},
+        {Script::answered(page("9")), "reload 0 0", 0},
+        {Script::answered(page(2.5)), "reload 0 0", 0},
+        {Script::answered(page(~std::uint64_t{0})), "reload 0 0", 0},
+        {Script::answered(page(nullptr)), "reload 0 0", 2},
+        {Script::answered({{"objects", Reply::array({event, event, event})}}), "reload 0 0", 2},
+        {Script::answered(page(9)), "reload 0 0", 11},
+        {Script::answered(page(50'000'000)), "reload 0 0", 50'000'002},
+    };
+    for (const auto& c : cases) {
+        service.scriptNext("getEvents", c.script);
+        bind();
+        EXPECT_EQ(delegate->take(), Calls{c.call});
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), c.count);
+        // Without a total the page begins at the head entry, and what does not fit is dropped.
+        if (c.count == 2) {
+            EXPECT_EQ(entry(0)->type(), ScrubberEventTypeItem);
+        } else if (c.count > 2) {
+            EXPECT_EQ(entry(c.count - 2)->timeAsValue(), 100'000);
+        }
+    }
+}
+
+TEST_F(PagedWindow, LeavesSlotsPendingAfterABadLaterPage) {
+    bindTo250();
+    const struct {
+        Script script;
+        const char* call;
+    } cases[] = {
+        {Script::failed(StatusTimedOut), "reload -3 0"},
+        {Script::answered("no object"), "reload 0 0"},
+        {Script::altered([](Reply& reply) { reply["objects"] = 5; }), "reload 0 0"},
+        {Script::altered([](Reply& reply) { reply["meta"]["total_count"] = -5; }), "reload 0 0"},
+        {Script::altered([](Reply& reply) { reply["meta"]["total_count"] = 5; }), "index 150 0 -1 252 252"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(entry(150)->type(), ScrubberEventTypePending);
+        service.scriptNext("getEvents", c.script);
+        check(120);
+        EXPECT_EQ(delegate->take(), Calls{c.call});
+    }
+    EXPECT_TRUE(isFilled(51, 250));
+    EXPECT_EQ(service.count("getEvents"), std::size(cases));
+}
+
+TEST_F(PagedWindow, AsksTwiceForWhatIsStillOnItsWay) {
+    bindTo250();
+    service.scriptAll("getEvents", Script::held());
+    check(100);
+    check(120);
+    check(20);
+    ASSERT_EQ(service.held().size(), 3u);
+    EXPECT_EQ(service.held()[0].offset, service.held()[1].offset);
+    service.releaseAllReversed();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(delegate->take(), (Calls{"index 70 0 -1 252 252", "index 150 0 -1 252 252", "index 150 0 -1 252 252"}));
+    EXPECT_TRUE(isFilled(1, 250));
+    for (std::int64_t i = 1; i <= 250; ++i) EXPECT_EQ(entry(i)->identificator(), i);
+}
+
+TEST_F(PagedWindow, PagesUpToTheEndOfTheFirstLoad) {
+    bindTo250();
+    const TimeMs loadedAt = scheduler.utcNow();
+    scheduler.advance(std::chrono::minutes(5));
+    service.withFootage([&](ScriptedFootage& f) { f.addEvent({999, loadedAt + 1000, "motion", ""}); });
+    check(100);
+    const auto pages = service.requests("getEvents");
+    ASSERT_EQ(pages.size(), 1u);
+    EXPECT_EQ(pages[0].end, loadedAt);
+    EXPECT_EQ(entry(150)->identificator(), 150);
+
+    delegate->take();
+    EXPECT_EQ(provider->refresh(), 0);
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 253);
+    EXPECT_EQ(entry(251)->identificator(), 999);
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+}
+
+TEST_F(PagedWindow, RepliesAfterCloseOrAnotherFirstPageDoNoHarm) {
+    bindTo250();
+    Script late = Script::held();
+    late.isUnstoppable = true;
+    // A later page after close: nothing to fill, and the delegate hears of it.
+    service.scriptNext("getEvents", late);
+    check(100);
+    provider->close();
+    service.releaseAll();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+    EXPECT_EQ(delegate->take(), Calls{"index 150 0 -1 0 0"});
+
+    // A first page after close builds the list without a camera.
+    service.scriptNext("getEvents", late);
+    bind();
+    provider->close();
+    service.releaseAll();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 252);
+    EXPECT_EQ(entry(250)->timezone(), "");
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+    check(100);
+    EXPECT_EQ(delegate->take(), Calls{}) << "no camera, no request";
+
+    // A later page of the list before goes to its old place in the new one.
+    bind();
+    service.scriptNext("getEvents", late);
+    check(100);
+    service.withFootage([](ScriptedFootage& f) { f.removeEvent(250); });
+    provider->refresh();
+    scheduler.runUntilIdle();
+    service.releaseAll();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(delegate->take(), (Calls{"reload 0 0", "reload 0 0", "index 150 0 -1 251 251"}));
+    EXPECT_EQ(entry(249)->identificator(), 249);
+    EXPECT_EQ(entry(150)->identificator(), 150);
+}
+
+TEST_F(PagedWindow, LetsADelegateCloseTheProviderFromItsCall) {
+    bindTo250();
+    delegate->onCall = [this] { provider->close(); };
+    check(200, 200);
+    EXPECT_EQ(delegate->take(), Calls{"index 200 0 200 252 252"});
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+    bind();
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+}
+
+TEST_F(PagedWindow, ReportsLoadingForAFirstPageWithAPosition) {
+    bindTo250();
+    provider->requestEvents(-1, -1, 1000);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 1"});
+    provider->requestEvents(-1, -1, 0);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+}
+
+}  // namespace
+}  // namespace korvane::test

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/VirtualScheduler.h"
+#include "tests/support/service/ScriptedService.h"
+#include "views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
+
+namespace korvane::test {
+
+/// Writes down what a provider tells: "reload STATUS STATE", "index INDEX STATUS SCROLL FROM TO", "expires LEFT".
+class RecordingDelegate final : public ScrubberDataProviderDelegate {
+  public:
+    void OnScrubberDataProviderReloadRequired(std::int32_t status, std::int32_t andState) override {
+        note("reload", {status, andState});
+    }
+    void OnScrubberDataProviderReloadIndexRequired(std::int64_t index, std::int32_t withStatus,
+                                                   std::int64_t withScrollToIndex, std::int32_t withSizeChangedFrom,
+                                                   std::int32_t withSizeChangedTo) override {
+        note("index", {index, withStatus, withScrollToIndex, withSizeChangedFrom, withSizeChangedTo});
+    }
+    std::int32_t onSharedTokenWillExpireIn(std::int64_t timeLeft) override {
+        note("expires", {timeLeft});
+        return 5;
+    }
+
+    /// The calls since the last take().
+    std::vector<std::string> take() {
+        const std::lock_guard guard(mutex_);
+        return std::exchange(calls_, {});
+    }
+
+    /// Runs within each call.
+    std::function<void()> onCall;
+
+  private:
+    void note(std::string call, std::initializer_list<std::int64_t> numbers) {
+        for (const auto number : numbers) call += " " + std::to_string(number);
+        {
+            const std::lock_guard guard(mutex_);
+            calls_.push_back(std::move(call));
+        }
+        if (onCall) onCall();
+    }
+
+    std::mutex mutex_;
+    std::vector<std::string> calls_;
+};
+
+using Calls = std::vector<std::string>;
+
+class ProviderTest : public ::testing::Test {
+  protected:
+    ProviderTest() { provider->setDelegate(delegate); }
+
+    std::int32_t bind() {
+        const auto status = provider->setSource(service.makeToken());
+        scheduler.runUntilIdle();
+        return status;
+    }
+
+    void check(std::uint64_t index, std::int64_t scroll = -1, TimeMs time = -1) {
+        EXPECT_EQ(provider->checkPartNeedRequested(index, scroll, time), 0);
+        scheduler.runUntilIdle();
+    }
+
+    std::shared_ptr<ScrubberEvent> entry(std::int64_t index) { return provider->OnScrubberGetEventByIndex(index); }
+
+    VirtualScheduler scheduler;
+    ScriptedService service{scheduler};
+    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+    std::shared_ptr<ScrubberEventsDataProvider> provider =
+        std::make_shared<ScrubberEventsDataProvider>(scheduler, service);
+};
+
+}  // namespace korvane::test
