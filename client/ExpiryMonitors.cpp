@@ -1,22 +1,19 @@
 #include "client/ExpiryMonitors.h"
 
 #include <algorithm>
-#include <exception>
 #include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "base/Log.h"
+#include "base/TaskGuard.h"
 
 namespace korvane {
 
 using std::chrono::milliseconds;
 
 namespace {
-
-constexpr std::string_view classPath = "ExpiryMonitors";
 
 milliseconds elapsed(const Scheduler& scheduler) {
     return std::chrono::duration_cast<milliseconds>(scheduler.monotonicNow());
@@ -81,35 +78,34 @@ void ExpiryMonitors::State::look(std::unique_lock<Monitor>& lock, Id id) {
 
     auto callback = entry.callback;
     lock.unlock();
-    try {
-        (*callback)(left);
-    } catch (const std::exception& error) {
-        logError(classPath, std::string("a callback threw: ") + error.what());
-    } catch (...) {
-        logError(classPath, "a callback threw");
-    }
-    callback.reset();
+    detail::runGuarded([callback = std::move(callback), left] { (*callback)(left); }, "ExpiryMonitors");
     lock.lock();
 }
 
 ExpiryMonitors::ExpiryMonitors(Scheduler& scheduler) : state_(std::make_shared<State>(scheduler)) {}
 
 ExpiryMonitors::~ExpiryMonitors() {
+    end();
+}
+
+void ExpiryMonitors::end() {
     std::map<Id, State::Entry> dropped;
+    std::shared_ptr<Thread> thread;
     bool isOwnThread = false;
     {
         const std::lock_guard lock(*state_->monitor);
         state_->isEnding = true;
         dropped.swap(state_->entries);
+        thread = std::move(thread_);
         isOwnThread = state_->threadId == std::this_thread::get_id();
     }
     state_->monitor->notifyAll();
-    if (!thread_) return;
+    if (!thread) return;
     if (isOwnThread) {
         // A thread cannot join itself.
-        state_->scheduler.runInBackground([thread = std::shared_ptr<Thread>(std::move(thread_))] { thread->join(); });
+        state_->scheduler.runInBackground([thread] { thread->join(); });
     } else {
-        thread_->join();
+        thread->join();
     }
 }
 
@@ -118,6 +114,7 @@ ExpiryMonitors::Id ExpiryMonitors::start(Plan plan) {
     Id id = 0;
     {
         const std::lock_guard lock(*state_->monitor);
+        if (state_->isEnding) return 0;
         id = ++state_->lastId;
         auto callback = std::make_shared<const KorvaneApi::ExpireMonitorCallback>(std::move(plan.callback));
         state_->entries.emplace(

@@ -32,11 +32,14 @@ class ExpiryMonitors {
     /// `scheduler` outlives the monitors, their thread included.
     explicit ExpiryMonitors(Scheduler& scheduler);
 
-    /// Ends all of them and waits for a callback that runs, unless it is the one that destroys them.
+    /// As end().
     ~ExpiryMonitors();
 
     ExpiryMonitors(const ExpiryMonitors&) = delete;
     ExpiryMonitors& operator=(const ExpiryMonitors&) = delete;
+
+    /// Ends all of them for good and waits for a callback that runs, unless it is the one that calls.
+    void end();
 
     /// The first look comes one period from now.
     Id start(Plan plan);

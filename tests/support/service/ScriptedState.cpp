@@ -100,6 +100,7 @@ void ScriptedService::State::stop() {
         }
     }
     queue_.cancelAllOperations();
+    monitors->end();
 }
 
 ScriptedService::State::PendingPtr ScriptedService::State::begin(ScriptedRequest request, const Compute& compute,

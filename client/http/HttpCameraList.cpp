@@ -1,0 +1,35 @@
+#include "client/http/HttpCameraList.h"
+
+#include <utility>
+
+#include "client/Status.h"
+#include "client/http/HttpCamera.h"
+
+namespace korvane {
+
+namespace {
+
+std::string textOf(const Reply& reply) {
+    return reply.is_string() ? reply.get<std::string>() : std::string();
+}
+
+}  // namespace
+
+HttpCameraList::HttpCameraList(std::shared_ptr<HttpSession> session) : session_(std::move(session)) {}
+
+void HttpCameraList::getCamera(std::int64_t camid, CameraCompletion onComplete) {
+    if (!onComplete) return;
+    auto completion = [session = session_, camid, onComplete = std::move(onComplete)](const Reply& reply,
+                                                                                      std::int32_t status) {
+        if (status != StatusSuccess) return onComplete(nullptr, textOf(reply), status);
+        if (!reply.is_object()) {
+            return onComplete(nullptr, "The service did not describe the camera.", StatusUnexpectedReply);
+        }
+        const Reply* zone = findMember(reply, "timezone");
+        onComplete(std::make_shared<HttpCamera>(session, camid, zone ? textOf(*zone) : std::string()), "", status);
+    };
+    if (camid <= 0) return session_->fail(StatusBadCall, std::move(completion));
+    session_->request(HttpMethod::Get, "/cameras/" + std::to_string(camid), std::move(completion));
+}
+
+}  // namespace korvane

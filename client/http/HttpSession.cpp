@@ -1,0 +1,137 @@
+#include "client/http/HttpSession.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+#include "base/Log.h"
+#include "base/Semaphore.h"
+#include "client/BaseUrl.h"
+#include "client/Status.h"
+
+namespace korvane {
+
+namespace {
+
+/// The path of the service where a base URL has none.
+constexpr std::string_view servicePath = "/v1";
+
+HttpTransport::Group nextGroup() {
+    static std::atomic<HttpTransport::Group> last{0};
+    return ++last;
+}
+
+/// Anything else could break out of the header that carries it.
+bool isBearer(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
+}
+
+/// `target` up to its query, which may hold what a person looked for.
+void traceOutcome(std::string_view target, std::int32_t status) {
+    trace(1, "HttpSession", target.substr(0, target.find('?')), " status: ", status);
+}
+
+HttpResult refusal(std::int32_t status) {
+    return {status == StatusClosed ? "The connection was closed." : "The request could not be made.", status};
+}
+
+}  // namespace
+
+HttpSession::HttpSession(std::shared_ptr<Engine> engine) : engine_(std::move(engine)), group_(nextGroup()) {}
+
+void HttpSession::setIsPathIncluded(bool isPathIncluded) {
+    const std::lock_guard lock(mutex_);
+    isPathIncluded_ = isPathIncluded;
+}
+
+std::int32_t HttpSession::open(const std::string& bearer, const std::string& baseUrl) {
+    const auto base = BaseUrl::parse(baseUrl.empty() ? engine_->options.defaultBaseUrl : baseUrl);
+    const std::lock_guard lock(mutex_);
+    if (life_ == Life::Ended) return StatusClosed;
+    if (!base || !isBearer(bearer)) return StatusBadCall;
+    bearer_ = bearer;
+    baseUrl_ = base->text;
+    life_ = Life::Open;
+    return StatusSuccess;
+}
+
+bool HttpSession::update(const std::string& bearer, const std::string& baseUrl) {
+    const auto base = BaseUrl::parse(baseUrl);
+    const std::lock_guard lock(mutex_);
+    if (life_ != Life::Open || !isBearer(bearer) || (!base && !baseUrl.empty())) return false;
+    bearer_ = bearer;
+    if (base) baseUrl_ = base->text;
+    return true;
+}
+
+void HttpSession::close() {
+    const std::lock_guard lock(mutex_);
+    life_ = Life::Ended;
+    bearer_.clear();
+    engine_->transport.cancel(group_);
+}
+
+std::int32_t HttpSession::status() const {
+    const std::lock_guard lock(mutex_);
+    return statusWithLock();
+}
+
+void HttpSession::request(HttpMethod method, const std::string& target, ReplyCompletion onComplete) {
+    const auto completion = std::make_shared<ReplyCompletion>(std::move(onComplete));
+    const auto arrival = [engine = std::weak_ptr(engine_), completion, target](HttpResponse response) {
+        const auto alive = engine.lock();
+        if (!alive) return;
+        alive->callbacks.run([completion, target, response = std::move(response)] {
+            HttpResult result = readResponse(response);
+            traceOutcome(target, result.status);
+            if (const auto complete = std::exchange(*completion, nullptr)) {
+                complete(std::move(result.reply), result.status);
+            }
+        });
+    };
+    const std::int32_t status = start(method, target, arrival);
+    if (status != StatusSuccess) fail(status, std::move(*completion));
+}
+
+HttpResult HttpSession::requestSync(HttpMethod method, const std::string& target) {
+    struct Wait {
+        explicit Wait(Scheduler& scheduler) : arrived(scheduler) {}
+        Semaphore arrived;
+        HttpResponse response;
+    };
+    const auto wait = std::make_shared<Wait>(engine_->scheduler);
+    const std::int32_t status = start(method, target, [wait](HttpResponse response) {
+        wait->response = std::move(response);
+        wait->arrived.signal();
+    });
+    if (status != StatusSuccess) return refusal(status);
+    wait->arrived.wait();
+    HttpResult result = readResponse(wait->response);
+    traceOutcome(target, result.status);
+    return result;
+}
+
+void HttpSession::fail(std::int32_t status, ReplyCompletion onComplete) {
+    if (!onComplete) return;
+    engine_->callbacks.run([onComplete = std::move(onComplete), status] { onComplete(refusal(status).reply, status); });
+}
+
+std::int32_t HttpSession::start(HttpMethod method, const std::string& target, HttpTransport::Arrival arrival) {
+    // Under the lock: a request goes out before a close() and is cancelled by it, or does not go out.
+    const std::lock_guard lock(mutex_);
+    if (const std::int32_t status = statusWithLock(); status != StatusSuccess) return status;
+    HttpRequest request;
+    request.method = method;
+    request.url = baseUrl_;
+    if (!isPathIncluded_) request.url += servicePath;
+    request.url += target;
+    request.bearer = bearer_;
+    return engine_->transport.start(group_, std::move(request), std::move(arrival)) ? StatusSuccess : StatusClosed;
+}
+
+std::int32_t HttpSession::statusWithLock() const {
+    if (life_ == Life::Ended) return StatusClosed;
+    return life_ == Life::Open ? StatusSuccess : StatusBadCall;
+}
+
+}  // namespace korvane

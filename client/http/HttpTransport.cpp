@@ -1,0 +1,264 @@
+#include "client/http/HttpTransport.h"
+
+#include <curl/curl.h>
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "base/Log.h"
+
+namespace korvane {
+
+namespace {
+
+using End = HttpResponse::End;
+
+struct EasyDeleter {
+    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+};
+struct MultiDeleter {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+};
+struct ListDeleter {
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+
+/// One request on its way.
+struct Transfer {
+    HttpTransport::Group group = 0;
+    HttpRequest request;
+    HttpTransport::Arrival arrival;
+    std::unique_ptr<curl_slist, ListDeleter> headers;
+    std::unique_ptr<CURL, EasyDeleter> easy;
+    std::string body;
+    std::size_t maxReplyBytes = 0;
+    bool isTooLarge = false;
+};
+
+std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* context) noexcept {
+    auto& transfer = *static_cast<Transfer*>(context);
+    const std::size_t bytes = size * count;
+    transfer.isTooLarge = bytes > transfer.maxReplyBytes - transfer.body.size();
+    try {
+        if (!transfer.isTooLarge) transfer.body.append(data, bytes);
+    } catch (const std::bad_alloc&) {
+        transfer.isTooLarge = true;
+    }
+    return transfer.isTooLarge ? 0 : bytes;
+}
+
+End endOf(CURLcode code, bool isTooLarge) {
+    if (isTooLarge) return End::TooLarge;
+    switch (code) {
+        case CURLE_OK:
+            return End::Complete;
+        case CURLE_FILESIZE_EXCEEDED:
+            return End::TooLarge;
+        case CURLE_OPERATION_TIMEDOUT:
+            return End::TimedOut;
+        case CURLE_URL_MALFORMAT:
+            return End::BadRequest;
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_CACERT_BADFILE:
+        case CURLE_SSL_CERTPROBLEM:
+        case CURLE_SSL_CIPHER:
+        case CURLE_SSL_ISSUER_ERROR:
+        case CURLE_SSL_INVALIDCERTSTATUS:
+            return End::Insecure;
+        case CURLE_PARTIAL_FILE:
+        case CURLE_WEIRD_SERVER_REPLY:
+        // The URL's protocol has been checked before: this is a reply without a status line.
+        case CURLE_UNSUPPORTED_PROTOCOL:
+            return End::CutShort;
+        default:
+            return End::TransportFailed;
+    }
+}
+
+void setUp(Transfer& transfer, const HttpOptions& options) {
+    CURL* easy = transfer.easy.get();
+    curl_easy_setopt(easy, CURLOPT_URL, transfer.request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_PROXY, "");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(options.connectTimeout.count()));
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(options.totalTimeout.count()));
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (!options.caFile.empty()) curl_easy_setopt(easy, CURLOPT_CAINFO, options.caFile.c_str());
+    curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.maxReplyBytes));
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &transfer);
+    if (transfer.request.method == HttpMethod::Delete) curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "DELETE");
+
+    curl_slist* headers = curl_slist_append(nullptr, "Accept: application/json");
+    if (!transfer.request.bearer.empty()) {
+        headers = curl_slist_append(headers, ("Authorization: Bearer " + transfer.request.bearer).c_str());
+    }
+    transfer.headers.reset(headers);
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
+}
+
+}  // namespace
+
+/// The thread's body and what it shares with the callers.
+class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
+  public:
+    explicit Worker(HttpOptions options) : options_(std::move(options)) {
+        static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+        if (initialised == CURLE_OK) multi_.reset(curl_multi_init());
+        if (!multi_) return;
+        // Enough to overlap requests, few enough for a small service that gives each connection a thread.
+        curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 4L);
+        curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, 8L);
+    }
+
+    /// An order without a transfer cancels its group.
+    struct Order {
+        Group group = 0;
+        std::unique_ptr<Transfer> transfer;
+    };
+
+    bool give(Order order, Scheduler& scheduler);
+    void end();
+
+  private:
+    void run();
+    bool takeOrders();
+    void begin(std::unique_ptr<Transfer> transfer);
+    void finishDone();
+    void finish(CURL* easy, End end);
+    void cancel(Group group);
+
+    const HttpOptions options_;
+    std::unique_ptr<CURLM, MultiDeleter> multi_;
+    std::mutex mutex_;
+    std::deque<Order> orders_;
+    bool isEnding_ = false;
+    std::shared_ptr<Thread> thread_;
+    // The thread's own.
+    std::map<CURL*, std::unique_ptr<Transfer>> active_;
+};
+
+bool HttpTransport::Worker::give(Order order, Scheduler& scheduler) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (isEnding_ || !multi_) return false;
+        if (!order.transfer && !thread_) return true;
+        orders_.push_back(std::move(order));
+        if (!thread_) thread_ = scheduler.spawn("korvane-http", [self = shared_from_this()] { self->run(); });
+    }
+    curl_multi_wakeup(multi_.get());
+    return true;
+}
+
+void HttpTransport::Worker::end() {
+    std::shared_ptr<Thread> thread;
+    {
+        const std::lock_guard lock(mutex_);
+        isEnding_ = true;
+        thread = thread_;
+    }
+    if (!thread) return;
+    curl_multi_wakeup(multi_.get());
+    thread->join();
+}
+
+void HttpTransport::Worker::run() {
+    while (takeOrders()) {
+        int running = 0;
+        if (curl_multi_perform(multi_.get(), &running) != CURLM_OK)
+            logError("HttpTransport", "the transfer loop failed");
+        finishDone();
+        // Wakes for orders, traffic and the time-outs of transfers.
+        constexpr int longestSleepMs = 60'000;
+        curl_multi_poll(multi_.get(), nullptr, 0, longestSleepMs, nullptr);
+    }
+    while (!active_.empty()) finish(active_.begin()->first, End::Cancelled);
+}
+
+/// False when it is time to end; what was ordered until then is on its way.
+bool HttpTransport::Worker::takeOrders() {
+    std::deque<Order> orders;
+    bool goesOn = true;
+    {
+        const std::lock_guard lock(mutex_);
+        orders.swap(orders_);
+        goesOn = !isEnding_;
+    }
+    for (Order& order : orders) {
+        if (order.transfer) {
+            begin(std::move(order.transfer));
+        } else {
+            cancel(order.group);
+        }
+    }
+    return goesOn;
+}
+
+void HttpTransport::Worker::begin(std::unique_ptr<Transfer> transfer) {
+    transfer->easy.reset(curl_easy_init());
+    CURL* easy = transfer->easy.get();
+    if (!easy) return transfer->arrival({End::TransportFailed, 0, {}});
+    transfer->maxReplyBytes = options_.maxReplyBytes;
+    setUp(*transfer, options_);
+    active_.emplace(easy, std::move(transfer));
+    if (curl_multi_add_handle(multi_.get(), easy) != CURLM_OK) finish(easy, End::TransportFailed);
+}
+
+void HttpTransport::Worker::finishDone() {
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
+        if (message->msg != CURLMSG_DONE) continue;
+        CURL* easy = message->easy_handle;
+        finish(easy, endOf(message->data.result, active_.at(easy)->isTooLarge));
+    }
+}
+
+void HttpTransport::Worker::finish(CURL* easy, End end) {
+    const auto node = active_.extract(easy);
+    Transfer& transfer = *node.mapped();
+    long httpStatus = 0;
+    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &httpStatus);
+    curl_multi_remove_handle(multi_.get(), easy);
+    transfer.arrival({end, static_cast<std::int32_t>(httpStatus), std::move(transfer.body)});
+}
+
+void HttpTransport::Worker::cancel(Group group) {
+    std::vector<CURL*> cancelled;
+    for (const auto& [easy, transfer] : active_) {
+        if (transfer->group == group) cancelled.push_back(easy);
+    }
+    for (CURL* easy : cancelled) finish(easy, End::Cancelled);
+}
+
+HttpTransport::HttpTransport(Scheduler& scheduler, HttpOptions options)
+    : scheduler_(scheduler), worker_(std::make_shared<Worker>(std::move(options))) {}
+
+HttpTransport::~HttpTransport() {
+    end();
+}
+
+bool HttpTransport::start(Group group, HttpRequest request, Arrival arrival) {
+    auto transfer = std::make_unique<Transfer>();
+    transfer->group = group;
+    transfer->request = std::move(request);
+    transfer->arrival = std::move(arrival);
+    return worker_->give({group, std::move(transfer)}, scheduler_);
+}
+
+void HttpTransport::cancel(Group group) {
+    worker_->give({group, nullptr}, scheduler_);
+}
+
+void HttpTransport::end() {
+    worker_->end();
+}
+
+}  // namespace korvane
