@@ -1,0 +1,12 @@
+#include "views/timeline/Presentation/Scrubber/ScrubberFlowLayout.h"
+
+namespace korvane {
+
+ScrubberFlowLayout::ScrubberFlowLayout() {
+    setMinimumLineSpacing(1.0);
+    setMinimumInteritemSpacing(3.0);
+    setSectionInset({});
+    setScrollDirection(ScrollDirection::Horizontal);
+}
+
+}  // namespace korvane

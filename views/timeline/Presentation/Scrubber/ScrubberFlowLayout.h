@@ -1,0 +1,13 @@
+#pragma once
+
+#include "toolkit/FlowLayout.h"
+
+namespace korvane {
+
+/// Layout of the event strip: one horizontal row without insets.
+class ScrubberFlowLayout final : public FlowLayout {
+  public:
+    ScrubberFlowLayout();
+};
+
+}  // namespace korvane

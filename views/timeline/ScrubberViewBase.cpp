@@ -1,0 +1,290 @@
+#include "views/timeline/ScrubberViewBase.h"
+
+#include <QMetaMethod>
+#include <chrono>
+#include <utility>
+
+#include "base/Log.h"
+#include "base/Scheduler.h"
+#include "client/KorvaneService.h"
+#include "client/Status.h"
+#include "toolkit/ImageCache.h"
+#include "toolkit/InterfaceLoader.h"
+#include "toolkit/ToolkitContext.h"
+#include "views/timeline/TimelineTypes.h"
+#include "views/timeline/Version.h"
+
+namespace korvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* classPath = "ScrubberView";
+constexpr std::int32_t hostWantsNext = 1;
+
+TimelineEnvironment complete(TimelineEnvironment environment) {
+    if (!environment.toolkit) environment.toolkit = ToolkitContext::shared();
+    return environment;
+}
+
+}  // namespace
+
+ScrubberViewBase::ScrubberViewBase(const TimelineEnvironment& environment, QQuickItem* parent)
+    : QQuickItem(parent),
+      environment_(complete(environment)),
+      host_(std::make_shared<ScrubberHostLink>()),
+      entries_(environment_, providerHandlers()) {
+    if (!entries_.renewProvider(ScrubberDataSourceTypeEvents)) {
+        logError(classPath, "there is no service in its environment: the view stays empty");
+    }
+}
+
+void ScrubberViewBase::leave() {
+    clean();
+    host_->set(nullptr);
+    if (const auto last = entries_.provider()) last->setDelegate(nullptr);
+    delete contentView_;  // its cells call this object, so they go first
+}
+
+QQuickItem* ScrubberViewBase::loadContentView(const QString& layoutName) {
+    registerTimelineTypes();
+    InterfaceLoader::Result layout =
+        InterfaceLoader::load(QUrl(QStringLiteral("qrc:/Korvane/Timeline/layouts/%1.qml").arg(layoutName)), this);
+    for (const QString& error : std::as_const(layout.errors)) logError(classPath, error.toStdString());
+    auto* const root = qobject_cast<QQuickItem*>(layout.root.get());
+    if (!root) return nullptr;
+    layout.root.release()->setParent(this);
+    root->setParentItem(this);
+    root->setSize(size());
+    contentView_ = root;
+    return root;
+}
+
+QString ScrubberViewBase::getVersion() {
+    return QString::fromLatin1(timelineVersion);
+}
+
+ScrubberProviderBridge::Handlers ScrubberViewBase::providerHandlers() {
+    ScrubberProviderBridge::Handlers handlers;
+    handlers.reload =
+        life_.guard([this](std::int32_t status, std::int32_t andState) { onReloadRequired(status, andState); });
+    handlers.reloadIndex =
+        life_.guard([this](const ScrubberProviderBridge::ReloadIndex& what) { onReloadIndexRequired(what); });
+    auto announce = life_.guard([this](std::int64_t timeLeft) { emit sharedTokenWillExpireIn(timeLeft); });
+    handlers.tokenWillExpire = [host = host_, scheduler = environment_.toolkit->scheduler,
+                                announce = std::move(announce)](std::int64_t timeLeft) {
+        scheduler->post([announce, timeLeft]() mutable { announce(timeLeft); });
+        return host->call(&ScrubberViewDelegate::onSharedTokenWillExpireIn, timeLeft);
+    };
+    return handlers;
+}
+
+std::int32_t ScrubberViewBase::bind(TimeMs position,
+                                    const std::function<std::int32_t(ScrubberDataProvider&)>& setSource) {
+    const auto fresh = entries_.renewProvider(config_.dataSourceType());
+    if (!fresh) return StatusBadCall;
+    const QPointer<ScrubberViewBase> self(this);
+    setState(ScrubberStateLoading, 0);
+    if (!self || entries_.provider() != fresh) return StatusBadCall;  // the host destroyed or bound the view meanwhile
+    position_ = position;
+    fresh->enableEventGrouping(config_.eventGrouping());
+    fresh->setApiProtocol(config_.getScrubberApiProtocolAsString().toStdString(), config_.getScrubberApiPort());
+    return setSource(*fresh);
+}
+
+int ScrubberViewBase::setSource(const QString& token) {
+    return bind(-1, [token = token.toStdString()](ScrubberDataProvider& fresh) { return fresh.setSource(token); });
+}
+
+std::int32_t ScrubberViewBase::setSource(const QString& token, TimeMs startFrom) {
+    return bind(startFrom, [token = token.toStdString(), startFrom](ScrubberDataProvider& fresh) {
+        return fresh.setSource(token, startFrom);
+    });
+}
+
+std::int32_t ScrubberViewBase::setSource(const QString& token, TimeMs startDateTime, TimeMs endDateTime,
+                                         const std::optional<QString>& eventType, std::int64_t sortAscending,
+                                         std::int64_t withLimit, std::int64_t withOffset, TimeMs startFrom) {
+    std::optional<std::string> type;
+    if (eventType) type = eventType->toStdString();
+    return bind(startFrom, [&](ScrubberDataProvider& fresh) {
+        return fresh.setSource(token.toStdString(), startDateTime, endDateTime, type, sortAscending, withLimit,
+                               withOffset, startFrom);
+    });
+}
+
+int ScrubberViewBase::refresh() {
+    const auto current = entries_.provider();
+    if (!current) return StatusBadCall;
+    setState(ScrubberStateRefreshing, 0);
+    return current->refresh();
+}
+
+void ScrubberViewBase::setState(std::int32_t state, std::int32_t andStatus) {
+    const std::int32_t from = state_.exchange(state);
+    trace(1, classPath, "state: ", from, " to ", state, " status ", andStatus);
+    const QPointer<ScrubberViewBase> self(this);
+    host_->call(&ScrubberViewDelegate::OnScrubberStateChangedFrom, from, state, andStatus);
+    if (!self) return;
+    auto announce = [this, from, state, andStatus] { emit scrubberStateChanged(from, state, andStatus); };
+    if (scheduler().isMainThread()) {
+        announce();
+    } else {
+        onMain(std::move(announce));
+    }
+}
+
+void ScrubberViewBase::clean() {
+    stopUpdates();
+    stopLastCell();
+    setDataSourceDelegate(nullptr);
+    position_ = -1;
+    const QPointer<ScrubberViewBase> self(this);
+    setState(ScrubberStateReady, 0);
+    if (!self) return;
+    environment_.toolkit->imageCache->clearMemory();
+    environment_.toolkit->imageCache->clearDiskOnCompletion({});
+    if (const auto current = entries_.provider()) current->close();
+}
+
+void ScrubberViewBase::setPlayer(const std::shared_ptr<KorvanePlayer>& /*player*/) {
+    trace(3, classPath, "setPlayer");
+}
+
+void ScrubberViewBase::setCamera(const std::shared_ptr<KorvaneCamera>& /*camera*/) {
+    trace(3, classPath, "setCamera");
+    trace(3, classPath, "setCamera: time: ", 0);
+}
+
+void ScrubberViewBase::setSourceToken(const QString& token) {
+    sourceToken_ = token;
+    if (!isMadeByQml_ || isComponentComplete()) bindTo(token);
+}
+
+void ScrubberViewBase::bindTo(const QString& token) {
+    const QPointer<ScrubberViewBase> self(this);
+    int status = 0;
+    if (token.isEmpty()) {
+        clean();
+    } else {
+        status = setSource(token);
+    }
+    if (!self) return;
+    sourceStatus_ = status;
+    emit sourceChanged();
+}
+
+void ScrubberViewBase::setConfig(const ScrubberConfig& config) {
+    if (config == config_) return;
+    config_ = config;
+    emit configChanged();
+    applyConfig();
+}
+
+void ScrubberViewBase::classBegin() {
+    QQuickItem::classBegin();
+    isMadeByQml_ = true;
+}
+
+void ScrubberViewBase::componentComplete() {
+    QQuickItem::componentComplete();
+    applyConfig();
+    reload();
+    if (!sourceToken_.isEmpty()) bindTo(sourceToken_);
+}
+
+void ScrubberViewBase::itemChange(ItemChange change, const ItemChangeData& value) {
+    QQuickItem::itemChange(change, value);
+    if (change == ItemParentHasChanged) stretch(value.item);
+}
+
+void ScrubberViewBase::stretch(QQuickItem* toSuperView) {
+    disconnect(superViewWidth_);
+    disconnect(superViewHeight_);
+    if (!toSuperView || isMadeByQml_ || !contentView_) return;
+    const auto fill = [this, toSuperView] {
+        setX(0);
+        setY(0);
+        setSize(toSuperView->size());
+    };
+    superViewWidth_ = connect(toSuperView, &QQuickItem::widthChanged, this, fill);
+    superViewHeight_ = connect(toSuperView, &QQuickItem::heightChanged, this, fill);
+    fill();
+}
+
+void ScrubberViewBase::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.size() == oldGeometry.size()) return;
+    if (contentView_) contentView_->setSize(newGeometry.size());
+    polish();
+}
+
+void ScrubberViewBase::updatePolish() {
+    layoutSubviews();
+}
+
+void ScrubberViewBase::onMain(std::function<void()> work) const {
+    scheduler().post(life_.guard(std::move(work)));
+}
+
+void ScrubberViewBase::onReloadRequired(std::int32_t status, std::int32_t andState) {
+    reload();
+    setState(andState, status);
+}
+
+bool ScrubberViewBase::tellHost(EventCallback callback, EventSignal signal,
+                                const std::shared_ptr<ScrubberEvent>& event) {
+    const QPointer<ScrubberViewBase> self(this);
+    host_->call(callback, event);
+    if (self) emit(this->*signal)(ScrubberEventInfo(event));
+    return self;
+}
+
+QString ScrubberViewBase::formatTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const {
+    if (!environment_.service) return {};
+    return QString::fromStdString(
+        environment_.service->helpers().formatTime_AMPM(time, withFormat.toStdString(), withTimezone.toStdString()));
+}
+
+std::int32_t ScrubberViewBase::OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) {
+    onMain([this, event] { emit scrubberEventPlayStarted(ScrubberEventInfo(event)); });
+    return host_->call(&ScrubberViewDelegate::OnScrubberEventPlayStarted, event);
+}
+
+std::int32_t ScrubberViewBase::OnScrubberEventPlayFinished(const std::shared_ptr<ScrubberEvent>& event) {
+    onMain([this, event] { emit scrubberEventPlayFinished(ScrubberEventInfo(event)); });
+    const std::int32_t answer = host_->call(&ScrubberViewDelegate::OnScrubberEventPlayFinished, event);
+    if (answer == hostWantsNext && config_.continuousEventPlaying()) {
+        scheduler().after(300ms, life_.guard([this] { toNextEvent(); }));
+    }
+    return answer;
+}
+
+void ScrubberViewBase::OnScrubberGetRangeForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event,
+                                                         TimeMs* startRange, TimeMs* endRange) {
+    if (startRange) *startRange = event ? event->start() : 0;
+    if (endRange) *endRange = event ? event->end() : 0;
+    host_->call(&ScrubberViewDelegate::OnScrubberGetRangeForPlayingEvent, event, startRange, endRange);
+}
+
+void ScrubberViewBase::OnScrubberSetCurrentPositionForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event,
+                                                                   TimeMs newPosition) {
+    onMain([this, event, newPosition] {
+        emit scrubberSetCurrentPositionForPlayingEvent(ScrubberEventInfo(event), newPosition);
+    });
+    host_->call(&ScrubberViewDelegate::OnScrubberSetCurrentPositionForPlayingEvent, event, newPosition);
+}
+
+TimeMs ScrubberViewBase::OnScrubberGetCurrentPositionForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event) {
+    return host_->call(&ScrubberViewDelegate::OnScrubberGetCurrentPositionForPlayingEvent, event);
+}
+
+bool ScrubberViewBase::listens(EventCallback callback, EventSignal signal) const {
+    return host_->answers(callback) || isSignalConnected(QMetaMethod::fromSignal(signal));
+}
+
+Scheduler& ScrubberViewBase::scheduler() const {
+    return *environment_.toolkit->scheduler;
+}
+
+}  // namespace korvane

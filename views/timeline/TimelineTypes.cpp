@@ -1,0 +1,19 @@
+#include "views/timeline/TimelineTypes.h"
+
+#include "toolkit/InterfaceLoader.h"
+
+// The registration that the build generates for the module.
+void qml_register_types_Korvane_Timeline();
+
+namespace korvane {
+
+void registerTimelineTypes() {
+    static const bool once = [] {
+        InterfaceLoader::registerTypes();
+        qml_register_types_Korvane_Timeline();
+        return true;
+    }();
+    static_cast<void>(once);
+}
+
+}  // namespace korvane

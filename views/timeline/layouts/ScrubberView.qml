@@ -1,0 +1,36 @@
+import QtQuick
+import Korvane.Toolkit
+import Korvane.Timeline
+
+Item {
+    property Item conatinerForScrubberEvents: strip
+    property ScrubberCollectionView scrubberEventsCollectionView: events
+    property Item scrubberCenterMarkView: mark
+    property LayoutConstraint scrubberCenterMarkViewWidth: LayoutConstraint {
+        constant: 3
+    }
+
+    Rectangle {
+        id: strip
+
+        anchors.fill: parent
+        color: "#ffffff"
+        clip: true
+
+        ScrubberCollectionView {
+            id: events
+
+            anchors.fill: parent
+        }
+
+        Rectangle {
+            id: mark
+
+            // On whole points, so that its edges stay sharp.
+            x: Math.round((parent.width - width) / 2)
+            width: scrubberCenterMarkViewWidth.seen
+            height: parent.height
+            color: "#b82426"
+        }
+    }
+}
