@@ -9,8 +9,9 @@ namespace korvane {
 
 class AnimationRun;
 
-/// A number that takes a new value at once and, when that was set within animate(), is seen to move there. A newer value
-/// takes over from what is seen: within animate() it moves on from there, otherwise it is seen at once. Main thread only.
+/// A number that takes a new value at once and, when that was set within animate(), is seen to move there. A newer
+/// value takes over from what is seen: within animate() it moves on from there, otherwise it is seen at once. Main
+/// thread only.
 class AnimatedValue {
   public:
     /// `seenChanged` is called after each change of seen(); it may destroy the value.

@@ -29,7 +29,8 @@ class CollectionLayout {
     CollectionLayout() = default;
 
     /// Lengths that are negative or not finite count as 0. A step from item to item (inner width and spacing) of less
-    /// than 1 point counts as 1, so that there are never more items in view than points. A sole item has the first size.
+    /// than 1 point counts as 1, so that there are never more items in view than points. A sole item has the first
+    /// size.
     CollectionLayout(std::int64_t count, const Sizes& sizes, double spacing, const EdgeInsets& sectionInset);
 
     std::int64_t count() const { return count_; }
@@ -45,6 +46,7 @@ class CollectionLayout {
     ItemRange itemsIn(double left, double right) const;
 
   private:
+    double step() const { return sizes_.inner.width + spacing_; }
     double innerBegin() const;
     std::int64_t firstEndingAfter(double x) const;
 

@@ -11,11 +11,13 @@
 
 #include "base/Geometry.h"
 #include "base/LifeToken.h"
+#include "base/Scheduler.h"
 #include "toolkit/Animator.h"
 #include "toolkit/CollectionLayout.h"
 #include "toolkit/CollectionViewCell.h"
 #include "toolkit/CollectionViewDataSource.h"
 #include "toolkit/CollectionViewDelegate.h"
+#include "toolkit/DeleteLater.h"
 #include "toolkit/FlowLayout.h"
 #include "toolkit/IndexPath.h"
 #include "toolkit/ScrollPhysics.h"
@@ -36,7 +38,9 @@ enum class CollectionViewScrollPosition { Left = 8, CenteredHorizontally = 16, R
 /// main loop (also when nothing is drawn), or in layoutIfNeeded(). Only layout passes make and recycle cells.
 ///
 /// The content offset has two values while it is animated: the value set, which every operation reads, and the value
-/// seen, at which cells are drawn. Cells exist for both. Offsets and item frames are content coordinates in points.
+/// seen, at which cells are drawn. Cells exist for both. A finger that comes down on a strip in motion catches it where
+/// it is seen; where it creeps along, as during playback, a tap is still a tap. Offsets and item frames are content
+/// coordinates in points.
 class CollectionView : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
@@ -82,8 +86,8 @@ class CollectionView : public QQuickItem {
     Point seenContentOffset() const;
 
     /// Puts the strip there, also outside its bounds; y is kept and applied without animation. Within animate() it is
-    /// seen to move. Ends a deceleration; a finger that drags goes on from there. Coordinates that are not finite are
-    /// refused with a log line.
+    /// seen to move. Ends a deceleration, without a callback; a finger that drags goes on from there. Coordinates that
+    /// are not finite are refused with a log line.
     void setContentOffset(Point offset);
     /// With `animated`, as within animate() of 0.3 s.
     void setContentOffset(Point offset, bool animated);
@@ -92,8 +96,6 @@ class CollectionView : public QQuickItem {
     bool isDragging() const;
     /// The strip moves on after a drag, or springs back from beyond its end.
     bool isDecelerating() const;
-    /// A finger is on the strip, moving it or not yet.
-    bool isTracking() const;
 
     /// As numberOfItems of the data source at the last preparation of the layout.
     std::int64_t numberOfItems() const { return layout_.count(); }
@@ -117,8 +119,8 @@ class CollectionView : public QQuickItem {
     /// Cells of these items are asked for again. Within performBatchUpdates(), when it ends.
     void reloadItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths);
 
-    /// Tells that these items, by their numbers before the change, are gone from the data source. Cells behind them move
-    /// up. When the data source's count says otherwise, everything is reloaded.
+    /// Tells that these items, by their numbers before the change, are gone from the data source. Cells behind them
+    /// move up. When the data source's count says otherwise, everything is reloaded.
     void deleteItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths);
 
     /// Runs `updates`, lays the strip out anew, and on the next turn of the main loop runs `completion`, also when the
@@ -136,7 +138,6 @@ class CollectionView : public QQuickItem {
     void componentComplete() override;
     void updatePolish() override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
-    void itemChange(ItemChange change, const ItemChangeData& value) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -147,24 +148,30 @@ class CollectionView : public QQuickItem {
     bool childMouseEventFilter(QQuickItem* item, QEvent* event) override;
 
   private:
-    void prepareLayoutIfNeeded();
+    bool prepareLayoutIfNeeded();
+    CollectionLayout askForLayout();
     void invalidateLayout();
-    void updateBounds();
+    bool updateBounds();
+    void applyBatch();
     void placeCells();
+    bool makeCells(ItemRange items);
     ItemRange itemsAt(double offset) const;
 
-    void setOffsetValue(double x);
-    void finishChange(ScrollPhysics::Change change);
-    void catchAnimation();
+    template <typename Call>
+    bool tell(Call call);
+    bool syncOffset();
+    bool catchAnimation();
+    void dragEnded(ScrollPhysics::Change change);
+    void tick(double elapsed);
+
     void pressed(Point at, double time);
-    bool moved(Point at, double time);
+    void moved(Point at, double time);
     void lifted(Point at, double time, bool mayTap);
     void ungrabbed();
     void endWheel();
-    void tick(double elapsed);
-    bool handleTouch(QTouchEvent* event, QQuickItem* grabber);
+    bool isMovingFast() const;
+    bool handleTouch(QTouchEvent* event, bool isForChild);
     bool filterMouse(QMouseEvent* event);
-    void select(Point inViewport);
 
     std::shared_ptr<ToolkitContext> context_;
     CollectionViewDataSource* dataSource_ = nullptr;
@@ -176,7 +183,8 @@ class CollectionView : public QQuickItem {
     ScrollPhysics physics_;
     AnimatedValue offsetX_;
     double offsetY_ = 0;
-    std::unique_ptr<ScrollTicker> ticker_;
+    std::unique_ptr<ScrollTicker, DeleteLater> ticker_;
+    Point lastPointer_;
     Scheduler::TimerId wheelTimer_ = 0;
     int touchId_ = -1;
     bool needsLayout_ = false;
@@ -184,6 +192,7 @@ class CollectionView : public QQuickItem {
     bool isLayingOut_ = false;
     bool layoutIsValid_ = false;
     bool cellsAreStale_ = true;
+    std::int64_t expectedCount_ = 0;
     int batchDepth_ = 0;
     std::vector<std::int64_t> deleted_;
     std::vector<std::int64_t> reloaded_;

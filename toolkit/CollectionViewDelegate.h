@@ -36,7 +36,8 @@ class CollectionViewDelegate {
     /// strip (a new drag begins) or the content offset is set meanwhile. A burst of wheel turns is such a drag too.
     virtual void scrollViewWillBeginDragging(CollectionView& /*view*/) {}
 
-    /// The content offset has changed, by whatever cause. While an animation runs it holds its end value from the start.
+    /// The content offset has changed, by whatever cause. While an animation runs it holds its end value from the
+    /// start.
     virtual void scrollViewDidScroll(CollectionView& /*view*/) {}
     virtual void scrollViewDidEndDragging(CollectionView& /*view*/, bool /*willDecelerate*/) {}
     virtual void scrollViewWillBeginDecelerating(CollectionView& /*view*/) {}

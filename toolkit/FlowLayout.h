@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <utility>
 
 #include "base/Geometry.h"
 #include "toolkit/IndexPath.h"
@@ -28,7 +29,7 @@ class FlowLayout {
     void setSectionInset(const EdgeInsets& inset);
 
     /// Only Horizontal is laid out; Vertical is refused with a log line.
-    ScrollDirection scrollDirection() const { return scrollDirection_; }
+    ScrollDirection scrollDirection() const { return ScrollDirection::Horizontal; }
     void setScrollDirection(ScrollDirection direction);
 
     /// Sizes, insets and count are asked for again in the next layout pass.
@@ -41,7 +42,6 @@ class FlowLayout {
     double minimumLineSpacing_ = 10;
     double minimumInteritemSpacing_ = 10;
     EdgeInsets sectionInset_;
-    ScrollDirection scrollDirection_ = ScrollDirection::Horizontal;
     std::function<void()> invalidated_;
 };
 

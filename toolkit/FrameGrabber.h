@@ -49,7 +49,7 @@ class FrameGrabber {
 
   private:
     struct State;
-    std::shared_ptr<State> state_;
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace korvane

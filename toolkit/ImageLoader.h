@@ -24,7 +24,7 @@ class ImageLoader {
 
     struct Limits {
         int loadsAtATime = 6;
-        std::int64_t maxBytes = 32 * 1024 * 1024;      ///< of a reply
+        std::int64_t maxBytes = 32 * 1024 * 1024;       ///< of a reply
         std::chrono::milliseconds idleTimeout{15'000};  ///< without a byte
         std::chrono::milliseconds totalTimeout{60'000};
     };

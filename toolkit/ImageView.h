@@ -78,11 +78,9 @@ class ImageView : public QQuickPaintedItem {
 
   private:
     QRectF targetRect() const;
-    const QImage& shownImage();
 
     std::shared_ptr<ToolkitContext> context_;
     QImage image_;
-    QImage shown_;  // image_ at the size and tint it was last painted in
     QUrl source_;
     QColor backgroundColor_ = Qt::transparent;
     QColor tintColor_;

@@ -19,11 +19,12 @@ class InterfaceLoader {
     };
 
     /// Loads at once; `url` is a file or resource. `near` (may be null) is an object that the result will serve: its
-    /// engine is used when it has one, so that a QML host and its widgets share one. The caller owns the root, and gives
-    /// a visual one its parent item.
+    /// engine is used when it has one, so that a QML host and its widgets share one. The caller owns the root, and
+    /// gives a visual one its parent item.
     static Result load(const QUrl& url, const QObject* near);
 
-    /// The engine that interface files get beside `near`: its own, else one that lives as long as the application object.
+    /// The engine that interface files get beside `near`: its own, else one that lives as long as the application
+    /// object.
     static QQmlEngine& engineFor(const QObject* near);
 
     /// Makes the types of Korvane.Toolkit known. load() does it too.
@@ -46,7 +47,8 @@ class Outlets {
 
     const QStringList& missing() const { return missing_; }
 
-    /// Logs one line that names what was missing, as "CLASS PATH: layout lacks outlets: a, b". True when all were there.
+    /// Logs one line that names what was missing, as "CLASS PATH: layout lacks outlets: a, b". True when all were
+    /// there.
     bool report(const char* classPath) const;
 
   private:

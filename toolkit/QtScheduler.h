@@ -21,7 +21,7 @@ class QtScheduler final : public SystemScheduler {
 
   private:
     class Loop;
-    std::shared_ptr<Loop> loop_;
+    std::unique_ptr<Loop> loop_;
 };
 
 }  // namespace korvane

@@ -32,6 +32,7 @@ class ScrollPhysics {
 
     Phase phase() const { return phase_; }
     double offset() const { return offset_; }
+    const ScrollBounds& bounds() const { return bounds_; }
 
     /// Puts the strip somewhere, also outside the bounds. A drag goes on from there, a deceleration is over.
     void setOffset(double offset);
@@ -74,7 +75,7 @@ class ScrollPhysics {
     void anchorDrag(double x);
     void addSample(double x, double time);
     double releaseVelocity(double time) const;
-    Change startDeceleration(double velocity, double at);
+    Change startDeceleration(double velocity);
     double overshoot(double offset) const;
     double banded(double raw) const;
     double unbanded(double offset) const;

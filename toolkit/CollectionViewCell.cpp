@@ -1,0 +1,7 @@
+#include "toolkit/CollectionViewCell.h"
+
+namespace korvane {
+
+CollectionViewCell::CollectionViewCell(QQuickItem* parent) : QQuickItem(parent) {}
+
+}  // namespace korvane

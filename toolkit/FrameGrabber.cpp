@@ -1,0 +1,83 @@
+#include "toolkit/FrameGrabber.h"
+
+#include <atomic>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include "base/LifeToken.h"
+#include "base/WorkerPool.h"
+#include "toolkit/LoadQueue.h"
+#include "toolkit/VideoFrame.h"
+
+namespace korvane {
+namespace {
+
+using Queue = LoadQueue<int, QImage>;
+
+// Empty for what the grabber does not open.
+std::string inputFor(const QUrl& url) {
+    const QString scheme = url.scheme();
+    if (scheme == QLatin1String("file")) return url.toLocalFile().toStdString();
+    if (scheme != QLatin1String("http") && scheme != QLatin1String("https")) return {};
+    return url.toEncoded().toStdString();
+}
+
+}  // namespace
+
+struct FrameGrabber::State {
+    State(Scheduler& clock, Limits given)
+        : scheduler(clock),
+          limits(given),
+          queue(
+              given.grabsAtATime, [this](Queue::Id id, const Queue::Request& request) { start(id, request); },
+              [this](Queue::Id id) { *cancelled.at(id) = true; }),
+          pool(static_cast<std::size_t>(std::max(1, given.grabsAtATime))) {}
+
+    ~State() {
+        for (auto& [id, flag] : cancelled) *flag = true;
+        pool.stop();
+    }
+
+    void start(Queue::Id id, const Queue::Request& request) {
+        const auto flag = std::make_shared<std::atomic<bool>>(false);
+        cancelled.emplace(id, flag);
+        auto report = life.guard([this, id](const VideoFrame& frame) {
+            cancelled.erase(id);
+            queue.finish(id, frame.result, frame.image);
+        });
+        pool.run([flag, report, request, timeout = limits.timeout, &clock = scheduler] {
+            const auto end = clock.monotonicNow() + timeout;
+            VideoFrame frame{noSuchScheme, {}};
+            if (const std::string input = inputFor(request.url); !input.empty()) {
+                const auto isOver = [&] { return *flag || clock.monotonicNow() >= end; };
+                frame = firstKeyFrame(input, request.bound, isOver);
+                if (frame.result != success && isOver()) frame.result = timedOut;
+            }
+            clock.post([report, frame]() mutable { report(frame); });
+        });
+    }
+
+    Scheduler& scheduler;
+    Limits limits;
+    std::unordered_map<Queue::Id, std::shared_ptr<std::atomic<bool>>> cancelled;
+    Queue queue;
+    WorkerPool pool;
+    LifeToken life;
+};
+
+FrameGrabber::FrameGrabber(Scheduler& scheduler, Limits limits) : state_(std::make_unique<State>(scheduler, limits)) {}
+
+FrameGrabber::FrameGrabber(Scheduler& scheduler) : FrameGrabber(scheduler, Limits()) {}
+
+FrameGrabber::~FrameGrabber() = default;
+
+FrameGrabber::Handle FrameGrabber::grab(const QUrl& url, QSize bound, Completed completed) {
+    return state_->queue.add({url, bound}, std::move(completed));
+}
+
+void FrameGrabber::cancel(Handle handle) {
+    state_->queue.cancel(handle);
+}
+
+}  // namespace korvane

@@ -1,0 +1,121 @@
+#include "toolkit/ImageCache.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <atomic>
+#include <utility>
+
+namespace korvane {
+namespace {
+
+constexpr std::int64_t defaultMaxCost = 100 * 1024 * 1024;
+
+}  // namespace
+
+/// The folder, and whether something may be in it: files of an earlier process may, until it was emptied once.
+struct ImageCache::Disk {
+    QString directory;
+    std::mutex mutex;
+    std::atomic<bool> mayHoldFiles;
+
+    explicit Disk(QString path) : directory(std::move(path)), mayHoldFiles(!directory.isEmpty()) {}
+
+    void clear() {
+        const std::lock_guard lock(mutex);
+        if (!mayHoldFiles.exchange(false)) return;
+        QDir folder(directory);
+        for (const QString& name : folder.entryList(QDir::Files)) folder.remove(name);
+    }
+};
+
+ImageCache::ImageCache(Scheduler& scheduler, QString directory)
+    : scheduler_(scheduler), disk_(std::make_shared<Disk>(std::move(directory))), maxCost_(defaultMaxCost) {}
+
+ImageCache::~ImageCache() = default;
+
+void ImageCache::setMaxMemoryCost(std::int64_t bytes) {
+    const std::lock_guard lock(mutex_);
+    maxCost_ = bytes;
+    evict();
+}
+
+std::int64_t ImageCache::maxMemoryCost() const {
+    const std::lock_guard lock(mutex_);
+    return maxCost_;
+}
+
+std::int64_t ImageCache::memoryCost() const {
+    const std::lock_guard lock(mutex_);
+    return cost_;
+}
+
+QImage ImageCache::imageFromMemoryCacheForKey(const QString& key) {
+    const std::lock_guard lock(mutex_);
+    const auto found = byKey_.find(key);
+    if (found == byKey_.end()) return {};
+    entries_.splice(entries_.begin(), entries_, found->second);
+    return found->second->image;
+}
+
+void ImageCache::storeImageToMemory(const QImage& image, const QString& forKey) {
+    if (image.isNull()) return;
+    const std::lock_guard lock(mutex_);
+    if (const auto found = byKey_.find(forKey); found != byKey_.end()) {
+        cost_ -= found->second->image.sizeInBytes();
+        entries_.erase(found->second);
+        byKey_.erase(found);
+    }
+    if (maxCost_ > 0 && image.sizeInBytes() > maxCost_) return;
+    entries_.push_front({forKey, image});
+    byKey_.emplace(forKey, entries_.begin());
+    cost_ += image.sizeInBytes();
+    evict();
+}
+
+void ImageCache::clearMemory() {
+    const std::lock_guard lock(mutex_);
+    byKey_.clear();
+    entries_.clear();
+    cost_ = 0;
+}
+
+bool ImageCache::storeImageToDisk(const QImage& image, const QString& forKey) {
+    if (image.isNull() || disk_->directory.isEmpty()) return false;
+    const std::lock_guard lock(disk_->mutex);
+    disk_->mayHoldFiles = true;
+    return QDir().mkpath(disk_->directory) && image.save(pathFor(forKey), "PNG");
+}
+
+QImage ImageCache::imageFromDiskCacheForKey(const QString& key) const {
+    if (!disk_->mayHoldFiles) return {};
+    const std::lock_guard lock(disk_->mutex);
+    return QImage(pathFor(key), "PNG");
+}
+
+void ImageCache::clearDiskOnCompletion(std::function<void()> completion) {
+    if (!disk_->mayHoldFiles) {
+        if (completion) scheduler_.post(std::move(completion));
+        return;
+    }
+    scheduler_.runInBackground([disk = disk_, completion = std::move(completion), &scheduler = scheduler_] {
+        disk->clear();
+        if (completion) scheduler.post(completion);
+    });
+}
+
+void ImageCache::evict() {
+    while (maxCost_ > 0 && cost_ > maxCost_ && !entries_.empty()) {
+        cost_ -= entries_.back().image.sizeInBytes();
+        byKey_.erase(entries_.back().key);
+        entries_.pop_back();
+    }
+}
+
+// Keys hold whatever a service calls its things; file names do not.
+QString ImageCache::pathFor(const QString& key) const {
+    const QByteArray name = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return disk_->directory + QLatin1Char('/') + QString::fromLatin1(name) + QStringLiteral(".png");
+}
+
+}  // namespace korvane

@@ -1,0 +1,172 @@
+#include "toolkit/ImageLoader.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QMetaEnum>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QThread>
+#include <QTimer>
+#include <unordered_map>
+#include <utility>
+
+#include "base/LifeToken.h"
+#include "toolkit/LoadQueue.h"
+
+namespace korvane {
+namespace {
+
+using Queue = LoadQueue<QImage, QString>;
+using Report = std::function<void(Queue::Id id, const QImage& image, const QString& error)>;
+
+QString pathOf(const QUrl& url) {
+    return url.scheme() == QLatin1String("qrc") ? QLatin1Char(':') + url.path() : url.toLocalFile();
+}
+
+/// Lives on the loader's thread.
+class Worker final : public QObject {
+  public:
+    Worker(ImageLoader::Limits limits, Report report) : limits_(limits), report_(std::move(report)) {}
+
+    void start(Queue::Id id, const Queue::Request& request) {
+        const QString scheme = request.url.scheme();
+        if (scheme == QLatin1String("file") || scheme == QLatin1String("qrc")) {
+            readFile(id, request);
+        } else if (scheme == QLatin1String("http") || scheme == QLatin1String("https")) {
+            download(id, request);
+        } else {
+            report_(id, {}, QStringLiteral("no such scheme"));
+        }
+    }
+
+    void abort(Queue::Id id) {
+        if (const auto found = replies_.find(id); found != replies_.end()) found->second->abort();
+    }
+
+  private:
+    void readFile(Queue::Id id, const Queue::Request& request) {
+        QFile file(pathOf(request.url));
+        if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
+            report_(id, {}, QStringLiteral("no such file"));
+        } else if (file.size() > limits_.maxBytes) {
+            report_(id, {}, QStringLiteral("too large"));
+        } else {
+            decode(id, request, file.readAll());
+        }
+    }
+
+    void download(Queue::Id id, const Queue::Request& request) {
+        if (!network_) network_ = std::make_unique<QNetworkAccessManager>();
+        QNetworkRequest wanted(request.url);
+        wanted.setTransferTimeout(static_cast<int>(limits_.idleTimeout.count()));
+        QNetworkReply* reply = network_->get(wanted);
+        replies_.emplace(id, reply);
+        connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
+            if (reply->bytesAvailable() > limits_.maxBytes) giveUp(reply, QStringLiteral("too large"));
+        });
+        QTimer::singleShot(limits_.totalTimeout, reply, [reply] { giveUp(reply, QStringLiteral("timed out")); });
+        connect(reply, &QNetworkReply::finished, this, [this, id, request, reply] { downloaded(id, request, reply); });
+    }
+
+    static void giveUp(QNetworkReply* reply, const QString& why) {
+        reply->setProperty("why", why);
+        reply->abort();
+    }
+
+    void downloaded(Queue::Id id, const Queue::Request& request, QNetworkReply* reply) {
+        replies_.erase(id);
+        reply->deleteLater();
+        if (reply->error() == QNetworkReply::NoError) {
+            decode(id, request, reply->readAll());
+            return;
+        }
+        // The reply's own text quotes the URL.
+        QString why = reply->property("why").toString();
+        if (why.isEmpty()) {
+            why = QString::fromLatin1(QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(reply->error()));
+        }
+        report_(id, {}, why);
+    }
+
+    void decode(Queue::Id id, const Queue::Request& request, QByteArray bytes) {
+        QBuffer buffer(&bytes);
+        QImageReader reader(&buffer);
+        reader.setDecideFormatFromContent(true);
+        reader.setAutoTransform(true);
+        const bool isTurned = reader.transformation() & QImageIOHandler::TransformationRotate90;
+        const QSize bound = isTurned ? request.bound.transposed() : request.bound;
+        const QSize size = reader.size();
+        if (!bound.isEmpty() && !size.isEmpty()) {
+            const QSize scaled = size.scaled(bound, Qt::KeepAspectRatioByExpanding);
+            if (scaled.width() < size.width()) reader.setScaledSize(scaled);
+        }
+        const QImage image = reader.read();
+        report_(id, image, image.isNull() ? QStringLiteral("no picture that can be read") : QString());
+    }
+
+    const ImageLoader::Limits limits_;
+    const Report report_;
+    std::unique_ptr<QNetworkAccessManager> network_;
+    std::unordered_map<Queue::Id, QNetworkReply*> replies_;
+};
+
+}  // namespace
+
+class ImageLoader::Engine {
+  public:
+    Engine(Scheduler& scheduler, const Limits& limits)
+        : queue_(
+              limits.loadsAtATime, [this](Queue::Id id, const Queue::Request& request) { start(id, request); },
+              [this](Queue::Id id) { abort(id); }) {
+        auto finish = life_.guard(
+            [this](Queue::Id id, const QImage& image, const QString& error) { queue_.finish(id, image, error); });
+        worker_ = new Worker(limits, [&scheduler, finish](Queue::Id id, const QImage& image, const QString& error) {
+            scheduler.post([finish, id, image, error]() mutable { finish(id, image, error); });
+        });
+        thread_.setObjectName(QStringLiteral("korvane-images"));
+        worker_->moveToThread(&thread_);
+        QObject::connect(&thread_, &QThread::finished, worker_, &QObject::deleteLater);
+        thread_.start();
+    }
+
+    ~Engine() {
+        thread_.quit();
+        thread_.wait();
+    }
+
+    Queue& queue() { return queue_; }
+
+  private:
+    void start(Queue::Id id, const Queue::Request& request) {
+        QMetaObject::invokeMethod(
+            worker_, [worker = worker_, id, request] { worker->start(id, request); }, Qt::QueuedConnection);
+    }
+
+    void abort(Queue::Id id) {
+        QMetaObject::invokeMethod(
+            worker_, [worker = worker_, id] { worker->abort(id); }, Qt::QueuedConnection);
+    }
+
+    Queue queue_;
+    QThread thread_;
+    Worker* worker_ = nullptr;  // deleted on its thread
+    LifeToken life_;
+};
+
+ImageLoader::ImageLoader(Scheduler& scheduler, Limits limits) : engine_(std::make_unique<Engine>(scheduler, limits)) {}
+
+ImageLoader::ImageLoader(Scheduler& scheduler) : ImageLoader(scheduler, Limits()) {}
+
+ImageLoader::~ImageLoader() = default;
+
+ImageLoader::Handle ImageLoader::load(const QUrl& url, QSize bound, Completed completed) {
+    return engine_->queue().add({url, bound}, std::move(completed));
+}
+
+void ImageLoader::cancel(Handle handle) {
+    engine_->queue().cancel(handle);
+}
+
+}  // namespace korvane
