@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -45,6 +46,7 @@ struct ExpiryMonitors::State {
     Scheduler& scheduler;
     std::unique_ptr<Monitor> monitor;
     std::map<Id, Entry> entries;
+    std::multimap<std::string, std::weak_ptr<Heir>> heirs;
     Id lastId = 0;
     bool isEnding = false;
     std::thread::id threadId;
@@ -139,13 +141,29 @@ void ExpiryMonitors::stop(Id id) {
     dropped = state_->entries.extract(id);
 }
 
-void ExpiryMonitors::leave(Id id, std::string key) {
+void ExpiryMonitors::leave(Id id, const std::string& key) {
+    std::optional<Heirloom> heirloom;
+    std::vector<std::shared_ptr<Heir>> heirs;
+    {
+        const std::lock_guard lock(*state_->monitor);
+        const auto found = state_->entries.find(id);
+        if (found == state_->entries.end()) return;
+        heirloom = Heirloom{id, found->second.expiry};
+        const auto [begin, end] = state_->heirs.equal_range(key);
+        for (auto entry = begin; entry != end; ++entry) {
+            if (auto heir = entry->second.lock()) heirs.push_back(std::move(heir));
+        }
+    }
+    for (auto heir = heirs.rbegin(); heir != heirs.rend(); ++heir) {
+        if ((*heir)->inherit(*heirloom)) return;
+    }
     const std::lock_guard lock(*state_->monitor);
     const auto found = state_->entries.find(id);
-    if (found != state_->entries.end()) found->second.heirKey = std::move(key);
+    if (found != state_->entries.end()) found->second.heirKey = key;
 }
 
-std::optional<ExpiryMonitors::Heirloom> ExpiryMonitors::takeOver(const std::string& key) {
+std::optional<ExpiryMonitors::Heirloom> ExpiryMonitors::takeOver(const std::string& key,
+                                                                 const std::shared_ptr<Heir>& heir) {
     std::vector<State::Entry> dropped;
     const std::lock_guard lock(*state_->monitor);
     std::optional<Heirloom> result;
@@ -161,6 +179,8 @@ std::optional<ExpiryMonitors::Heirloom> ExpiryMonitors::takeOver(const std::stri
             entry = std::make_reverse_iterator(state_->entries.erase(std::next(entry).base()));
         }
     }
+    std::erase_if(state_->heirs, [](const auto& waiting) { return waiting.second.expired(); });
+    if (!result) state_->heirs.emplace(key, heir);
     return result;
 }
 

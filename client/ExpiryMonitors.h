@@ -48,16 +48,25 @@ class ExpiryMonitors {
 
     void stop(Id id);
 
-    /// Leaves a monitor to whoever takes it over with the same key.
-    void leave(Id id, std::string key);
-
     struct Heirloom {
         Id id = 0;
         std::optional<TimeMs> expiry;
     };
 
-    /// The monitor that was left last under `key`; stops those that were left there before it.
-    std::optional<Heirloom> takeOver(const std::string& key);
+    /// Who has been opened under a key and has no monitor of its own so far.
+    class Heir {
+      public:
+        virtual ~Heir() = default;
+        /// False when it does not want it any more. Called with no lock held.
+        virtual bool inherit(const Heirloom& heirloom) = 0;
+    };
+
+    /// Leaves a monitor to the heir that came last under `key`, or to the next one that comes.
+    void leave(Id id, const std::string& key);
+
+    /// The monitor that was left last under `key`; stops those that were left there before it. When there is none,
+    /// `heir` gets the next one.
+    std::optional<Heirloom> takeOver(const std::string& key, const std::shared_ptr<Heir>& heir);
 
   private:
     struct State;

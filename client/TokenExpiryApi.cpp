@@ -30,7 +30,7 @@ void TokenExpiryApi::setExpireMonitorCallback(ExpireMonitorCallback callback, st
 
 void TokenExpiryApi::opened(const std::string& token, const std::string& baseUrl) {
     std::string key = keyOf(token, baseUrl);
-    const auto heirloom = monitors_->takeOver(key);
+    const auto heirloom = monitors_->takeOver(key, shared_from_this());
     ExpiryMonitors::Id former = 0;
     {
         const std::lock_guard lock(mutex_);
@@ -59,6 +59,19 @@ void TokenExpiryApi::dropped() {
     } else {
         monitors_->leave(monitor, key_);
     }
+}
+
+bool TokenExpiryApi::inherit(const ExpiryMonitors::Heirloom& heirloom) {
+    const std::lock_guard lock(mutex_);
+    if (isClosed_ || monitor_ != 0) return false;
+    monitor_ = heirloom.id;
+    // An update may have come before the inheritance.
+    if (expiry_) {
+        monitors_->setExpiry(monitor_, expiry_);
+    } else {
+        expiry_ = heirloom.expiry;
+    }
+    return true;
 }
 
 ExpiryMonitors::Id TokenExpiryApi::release() {

@@ -11,7 +11,9 @@
 namespace korvane {
 
 /// The API object of one connection, on the monitors of its service. The connection tells it of its own life.
-class TokenExpiryApi final : public KorvaneApi {
+class TokenExpiryApi final : public KorvaneApi,
+                             public ExpiryMonitors::Heir,
+                             public std::enable_shared_from_this<TokenExpiryApi> {
   public:
     explicit TokenExpiryApi(std::shared_ptr<ExpiryMonitors> monitors);
 
@@ -19,7 +21,8 @@ class TokenExpiryApi final : public KorvaneApi {
     void setExpireMonitorCallback(ExpireMonitorCallback callback, std::int64_t withCheckingRate,
                                   std::int64_t withDeltaTimeGuardInMs) override;
 
-    /// The connection has been opened: takes over what an earlier one left under this token and URL.
+    /// The connection has been opened: takes over what an earlier one left, or is going to leave, under this token and
+    /// URL.
     void opened(const std::string& token, const std::string& baseUrl);
 
     /// The connection has swapped its token for one that lives until `expire`.
@@ -30,6 +33,8 @@ class TokenExpiryApi final : public KorvaneApi {
 
     /// The connection is gone without having been closed.
     void dropped();
+
+    bool inherit(const ExpiryMonitors::Heirloom& heirloom) override;
 
   private:
     static std::string keyOf(const std::string& token, const std::string& baseUrl);

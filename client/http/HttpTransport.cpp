@@ -114,9 +114,7 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
         static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
         if (initialised == CURLE_OK) multi_.reset(curl_multi_init());
         if (!multi_) return;
-        // Enough to overlap requests, few enough for a small service that gives each connection a thread.
-        curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 4L);
-        curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, 8L);
+        curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(mostActive));
     }
 
     /// An order without a transfer cancels its group.
@@ -129,8 +127,13 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
     void end();
 
   private:
+    // Enough to overlap requests, few enough for a small service that gives each connection a thread. Counted here:
+    // with the library's own limit, a waiting transfer is at times forgotten until its connect time-out.
+    static constexpr std::size_t mostActive = 4;
+
     void run();
     bool takeOrders();
+    void beginWaiting();
     void begin(std::unique_ptr<Transfer> transfer);
     void finishDone();
     void finish(CURL* easy, End end);
@@ -143,6 +146,7 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
     bool isEnding_ = false;
     std::shared_ptr<Thread> thread_;
     // The thread's own.
+    std::deque<std::unique_ptr<Transfer>> waiting_;
     std::map<CURL*, std::unique_ptr<Transfer>> active_;
 };
 
@@ -172,18 +176,22 @@ void HttpTransport::Worker::end() {
 
 void HttpTransport::Worker::run() {
     while (takeOrders()) {
+        beginWaiting();
         int running = 0;
         if (curl_multi_perform(multi_.get(), &running) != CURLM_OK)
             logError("HttpTransport", "the transfer loop failed");
         finishDone();
+        if (!waiting_.empty() && active_.size() < mostActive) continue;
         // Wakes for orders, traffic and the time-outs of transfers.
         constexpr int longestSleepMs = 60'000;
         curl_multi_poll(multi_.get(), nullptr, 0, longestSleepMs, nullptr);
     }
     while (!active_.empty()) finish(active_.begin()->first, End::Cancelled);
+    for (const auto& transfer : waiting_) transfer->arrival({});
+    waiting_.clear();
 }
 
-/// False when it is time to end; what was ordered until then is on its way.
+/// False when it is time to end; what was ordered until then is on its way or waits for its turn.
 bool HttpTransport::Worker::takeOrders() {
     std::deque<Order> orders;
     bool goesOn = true;
@@ -194,12 +202,20 @@ bool HttpTransport::Worker::takeOrders() {
     }
     for (Order& order : orders) {
         if (order.transfer) {
-            begin(std::move(order.transfer));
+            waiting_.push_back(std::move(order.transfer));
         } else {
             cancel(order.group);
         }
     }
     return goesOn;
+}
+
+void HttpTransport::Worker::beginWaiting() {
+    while (!waiting_.empty() && active_.size() < mostActive) {
+        auto transfer = std::move(waiting_.front());
+        waiting_.pop_front();
+        begin(std::move(transfer));
+    }
 }
 
 void HttpTransport::Worker::begin(std::unique_ptr<Transfer> transfer) {
@@ -236,6 +252,11 @@ void HttpTransport::Worker::cancel(Group group) {
         if (transfer->group == group) cancelled.push_back(easy);
     }
     for (CURL* easy : cancelled) finish(easy, End::Cancelled);
+    std::erase_if(waiting_, [group](const std::unique_ptr<Transfer>& transfer) {
+        const bool isCancelled = transfer->group == group;
+        if (isCancelled) transfer->arrival({});
+        return isCancelled;
+    });
 }
 
 HttpTransport::HttpTransport(Scheduler& scheduler, HttpOptions options)
