@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "server/Importer.h"
+#include "server/Result.h"
+#include "server/Storage.h"
+
+namespace korvane {
+
+/// What a folder holds for an import. Paths are relative to it, in order.
+struct FolderFiles {
+    std::vector<std::string> videos;
+    std::vector<std::string> eventLists;
+    std::vector<ImportRejection> others;
+};
+
+/// Looks through `folder` and what lies in it; hidden files and folders are left out. Fails when it cannot be read.
+Result<FolderFiles> listFolder(const std::filesystem::path& folder);
+
+/// The file's size and time of change; nothing when it is gone.
+std::optional<SourceFile> describeFile(const std::filesystem::path& folder, const std::string& path);
+
+/// Name and zone of a camera, empty where the file does not tell.
+struct CameraFile {
+    std::string name;
+    std::string timezone;
+};
+
+/// Reads camera.json of `folder`; nothing wrong with there being none. What is wrong goes to `rejected`.
+CameraFile readCameraFile(const std::filesystem::path& folder, std::vector<ImportRejection>& rejected);
+
+/// Reads a list [{"time":"2026-03-09T07:05:01Z","name":"doorbell"},...]. `reasons` gets one text for each bad element,
+/// or one for the whole. Events have no thumbnail.
+std::vector<NewEvent> readEventList(const std::filesystem::path& file, std::vector<std::string>& reasons);
+
+}  // namespace korvane

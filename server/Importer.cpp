@@ -1,0 +1,200 @@
+#include "server/Importer.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <thread>
+
+#include "base/UtcTime.h"
+#include "server/FileTime.h"
+#include "server/FolderFiles.h"
+#include "server/LocalDays.h"
+#include "server/Storage.h"
+#include "server/VideoAnalysis.h"
+
+namespace korvane {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kMotionName = "motion";
+constexpr TimeMs kLatest = 253'402'300'799'000;
+
+/// One run over one folder. Each step gives an Error where the whole import has to end.
+class Import {
+  public:
+    Import(Storage& storage, fs::path folder, const ImportOptions& options)
+        : storage_(storage), folder_(std::move(folder)), options_(options) {}
+
+    Result<ImportReport> run() {
+        auto files = listFolder(folder_);
+        if (!files) return files.error();
+        if (files->videos.empty()) return Error{"there are no video files in " + folder_.string()};
+        report_.rejected = std::move(files->others);
+        if (const Status status = prepareCamera()) return *status;
+        if (const Status status = forgetMissing(*files)) return *status;
+        total_ = files->videos.size() + files->eventLists.size();
+        for (const std::string& path : files->videos)
+            if (const Status status = step(path, &Import::readVideo)) return *status;
+        for (const std::string& path : files->eventLists)
+            if (const Status status = step(path, &Import::readEvents)) return *status;
+        if (!report_.cancelled) tell("", 0);
+        return std::move(report_);
+    }
+
+  private:
+    struct Reading {
+        SourceFile source;
+        std::optional<NewRecord> record;
+        std::vector<NewEvent> events;
+    };
+
+    Status prepareCamera() {
+        CameraFile told = readCameraFile(folder_, report_.rejected);
+        if (!options_.cameraName.empty()) told.name = options_.cameraName;
+        if (!options_.timezone.empty()) told.timezone = options_.timezone;
+        if (!told.timezone.empty() && !LocalDays::isKnown(told.timezone))
+            return Error{"time zone " + told.timezone + " is not known"};
+        const auto cameras = storage_.cameras();
+        if (!cameras) return cameras.error();
+        const bool known = std::any_of(cameras->begin(), cameras->end(),
+                                       [this](const Camera& camera) { return camera.folder == folder_.string(); });
+        if (!known && told.name.empty()) told.name = folder_.filename().string();
+        if (!known && told.timezone.empty()) told.timezone = localTimeZoneName();
+        const auto camera = storage_.cameraForFolder(folder_.string(), told.name, told.timezone);
+        if (!camera) return camera.error();
+        report_.cameraId = camera->id;
+        report_.cameraName = camera->name;
+        return std::nullopt;
+    }
+
+    Status forgetMissing(const FolderFiles& files) {
+        auto sources = storage_.sources(report_.cameraId);
+        if (!sources) return sources.error();
+        for (SourceFile& source : *sources) {
+            const auto has = [&source](const std::vector<std::string>& paths) {
+                return std::binary_search(paths.begin(), paths.end(), source.path);
+            };
+            if (has(files.videos) || has(files.eventLists)) {
+                known_.emplace(source.path, std::move(source));
+                continue;
+            }
+            if (Status status = storage_.removeSource(report_.cameraId, source.path)) return status;
+            ++report_.removed;
+        }
+        return std::nullopt;
+    }
+
+    /// Reads a file with `read` unless an import has done so, and stores what comes of it.
+    Status step(const std::string& path, void (Import::*read)(Reading&)) {
+        if (isCancelled()) {
+            report_.cancelled = true;
+            return std::nullopt;
+        }
+        tell(path, 0);
+        const auto source = describeFile(folder_, path);
+        if (!source) {
+            report_.rejected.push_back({path, "has vanished"});
+            ++done_;
+            return std::nullopt;
+        }
+        const auto known = known_.find(path);
+        if (known != known_.end() && known->second.size == source->size && known->second.modified == source->modified) {
+            ++report_.unchanged;
+            if (!known->second.rejection.empty()) report_.rejected.push_back({path, known->second.rejection});
+            ++done_;
+            return std::nullopt;
+        }
+        Reading reading{*source, std::nullopt, {}};
+        (this->*read)(reading);
+        if (isCancelled()) {
+            report_.cancelled = true;
+            return std::nullopt;
+        }
+        if (Status status = storage_.storeRecording(report_.cameraId, reading.source, reading.record, reading.events))
+            return status;
+        if (!reading.source.rejection.empty()) report_.rejected.push_back({path, reading.source.rejection});
+        if (reading.record || !reading.events.empty()) report_.imported.push_back(path);
+        report_.events += reading.events.size();
+        ++done_;
+        return std::nullopt;
+    }
+
+    void readVideo(Reading& reading) {
+        SourceFile& source = reading.source;
+        if (source.size == 0) {
+            source.rejection = "is empty";
+            return;
+        }
+        VideoAnalysisOptions how;
+        how.threads = options_.threads > 0 ? options_.threads : std::max(1U, std::thread::hardware_concurrency());
+        how.cancel = options_.cancel;
+        how.onProgress = [this, &source](double fraction) { tell(source.path, fraction); };
+        auto analysis = analyzeVideo(folder_ / source.path, how);
+        if (!analysis) {
+            source.rejection = analysis.error().message;
+            return;
+        }
+        const auto named = timeFromFileName(fs::path(source.path).filename().string());
+        const TimeMs start = named               ? *named
+                             : analysis->created ? *analysis->created
+                                                 : source.modified - analysis->duration;
+        if (start < 0 || start > kLatest) {
+            source.rejection = "its time is not one that a recording can have";
+            return;
+        }
+        reading.record = NewRecord{start, start + analysis->duration, std::move(analysis->thumbnail)};
+        for (VideoMotion& motion : analysis->motions)
+            reading.events.push_back({start + motion.offset, kMotionName, std::move(motion.thumbnail)});
+    }
+
+    void readEvents(Reading& reading) {
+        std::vector<std::string> reasons;
+        reading.events = readEventList(folder_ / reading.source.path, reasons);
+        for (const std::string& reason : reasons)
+            reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
+        for (NewEvent& event : reading.events) {
+            PageQuery covering;
+            covering.range = {event.time, event.time};
+            covering.limit = 1;
+            const auto page = storage_.records(report_.cameraId, covering);
+            if (!page || page->rows.empty()) continue;
+            const StoredRecord& record = page->rows.front();
+            event.thumbnail = pictureAt(folder_ / record.path, event.time - record.start);
+        }
+    }
+
+    bool isCancelled() const { return options_.cancel != nullptr && options_.cancel->load(); }
+
+    void tell(const std::string& file, double fraction) const {
+        if (options_.onProgress) options_.onProgress({done_, total_, file, fraction});
+    }
+
+    Storage& storage_;
+    const fs::path folder_;
+    const ImportOptions& options_;
+    ImportReport report_;
+    std::map<std::string, SourceFile> known_;
+    std::size_t done_ = 0;
+    std::size_t total_ = 0;
+};
+
+}  // namespace
+
+Result<ImportReport> importFolder(Storage& storage, const fs::path& folder, const ImportOptions& options) {
+    try {
+        std::error_code code;
+        const fs::path root = fs::canonical(folder, code);
+        if (code) return Error{"there is no folder " + folder.string()};
+        return Import(storage, root, options).run();
+    } catch (const std::exception& error) {
+        return Error{std::string("import has failed: ") + error.what()};
+    }
+}
+
+fs::path defaultDatabase(const fs::path& folder) {
+    return folder / ".korvane" / "camera.db";
+}
+
+}  // namespace korvane

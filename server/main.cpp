@@ -1,0 +1,254 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "server/AccessToken.h"
+#include "server/CameraServer.h"
+#include "server/CommandLine.h"
+#include "server/Importer.h"
+#include "server/LibAv.h"
+#include "server/SampleMaker.h"
+#include "server/Storage.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace korvane;
+
+constexpr int kFailed = 1;
+constexpr int kBadUsage = 2;
+constexpr std::int64_t kDefaultPort = 8080;
+constexpr std::int64_t kDefaultLifetime = 7 * 86'400;
+constexpr TimeMs kRowSpacing = 60'000;
+
+constexpr const char* kHelp = R"(The camera service: keeps what a camera has recorded and serves it over HTTP.
+
+  korvane-camera-server import FOLDER [--db FILE] [--camera-name NAME] [--timezone ZONE]
+      Reads a folder of video files. Breaking off is safe: the next import goes on from there.
+  korvane-camera-server serve [--folder FOLDER | --db FILE] [--address ADDRESS] [--port PORT]
+      Serves what was imported. Without an address only this machine is let in. Port 0 takes a free one.
+  korvane-camera-server token [--folder FOLDER | --db FILE] [--camera ID] [--expires-in SECONDS] [--url URL]
+      Prints a token for a host application. URL is where the service is reached.
+  korvane-camera-server sample FOLDER [--seed NUMBER]
+      Films three days in front of a house into a folder.
+  korvane-camera-server sample --rows COUNT --db FILE
+      Fills a data base with that many events without footage.
+
+FILE is FOLDER/.korvane/camera.db unless told otherwise, FOLDER the current one.
+)";
+
+std::atomic<bool> interrupted = false;
+
+void onSignal(int) {
+    interrupted = true;
+}
+
+TimeMs now() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+int fail(int code, const std::string& message) {
+    std::cerr << "korvane-camera-server: " << message << '\n';
+    return code;
+}
+
+/// File names come from anywhere: a terminal must not obey them.
+std::string printable(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return text;
+}
+
+fs::path databaseOf(const CommandLine& line) {
+    if (line.has("db")) return line.text("db");
+    return defaultDatabase(line.has("folder") ? fs::path(line.text("folder")) : fs::current_path());
+}
+
+/// A bar on a terminal, else a line every so often.
+class ProgressPrinter {
+  public:
+    void show(double share, const std::string& what) {
+        const int percent = static_cast<int>(share * 100);
+        if (!terminal_) {
+            if (percent / 10 > last_ / 10 || last_ < 0) std::cout << percent << "% " << what << std::endl;
+            last_ = percent;
+            return;
+        }
+        if (percent == last_ && what == what_) return;
+        constexpr int kWidth = 32;
+        const int filled = percent * kWidth / 100;
+        std::cout << "\r\033[K[" << std::string(static_cast<std::size_t>(filled), '#')
+                  << std::string(static_cast<std::size_t>(kWidth - filled), '.') << "] " << percent << "% " << what
+                  << std::flush;
+        last_ = percent;
+        what_ = what;
+    }
+
+    void finish() {
+        if (terminal_) std::cout << "\r\033[K" << std::flush;
+    }
+
+  private:
+    bool terminal_ = ::isatty(STDOUT_FILENO) != 0;
+    int last_ = -1;
+    std::string what_;
+};
+
+void print(const ImportReport& report) {
+    std::cout << "Camera " << report.cameraId << " \"" << printable(report.cameraName)
+              << "\": " << report.imported.size() << " files imported, " << report.unchanged << " unchanged, "
+              << report.removed << " gone, " << report.events << " events found\n";
+    if (!report.rejected.empty()) std::cout << report.rejected.size() << " could not be imported:\n";
+    for (const ImportRejection& rejection : report.rejected)
+        std::cout << "  " << printable(rejection.file) << ": " << printable(rejection.reason) << '\n';
+    if (report.cancelled) std::cout << "Broken off; the next import goes on from here.\n";
+}
+
+int import(const CommandLine& line) {
+    if (line.plain().size() != 1) return fail(kBadUsage, "import needs one FOLDER; see --help");
+    const fs::path folder = line.plain()[0];
+    std::error_code code;
+    if (!fs::is_directory(folder, code)) return fail(kBadUsage, "there is no folder " + printable(folder.string()));
+    const fs::path file = line.has("db") ? fs::path(line.text("db")) : defaultDatabase(folder);
+    auto storage = Storage::open(file);
+    if (!storage) return fail(kFailed, storage.error().message);
+    ProgressPrinter progress;
+    ImportOptions options;
+    options.cameraName = line.text("camera-name");
+    options.timezone = line.text("timezone");
+    options.cancel = &interrupted;
+    options.onProgress = [&progress](const ImportProgress& now) {
+        const double share = (static_cast<double>(now.filesDone) + now.fraction) /
+                             static_cast<double>(std::max<std::size_t>(now.filesTotal, 1));
+        progress.show(share, printable(now.file));
+    };
+    const auto report = importFolder(**storage, folder, options);
+    progress.finish();
+    if (!report) return fail(kBadUsage, printable(report.error().message));
+    print(*report);
+    return report->cancelled ? kFailed : 0;
+}
+
+int serve(const CommandLine& line) {
+    const auto port = line.number("port", kDefaultPort, 0, 65'535);
+    if (!port) return fail(kBadUsage, port.error().message);
+    const fs::path file = databaseOf(line);
+    std::error_code code;
+    if (!fs::exists(file, code))
+        return fail(kBadUsage, "there is no data base " + file.string() + ": import a folder first");
+    CameraServerOptions options;
+    if (line.has("address")) options.address = line.text("address");
+    options.port = static_cast<std::uint16_t>(*port);
+    // Blocked before the service's threads start, so that none of them takes the signal.
+    sigset_t ending;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGINT);
+    sigaddset(&ending, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    CameraServer server(file, options);
+    const auto bound = server.start();
+    if (!bound) return fail(kFailed, bound.error().message);
+    std::cout << "Serving on " << server.baseUrl() << std::endl;
+    int signal = 0;
+    sigwait(&ending, &signal);
+    server.stop();
+    return 0;
+}
+
+int token(const CommandLine& line) {
+    const auto lifetime = line.number("expires-in", kDefaultLifetime, 1, 10LL * 366 * 86'400);
+    if (!lifetime) return fail(kBadUsage, lifetime.error().message);
+    const fs::path file = databaseOf(line);
+    std::error_code code;
+    if (!fs::exists(file, code))
+        return fail(kBadUsage, "there is no data base " + file.string() + ": import a folder first");
+    auto storage = Storage::open(file);
+    if (!storage) return fail(kFailed, storage.error().message);
+    const auto cameras = (*storage)->cameras();
+    if (!cameras) return fail(kFailed, cameras.error().message);
+    if (cameras->empty()) return fail(kBadUsage, "the data base has no camera: import a folder first");
+    const auto camera = line.number("camera", cameras->front().id, 1, INT64_MAX);
+    if (!camera) return fail(kBadUsage, camera.error().message);
+    const bool known =
+        std::any_of(cameras->begin(), cameras->end(), [&](const Camera& one) { return one.id == *camera; });
+    if (!known) return fail(kBadUsage, "there is no camera " + std::to_string(*camera));
+    const auto tokens = AccessToken::forDatabase(file);
+    if (!tokens) return fail(kFailed, tokens.error().message);
+    const std::string url = line.has("url") ? line.text("url") : "http://127.0.0.1:" + std::to_string(kDefaultPort);
+    const auto text = tokens->issue(*camera, now() / 1000 + *lifetime, url);
+    if (!text) return fail(kBadUsage, text.error().message);
+    std::cout << *text << '\n';
+    return 0;
+}
+
+int fillRows(const CommandLine& line) {
+    const auto rows = line.number("rows", 0, 1, 100'000'000);
+    if (!rows) return fail(kBadUsage, rows.error().message);
+    if (!line.has("db") || !line.plain().empty()) return fail(kBadUsage, "sample --rows needs --db FILE and no folder");
+    auto storage = Storage::open(line.text("db"));
+    if (!storage) return fail(kFailed, storage.error().message);
+    const auto camera = (*storage)->cameraForFolder("", "Rows", "America/New_York");
+    if (!camera) return fail(kFailed, camera.error().message);
+    if (const auto status = (*storage)->fillEvents(camera->id, *rows, now(), kRowSpacing))
+        return fail(kFailed, status->message);
+    std::cout << "Camera " << camera->id << ": " << *rows << " events added\n";
+    return 0;
+}
+
+int sample(const CommandLine& line) {
+    if (line.has("rows")) return fillRows(line);
+    if (line.plain().size() != 1) return fail(kBadUsage, "sample needs one FOLDER, or --rows with --db; see --help");
+    const auto seed = line.number("seed", 1, 0, INT64_MAX);
+    if (!seed) return fail(kBadUsage, seed.error().message);
+    ProgressPrinter progress;
+    SampleOptions options;
+    options.end = now();
+    options.seed = static_cast<std::uint64_t>(*seed);
+    options.cancel = &interrupted;
+    options.onProgress = [&progress](std::size_t done, std::size_t total) {
+        progress.show(static_cast<double>(done) / static_cast<double>(total), "filming");
+    };
+    const auto report = makeSample(line.plain()[0], options);
+    progress.finish();
+    if (!report) return fail(kFailed, printable(report.error().message));
+    std::cout << report->recordings << " recordings with " << report->movements << " movements, "
+              << report->bytes / 1'000'000 << " MB\n";
+    return 0;
+}
+
+void catchSignals() {
+    struct sigaction action {};
+    action.sa_handler = onSignal;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    for (const std::string& word : words) {
+        if (word != "--help" && word != "-h") continue;
+        std::cout << kHelp;
+        return 0;
+    }
+    const auto line = CommandLine::parse(words, {{"import", {"db", "camera-name", "timezone"}},
+                                                 {"serve", {"db", "folder", "address", "port"}},
+                                                 {"token", {"db", "folder", "camera", "expires-in", "url"}},
+                                                 {"sample", {"db", "rows", "seed"}}});
+    if (!line) return fail(kBadUsage, printable(line.error().message) + "; see --help");
+    catchSignals();
+    av_log_set_level(AV_LOG_QUIET);
+    if (line->command() == "import") return import(*line);
+    if (line->command() == "serve") return serve(*line);
+    if (line->command() == "token") return token(*line);
+    return sample(*line);
+}
