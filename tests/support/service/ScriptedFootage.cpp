@@ -112,7 +112,7 @@ Reply ScriptedFootage::thumbnails(const ScriptedPage& page, const std::vector<st
 Timeline ScriptedFootage::timeline(TimeMs start, TimeMs end) const {
     std::vector<TimelinePair> periods;
     for (const ScriptedRecord& r : records_) {
-        if (r.end < start || r.start > end) continue;
+        if (r.end <= start || r.start >= end) continue;
         const TimelinePair period(std::max(r.start, start), std::min(r.end, end));
         constexpr TimeMs smallestGap = 1000;
         if (!periods.empty() && period.start() - periods.back().end() <= smallestGap) {
