@@ -8,6 +8,28 @@ namespace {
 
 constexpr int kQuality = 4;  // 1 best, 31 worst
 
+struct Source {
+    AVPixelFormat format;
+    bool fullRange;
+};
+
+/// The formats that say "full range" by their name are deprecated; the scaler wants the plain one and the range.
+Source sourceOf(const AVFrame& frame) {
+    const bool full = frame.color_range == AVCOL_RANGE_JPEG;
+    switch (frame.format) {
+        case AV_PIX_FMT_YUVJ420P:
+            return {AV_PIX_FMT_YUV420P, true};
+        case AV_PIX_FMT_YUVJ422P:
+            return {AV_PIX_FMT_YUV422P, true};
+        case AV_PIX_FMT_YUVJ444P:
+            return {AV_PIX_FMT_YUV444P, true};
+        case AV_PIX_FMT_YUVJ440P:
+            return {AV_PIX_FMT_YUV440P, true};
+        default:
+            return {static_cast<AVPixelFormat>(frame.format), full};
+    }
+}
+
 }  // namespace
 
 bool JpegEncoder::prepare(const AVFrame& frame) {
@@ -20,18 +42,24 @@ bool JpegEncoder::prepare(const AVFrame& frame) {
     if (pixel.num > 0 && pixel.den > 0) aspect *= std::clamp(av_q2d(pixel), 0.25, 4.0);
     const int width = std::max(2, std::min(width_, frame.width) & ~1);
     const int height = std::clamp(static_cast<int>(width / aspect), 2, 4 * width) & ~1;
-    scaler_.reset(sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), width, height,
-                                 AV_PIX_FMT_YUVJ420P, SWS_AREA, nullptr, nullptr, nullptr));
+    const Source source = sourceOf(frame);
+    scaler_.reset(sws_getContext(frame.width, frame.height, source.format, width, height, AV_PIX_FMT_YUV420P, SWS_AREA,
+                                 nullptr, nullptr, nullptr));
     picture_.reset(av_frame_alloc());
     AvCodec encoder(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
     if (!scaler_ || !picture_ || !encoder) return false;
-    picture_->format = AV_PIX_FMT_YUVJ420P;
+    const int* coefficients = sws_getCoefficients(SWS_CS_DEFAULT);
+    constexpr int kOne = 1 << 16;
+    sws_setColorspaceDetails(scaler_.get(), coefficients, source.fullRange ? 1 : 0, coefficients, 1, 0, kOne, kOne);
+    picture_->format = AV_PIX_FMT_YUV420P;
+    picture_->color_range = AVCOL_RANGE_JPEG;
     picture_->width = width;
     picture_->height = height;
     picture_->quality = FF_QP2LAMBDA * kQuality;
     encoder->width = width;
     encoder->height = height;
-    encoder->pix_fmt = AV_PIX_FMT_YUVJ420P;
+    encoder->pix_fmt = AV_PIX_FMT_YUV420P;
+    encoder->color_range = AVCOL_RANGE_JPEG;
     encoder->time_base = {1, 25};
     encoder->thread_count = 1;
     encoder->flags |= AV_CODEC_FLAG_QSCALE;

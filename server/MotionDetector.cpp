@@ -1,7 +1,6 @@
 #include "server/MotionDetector.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace korvane {
 
@@ -9,9 +8,11 @@ namespace {
 
 // Half a second apart a walking person has left its own outline, and yet is seen soon after it comes.
 constexpr TimeMs kCompareWith = 360;
-constexpr int kCellDifference = 12;
-constexpr int kCellsToBegin = 8;
-constexpr int kCellsToGoOn = 4;
+// A cell has changed when it differs by this much, and by so many times what noise makes of five in six cells.
+constexpr int kLeastDifference = 5;
+constexpr int kTimesNoise = 5;
+constexpr int kCellsToBegin = 6;
+constexpr int kCellsToGoOn = 3;
 
 }  // namespace
 
@@ -20,19 +21,20 @@ int MotionDetector::changedCells(const CellImage& before, const CellImage& after
     std::array<int, 2 * kMost + 1> histogram{};
     for (std::size_t i = 0; i < before.cells.size(); ++i)
         ++histogram[static_cast<std::size_t>(after.cells[i] - before.cells[i] + kMost)];
-    int seen = 0;
-    int common = -kMost;
-    const int half = static_cast<int>(before.cells.size()) / 2;
-    for (const int count : histogram) {
-        seen += count;
-        if (seen > half) break;
-        ++common;
+    const int cells = static_cast<int>(before.cells.size());
+    int common = 0;
+    for (int seen = histogram[0]; seen <= cells / 2; seen += histogram[static_cast<std::size_t>(common)]) ++common;
+    const auto at = [&](int bin) { return bin < 0 || bin > 2 * kMost ? 0 : histogram[static_cast<std::size_t>(bin)]; };
+    int noise = 0;
+    int within = at(common);
+    while (within < cells / 6 * 5) {
+        ++noise;
+        within += at(common - noise) + at(common + noise);
     }
-    int changed = 0;
-    for (int difference = -kMost; difference <= kMost; ++difference)
-        if (std::abs(difference - common) > kCellDifference)
-            changed += histogram[static_cast<std::size_t>(difference + kMost)];
-    return changed;
+    const int limit = std::max(kLeastDifference, noise * kTimesNoise);
+    for (int distance = noise + 1; distance <= limit; ++distance)
+        within += at(common - distance) + at(common + distance);
+    return cells - within;
 }
 
 MotionDetector::Change MotionDetector::add(TimeMs time, const CellImage& image) {

@@ -10,9 +10,9 @@ namespace {
 constexpr TimeMs kWindow = 500;
 // Of the windows of a file this share is taken to be still.
 constexpr std::size_t kStillPercent = 20;
-// A window is quiet when it holds no more than this many times what a still one does ...
+// A window is quiet when it holds no more than this many times what a still one does and this share of a key frame ...
 constexpr std::int64_t kQuietFactor = 2;
-constexpr std::int64_t kQuietBytes = 1500;
+constexpr std::int64_t kQuietShare = 100;
 // ... in a file whose still windows are small beside its key frames. Else sizes tell nothing: noise, or a fixed rate.
 constexpr std::int64_t kTrustShare = 4;
 
@@ -74,8 +74,9 @@ void PacketMap::markQuiet(std::vector<Group>& groups) const {
         windows.insert(windows.end(), inGroup.begin(), inGroup.end());
     }
     const std::int64_t still = percentile(windows, kStillPercent);
-    if (windows.empty() || still > percentile(keys, 50) / kTrustShare) return;
-    const std::int64_t limit = still * kQuietFactor + kQuietBytes;
+    const std::int64_t key = percentile(keys, 50);
+    if (windows.empty() || still > key / kTrustShare) return;
+    const std::int64_t limit = still * kQuietFactor + key / kQuietShare;
     for (std::size_t i = 0; i < groups.size(); ++i)
         groups[i].quiet = groups[i].end - groups[i].first > 1 && loudest[i] <= limit;
 }
