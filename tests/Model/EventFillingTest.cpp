@@ -8,8 +8,6 @@
 namespace korvane::test {
 namespace {
 
-using Objects = std::vector<Reply>;
-
 Reply at(TimeMs time, std::int64_t id = 1, const std::string& name = "motion") {
     return {{"id", id}, {"name", name}, {"time", formatUtc(time)}};
 }
@@ -160,19 +158,6 @@ TEST_F(EventFilling, ChangesEntriesInPlaceWithoutGroupingOnly) {
         EXPECT_EQ(entry(3) == before, !grouping);
         EXPECT_EQ(before->type(), grouping ? ScrubberEventTypePending : ScrubberEventTypeItem);
     }
-}
-
-TEST_F(EventFilling, SurvivesMomentsOfAnyYear) {
-    provider->enableEventGrouping(true);
-    provider->initStorageForEvents(3);
-    Reply page = Reply::array();
-    for (const char* time : {"9999-12-31T23:59:59.999Z", "0000-01-01T00:00:00Z", "99999999999-01-01T00:00:00Z"}) {
-        page.push_back({{"id", 1}, {"time", time}});
-    }
-    provider->fillEventsFromDictionary(page, 3);
-    // The last of the three is no date, so it counts as of the unset time, which is after the one before it.
-    EXPECT_EQ(shape(), "[11]1");
-    EXPECT_EQ(entry(1)->start(), -5001);
 }
 
 struct Mode {

@@ -13,38 +13,22 @@ namespace {
 
 TEST(TimelineSearch, FindsThePeriodOrTheNextOne) {
     using Periods = std::vector<TimelinePair>;
-    const Periods three = {{10, 20}, {30, 40}, {50, 60}};
-    const Periods two = {{10, 20}, {30, 40}};
     const struct {
         std::optional<Periods> periods;
-        std::int64_t time;
-        std::int32_t index;
+        std::vector<std::pair<std::int64_t, std::int32_t>> indexOfTime;
     } cases[] = {
-        {std::nullopt, 5, -3},
-        {Periods{}, 5, -3},
-        {Periods{}, -1, -3},
-        {three, 5, 0},
-        {three, 15, 0},
-        {three, 20, 0},
-        {three, 25, 1},
-        {three, 30, 1},
-        {three, 45, 2},
-        {three, 50, 2},
-        {three, 70, 2},
-        {three, -1, 0},
-        {three, 101, 2},
-        {two, 35, 1},
-        {two, 25, 1},
-        {two, 20, 0},
-        {two, 90, 1},
-        {two, 5, 0},
-        {Periods{{10, 20}}, 90, 0},
+        {std::nullopt, {{5, -3}, {-1, -3}}},
+        {Periods{}, {{5, -3}, {101, -3}}},
+        {Periods{{10, 20}}, {{5, 0}, {90, 0}}},
+        {Periods{{10, 20}, {30, 40}}, {{5, 0}, {20, 0}, {25, 1}, {35, 1}, {90, 1}}},
+        {Periods{{10, 20}, {30, 40}, {50, 60}},
+         {{-1, 0}, {5, 0}, {15, 0}, {20, 0}, {25, 1}, {30, 1}, {45, 2}, {50, 2}, {70, 2}, {101, 2}}},
     };
     EXPECT_EQ(indexElement(nullptr, 5), -3);
     for (const auto& c : cases) {
         Timeline timeline(0, 100);
         timeline.setPeriods(c.periods);
-        EXPECT_EQ(indexElement(&timeline, c.time), c.index) << "time " << c.time;
+        for (const auto& [time, index] : c.indexOfTime) EXPECT_EQ(indexElement(&timeline, time), index) << time;
     }
 }
 
@@ -81,26 +65,6 @@ TEST(ScrubberEvent, IsBuiltLiveForTheUnsetTimeOnly) {
     }
 }
 
-TEST(ScrubberEvent, ResetBringsAllDefaultsBackAndLetsMembersGo) {
-    const auto group = ScrubberEvent::build(3, 1000);
-    const auto member = ScrubberEvent::build(4, 1000);
-    group->setChilds({member});
-    member->setParent(group);
-    group->setTimezone("Asia/Tokyo");
-    group->setName(std::nullopt);
-    group->resetToDefault();
-
-    const auto fields = group->fields();
-    EXPECT_EQ(fields.type, ScrubberEventTypePending);
-    EXPECT_EQ(fields.identificator, 0);
-    EXPECT_EQ(fields.name, "");
-    EXPECT_EQ(fields.timeAsValue, -1);
-    EXPECT_EQ(fields.timezone, localTimeZoneName());
-    EXPECT_EQ(group->childCount(), 0u);
-    EXPECT_EQ(member.use_count(), 1);
-    EXPECT_EQ(member->parent(), group);
-}
-
 TEST(SaturatingTime, StaysAtTheEndsOfTheRange) {
     constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
     constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
@@ -112,26 +76,11 @@ TEST(SaturatingTime, StaysAtTheEndsOfTheRange) {
 }
 
 TEST(ReplyValues, TakesIntegersInTheirUsualDisguises) {
-    const struct {
-        Reply value;
-        std::optional<std::int64_t> integer;
-    } cases[] = {
-        {12, 12},
-        {-3, -3},
-        {"12", 12},
-        {12.0, 12},
-        {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::max()},
-        {std::numeric_limits<std::uint64_t>::max(), std::nullopt},
-        {1e300, std::nullopt},
-        {12.5, std::nullopt},
-        {"12x", std::nullopt},
-        {"", std::nullopt},
-        {"99999999999999999999", std::nullopt},
-        {true, std::nullopt},
-        {nullptr, std::nullopt},
-        {Reply::array({12}), std::nullopt},
-    };
-    for (const auto& c : cases) EXPECT_EQ(integerValue(&c.value), c.integer) << c.value.dump();
+    constexpr auto most = std::numeric_limits<std::int64_t>::max();
+    const std::pair<Reply, std::int64_t> integers[] = {{12, 12}, {-3, -3}, {"12", 12}, {12.0, 12}, {most, most}};
+    for (const auto& [value, integer] : integers) EXPECT_EQ(integerValue(&value), integer) << value.dump();
+    const Reply others = {~std::uint64_t{0}, 1e300, 12.5, "12x", "", "99999999999999999999", true, nullptr, {12}};
+    for (const Reply& value : others) EXPECT_EQ(integerValue(&value), std::nullopt) << value.dump();
     EXPECT_EQ(integerValue(nullptr), std::nullopt);
 }
 

@@ -64,6 +64,12 @@ std::int32_t ScrubberPagedDataProvider::OnScrubberDeleteEvent(const std::shared_
     return -1;
 }
 
+std::int64_t ScrubberPagedDataProvider::OnScrubberFindEventByTime(TimeMs timeAsValue) {
+    const auto found = events_.findEntry(
+        [&](const ScrubberEvent& event) { return isClosing() || event.timeAsValue() == timeAsValue; });
+    return found && !isClosing() ? static_cast<std::int64_t>(*found) : -1;
+}
+
 std::vector<std::shared_ptr<ScrubberEvent>> ScrubberPagedDataProvider::getEvents() {
     std::vector<std::shared_ptr<ScrubberEvent>> entries;
     guarded([&] {
@@ -128,7 +134,7 @@ void ScrubberPagedDataProvider::fetchPage(const PageQuery& query, std::function<
     const auto camera = cam();
     if (!camera) return;
     requestPage(*camera, query,
-                [self = self(), camera, query, onPage = std::move(onPage)](Reply reply, std::int32_t status) {
+                [self = self(), camera, query, onPage = std::move(onPage)](const Reply& reply, std::int32_t status) {
                     self->onReply(camera, query, reply, status, onPage);
                 });
 }
@@ -152,7 +158,7 @@ void ScrubberPagedDataProvider::onReply(const std::shared_ptr<KorvaneCamera>& ca
 }
 
 void ScrubberPagedDataProvider::completePage(KorvaneCamera& /*camera*/, const PageQuery& /*query*/, Reply objects,
-                                             std::function<void(Reply objects)> onComplete) {
+                                             const std::function<void(Reply objects)>& onComplete) {
     onComplete(std::move(objects));
 }
 

@@ -30,6 +30,9 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     /// The list cannot be edited yet: -1.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
 
+    /// Looks at entries that have been made only.
+    std::int64_t OnScrubberFindEventByTime(TimeMs timeAsValue) override;
+
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() override;
     /// Deletion cannot be asked for yet: -1, and the completion is not called.
     std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event, DeleteCompletion onComplete) override;
@@ -74,7 +77,7 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     /// Adds to the elements of a page what its reply lacks, then calls `onComplete` with them, at once or after
     /// further requests.
     virtual void completePage(KorvaneCamera& camera, const PageQuery& query, Reply objects,
-                              std::function<void(Reply objects)> onComplete);
+                              const std::function<void(Reply objects)>& onComplete);
 
     /// Sets `event` from an element; `camera` is null once the provider has been closed. Type and time zone are set.
     virtual void readElement(ScrubberEvent::Fields& event, const Reply& element, const KorvaneCamera* camera) const = 0;

@@ -169,7 +169,7 @@ void ScrubberSourceBinding::connect(const ParsedToken& parsed) {
 }
 
 std::shared_ptr<KorvaneShareConnection> ScrubberSourceBinding::openConnection(const ParsedToken& parsed) {
-    const auto connection = service_.makeConnection();
+    auto connection = service_.makeConnection();
     auto before = connection;
     {
         const std::lock_guard guard(mutex_);
@@ -204,7 +204,7 @@ void ScrubberSourceBinding::requestCamera(const std::shared_ptr<KorvaneShareConn
         });
 }
 
-void ScrubberSourceBinding::onCamera(std::shared_ptr<KorvaneCamera> camera, const std::string& error,
+void ScrubberSourceBinding::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error,
                                      std::int32_t status, const std::string& wholeToken) {
     if (status == StatusSuccess && !camera) status = StatusUnexpectedReply;
     setLastError(status, status == StatusSuccess ? "Success" : error);

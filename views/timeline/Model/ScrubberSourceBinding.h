@@ -131,7 +131,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     std::shared_ptr<KorvaneShareConnection> openConnection(const ParsedToken& parsed);
     void requestCamera(const std::shared_ptr<KorvaneShareConnection>& connection, const ParsedToken& parsed);
     void armExpiryMonitor(KorvaneShareConnection& connection);
-    void onCamera(std::shared_ptr<KorvaneCamera> camera, const std::string& error, std::int32_t status,
+    void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error, std::int32_t status,
                   const std::string& wholeToken);
     TimeMs beginLoad();
     void setLastError(std::int32_t code, std::string text);

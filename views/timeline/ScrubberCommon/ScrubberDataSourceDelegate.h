@@ -20,6 +20,17 @@ class ScrubberDataSourceDelegate {
     /// The entry at an index; null for a negative index or one past the end.
     virtual std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) = 0;
 
+    /// Index of the first entry of that moment, or -1. This default asks for one entry after the other; a source that
+    /// makes entries only when asked for them does better by not asking.
+    virtual std::int64_t OnScrubberFindEventByTime(TimeMs timeAsValue) {
+        const std::int64_t count = OnScrubberGetEventsCount();
+        for (std::int64_t i = 0; i < count; ++i) {
+            const auto event = OnScrubberGetEventByIndex(i);
+            if (event && event->timeAsValue() == timeAsValue) return i;
+        }
+        return -1;
+    }
+
     /// Takes an entry out of the list, after the service has deleted it. Its former index, or -1 when it is not there.
     virtual std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) = 0;
 
