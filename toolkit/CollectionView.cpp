@@ -284,13 +284,12 @@ CollectionLayout CollectionView::askForLayout() {
     if (!self || count <= 0) return {};
     CollectionLayout::Sizes sizes;
     EdgeInsets inset = flowLayout_->sectionInset();
-    if (delegate_) {
-        auto& delegate = *delegate_;
-        sizes.first = delegate.collectionViewLayoutSizeForItemAtIndexPath(*this, 0);
-        if (count > 2) sizes.inner = delegate.collectionViewLayoutSizeForItemAtIndexPath(*this, 1);
-        if (count > 1) sizes.last = delegate.collectionViewLayoutSizeForItemAtIndexPath(*this, count - 1);
-        inset = delegate.collectionViewLayoutInsetForSectionAtIndex(*this, 0).value_or(inset);
-    }
+    CollectionViewDelegate defaults;
+    CollectionViewDelegate& delegate = delegate_ ? *delegate_ : defaults;
+    sizes.first = delegate.collectionViewLayoutSizeForItemAtIndexPath(*this, 0);
+    if (count > 2) sizes.inner = delegate.collectionViewLayoutSizeForItemAtIndexPath(*this, 1);
+    if (count > 1) sizes.last = delegate.collectionViewLayoutSizeForItemAtIndexPath(*this, count - 1);
+    inset = delegate.collectionViewLayoutInsetForSectionAtIndex(*this, 0).value_or(inset);
     if (!self) return {};
     return {count, sizes, flowLayout_->minimumInteritemSpacing(), inset};
 }

@@ -10,8 +10,10 @@ namespace korvane {
 
 class CollectionView;
 
-/// Hears what happens to a collection view and decides on sizes. Called on the main thread. Each callback may change
-/// the view, and may destroy it.
+/// Hears what happens to a collection view and decides on sizes. Called on the main thread. What tells of a tap or of
+/// scrolling may change the view, and may destroy it: by deleteLater() where it comes from a pointer event (all but the
+/// callbacks of a deceleration), because Qt still holds an item that gets an event. Questions for sizes and insets must
+/// leave the view alone.
 class CollectionViewDelegate {
   public:
     virtual ~CollectionViewDelegate() = default;

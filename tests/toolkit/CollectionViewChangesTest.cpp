@@ -1,0 +1,266 @@
+#include <QQuickItem>
+#include <limits>
+#include <vector>
+
+#include "tests/toolkit/StripFixture.h"
+#include "toolkit/Coordinates.h"
+
+namespace korvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct CollectionViewChanges : StripTest {};
+
+TEST_F(CollectionViewChanges, CellsAreBoundedAndNoneIsMadeAfterWarmUp) {
+    count = 1'000'000;
+    strip->reloadData();
+    ui.settle();
+    for (int i = 0; i < 40; ++i) {
+        strip->setContentOffset({x() + 29, 0});
+        ui.settle();
+    }
+    const int warm = made;
+    EXPECT_LE(warm, 10);
+    for (int i = 0; i < 400; ++i) {
+        strip->setContentOffset({134'000.0 * i + 7.0 * i, 0});
+        ui.settle();
+    }
+    EXPECT_EQ(made, warm);
+    strip->scrollToItemAtIndexPath(999'998, CollectionViewScrollPosition::Right, false);
+    ui.settle();
+    auto* cell = strip->cellForItemAtIndexPath(999'998);
+    ASSERT_TRUE(cell);
+    EXPECT_DOUBLE_EQ(cell->x() + cell->width(), 800);
+    EXPECT_EQ(strip->indexPathForItemAtPoint({x() + 799, 60}), 999'998);
+    EXPECT_EQ(made, warm);
+}
+
+TEST_F(CollectionViewChanges, FarAnimationHasCellsAtBothEndsOnly) {
+    animateKeyframes(1.0, [this] { strip->setContentOffset({100'000, 0}); });
+    ui.settle();
+    EXPECT_TRUE(strip->cellForItemAtIndexPath(0));
+    EXPECT_TRUE(strip->cellForItemAtIndexPath(strip->indexPathForItemAtPoint({100'150, 60})));
+    EXPECT_FALSE(strip->cellForItemAtIndexPath(strip->indexPathForItemAtPoint({50'150, 60})));
+    expectCellsInPlace();
+    ui.advance(1100ms);
+    expectCellsInPlace();
+    EXPECT_LE(made, 20);
+    EXPECT_EQ(scrolls, 1) << "the value set changed once";
+}
+
+TEST_F(CollectionViewChanges, ScrollPositionsStayWithinTheBounds) {
+    struct Case {
+        IndexPath item;
+        CollectionViewScrollPosition position;
+        double x;
+    };
+    const auto frame = *strip->layoutAttributesForItemAtIndexPath(500);
+    const double end = strip->contentSize().width - 800;
+    const std::vector<Case> cases = {
+        {500, CollectionViewScrollPosition::Left, frame.x},
+        {500, CollectionViewScrollPosition::Right, frame.right() - 800},
+        {500, CollectionViewScrollPosition::CenteredHorizontally, frame.center().x - 400},
+        {0, CollectionViewScrollPosition::Right, 0},
+        {999, CollectionViewScrollPosition::Left, end},
+        {1000, CollectionViewScrollPosition::Left, 77},
+        {-1, CollectionViewScrollPosition::Left, 77},
+        {std::nullopt, CollectionViewScrollPosition::Left, 77},
+    };
+    for (const auto& c : cases) {
+        strip->setContentOffset({77, 0});
+        strip->scrollToItemAtIndexPath(c.item, c.position, false);
+        EXPECT_DOUBLE_EQ(x(), c.x) << c.item.value_or(-99);
+    }
+}
+
+TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) {
+    const double end = strip->contentSize().width - 800;
+    strip->setContentOffset({end + 10, 0});
+    strip->collectionViewLayout()->invalidateLayout();
+    strip->reloadData();
+    ui.settle();
+    EXPECT_EQ(x(), end + 10);
+    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+        strip->setContentOffset({bad, 0});
+        strip->setContentOffset({0, bad});
+    }
+    EXPECT_EQ(x(), end + 10);
+    count = 3;
+    strip->reloadData();
+    ui.settle();
+    EXPECT_EQ(x(), strip->contentSize().width - 800 + 10) << "as far beyond the new end";
+}
+
+TEST_F(CollectionViewChanges, DeletionMovesCellsUpBeforeTheCompletion) {
+    strip->setContentOffset({1200, 0});
+    ui.settle();
+    const auto visible = strip->indexPathsForVisibleItems();
+    ASSERT_GE(visible.size(), 5u);
+    const std::int64_t gone = visible[2];
+    auto* after = strip->cellForItemAtIndexPath(gone + 1);
+    filled = 0;
+    bool isDone = false;
+    strip->performBatchUpdates(
+        [&] {
+            --count;
+            strip->deleteItemsAtIndexPaths({gone});
+            EXPECT_TRUE(strip->cellForItemAtIndexPath(gone)) << "not within the updates";
+        },
+        [&](bool) {
+            isDone = true;
+            EXPECT_EQ(strip->cellForItemAtIndexPath(gone), after);
+        });
+    EXPECT_FALSE(isDone);
+    EXPECT_EQ(strip->numberOfItems(), 999);
+    EXPECT_EQ(strip->cellForItemAtIndexPath(gone), after) << "its cell was kept";
+    EXPECT_LE(filled, 1) << "only what came into view was asked for";
+    ui.settle();
+    EXPECT_TRUE(isDone);
+}
+
+TEST_F(CollectionViewChanges, UntrueOrOddBatchesEndConsistent) {
+    struct Case {
+        const char* name;
+        std::vector<std::int64_t> deleted;
+        std::int64_t countAfter;
+    };
+    for (const auto& c : std::vector<Case>{{"nothing changed", {4}, 1000},
+                                           {"more changed", {4, 5}, 400},
+                                           {"twice the same", {4, 4, 4}, 999},
+                                           {"not there", {-1, 5000}, 1000},
+                                           {"all", {0, 1, 2}, 0}}) {
+        count = 1000;
+        base = 0;
+        strip->reloadData();
+        strip->setContentOffset({300, 0});
+        ui.settle();
+        int completions = 0;
+        base = c.name == std::string("twice the same") ? 0 : 7000;
+        strip->performBatchUpdates(
+            [&] {
+                count = c.countAfter;
+                strip->deleteItemsAtIndexPaths(c.deleted);
+                if (base) strip->reloadItemsAtIndexPaths(strip->indexPathsForVisibleItems());
+            },
+            [&](bool) { ++completions; });
+        ui.settle();
+        EXPECT_EQ(completions, 1) << c.name;
+        EXPECT_EQ(strip->numberOfItems(), c.countAfter) << c.name;
+        if (base) expectCellsInPlace();
+    }
+    strip->performBatchUpdates({}, {});
+    strip->performBatchUpdates([] { throw 1; }, {});
+}
+
+TEST_F(CollectionViewChanges, BatchCompletionOutlivesTheView) {
+    bool isDone = false;
+    strip->performBatchUpdates(
+        [this] {
+            delete strip;
+            strip = nullptr;
+        },
+        [&](bool) { isDone = true; });
+    ui.settle();
+    EXPECT_TRUE(isDone);
+}
+
+TEST_F(CollectionViewChanges, ReloadedItemsAreAskedForAgain) {
+    base = 500;
+    filled = 0;
+    strip->reloadItemsAtIndexPaths({1, 700, -3});
+    ui.settle();
+    EXPECT_EQ(filled, 1);
+    EXPECT_EQ(static_cast<NumberCell*>(strip->cellForItemAtIndexPath(1))->number, 501);
+}
+
+TEST_F(CollectionViewChanges, DataSourceMayTurnOnTheView) {
+    int calls = 0;
+    onFill = [&] {
+        if (++calls == 2) strip->reloadData();
+        if (calls == 3) strip->setContentOffset({700, 0});
+        if (calls == 4) strip->layoutIfNeeded();
+    };
+    strip->reloadData();
+    ui.settle();
+    onFill = nullptr;
+    ui.settle();
+    expectCellsInPlace();
+    onFill = [this] {
+        if (!strip) return;
+        strip->deleteLater();
+        strip = nullptr;
+    };
+    strip->reloadData();
+    ui.settle();
+    EXPECT_FALSE(strip);
+}
+
+TEST_F(CollectionViewChanges, CellsThatWereNotDequeuedAreRefused) {
+    NumberCell foreign;
+    struct Source : CollectionViewDataSource {
+        CollectionViewCell* cell = nullptr;
+        QString identifier;
+        std::int64_t collectionViewNumberOfItemsInSection(CollectionView&, std::int64_t) override { return 3; }
+        CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath item) override {
+            view.dequeueReusableCell(QStringLiteral("cell"), item);
+            return identifier.isEmpty() ? cell : view.dequeueReusableCell(identifier, item);
+        }
+    } source;
+    for (auto* cell : {static_cast<CollectionViewCell*>(nullptr), static_cast<CollectionViewCell*>(&foreign)}) {
+        source.cell = cell;
+        strip->setDataSource(&source);
+        ui.settle();
+        EXPECT_FALSE(strip->cellForItemAtIndexPath(0));
+    }
+    source.identifier = QStringLiteral("unknown");
+    strip->reloadData();
+    ui.settle();
+    EXPECT_FALSE(strip->cellForItemAtIndexPath(0));
+    EXPECT_LE(made, 10) << "what was dequeued in vain is used again";
+    strip->setDataSource(nullptr);
+    ui.settle();
+    EXPECT_EQ(strip->numberOfItems(), 0);
+}
+
+TEST_F(CollectionViewChanges, InsetsMoveTheContent) {
+    strip->setContentInset({10, 5, 20, 0});
+    ui.settle();
+    EXPECT_EQ(strip->contentOffset().y, -10);
+    EXPECT_EQ(strip->contentSize().height, 90);
+    strip->scrollToItemAtIndexPath(0, CollectionViewScrollPosition::Left, false);
+    ui.settle();
+    EXPECT_EQ(x(), -5);
+    EXPECT_EQ(strip->cellForItemAtIndexPath(0)->position(), QPointF(5, 10));
+}
+
+TEST_F(CollectionViewChanges, CoordinatesFollowTheOffsetSet) {
+    QQuickItem mark(ui.root());
+    mark.setPosition({395, 10});
+    mark.setSize({10, 100});
+    strip->setX(20);
+    strip->setContentOffset({1000, 0});
+    EXPECT_EQ(convertPoint(centerOf(&mark), ui.root(), strip), (Point{1380, 60}));
+    EXPECT_EQ(convertRect(boundsOf(strip), strip, ui.root()), (Rect{20, 0, 800, 120}));
+    EXPECT_EQ(convertRect(boundsOf(&mark), &mark, strip), (Rect{1375, 10, 10, 100}));
+    animate(1.0, [this] { strip->setContentOffset({2000, 0}); });
+    EXPECT_EQ(convertPoint({400, 60}, ui.root(), strip), (Point{2380, 60}));
+    EXPECT_EQ(convertPoint({4, 6}, nullptr, strip), Point());
+    EXPECT_EQ(boundsOf(nullptr), Rect());
+}
+
+TEST_F(CollectionViewChanges, LayoutRunsWithoutAWindowAndCompletes) {
+    CollectionView lone;
+    lone.registerFactory([] { return std::make_unique<NumberCell>(); }, QStringLiteral("cell"));
+    lone.setSize({800, 120});
+    lone.setDataSource(this);
+    int completions = 0;
+    lone.setCollectionViewLayout(std::make_unique<FlowLayout>(), true, [&](bool) { ++completions; });
+    lone.setCollectionViewLayout(nullptr, true, [&](bool) { ++completions; });
+    ui.settle();
+    EXPECT_EQ(completions, 1);
+    EXPECT_TRUE(lone.cellForItemAtIndexPath(1));
+}
+
+}  // namespace
+}  // namespace korvane

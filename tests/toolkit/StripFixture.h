@@ -1,0 +1,147 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/qt/VirtualUi.h"
+#include "toolkit/CollectionView.h"
+
+namespace korvane {
+
+/// A cell that knows what it was filled with.
+class NumberCell : public CollectionViewCell {
+  public:
+    using CollectionViewCell::CollectionViewCell;
+    void prepareForReuse() override { number = -1; }
+    std::int64_t number = -1;
+};
+
+/// A strip of 800 x 120 with cells of 134 points and gaps of 3 between two spacers, which notes each callback.
+class StripTest : public testing::Test, public CollectionViewDataSource, public CollectionViewDelegate {
+  protected:
+    StripTest() { makeStrip(1000); }
+
+    void makeStrip(std::int64_t items) {
+        count = items;
+        strip = new CollectionView(ui.root());
+        strip->registerFactory(
+            [this] {
+                ++made;
+                return std::make_unique<NumberCell>();
+            },
+            QStringLiteral("cell"));
+        auto layout = std::make_unique<FlowLayout>();
+        layout->setMinimumInteritemSpacing(3);
+        strip->setCollectionViewLayout(std::move(layout), false, {});
+        strip->setSize({800, 120});
+        strip->setDataSource(this);
+        strip->setDelegate(this);
+        ui.settle();
+        strip->setContentOffset({0, 0});
+        log.clear();
+    }
+
+    void TearDown() override { delete strip; }
+
+    std::int64_t collectionViewNumberOfItemsInSection(CollectionView&, std::int64_t) override { return count; }
+
+    CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath item) override {
+        auto* cell = static_cast<NumberCell*>(view.dequeueReusableCell(QStringLiteral("cell"), item));
+        EXPECT_EQ(cell->number, -1) << "a recycled cell was not prepared";
+        cell->number = item.value_or(-1) + base;
+        ++filled;
+        if (onFill) onFill();
+        return cell;
+    }
+
+    Size collectionViewLayoutSizeForItemAtIndexPath(CollectionView& view, IndexPath item) override {
+        const bool isSpacer = item == IndexPath(0) || item == IndexPath(count - 1);
+        return {isSpacer ? view.width() / 2 - 9 : 134, view.height()};
+    }
+
+    void collectionViewDidSelectItemAtIndexPath(CollectionView&, IndexPath item) override {
+        note("select " + std::to_string(item.value_or(-1)));
+    }
+    void scrollViewWillBeginDragging(CollectionView& view) override {
+        EXPECT_TRUE(view.isDragging());
+        note("begin");
+    }
+    void scrollViewDidScroll(CollectionView& view) override {
+        ++scrolls;
+        if (log.empty() || log.back() != "scroll") log.push_back("scroll");
+        if (view.isDragging()) ++draggedScrolls;
+        if (onScroll) onScroll();
+    }
+    void scrollViewDidEndDragging(CollectionView& view, bool willDecelerate) override {
+        EXPECT_FALSE(view.isDragging());
+        note(willDecelerate ? "end, decelerates" : "end");
+    }
+    void scrollViewWillBeginDecelerating(CollectionView& view) override {
+        EXPECT_TRUE(view.isDecelerating());
+        note("decelerating");
+    }
+    void scrollViewDidEndDecelerating(CollectionView& view) override {
+        EXPECT_FALSE(view.isDecelerating());
+        note("stopped");
+    }
+
+    void note(const std::string& what) {
+        log.push_back(what);
+        if (const auto action = onEvent.find(what); action != onEvent.end()) {
+            const auto call = action->second;
+            call();
+        }
+    }
+
+    double x() const { return strip->contentOffset().x; }
+
+    /// Runs until nothing moves; fails when that takes longer than five seconds.
+    void rest() {
+        for (int frame = 0; frame < 320 && strip->isDecelerating(); ++frame) ui.advance(std::chrono::milliseconds(16));
+        ui.settle();
+        EXPECT_FALSE(strip->isDecelerating());
+    }
+
+    /// Each cell stands where the layout says, for what is seen, and shows its own number.
+    void expectCellsInPlace() {
+        const double left = strip->seenContentOffset().x;
+        for (std::int64_t item = 0; item < strip->numberOfItems() && item < 5000; ++item) {
+            const auto frame = strip->layoutAttributesForItemAtIndexPath(item);
+            ASSERT_TRUE(frame);
+            if (frame->right() <= left || frame->x >= left + strip->width()) continue;
+            auto* cell = static_cast<NumberCell*>(strip->cellForItemAtIndexPath(item));
+            ASSERT_TRUE(cell) << "item " << item << " in view has no cell";
+            EXPECT_EQ(cell->number, item + base);
+            EXPECT_EQ(cell->indexPath(), item);
+            EXPECT_TRUE(cell->isVisible());
+            EXPECT_DOUBLE_EQ(cell->x(), frame->x - left);
+            EXPECT_DOUBLE_EQ(cell->width(), frame->width);
+        }
+        std::int64_t visible = 0;
+        for (const QQuickItem* child : strip->childItems()) visible += child->isVisible() ? 1 : 0;
+        EXPECT_LE(visible, 20);
+    }
+
+    using Log = std::vector<std::string>;
+
+    VirtualUi ui;
+    CollectionView* strip = nullptr;
+    std::int64_t count = 0;
+    std::int64_t base = 0;
+    int made = 0;
+    int filled = 0;
+    int scrolls = 0;
+    int draggedScrolls = 0;
+    Log log;
+    std::map<std::string, std::function<void()>> onEvent;
+    std::function<void()> onFill;
+    std::function<void()> onScroll;
+};
+
+}  // namespace korvane
