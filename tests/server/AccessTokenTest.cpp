@@ -1,0 +1,90 @@
+#include "server/AccessToken.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "server/Base64Url.h"
+#include "tests/server/TempFolder.h"
+
+namespace korvane {
+namespace {
+
+TEST(Base64Url, RoundTripsAllLengthsAndRefusesTheRest) {
+    std::string bytes;
+    for (int i = 0; i < 260; ++i) {
+        const auto decoded = decodeBase64Url(encodeBase64Url(bytes));
+        ASSERT_TRUE(decoded);
+        ASSERT_EQ(*decoded, bytes);
+        bytes += static_cast<char>(i * 37);
+    }
+    EXPECT_EQ(encodeBase64Url("\xfb\xff"), "-_8");
+    for (const char* bad : {"A", "AA==", "A+A/", "AAAAA", "A A", "AA\n"}) EXPECT_FALSE(decodeBase64Url(bad)) << bad;
+}
+
+TEST(AccessToken, OpensItsCameraUntilItExpires) {
+    const AccessToken tokens("secret");
+    const std::string bearer = tokens.issueBearer(7, 1000);
+    EXPECT_EQ(tokens.verify(bearer, 999), 7);
+    EXPECT_FALSE(tokens.verify(bearer, 1000));
+}
+
+TEST(AccessToken, RefusesEverythingThatItDidNotSign) {
+    const AccessToken tokens("secret");
+    const std::string bearer = tokens.issueBearer(7, 1000);
+    const std::string signature = bearer.substr(bearer.find('.'));
+    const std::string other = encodeBase64Url(R"({"camid":8,"exp":1000})") + signature;
+    EXPECT_FALSE(AccessToken("another").verify(bearer, 0));
+    for (const std::string& bad :
+         {std::string(), std::string("."), bearer.substr(0, bearer.size() - 1), bearer + "A",
+          bearer.substr(0, bearer.find('.') + 1), other, std::string(2'000'000, 'A') + signature})
+        EXPECT_FALSE(tokens.verify(bad, 0)) << bad.substr(0, 80);
+    std::string flipped = bearer;
+    for (char& letter : flipped) {
+        const char kept = letter;
+        letter = letter == 'A' ? 'B' : 'A';
+        // The last letter of each half holds bits that no byte takes.
+        if (decodeBase64Url(flipped.substr(0, flipped.find('.'))) !=
+            decodeBase64Url(bearer.substr(0, bearer.find('.')))) {
+            EXPECT_FALSE(tokens.verify(flipped, 0)) << flipped;
+        }
+        letter = kept;
+    }
+}
+
+TEST(AccessToken, WholeTokenSaysWhereTheServiceIs) {
+    const AccessToken tokens("secret");
+    const auto whole = tokens.issue(7, 1'780'000'000, "https://media.example:8443/base/");
+    ASSERT_TRUE(whole);
+    const auto json = nlohmann::json::parse(*decodeBase64Url(*whole));
+    EXPECT_EQ(json["camid"], 7);
+    EXPECT_EQ(json["expires"], "2026-05-28T20:26:40.000Z");
+    EXPECT_EQ(json["svcp"], "https://media.example:8443/base");
+    EXPECT_EQ(json["api"], "media.example");
+    EXPECT_EQ(json["api_sp"], 8443);
+    EXPECT_EQ(json["api_p"], 0);
+    EXPECT_EQ(json["path"], "/base");
+    EXPECT_EQ(tokens.verify(json["token"].get<std::string>(), 0), 7);
+    EXPECT_TRUE(tokens.issue(7, INT64_MAX, "http://[::1]"));
+    for (const char* bad :
+         {"", "ftp://host", "http://", "http://host:0", "http://host:99999", "http://ho st", "http://host:8o"})
+        EXPECT_FALSE(tokens.issue(7, 1, bad)) << bad;
+}
+
+TEST(AccessToken, KeepsOneSecretThatOthersCannotRead) {
+    const TempFolder folder;
+    const auto first = AccessToken::forDatabase(folder / "camera.db");
+    const auto second = AccessToken::forDatabase(folder / "camera.db");
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->verify(first->issueBearer(3, 10), 0), 3);
+    struct stat info {};
+    ASSERT_EQ(::stat((folder / "camera.db.key").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600U);
+    folder.write("damaged.db.key", "short");
+    EXPECT_FALSE(AccessToken::forDatabase(folder / "damaged.db"));
+}
+
+}  // namespace
+}  // namespace korvane

@@ -1,0 +1,182 @@
+#include "server/Importer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "base/UtcTime.h"
+#include "server/Storage.h"
+#include "tests/server/TempFolder.h"
+#include "tests/server/TestClip.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ImporterTest : public testing::Test {
+  protected:
+    ImporterTest() { storage_ = std::move(*Storage::open(base_ / "camera.db")); }
+
+    ImportReport import(const ImportOptions& options = {}) {
+        auto report = importFolder(*storage_, footage_.path(), options);
+        EXPECT_TRUE(report) << report.error().message;
+        if (!report) return {};
+        camera_ = report->cameraId;
+        return *report;
+    }
+
+    std::vector<StoredRecord> records() {
+        PageQuery query;
+        query.oldestFirst = true;
+        return storage_->records(camera_, query)->rows;
+    }
+
+    std::vector<StoredEvent> events() {
+        PageQuery query;
+        query.oldestFirst = true;
+        return storage_->events(camera_, query)->rows;
+    }
+
+    static std::string reasonFor(const ImportReport& report, const std::string& file) {
+        for (const ImportRejection& rejection : report.rejected)
+            if (rejection.file == file) return rejection.reason;
+        return {};
+    }
+
+    TempFolder base_;
+    TempFolder footage_;
+    std::unique_ptr<Storage> storage_;
+    std::int64_t camera_ = 0;
+};
+
+TEST_F(ImporterTest, FindsRecordingsMotionsAndNamedEvents) {
+    TestClip{12, {{2, 4}, {7, 9}}}.write(footage_ / "20261118_070500.mp4");
+    TestClip{4, {}, *parseUtc("2026-11-18T08:00:00Z")}.write(footage_ / "deep/er/still.mkv");
+    footage_.write("camera.json", R"({"name":"Porch","timezone":"Asia/Tokyo"})");
+    footage_.write("events.json", R"([{"time":"2026-11-18T07:05:03Z","name":"doorbell"},
+        {"time":"2026-11-19T00:00:00Z","name":"bell elsewhere"}, {"time":"soon","name":"x"}, 7, {"time":"2026-11-18T07:05:03Z"}])");
+    const ImportReport report = import();
+    EXPECT_EQ(report.imported.size(), 3U);
+    EXPECT_NE(reasonFor(report, "events.json").find("element 4"), std::string::npos);
+    EXPECT_EQ((*storage_->camera(camera_))->name, "Porch");
+    EXPECT_EQ((*storage_->camera(camera_))->timezone, "Asia/Tokyo");
+    const auto found = records();
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(formatUtc(found[0].start), "2026-11-18T07:05:00.000Z");
+    EXPECT_EQ(found[0].end - found[0].start, 12'000);
+    EXPECT_EQ(formatUtc(found[1].start), "2026-11-18T08:00:00.000Z");
+    EXPECT_TRUE(found[0].hasThumbnail && found[1].hasThumbnail);
+    const auto seen = events();
+    ASSERT_EQ(seen.size(), 4U);
+    const TimeMs start = found[0].start;
+    for (const auto& [index, begin] : {std::pair<std::size_t, TimeMs>{0, 2000}, {2, 7000}}) {
+        EXPECT_EQ(seen[index].name, "motion");
+        EXPECT_GE(seen[index].time, start + begin - 200);
+        EXPECT_LE(seen[index].time, start + begin + 1000);
+        EXPECT_TRUE((*storage_->eventThumbnail(camera_, seen[index].id))->starts_with("\xff\xd8\xff"));
+    }
+    EXPECT_EQ(seen[1].name, "doorbell");
+    EXPECT_TRUE(seen[1].hasThumbnail);
+    EXPECT_FALSE(seen[3].hasThumbnail);
+}
+
+TEST_F(ImporterTest, TheSameFolderTwiceChangesNothing) {
+    TestClip{4, {{1, 2}}}.write(footage_ / "20261118_070500.mp4");
+    footage_.write("broken.mp4", "no film");
+    footage_.write("events.json", R"([{"time":"2026-11-18T07:05:01Z","name":"doorbell"}])");
+    const ImportReport first = import();
+    const auto before = events();
+    ASSERT_TRUE(*storage_->deleteEvent(camera_, before.at(0).id));
+    const ImportReport second = import();
+    EXPECT_EQ(second.cameraId, first.cameraId);
+    EXPECT_TRUE(second.imported.empty());
+    EXPECT_EQ(second.unchanged, 3U);
+    EXPECT_EQ(reasonFor(second, "broken.mp4"), reasonFor(first, "broken.mp4"));
+    ASSERT_EQ(events().size(), before.size() - 1);
+    EXPECT_EQ(events().at(0).id, before.at(1).id);
+}
+
+TEST_F(ImporterTest, ImportsWhatItCanAndListsTheRest) {
+    TestClip{}.write(footage_ / "20261118_070500.mp4");
+    TestClip{}.write(footage_ / "20261118_070502 (overlaps, $odd\n name%).mp4");
+    TestClip{20}.write(footage_ / "20261118_080000.ts");
+    fs::resize_file(footage_ / "20261118_080000.ts", fs::file_size(footage_ / "20261118_080000.ts") / 2);
+    TestClip{}.write(footage_ / "20261118_090000.mkv");
+    std::fstream damaged(footage_ / "20261118_090000.mkv", std::ios::in | std::ios::out | std::ios::binary);
+    damaged.seekp(static_cast<std::streamoff>(fs::file_size(footage_ / "20261118_090000.mkv")) * 2 / 3);
+    damaged << std::string(300, '\xaa');
+    damaged.close();
+    TestClip{}.write(footage_ / "cut.mov");
+    fs::resize_file(footage_ / "cut.mov", 40);
+    footage_.write("empty.mp4", "");
+    footage_.write("text.avi", "This is a letter, not a film.");
+    footage_.write("list.mp4", "#EXTM3U\n#EXTINF:10,\nfile:///etc/passwd\n#EXT-X-ENDLIST\n");
+    footage_.write("notes.txt", "hello");
+    footage_.write(".hidden.mp4", "x");
+    footage_.write("events.json", "{\"no\":\"array\"}");
+    footage_.write("camera.json", "[");
+    const ImportReport report = import();
+    EXPECT_EQ(report.imported.size(), 4U);
+    for (const char* name : {"cut.mov", "empty.mp4", "text.avi", "list.mp4", "notes.txt", "events.json", "camera.json"})
+        EXPECT_FALSE(reasonFor(report, name).empty()) << name;
+    EXPECT_EQ(report.rejected.size(), 7U);
+    const auto found = records();
+    ASSERT_EQ(found.size(), 4U);
+    EXPECT_LT(found[1].start, found[0].end);
+    EXPECT_LT(found[2].end - found[2].start, 15'000);
+}
+
+TEST_F(ImporterTest, GoesOnWhereItWasBrokenOff) {
+    for (int i = 0; i < 4; ++i) TestClip{2}.write(footage_ / ("20261118_07000" + std::to_string(i) + ".mp4"));
+    std::atomic<bool> cancel = false;
+    ImportOptions options;
+    options.cancel = &cancel;
+    options.onProgress = [&cancel](const ImportProgress& progress) { cancel = progress.filesDone == 2; };
+    const ImportReport first = import(options);
+    EXPECT_TRUE(first.cancelled);
+    EXPECT_EQ(first.imported.size(), 2U);
+    EXPECT_EQ(records().size(), 2U);
+    const ImportReport second = import();
+    EXPECT_FALSE(second.cancelled);
+    EXPECT_EQ(second.unchanged, 2U);
+    EXPECT_EQ(second.imported.size(), 2U);
+    EXPECT_EQ(records().size(), 4U);
+}
+
+TEST_F(ImporterTest, FollowsFilesThatChangeAndGo) {
+    TestClip{2}.write(footage_ / "20261118_070000.mp4");
+    TestClip{2}.write(footage_ / "20261118_080000.mp4");
+    import();
+    TestClip{3}.write(footage_ / "20261118_070000.mp4");
+    fs::remove(footage_ / "20261118_080000.mp4");
+    const ImportReport report = import();
+    EXPECT_EQ(report.removed, 1U);
+    ASSERT_EQ(records().size(), 1U);
+    EXPECT_EQ(records()[0].end - records()[0].start, 3000);
+}
+
+TEST_F(ImporterTest, AFileWithoutAnyTimeEndsWhenItWasWritten) {
+    TestClip{4}.write(footage_ / "film.mp4");
+    const auto when =
+        fs::file_time_type::clock::from_sys(std::chrono::sys_seconds(std::chrono::seconds(1'780'000'000)));
+    fs::last_write_time(footage_ / "film.mp4", when);
+    import();
+    EXPECT_EQ(records().at(0).end, 1'780'000'000'000);
+}
+
+TEST_F(ImporterTest, RefusesFoldersWithNothingToImport) {
+    EXPECT_FALSE(importFolder(*storage_, footage_ / "missing", {}));
+    EXPECT_FALSE(importFolder(*storage_, footage_.path(), {}));
+    footage_.write("letter.txt", "x");
+    EXPECT_FALSE(importFolder(*storage_, footage_.path(), {}));
+    TestClip{2}.write(footage_ / "film.mp4");
+    ImportOptions options;
+    options.timezone = "Nowhere/At_All";
+    EXPECT_FALSE(importFolder(*storage_, footage_.path(), options));
+    EXPECT_FALSE(importFolder(*storage_, footage_ / "film.mp4", {}));
+}
+
+}  // namespace
+}  // namespace korvane

@@ -1,0 +1,99 @@
+#include "server/MotionDetector.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+
+namespace korvane {
+namespace {
+
+constexpr TimeMs kStep = 200;
+
+/// A still picture, lit by `light`, grained by `noise`, with a block at a column when it is not negative.
+class Scene {
+  public:
+    CellImage image(double column, int light = 0, int noise = 0) {
+        CellImage image;
+        for (int row = 0; row < CellImage::kRows; ++row)
+            for (int x = 0; x < CellImage::kColumns; ++x) {
+                int value = 60 + row * 2 + light;
+                if (column >= 0 && row >= 20 && row < 26 && x >= column && x < column + 3) value += 45;
+                if (noise > 0) value += static_cast<int>(random_() % static_cast<unsigned>(2 * noise + 1)) - noise;
+                image.cells[static_cast<std::size_t>(row * CellImage::kColumns + x)] = static_cast<std::uint8_t>(value);
+            }
+        return image;
+    }
+
+  private:
+    std::mt19937 random_{11};
+};
+
+std::vector<Motion> run(TimeMs length, const std::function<CellImage(TimeMs)>& imageAt) {
+    MotionDetector detector;
+    for (TimeMs time = 0; time < length; time += kStep) detector.add(time, imageAt(time));
+    return detector.motions();
+}
+
+/// Where a block is that crosses within `from` to `to`, or -1.
+double crossing(TimeMs time, TimeMs from, TimeMs to) {
+    return time < from || time >= to ? -1 : static_cast<double>(time - from) * 70 / static_cast<double>(to - from);
+}
+
+TEST(MotionDetector, SeesEachCrossingWithinASecondOfItsBegin) {
+    Scene scene;
+    const auto motions = run(40'000, [&](TimeMs time) {
+        return scene.image(
+            std::max({crossing(time, 5000, 9000), crossing(time, 12'000, 16'000), crossing(time, 30'000, 36'000)}), 0,
+            3);
+    });
+    ASSERT_EQ(motions.size(), 3U);
+    const TimeMs begins[] = {5000, 12'000, 30'000};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_GE(motions[i].start, begins[i]);
+        EXPECT_LE(motions[i].start, begins[i] + 1000);
+    }
+}
+
+TEST(MotionDetector, StaysCalmWhereNothingMoves) {
+    Scene scene;
+    struct Row {
+        const char* what;
+        std::function<CellImage(TimeMs)> imageAt;
+    };
+    const Row rows[] = {
+        {"noise", [&](TimeMs) { return scene.image(-1, 0, 12); }},
+        {"dawn", [&](TimeMs time) { return scene.image(-1, static_cast<int>(time / 300)); }},
+        {"a lamp is switched on", [&](TimeMs time) { return scene.image(-1, time > 7000 ? 60 : 0, 2); }},
+        {"one bad picture", [&](TimeMs time) { return scene.image(time == 7000 ? 30 : -1); }}};
+    for (const Row& row : rows) EXPECT_TRUE(run(20'000, row.imageAt).empty()) << row.what;
+}
+
+TEST(MotionDetector, TellsWhenMotionBeginsAndEnds) {
+    Scene scene;
+    MotionDetector detector;
+    int began = 0;
+    int ended = 0;
+    for (TimeMs time = 0; time < 20'000; time += kStep) {
+        const auto change = detector.add(time, scene.image(crossing(time, 4000, 8000)));
+        began += change == MotionDetector::Change::Began ? 1 : 0;
+        ended += change == MotionDetector::Change::Ended ? 1 : 0;
+    }
+    EXPECT_EQ(began, 1);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST(MotionDetector, JoinsWhatARestDoesNotDivide) {
+    ASSERT_EQ(MotionDetector::kRest, 1200);
+    struct Row {
+        std::vector<Motion> given;
+        std::vector<Motion> joined;
+    };
+    const Row rows[] = {{{}, {}},
+                        {{{5000, 6000}, {0, 1000}, {2200, 4000}}, {{0, 1000}, {2200, 6000}}},
+                        {{{0, 9000}, {500, 600}, {10'199, 10'500}}, {{0, 10'500}}}};
+    for (const Row& row : rows) EXPECT_EQ(MotionDetector::join(row.given), row.joined);
+}
+
+}  // namespace
+}  // namespace korvane
