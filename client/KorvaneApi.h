@@ -24,7 +24,8 @@ class KorvaneApi {
     /// `withDeltaTimeGuardInMs` are left. Replaces the monitor before it; an empty callback ends it.
     ///
     /// A monitor outlives a connection that is dropped without close(): the next connection that is opened with the
-    /// same token and base URL takes it over, so its update() silences it and its close() ends it.
+    /// same token and base URL takes it over, so its update() silences it and its close() ends it. The next one may be
+    /// opened before the other is dropped.
     virtual void setExpireMonitorCallback(ExpireMonitorCallback callback, std::int64_t withCheckingRate,
                                           std::int64_t withDeltaTimeGuardInMs) = 0;
 };

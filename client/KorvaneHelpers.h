@@ -17,9 +17,10 @@ class KorvaneHelpers {
     virtual ~KorvaneHelpers() = default;
 
     /// Reads a whole token. On success: an object with "token", "expires" (strings) and "camid" (integer), and "svcp",
-    /// "api", "api_p", "api_sp", "path" where the token has them; `withResultSVCP` is the base URL of the service,
-    /// built with the default protocol and port where the token leaves them open, and `withResultIsPathIncluded` tells
-    /// whether that URL has a path. On failure: null, and the last two outputs say what is wrong (Status, a sentence).
+    /// "api", "api_p", "api_sp", "path" as strings where the token has them; `withResultSVCP` is the base URL of the
+    /// service, built with the default protocol and port where the token leaves them open, and
+    /// `withResultIsPathIncluded` tells whether that URL has a path. On failure: null, and the last two outputs say
+    /// what is wrong (Status, a sentence).
     virtual Reply parseToken(std::string_view token, const std::string& withDefaultProtocol,
                              std::int32_t withDefaultPort, std::string& withResultSVCP, bool& withResultIsPathIncluded,
                              std::int32_t& withLastErrorCode, std::string& withLastErrorString) const = 0;
