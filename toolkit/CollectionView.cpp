@@ -362,9 +362,14 @@ bool CollectionView::catchAnimation() {
     return isThere && self;
 }
 
+// A Flickable around the strip sees each event first, so the grab must be kept before its threshold is reached.
+void CollectionView::keepGrab(bool isKept) {
+    setKeepMouseGrab(isKept);
+    setKeepTouchGrab(isKept);
+}
+
 void CollectionView::dragEnded(ScrollPhysics::Change change) {
-    setKeepMouseGrab(false);
-    setKeepTouchGrab(false);
+    keepGrab(false);
     if (!change.ended) return;
     if (!tell([&](auto& delegate) { delegate.scrollViewDidEndDragging(*this, change.willDecelerate); })) return;
     if (!change.willDecelerate || !isDecelerating()) return;
@@ -392,8 +397,7 @@ void CollectionView::pressed(Point at, double time) {
     if (isCaught && !catchAnimation()) return;
     context_->scheduler->cancel(wheelTimer_);
     const auto change = physics_.press(at, time, isCaught);
-    setKeepMouseGrab(isDragging());
-    setKeepTouchGrab(isDragging());
+    keepGrab(physics_.isHeadedAcross());
     if (change.began) tell([this](auto& delegate) { delegate.scrollViewWillBeginDragging(*this); });
 }
 
@@ -405,11 +409,8 @@ void CollectionView::moved(Point at, double time) {
     const auto next = probe.move(at, time);
     if ((next.began || next.scrolled) && !catchAnimation()) return;
     const auto change = physics_.move(at, time);
-    if (change.began) {
-        setKeepMouseGrab(true);
-        setKeepTouchGrab(true);
-        if (!tell([this](auto& delegate) { delegate.scrollViewWillBeginDragging(*this); })) return;
-    }
+    keepGrab(physics_.isHeadedAcross());
+    if (change.began && !tell([this](auto& delegate) { delegate.scrollViewWillBeginDragging(*this); })) return;
     syncOffset();
 }
 

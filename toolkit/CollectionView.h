@@ -161,6 +161,7 @@ class CollectionView : public QQuickItem {
     bool tell(Call call);
     bool syncOffset();
     bool catchAnimation();
+    void keepGrab(bool isKept);
     void dragEnded(ScrollPhysics::Change change);
     void tick(double elapsed);
 

@@ -59,6 +59,7 @@ ScrollPhysics::Change ScrollPhysics::press(Point pointer, double time, bool isMo
     addSample(pointer.x, time);
     pressed_ = pointer;
     strayed_ = false;
+    isAcross_ = false;
     if (phase_ == Phase::Dragging) {
         byWheel_ = false;
         anchorDrag(pointer.x);
@@ -80,6 +81,7 @@ ScrollPhysics::Change ScrollPhysics::move(Point pointer, double time) {
         const double dx = pointer.x - pressed_.x;
         const double dy = pointer.y - pressed_.y;
         if (std::hypot(dx, dy) > dragThreshold) strayed_ = true;
+        isAcross_ = std::abs(dx) > std::abs(dy);
         if (std::abs(dx) <= dragThreshold || std::abs(dx) < std::abs(dy)) return {};
         beginDrag(pressed_.x + std::copysign(dragThreshold, dx));
         change.began = true;

@@ -34,6 +34,9 @@ class ScrollPhysics {
     double offset() const { return offset_; }
     const ScrollBounds& bounds() const { return bounds_; }
 
+    /// The finger drags, or is about to: what it has done so far goes along x.
+    bool isHeadedAcross() const { return phase_ == Phase::Dragging || (phase_ == Phase::Touched && isAcross_); }
+
     /// Puts the strip somewhere, also outside the bounds. A drag goes on from there, a deceleration is over.
     void setOffset(double offset);
 
@@ -87,6 +90,7 @@ class ScrollPhysics {
     Phase phase_ = Phase::Resting;
     bool byWheel_ = false;
     bool strayed_ = false;
+    bool isAcross_ = false;
     double offset_ = 0;
     ScrollBounds bounds_;
     Point pressed_;

@@ -1,3 +1,5 @@
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <memory>
 #include <vector>
@@ -290,6 +292,44 @@ TEST_F(CollectionViewPointer, DragIsTakenOverFromAChildAndItsTapIsLeft) {
         EXPECT_EQ(button->clicks, 1) << byTouch;
         EXPECT_FALSE(strip->isDragging());
     }
+}
+
+TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import QtQuick\nFlickable { width: 800; height: 120; contentWidth: 2000; contentHeight: 900 }",
+                      {});
+    const std::unique_ptr<QObject> flickable(component.create());
+    auto* outer = qobject_cast<QQuickItem*>(flickable.get());
+    ASSERT_TRUE(outer);
+    outer->setParentItem(ui.root());
+    strip->setParentItem(outer->property("contentItem").value<QQuickItem*>());
+    for (const bool byTouch : {false, true}) {
+        const auto stroke = [&](Point from, Point by) {
+            byTouch ? ui.touchPress(from) : ui.mousePress(from);
+            for (int i = 1; i <= 40; ++i) {
+                ui.advance(16ms);
+                const Point to{from.x + by.x * i / 40, from.y + by.y * i / 40};
+                byTouch ? ui.touchMove(to) : ui.mouseMove(to);
+            }
+            ui.advance(200ms);
+            const Point end{from.x + by.x, from.y + by.y};
+            byTouch ? ui.touchRelease(end) : ui.mouseRelease(end);
+            ui.advance(1000ms);
+        };
+        outer->setProperty("contentY", 0);
+        strip->setContentOffset({2000, 0});
+        log.clear();
+        stroke({600, 60}, {-200, 4});
+        EXPECT_EQ(log, (Log{"begin", "scroll", "end"})) << byTouch;
+        EXPECT_DOUBLE_EQ(x(), 2190) << byTouch;
+        EXPECT_EQ(outer->property("contentX").toDouble(), 0) << "stolen, by touch " << byTouch;
+        log.clear();
+        stroke({300, 110}, {4, -100});
+        EXPECT_EQ(log, Log{}) << "by touch " << byTouch;
+        EXPECT_GT(outer->property("contentY").toDouble(), 40) << "not left to it, by touch " << byTouch;
+    }
+    strip->setParentItem(ui.root());
 }
 
 TEST_F(CollectionViewPointer, GrabTakenAwayEndsTheDrag) {
