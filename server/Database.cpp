@@ -114,11 +114,11 @@ std::int64_t Database::changes() const {
     return sqlite3_changes64(handle_);
 }
 
-Transaction::Transaction(Database& database) : database_(database) {
+DatabaseTransaction::DatabaseTransaction(Database& database) : database_(database) {
     database_.execute("BEGIN IMMEDIATE");
 }
 
-Transaction::~Transaction() {
+DatabaseTransaction::~DatabaseTransaction() {
     if (!open_) return;
     try {
         database_.execute("ROLLBACK");
@@ -127,7 +127,7 @@ Transaction::~Transaction() {
     }
 }
 
-void Transaction::commit() {
+void DatabaseTransaction::commit() {
     database_.execute("COMMIT");
     open_ = false;
 }

@@ -70,12 +70,12 @@ class Database {
 };
 
 /// Rolls back unless committed.
-class Transaction {
+class DatabaseTransaction {
   public:
-    explicit Transaction(Database& database);
-    ~Transaction();
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
+    explicit DatabaseTransaction(Database& database);
+    ~DatabaseTransaction();
+    DatabaseTransaction(const DatabaseTransaction&) = delete;
+    DatabaseTransaction& operator=(const DatabaseTransaction&) = delete;
 
     void commit();
 

@@ -51,7 +51,7 @@ void prepareSchema(Database& database) {
         return query.integer(0);
     };
     if (version() == kSchemaVersion) return;
-    Transaction transaction(database);
+    DatabaseTransaction transaction(database);
     const std::int64_t found = version();
     if (found > kSchemaVersion) throw DatabaseError("the data base was made by a newer version");
     if (found == 0) {
@@ -241,7 +241,7 @@ Result<std::optional<Camera>> Storage::camera(std::int64_t id) {
 Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::string& name,
                                         const std::string& timezone) {
     return guarded(mutex_, [&] {
-        Transaction transaction(*database_);
+        DatabaseTransaction transaction(*database_);
         database_
             ->query(
                 "INSERT INTO cameras(folder, name, timezone) VALUES(?1, ?2, ?3) ON CONFLICT(folder) DO UPDATE SET "
@@ -389,7 +389,7 @@ Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRan
 
 Result<bool> Storage::deleteEvent(std::int64_t camera, std::int64_t id) {
     return guarded(mutex_, [&] {
-        Transaction transaction(*database_);
+        DatabaseTransaction transaction(*database_);
         database_->query("DELETE FROM thumbnails WHERE id = (SELECT thumbnail FROM events WHERE id = ? AND camera = ?)")
             .bind(id)
             .bind(camera)
@@ -415,7 +415,7 @@ Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
 Status Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
                                const std::vector<NewEvent>& events) {
     return guardedStatus(mutex_, [&] {
-        Transaction transaction(*database_);
+        DatabaseTransaction transaction(*database_);
         forgetSource(*database_, camera, source.path);
         database_->query("INSERT INTO sources(camera, path, size, modified, rejection) VALUES(?, ?, ?, ?, ?)")
             .bind(camera)
@@ -451,7 +451,7 @@ Status Storage::storeRecording(std::int64_t camera, const SourceFile& source, co
 
 Status Storage::removeSource(std::int64_t camera, const std::string& path) {
     return guardedStatus(mutex_, [&] {
-        Transaction transaction(*database_);
+        DatabaseTransaction transaction(*database_);
         forgetSource(*database_, camera, path);
         transaction.commit();
     });
@@ -459,7 +459,7 @@ Status Storage::removeSource(std::int64_t camera, const std::string& path) {
 
 Status Storage::fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing) {
     return guardedStatus(mutex_, [&] {
-        Transaction transaction(*database_);
+        DatabaseTransaction transaction(*database_);
         database_->execute(EventRanks::dropTriggers());
         for (std::int64_t number = count; number-- > 0;) {
             const TimeMs shift = number == 0 ? 0 : number * 7919 % std::max<TimeMs>(spacing, 1);
