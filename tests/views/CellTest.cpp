@@ -1,0 +1,240 @@
+#include <gmock/gmock.h>
+
+#include <QTemporaryDir>
+#include <thread>
+
+#include "tests/support/qt/VirtualUi.h"
+#include "toolkit/ImageCache.h"
+#include "toolkit/InterfaceLoader.h"
+#include "views/timeline/Presentation/Outlets.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "views/timeline/TimelineTypes.h"
+
+namespace korvane {
+namespace {
+
+class FakeOwner final : public ScrubberCellOwner {
+  public:
+    using Event = std::shared_ptr<ScrubberEvent>;
+
+    ScrubberConfig& getConfig() override { return config; }
+    QString formatTime(TimeMs time, const QString& format, const QString& zone) const override {
+        return QStringLiteral("%1 %2 %3").arg(time).arg(format, zone);
+    }
+    Point getBaseOffset() const override { return {}; }
+    void scrollOnDeltaX(IndexPath /*index*/, double /*delta*/) override {}
+    std::int32_t OnScrubberEventPlayStarted(const Event& /*event*/) override { return 0; }
+    std::int32_t OnScrubberEventPlayFinished(const Event& /*event*/) override { return 0; }
+    void OnScrubberGetRangeForPlayingEvent(const Event& /*event*/, TimeMs* start, TimeMs* end) override {
+        *start = rangeStart;
+        *end = rangeEnd;
+    }
+    void OnScrubberSetCurrentPositionForPlayingEvent(const Event& /*event*/, TimeMs position) override {
+        sought.push_back(position);
+    }
+    TimeMs OnScrubberGetCurrentPositionForPlayingEvent(const Event& /*event*/) override { return 0; }
+
+    ScrubberConfig config;
+    TimeMs rangeStart = 0;
+    TimeMs rangeEnd = 0;
+    std::vector<TimeMs> sought;
+};
+
+class CellTest : public ::testing::Test {
+  protected:
+    CellTest() {
+        registerTimelineTypes();
+        auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
+        EXPECT_TRUE(layout.errors.isEmpty()) << layout.errors.join(u'\n').toStdString();
+        cell_.reset(qobject_cast<ScrubberCell*>(layout.root.release()));
+        cell_->setParentItem(ui_.root());
+        cell_->setSize({134, 120});
+        cell_->awakeFromNib();
+        ui_.settle();
+    }
+
+    std::shared_ptr<ScrubberEvent> item(std::int64_t id = 3) const {
+        auto event = ScrubberEvent::build(id, 60'000);
+        event->setCamid(7);
+        event->setName("motion");
+        event->setStart(55'000);
+        event->setEnd(105'000);
+        event->setTimezone("Asia/Tokyo");
+        return event;
+    }
+
+    void fill(const std::shared_ptr<ScrubberEvent>& event) {
+        cell_->prepareForReuse();
+        cell_->setOwner(&owner_);
+        cell_->setEvent(event);
+        cell_->update();
+    }
+
+    QQuickItem* outlet(const char* name) const { return qvariant_cast<QQuickItem*>(cell_->property(name)); }
+    ImageView& preview() const { return *qobject_cast<ImageView*>(outlet("previewImageView")); }
+    ImageView& icon() const { return *qobject_cast<ImageView*>(outlet("eventTypeImageView")); }
+    ImageCache& cache() const { return *ToolkitContext::shared()->imageCache; }
+    QString date() const { return outlet("eventDateTimeaLabel")->property("text").toString(); }
+
+    /// A picture of one colour in a file; its URL.
+    std::string picture(const QString& name, const QColor& color) {
+        QImage image(64, 48, QImage::Format_RGB32);
+        image.fill(color);
+        EXPECT_TRUE(image.save(folder_.filePath(name)));
+        return QUrl::fromLocalFile(folder_.filePath(name)).toString().toStdString();
+    }
+
+    /// Loaders have threads of their own, so what they bring is waited for by turns and not by time.
+    bool comes(const std::function<bool()>& condition) {
+        for (int turn = 0; turn < 2'000'000 && !condition(); ++turn) {
+            ui_.scheduler().runUntilIdle();
+            std::this_thread::yield();
+        }
+        return condition();
+    }
+
+    VirtualUi ui_;
+    FakeOwner owner_;
+    QTemporaryDir folder_;
+    std::unique_ptr<ScrubberCell> cell_;
+};
+
+TEST_F(CellTest, TellsEntriesApart) {
+    const QImage motion = imageNamed("scrubberEventTypeMotion");
+    const QImage bell = imageNamed("scrubberEventTypeDoorbellMissed");
+    ASSERT_FALSE(motion.isNull() || bell.isNull());
+    struct Case {
+        const char* what;
+        std::function<void(ScrubberEvent&)> change;
+        QString date;
+        bool live;
+        QImage icon;
+    };
+    const QString time = "60000 hh:mma Asia/Tokyo";
+    const Case cases[] = {
+        {"item", [](auto&) {}, time, false, motion},
+        {"head", [](auto& e) { e.setType(ScrubberEventTypeHead); }, "", false, {}},
+        {"live", [](auto& e) { e.setType(ScrubberEventTypeLive); }, "", true, {}},
+        {"pending", [](auto& e) { e.resetToDefault(); }, "loading...", false, {}},
+        {"moment 0", [](auto& e) { e.setTimeAsValue(0); }, "loading...", false, motion},
+        {"doorbell", [](auto& e) { e.setName("DoorBell"); }, time, false, bell},
+        {"unknown name", [](auto& e) { e.setName("cat"); }, time, false, {}},
+        {"no name", [](auto& e) { e.setName(std::nullopt); }, time, false, {}},
+        {"group",
+         [this](auto& e) {
+             e.setType(ScrubberEventTypeGroup);
+             e.setChilds({item(), item(), item()});
+         },
+         time + "(3)", false, motion},
+    };
+    for (const Case& c : cases) {
+        const auto event = item();
+        c.change(*event);
+        fill(event);
+        EXPECT_EQ(date(), c.date) << c.what;
+        EXPECT_EQ(outlet("liveViewLabel")->isVisible(), c.live) << c.what;
+        EXPECT_EQ(icon().image(), c.icon) << c.what;
+    }
+    EXPECT_EQ(outlet("liveViewLabel")->property("text").toString(), "Live view");
+    fill(nullptr);
+    EXPECT_EQ(date(), "") << "an entry that is gone is shown as a spacer";
+}
+
+TEST_F(CellTest, TakesItsLookFromTheSettings) {
+    QImage cat(2, 2, QImage::Format_ARGB32);
+    cat.fill(Qt::black);
+    owner_.config.setEventTypeImages(QHash<QString, QImage>{{"cat", cat}});
+    owner_.config.setEventTypeTintColor(Qt::cyan);
+    owner_.config.setBackgroundCellColor(Qt::darkGray);
+    owner_.config.setDateTimeTextColor(Qt::yellow);
+    owner_.config.setDateTimeTextKerning(2);
+    const auto event = item();
+    fill(event);
+    EXPECT_TRUE(icon().image().isNull()) << "own images leave no room for the built-in ones";
+    event->setName("Cat");
+    cell_->update();
+    EXPECT_EQ(icon().image(), cat);
+    EXPECT_EQ(icon().tintColor(), QColor(Qt::cyan));
+    EXPECT_EQ(preview().backgroundColor(), QColor(Qt::darkGray));
+    EXPECT_EQ(outlet("conatinerView")->property("color").value<QColor>(), QColor(Qt::darkGray));
+    EXPECT_EQ(outlet("eventDateTimeaLabel")->property("color").value<QColor>(), QColor(Qt::yellow));
+    EXPECT_DOUBLE_EQ(outlet("eventDateTimeaLabel")->property("font").value<QFont>().letterSpacing(), 2);
+}
+
+TEST_F(CellTest, PreviewComesFromMemoryThenImageThenVideo) {
+    const auto event = item();
+    event->setImageUrl(picture("image.png", Qt::red));
+    event->setVideoUrl(picture("video.png", Qt::blue));
+    QImage known(4, 4, QImage::Format_RGB32);
+    known.fill(Qt::green);
+    cache().storeImageToMemory(known, "7_3");
+    fill(event);
+    EXPECT_EQ(preview().image(), known);
+
+    cache().clearMemory();
+    fill(event);
+    EXPECT_TRUE(preview().image().isNull());
+    ASSERT_TRUE(comes([this] { return !preview().image().isNull(); }));
+    EXPECT_EQ(preview().image().pixelColor(2, 2), QColor(Qt::red));
+    EXPECT_EQ(cache().imageFromMemoryCacheForKey("7_3"), preview().image());
+
+    cache().clearMemory();
+    event->setImageUrl(std::nullopt);
+    fill(event);
+    EXPECT_EQ(preview().tag(), 3);
+    ASSERT_TRUE(comes([this] { return !preview().image().isNull(); }));
+    EXPECT_NEAR(preview().image().pixelColor(2, 2).blue(), 255, 8);
+    EXPECT_DOUBLE_EQ(preview().image().devicePixelRatio(), 4.0);
+    EXPECT_EQ(cache().imageFromMemoryCacheForKey("7_3"), preview().image());
+
+    cell_->prepareForReuse();
+    EXPECT_TRUE(preview().image().isNull());
+    EXPECT_EQ(preview().tag(), -1);
+}
+
+TEST_F(CellTest, ALateFrameStaysOffACellThatShowsAnotherEntry) {
+    const auto first = item(3);
+    first->setVideoUrl(picture("first.png", Qt::blue));
+    fill(first);
+    const auto second = item(4);
+    cell_->setEvent(second);  // without an update: the tag is still the first one's
+
+    auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
+    auto* const witness = qobject_cast<ScrubberCell*>(layout.root.get());
+    witness->awakeFromNib();
+    const auto third = item(5);
+    third->setVideoUrl(first->videoUrl());
+    for (int round = 0; round < 3; ++round) {
+        cache().clearMemory();
+        witness->prepareForReuse();
+        witness->setOwner(&owner_);
+        witness->setEvent(third);
+        witness->update();
+        ASSERT_TRUE(comes([this] { return !cache().imageFromMemoryCacheForKey("7_5").isNull(); }));
+    }
+    EXPECT_TRUE(preview().image().isNull());
+    EXPECT_TRUE(cache().imageFromMemoryCacheForKey("7_3").isNull());
+}
+
+TEST_F(CellTest, SeeksWithinTheRangeThatTheHostPlays) {
+    const auto event = item();
+    fill(event);
+    ASSERT_DOUBLE_EQ(preview().width(), 134);
+    EXPECT_EQ(cell_->getPositionFromOffset(67), 80'000);
+    EXPECT_EQ(cell_->getPositionFromOffset(500), 55'000);
+
+    owner_.rangeStart = 60'000;
+    owner_.rangeEnd = 100'000;
+    cell_->pauseScroll(true);
+    cell_->setPositionByOffset(67);
+    EXPECT_TRUE(owner_.sought.empty()) << "on the next turn only";
+    ui_.settle();
+    EXPECT_THAT(owner_.sought, testing::ElementsAre(80'000));
+    cell_->setPositionByOffset(0);
+    cell_.reset();
+    ui_.settle();
+    EXPECT_EQ(owner_.sought.size(), 1U);
+}
+
+}  // namespace
+}  // namespace korvane

@@ -1,0 +1,78 @@
+#include <gmock/gmock.h>
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+
+#include "tests/views/StripFixture.h"
+#include "views/timeline/TimelineTypes.h"
+
+namespace korvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* hostFile = R"(
+    import QtQuick
+    import Korvane.Timeline
+
+    Item {
+        property alias strip: strip
+        property string token
+        property var heard: []
+
+        ScrubberView {
+            id: strip
+            y: 10
+            width: 600
+            height: 100
+            config.cellWidth: 80
+            config.backgroundColor: "#101010"
+            source: parent.token
+            onScrubberDidSelectEvent: event => heard.push("select " + event.identificator)
+            onScrubberStateChanged: (from, toState, withStatus) => heard.push(from + ">" + toState)
+        }
+    }
+)";
+
+TEST(QmlHostTest, NeedsNothingButProperties) {
+    VirtualUi ui;
+    ScriptedService service(ui.scheduler());
+    service.addEvents(30, ui.scheduler().utcNow());
+    TimelineEnvironment::setShared({nullptr, std::shared_ptr<KorvaneService>(&service, [](auto*) {})});
+    registerTimelineTypes();
+    QQmlEngine engine;
+    engine.addImportPath(":/");
+    QQmlComponent component(&engine);
+    component.setData(hostFile, QUrl("qrc:/host.qml"));
+    std::unique_ptr<QObject> host(
+        component.createWithInitialProperties({{"token", QString::fromStdString(service.makeToken())}}));
+    ASSERT_TRUE(host) << component.errorString().toStdString();
+    qobject_cast<QQuickItem*>(host.get())->setParentItem(ui.root());
+    ui.settle();
+    ui.advance(50ms);
+
+    auto* const view = qvariant_cast<ScrubberView*>(host->property("strip"));
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->position(), QPointF(0, 10)) << "the host's bindings place it";
+    EXPECT_EQ(view->size(), QSizeF(600, 100));
+    EXPECT_EQ(view->getEventsCount(), 32);
+    EXPECT_DOUBLE_EQ(view->getConfig().cellWidth(), 80);
+    EXPECT_EQ(view->property("sourceStatus").toInt(), 0);
+    EXPECT_EQ(view->property("scrubberState").toInt(), ScrubberStateReady);
+
+    ui.tap({200, 60});
+    ui.advance(1100ms);
+    EXPECT_THAT(host->property("heard").toStringList(), testing::ElementsAre("0>1", "1>0", "select 29"));
+
+    host->setProperty("token", "nonsense");
+    ui.settle();
+    EXPECT_LT(view->property("sourceStatus").toInt(), 0);
+    host->setProperty("token", "");
+    EXPECT_EQ(view->getEventsCount(), 0);
+    host.reset();
+    ui.settle();
+    TimelineEnvironment::setShared({});
+}
+
+}  // namespace
+}  // namespace korvane::test

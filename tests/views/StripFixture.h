@@ -1,0 +1,85 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/qt/VirtualUi.h"
+#include "tests/support/service/ScriptedService.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "views/timeline/ScrubberView.h"
+
+namespace korvane::test {
+
+/// A host that writes down what it hears, each call as one line.
+class RecordingHost {
+  public:
+    RecordingHost();
+
+    std::vector<std::string> take();
+    std::size_t count(const std::string& line) const;
+
+    std::shared_ptr<ScrubberViewDelegate> delegate = std::make_shared<ScrubberViewDelegate>();
+    std::vector<std::string> lines;
+    /// Runs after a line that begins so has been written.
+    std::map<std::string, std::function<void()>> on;
+
+  private:
+    void hear(const std::string& line);
+};
+
+/// A list of the host's own: head, items with ids and moments from `first` on, live entry. Items are made when asked
+/// for.
+class OwnEvents final : public ScrubberDataSourceDelegate {
+  public:
+    explicit OwnEvents(std::int64_t count, TimeMs first = 1'000'000);
+
+    std::int64_t OnScrubberGetEventsCount() override { return count; }
+    std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
+    std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) override { return -1; }
+
+    /// Head and live entry included.
+    std::int64_t count;
+    std::map<std::int64_t, std::shared_ptr<ScrubberEvent>> made;
+
+  private:
+    TimeMs first_;
+};
+
+/// An event strip of 800 x 120 with cells of 100 on virtual time, and a scripted camera.
+class StripTest : public ::testing::Test {
+  protected:
+    StripTest();
+    ~StripTest() override;
+
+    /// A strip on `events` of the camera that has loaded and rests at the live end; the host's lines are forgotten.
+    void load(std::int64_t events);
+    /// The same on a list of the host's own; gives it.
+    std::shared_ptr<OwnEvents> show(std::int64_t entries);
+
+    void settle();
+    ScrubberCollectionView& strip() const;
+    ScrubberCell* cell(std::int64_t index) const;
+    /// The item under the mark, -1 for none.
+    std::int64_t underMark() const;
+    Rect frame(std::int64_t index) const;
+    /// Brings an item to the mark without telling anyone.
+    void moveTo(std::int64_t index);
+    /// A finger moves the strip by so many points (to the left when negative), stops, and lets go.
+    void drag(double by);
+    /// Puts the strip so that the item lies `offset` points from its rest.
+    void place(std::int64_t index, double offset);
+    QString dateOf(std::int64_t index) const;
+
+    VirtualUi ui_;
+    ScriptedService service_;
+    RecordingHost host_;
+    TimelineEnvironment environment_;
+    std::unique_ptr<ScrubberView> view_;
+};
+
+}  // namespace korvane::test
