@@ -51,6 +51,7 @@ ScrubberView::~ScrubberView() {
     if (scrubberEventsCollectionView_) {
         scrubberEventsCollectionView_->setDelegate(nullptr);
         scrubberEventsCollectionView_->setDataSource(nullptr);
+        for (ScrubberCell* cell : scrubberEventsCollectionView_->findChildren<ScrubberCell*>()) cell->clean();
     }
     leave();
 }

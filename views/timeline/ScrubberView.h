@@ -62,9 +62,7 @@ class ScrubberView : public ScrubberViewBase, public CollectionViewDataSource, p
         return StatusBadCall;
     }
 
-    /// Data comes through the provider and progress through the cells: there is nothing to start, stop or fetch.
-    void startUpdates() override;
-    void stopUpdates() override;
+    /// Data comes through the provider and progress through the cells: there is nothing to fetch or to follow.
     void updateScrubber(std::int64_t /*start*/, std::int64_t /*end*/) {}
     void startPositionChanging(std::int64_t /*time*/, float /*position*/) {}
     void continuePositionChanging(std::int64_t /*time*/, float /*position*/) {}

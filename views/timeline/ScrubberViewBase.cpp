@@ -8,6 +8,7 @@
 #include "base/Scheduler.h"
 #include "client/KorvaneService.h"
 #include "client/Status.h"
+#include "toolkit/DeleteLater.h"
 #include "toolkit/ImageCache.h"
 #include "toolkit/InterfaceLoader.h"
 #include "toolkit/ToolkitContext.h"
@@ -43,7 +44,11 @@ void ScrubberViewBase::leave() {
     clean();
     host_->set(nullptr);
     if (const auto last = entries_.provider()) last->setDelegate(nullptr);
-    delete contentView_;  // its cells call this object, so they go first
+    if (!contentView_) return;
+    // It may be in the middle of an event that led here.
+    contentView_->setParentItem(nullptr);
+    contentView_->setParent(nullptr);
+    DeleteLater()(contentView_);
 }
 
 QQuickItem* ScrubberViewBase::loadContentView(const QString& layoutName) {
@@ -134,6 +139,14 @@ void ScrubberViewBase::setState(std::int32_t state, std::int32_t andStatus) {
     }
 }
 
+void ScrubberViewBase::startUpdates() {
+    trace(1, classPath, "startUpdates");
+}
+
+void ScrubberViewBase::stopUpdates() {
+    trace(1, classPath, "stopUpdates");
+}
+
 void ScrubberViewBase::clean() {
     stopUpdates();
     stopLastCell();
@@ -216,11 +229,17 @@ void ScrubberViewBase::geometryChange(const QRectF& newGeometry, const QRectF& o
     QQuickItem::geometryChange(newGeometry, oldGeometry);
     if (newGeometry.size() == oldGeometry.size()) return;
     if (contentView_) contentView_->setSize(newGeometry.size());
+    if (std::exchange(needsLayout_, true)) return;
     polish();
+    onMain([this] { layoutIfNeeded(); });  // a view that is not drawn keeps its place, too
 }
 
 void ScrubberViewBase::updatePolish() {
-    layoutSubviews();
+    layoutIfNeeded();
+}
+
+void ScrubberViewBase::layoutIfNeeded() {
+    if (std::exchange(needsLayout_, false)) layoutSubviews();
 }
 
 void ScrubberViewBase::onMain(std::function<void()> work) const {

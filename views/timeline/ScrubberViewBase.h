@@ -97,8 +97,9 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() const { return entries_.all(); }
 
     Q_INVOKABLE virtual void toNextEvent() = 0;
-    virtual void startUpdates() {}
-    virtual void stopUpdates() {}
+    /// Data comes through the provider and progress through the cells: there is nothing to start or stop.
+    void startUpdates();
+    void stopUpdates();
 
     /// For cells; they ask the host. The answers are the host's, or 0. Any thread.
     std::int32_t OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) override;
@@ -172,6 +173,7 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     ScrubberProviderBridge::Handlers providerHandlers();
     std::int32_t bind(TimeMs position, const std::function<std::int32_t(ScrubberDataProvider&)>& setSource);
     void bindTo(const QString& token);
+    void layoutIfNeeded();
 
     const TimelineEnvironment environment_;
     const std::shared_ptr<ScrubberHostLink> host_;
@@ -183,6 +185,7 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     QString sourceToken_;
     int sourceStatus_ = 0;
     bool isMadeByQml_ = false;
+    bool needsLayout_ = false;
     QPointer<QQuickItem> contentView_;
     QMetaObject::Connection superViewWidth_;
     QMetaObject::Connection superViewHeight_;

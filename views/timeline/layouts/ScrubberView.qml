@@ -26,8 +26,7 @@ Item {
         Rectangle {
             id: mark
 
-            // On whole points, so that its edges stay sharp.
-            x: Math.round((parent.width - width) / 2)
+            x: (parent.width - width) / 2
             width: scrubberCenterMarkViewWidth.seen
             height: parent.height
             color: "#b82426"
