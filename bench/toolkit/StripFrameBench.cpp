@@ -45,7 +45,8 @@ class ThumbnailCell : public CollectionViewCell {
 
 class Strip : public CollectionViewDataSource, public CollectionViewDelegate {
   public:
-    explicit Strip(std::int64_t items) : count(items), window(&control), target(800, 120, QImage::Format_ARGB32) {
+    explicit Strip(std::int64_t items)
+        : count(items), window(&control), target(800, 120, QImage::Format_ARGB32_Premultiplied) {
         QImage picture(320, 180, QImage::Format_RGB32);
         for (const QColor color : {Qt::red, Qt::green, Qt::blue}) {
             picture.fill(color);
@@ -88,6 +89,12 @@ class Strip : public CollectionViewDataSource, public CollectionViewDelegate {
         control.render();
     }
 
+    bool isDrawn() const {
+        const QColor left = target.pixelColor(200, 60);
+        const QColor right = target.pixelColor(500, 60);
+        return left.alpha() == 255 && right.alpha() == 255 && left != right;
+    }
+
     std::int64_t count;
     double direction = 1;
     std::vector<QImage> pictures;
@@ -110,6 +117,7 @@ void stripFrame(benchmark::State& state) {
         milliseconds.push_back(took.count());
         state.SetIterationTime(took.count() / 1000);
     }
+    if (!strip.isDrawn()) state.SkipWithError("the frame is empty");
     std::sort(milliseconds.begin(), milliseconds.end());
     state.counters["median_ms"] = milliseconds[milliseconds.size() / 2];
     state.counters["p99_ms"] = milliseconds[milliseconds.size() * 99 / 100];

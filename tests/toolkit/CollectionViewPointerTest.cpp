@@ -317,7 +317,9 @@ TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
             byTouch ? ui.touchRelease(end) : ui.mouseRelease(end);
             ui.advance(1000ms);
         };
+        QMetaObject::invokeMethod(outer, "cancelFlick");
         outer->setProperty("contentY", 0);
+        ui.advance(500ms);
         strip->setContentOffset({2000, 0});
         log.clear();
         stroke({600, 60}, {-200, 4});
