@@ -90,6 +90,22 @@ void MediaFile::decode(AVCodecContext& decoder, std::int64_t endTime,
     drain();
 }
 
+void MediaFile::decodeKeyFrame(AVCodecContext& decoder, std::int64_t time,
+                               const std::function<void(const AVFrame&)>& onFrame) {
+    const AvPacket packet(av_packet_alloc());
+    const AvFrame frame(av_frame_alloc());
+    avcodec_flush_buffers(&decoder);
+    seek(time);
+    while (packet && frame && readPacket(*packet)) {
+        if (packet->dts != AV_NOPTS_VALUE && packet->dts < time) continue;
+        avcodec_send_packet(&decoder, packet.get());
+        avcodec_send_packet(&decoder, nullptr);
+        if (avcodec_receive_frame(&decoder, frame.get()) >= 0) onFrame(*frame);
+        break;
+    }
+    avcodec_flush_buffers(&decoder);
+}
+
 TimeMs MediaFile::toMs(std::int64_t streamTime) const {
     return av_rescale_q(streamTime, stream().time_base, kMilliseconds);
 }

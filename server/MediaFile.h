@@ -32,6 +32,9 @@ class MediaFile {
     /// `endTime` ends the reading of packets, in the stream's time.
     void decode(AVCodecContext& decoder, std::int64_t endTime, const std::function<bool(const AVFrame&)>& onFrame);
 
+    /// Decodes the key frame at `time` alone. The decoder starts anew before and after.
+    void decodeKeyFrame(AVCodecContext& decoder, std::int64_t time, const std::function<void(const AVFrame&)>& onFrame);
+
     /// Milliseconds of the stream's time, and back.
     TimeMs toMs(std::int64_t streamTime) const;
     std::int64_t fromMs(TimeMs ms) const;

@@ -37,6 +37,10 @@ int MotionDetector::changedCells(const CellImage& before, const CellImage& after
     return cells - within;
 }
 
+bool MotionDetector::isChange(const CellImage& before, const CellImage& after) {
+    return changedCells(before, after) >= kCellsToBegin;
+}
+
 MotionDetector::Change MotionDetector::add(TimeMs time, const CellImage& image) {
     while (recent_.size() > 1 && recent_[1].time <= time - kCompareWith) recent_.pop_front();
     const int changed = recent_.empty() ? 0 : changedCells(recent_.front().image, image);

@@ -41,6 +41,11 @@ class MotionDetector {
     /// Motions that were seen, ascending; the last may go on.
     const std::vector<Motion>& motions() const { return motions_; }
 
+    bool isMoving() const { return moving_; }
+
+    /// Whether two images differ enough for something to have moved.
+    static bool isChange(const CellImage& before, const CellImage& after);
+
     /// How many cells differ between two images once their common change of brightness is taken out.
     static int changedCells(const CellImage& before, const CellImage& after);
 

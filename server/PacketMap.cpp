@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 namespace korvane {
 
@@ -48,61 +49,79 @@ PacketMap PacketMap::read(MediaFile& file, const std::atomic<bool>* cancel) {
 std::vector<PacketMap::Group> PacketMap::groups() const {
     std::vector<Group> groups;
     for (std::size_t i = 0; i < packets_.size(); ++i) {
-        if (packets_[i].key || groups.empty()) groups.push_back({i, i, false});
+        if (packets_[i].key || groups.empty()) groups.push_back({i, i, {}, 0, false, false});
         groups.back().end = i + 1;
     }
+    for (Group& group : groups) measure(group);
     return groups;
 }
 
-void PacketMap::markQuiet(std::vector<Group>& groups) const {
-    std::vector<std::int64_t> windows;
-    std::vector<std::int64_t> loudest;
-    std::vector<std::int64_t> keys;
-    for (const Group& group : groups) {
-        keys.push_back(packets_[group.first].bytes);
-        std::vector<std::int64_t> inGroup;
-        TimeMs windowEnd = std::numeric_limits<TimeMs>::min();
-        for (std::size_t i = group.first + 1; i < group.end; ++i) {
-            if (packets_[i].dts < packets_[group.first].dts) continue;
-            if (packets_[i].offset >= windowEnd) {
-                inGroup.push_back(0);
-                windowEnd = packets_[i].offset + kWindow;
-            }
-            inGroup.back() += packets_[i].bytes;
+void PacketMap::measure(Group& group) const {
+    TimeMs windowEnd = std::numeric_limits<TimeMs>::min();
+    for (std::size_t i = group.first + 1; i < group.end; ++i) {
+        if (packets_[i].offset >= windowEnd) {
+            group.windows.push_back(0);
+            windowEnd = packets_[i].offset + kWindow;
         }
-        loudest.push_back(inGroup.empty() ? 0 : *std::max_element(inGroup.begin(), inGroup.end()));
-        windows.insert(windows.end(), inGroup.begin(), inGroup.end());
+        group.windows.back() += packets_[i].bytes;
     }
-    const std::int64_t still = percentile(windows, kStillPercent);
-    const std::int64_t key = percentile(keys, 50);
-    if (windows.empty() || still > key / kTrustShare) return;
-    const std::int64_t limit = still * kQuietFactor + key / kQuietShare;
-    for (std::size_t i = 0; i < groups.size(); ++i)
-        groups[i].quiet = groups[i].end - groups[i].first > 1 && loudest[i] <= limit;
+    if (group.windows.empty()) return;
+    group.mean = std::accumulate(group.windows.begin(), group.windows.end(), std::int64_t{0}) /
+                 static_cast<std::int64_t>(group.windows.size());
+    // The last window is cut short.
+    const auto end = group.windows.end() - (group.windows.size() > 1 ? 1 : 0);
+    const auto [least, most] = std::minmax_element(group.windows.begin(), end);
+    group.even = group.windows.size() > 1 && *least * 2 >= *most;
 }
 
-Stretch PacketMap::stretchOf(std::size_t first, std::size_t end) const {
-    const bool toEnd = end == packets_.size();
-    return {packets_[first].dts, toEnd ? std::numeric_limits<std::int64_t>::max() : packets_[end].dts,
-            packets_[first].offset, toEnd ? duration_ : packets_[end].offset};
+std::int64_t PacketMap::stillWindow(const std::vector<Group>& groups) const {
+    std::vector<std::int64_t> windows;
+    for (const Group& group : groups) windows.insert(windows.end(), group.windows.begin(), group.windows.end());
+    return percentile(std::move(windows), kStillPercent);
+}
+
+void PacketMap::markQuiet(std::vector<Group>& groups, std::int64_t still) const {
+    std::vector<std::int64_t> keys;
+    for (const Group& group : groups) keys.push_back(packets_[group.first].bytes);
+    const std::int64_t key = percentile(std::move(keys), 50);
+    if (still > key / kTrustShare) return;
+    const std::int64_t limit = still * kQuietFactor + key / kQuietShare;
+    for (Group& group : groups)
+        group.quiet = !group.windows.empty() && *std::max_element(group.windows.begin(), group.windows.end()) <= limit;
+}
+
+PictureGroup PacketMap::describe(const std::vector<Group>& groups, std::size_t index, std::int64_t still) const {
+    const Group& group = groups[index];
+    const bool last = group.end == packets_.size();
+    PictureGroup picture;
+    picture.seekTo = packets_[group.first].dts;
+    picture.endTime = last ? std::numeric_limits<std::int64_t>::max() : packets_[group.end].dts;
+    picture.begin = packets_[group.first].offset;
+    picture.end = last ? duration_ : packets_[group.end].offset;
+    const auto alike = [&group](const Group& other) {
+        return other.even && other.mean * 3 >= group.mean * 2 && other.mean * 2 <= group.mean * 3;
+    };
+    picture.steady = group.even && (index == 0 || alike(groups[index - 1])) &&
+                     (index + 1 == groups.size() || alike(groups[index + 1]));
+    picture.usual = group.mean * 4 <= still * 5;
+    return picture;
 }
 
 std::vector<Stretch> PacketMap::stretchesWithChange(TimeMs pieceLength) const {
     std::vector<Group> all = groups();
-    markQuiet(all);
+    const std::int64_t still = stillWindow(all);
+    markQuiet(all, still);
     std::vector<Stretch> stretches;
-    std::size_t i = 0;
-    while (i < all.size()) {
+    bool open = false;
+    for (std::size_t i = 0; i < all.size(); ++i) {
         if (all[i].quiet) {
-            ++i;
+            open = false;
             continue;
         }
-        std::size_t end = i + 1;
-        while (end < all.size() && !all[end].quiet &&
-               packets_[all[end].first].offset - packets_[all[i].first].offset < pieceLength)
-            ++end;
-        stretches.push_back(stretchOf(all[i].first, all[end - 1].end));
-        i = end;
+        PictureGroup next = describe(all, i, still);
+        if (!open || next.begin - stretches.back().front().begin >= pieceLength) stretches.emplace_back();
+        stretches.back().push_back(next);
+        open = true;
     }
     return stretches;
 }

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "base/Time.h"
@@ -21,20 +20,27 @@ struct PacketInfo {
     bool key = false;
 };
 
-/// Pictures from one key frame on, that is, what can be decoded without what comes before.
-struct Stretch {
+/// Pictures from one key frame to the next: what can be decoded without what comes before.
+struct PictureGroup {
     /// In the stream's time: where to seek to, and where decoding may stop.
     std::int64_t seekTo = 0;
     std::int64_t endTime = 0;
     /// From the file's first picture.
     TimeMs begin = 0;
     TimeMs end = 0;
+    /// Its pictures' sizes are even, and like those of its neighbours: what happens in it goes on all the time.
+    bool steady = false;
+    /// Its pictures are no larger than where the file is stillest.
+    bool usual = false;
 };
+
+/// Groups that follow one another.
+using Stretch = std::vector<PictureGroup>;
 
 /// The coded pictures of a file by time and size, read without decoding any.
 class PacketMap {
   public:
-    /// Reads all of `file`. `onProgress` gets shares of 0 to 1.
+    /// Reads all of `file`, up to where it is broken off.
     static PacketMap read(MediaFile& file, const std::atomic<bool>* cancel);
 
     bool empty() const { return packets_.empty(); }
@@ -42,19 +48,25 @@ class PacketMap {
     TimeMs duration() const { return duration_; }
     std::int64_t firstPts() const { return firstPts_; }
 
-    /// What has to be decoded to see all motion: everything but stretches whose pictures hold next to nothing new. In
+    /// What has to be looked at to see all motion: everything but groups whose pictures hold next to nothing new. In
     /// pieces of about `pieceLength`, ascending.
     std::vector<Stretch> stretchesWithChange(TimeMs pieceLength) const;
 
   private:
     struct Group {
-        std::size_t first;
-        std::size_t end;
-        bool quiet;
+        std::size_t first = 0;
+        std::size_t end = 0;
+        /// Bytes in each half second, the key frame not counted.
+        std::vector<std::int64_t> windows;
+        std::int64_t mean = 0;
+        bool quiet = false;
+        bool even = false;
     };
     std::vector<Group> groups() const;
-    void markQuiet(std::vector<Group>& groups) const;
-    Stretch stretchOf(std::size_t first, std::size_t end) const;
+    void measure(Group& group) const;
+    std::int64_t stillWindow(const std::vector<Group>& groups) const;
+    void markQuiet(std::vector<Group>& groups, std::int64_t still) const;
+    PictureGroup describe(const std::vector<Group>& groups, std::size_t index, std::int64_t still) const;
 
     std::vector<PacketInfo> packets_;
     TimeMs duration_ = 0;

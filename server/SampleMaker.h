@@ -28,7 +28,7 @@ struct SampleOptions {
 
 struct SampleReport {
     std::size_t recordings = 0;
-    /// Movements that were staged; an import finds a motion event for each.
+    /// Movements that were staged; an import finds a motion event for all but a few of them.
     std::size_t movements = 0;
     std::uintmax_t bytes = 0;
 };

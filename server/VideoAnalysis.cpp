@@ -16,22 +16,124 @@ namespace korvane {
 
 namespace {
 
-// Long enough that the start of a piece, which sees nothing of the one before, costs little; short enough that threads
-// end together.
-constexpr TimeMs kPiece = 20'000;
+// Pieces of a film that a thread takes at a time: long enough that its ends, of which less is known, cost little ...
+constexpr TimeMs kShortestPiece = 20'000;
+constexpr TimeMs kLongestPiece = 120'000;
+// ... and so many for each thread that all end together.
+constexpr TimeMs kPiecesAThread = 4;
 constexpr TimeMs kLongestFile = 7 * 86'400'000LL;
 // A moment after something comes into view there is more of it to see.
 constexpr TimeMs kSettle = 700;
+// Within so short a group nothing comes and goes without being in one of the key frames, or making it larger.
+constexpr TimeMs kShortGroup = 4000;
 
 bool isSet(const std::atomic<bool>* flag) {
     return flag != nullptr && flag->load();
 }
 
+TimeMs pieceLength(const PacketMap& map, unsigned threads) {
+    return std::clamp(map.duration() / (kPiecesAThread * threads), kShortestPiece, kLongestPiece);
+}
+
+/// Looks for motion in one stretch of a file.
+class StretchSearch {
+  public:
+    StretchSearch(const Stretch& groups, MediaFile& file, AVCodecContext& decoder, std::int64_t firstPts,
+                  const std::atomic<bool>* cancel)
+        : groups_(groups), file_(file), decoder_(decoder), firstPts_(firstPts), cancel_(cancel) {}
+
+    void run() {
+        std::size_t i = 0;
+        while (i < groups_.size() && !isSet(cancel_)) {
+            if (canSkip(i)) {
+                see(groups_[i].begin, keyImage(i));
+                ++i;
+                continue;
+            }
+            // On to the next group that might be skipped.
+            std::size_t end = i + 1;
+            while (end < groups_.size() && !groups_[end].steady) ++end;
+            watch(groups_[i], groups_[end - 1]);
+            i = end;
+        }
+    }
+
+    const std::vector<Motion>& motions() const { return detector_.motions(); }
+    /// By the start of the motion that they show.
+    std::map<TimeMs, std::string>& pictures() { return pictures_; }
+
+  private:
+    /// Whether nothing new can be learned inside of a group: what went on before it goes on to its end.
+    bool canSkip(std::size_t index) {
+        const PictureGroup& group = groups_[index];
+        if (!group.steady || index + 1 == groups_.size()) return false;
+        const bool moving = detector_.isMoving();
+        if (!moving && (!group.usual || group.end - group.begin > kShortGroup)) return false;
+        const bool changed = MotionDetector::isChange(keyImage(index), keyImage(index + 1));
+        return changed == moving;
+    }
+
+    const CellImage& keyImage(std::size_t index) {
+        const auto [place, isNew] = keyImages_.try_emplace(index);
+        if (isNew)
+            file_.decodeKeyFrame(decoder_, groups_[index].seekTo,
+                                 [&](const AVFrame& frame) { sampler_.sample(frame, place->second); });
+        return place->second;
+    }
+
+    void watch(const PictureGroup& first, const PictureGroup& last) {
+        CellImage image;
+        avcodec_flush_buffers(&decoder_);
+        file_.seek(first.seekTo);
+        file_.decode(decoder_, last.endTime, [&](const AVFrame& frame) {
+            const TimeMs offset = file_.toMs(frame.best_effort_timestamp - firstPts_);
+            if (offset >= first.begin && offset - last_ >= MotionDetector::kSampleEvery &&
+                sampler_.sample(frame, image)) {
+                see(offset, image);
+                takePicture(offset, frame);
+            }
+            return !isSet(cancel_);
+        });
+        avcodec_flush_buffers(&decoder_);
+    }
+
+    void see(TimeMs offset, const CellImage& image) {
+        last_ = offset;
+        change_ = detector_.add(offset, image);
+        if (change_ == MotionDetector::Change::Ended) unsettled_ = false;
+    }
+
+    void takePicture(TimeMs offset, const AVFrame& frame) {
+        const bool began = change_ == MotionDetector::Change::Began;
+        const bool settled = unsettled_ && offset >= motions().back().start + kSettle;
+        if (!began && !settled) return;
+        pictures_[motions().back().start] = jpeg_.encode(frame);
+        unsettled_ = began;
+    }
+
+    const Stretch& groups_;
+    MediaFile& file_;
+    AVCodecContext& decoder_;
+    const std::int64_t firstPts_;
+    const std::atomic<bool>* cancel_;
+    MotionDetector detector_;
+    MotionDetector::Change change_ = MotionDetector::Change::None;
+    CellSampler sampler_;
+    JpegEncoder jpeg_;
+    std::map<std::size_t, CellImage> keyImages_;
+    std::map<TimeMs, std::string> pictures_;
+    TimeMs last_ = std::numeric_limits<TimeMs>::min() / 2;
+    bool unsettled_ = false;
+};
+
 /// The stretches of one file, shared out to threads, and what they find.
 class MotionSearch {
   public:
     MotionSearch(const std::filesystem::path& file, const PacketMap& map, const VideoAnalysisOptions& options)
-        : file_(file), map_(map), options_(options), stretches_(map.stretchesWithChange(kPiece)) {}
+        : file_(file),
+          map_(map),
+          options_(options),
+          stretches_(map.stretchesWithChange(pieceLength(map, options.threads))) {}
 
     std::vector<VideoMotion> run() {
         std::vector<std::thread> threads;
@@ -53,44 +155,17 @@ class MotionSearch {
         if (!decoder) return;
         (*decoder)->skip_frame = AVDISCARD_NONREF;
         (*decoder)->skip_loop_filter = AVDISCARD_ALL;
-        JpegEncoder jpeg;
-        CellSampler sampler;
         for (std::size_t i = next_++; i < stretches_.size() && !isSet(options_.cancel); i = next_++) {
-            search(stretches_[i], **file, **decoder, sampler, jpeg);
-            avcodec_flush_buffers(decoder->get());
+            StretchSearch search(stretches_[i], **file, **decoder, map_.firstPts(), options_.cancel);
+            search.run();
+            const std::lock_guard lock(mutex_);
+            motions_.insert(motions_.end(), search.motions().begin(), search.motions().end());
+            pictures_.merge(search.pictures());
             report();
         }
     }
 
-    void search(const Stretch& stretch, MediaFile& file, AVCodecContext& decoder, CellSampler& sampler,
-                JpegEncoder& jpeg) {
-        MotionDetector detector;
-        CellImage image;
-        std::map<TimeMs, std::string> pictures;
-        TimeMs last = std::numeric_limits<TimeMs>::min() / 2;
-        bool unsettled = false;
-        file.seek(stretch.seekTo);
-        file.decode(decoder, stretch.endTime, [&](const AVFrame& frame) {
-            const TimeMs offset = file.toMs(frame.best_effort_timestamp - map_.firstPts());
-            if (offset < stretch.begin || offset - last < MotionDetector::kSampleEvery) return !isSet(options_.cancel);
-            if (!sampler.sample(frame, image)) return true;
-            last = offset;
-            const auto change = detector.add(offset, image);
-            if (change == MotionDetector::Change::Ended) unsettled = false;
-            const bool settled = unsettled && offset >= detector.motions().back().start + kSettle;
-            if (change == MotionDetector::Change::Began || settled) {
-                pictures[detector.motions().back().start] = jpeg.encode(frame);
-                unsettled = !settled;
-            }
-            return !isSet(options_.cancel);
-        });
-        const std::lock_guard lock(mutex_);
-        motions_.insert(motions_.end(), detector.motions().begin(), detector.motions().end());
-        pictures_.merge(pictures);
-    }
-
     void report() {
-        const std::lock_guard lock(mutex_);
         ++done_;
         if (options_.onProgress)
             options_.onProgress(static_cast<double>(done_) / static_cast<double>(stretches_.size()));
