@@ -14,6 +14,7 @@
 
 #include "base/LifeToken.h"
 #include "toolkit/LoadQueue.h"
+#include "toolkit/Mailbox.h"
 
 namespace korvane {
 namespace {
@@ -26,7 +27,7 @@ QString pathOf(const QUrl& url) {
 }
 
 /// Lives on the loader's thread.
-class Worker final : public QObject {
+class Worker final : public Mailbox {
   public:
     Worker(ImageLoader::Limits limits, Report report) : limits_(limits), report_(std::move(report)) {}
 
@@ -140,13 +141,11 @@ class ImageLoader::Engine {
 
   private:
     void start(Queue::Id id, const Queue::Request& request) {
-        QMetaObject::invokeMethod(
-            worker_, [worker = worker_, id, request] { worker->start(id, request); }, Qt::QueuedConnection);
+        worker_->post([worker = worker_, id, request] { worker->start(id, request); });
     }
 
     void abort(Queue::Id id) {
-        QMetaObject::invokeMethod(
-            worker_, [worker = worker_, id] { worker->abort(id); }, Qt::QueuedConnection);
+        worker_->post([worker = worker_, id] { worker->abort(id); });
     }
 
     Queue queue_;

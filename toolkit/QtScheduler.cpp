@@ -1,6 +1,5 @@
 #include "toolkit/QtScheduler.h"
 
-#include <QObject>
 #include <QThread>
 #include <QTimer>
 #include <algorithm>
@@ -10,66 +9,53 @@
 #include <utility>
 
 #include "base/TaskGuard.h"
+#include "toolkit/Mailbox.h"
 
 namespace korvane {
 
-/// What tasks wait in. Its receiver lives on the main thread.
-class QtScheduler::Loop {
+/// What tasks wait in, on the main thread.
+class QtScheduler::Loop final : public Mailbox {
   public:
-    bool isMainThread() const { return QThread::currentThread() == receiver_.thread(); }
-
-    void post(Task task) {
-        QMetaObject::invokeMethod(
-            &receiver_, [task = std::move(task)]() mutable { run(std::move(task)); }, Qt::QueuedConnection);
-    }
-
     TimerId after(std::chrono::milliseconds delay, Task task) {
-        const std::lock_guard lock(mutex_);
-        const TimerId id = ++lastId_;
-        waiting_.emplace(id, std::move(task));
+        TimerId id = 0;
+        {
+            const std::lock_guard lock(mutex_);
+            id = ++lastId_;
+            waiting_.emplace(id, std::move(task));
+        }
         if (delay.count() <= 0) {
             post([this, id] { fire(id); });
-        } else if (isMainThread()) {
-            startTimer(id, delay);
+        } else if (QThread::currentThread() == thread()) {
+            start(id, delay);
         } else {
-            post([this, id, delay] { startTimer(id, delay); });
+            post([this, id, delay] { start(id, delay); });
         }
         return id;
     }
 
-    void cancel(TimerId id) {
-        const std::lock_guard lock(mutex_);
-        waiting_.erase(id);
-    }
+    void cancel(TimerId id) { take(id); }
 
-    // Posted calls die with the receiver, tasks that wait with the table.
     void stop() {
+        drop();
         std::unordered_map<TimerId, Task> dropped;
         const std::lock_guard lock(mutex_);
         dropped.swap(waiting_);
     }
 
   private:
-    static void run(Task task) { detail::runGuarded(std::move(task), "QtScheduler"); }
-
-    void startTimer(TimerId id, std::chrono::milliseconds delay) {
+    void start(TimerId id, std::chrono::milliseconds delay) {
         constexpr std::chrono::milliseconds longest(std::numeric_limits<int>::max());
-        QTimer::singleShot(std::min(delay, longest), Qt::PreciseTimer, &receiver_, [this, id] { fire(id); });
+        QTimer::singleShot(std::min(delay, longest), Qt::PreciseTimer, this, [this, id] { fire(id); });
     }
 
-    void fire(TimerId id) {
-        Task task;
-        {
-            const std::lock_guard lock(mutex_);
-            const auto found = waiting_.find(id);
-            if (found == waiting_.end()) return;
-            task = std::move(found->second);
-            waiting_.erase(found);
-        }
-        run(std::move(task));
+    void fire(TimerId id) { detail::runGuarded(take(id), "QtScheduler"); }
+
+    Task take(TimerId id) {
+        const std::lock_guard lock(mutex_);
+        auto found = waiting_.extract(id);
+        return found.empty() ? Task() : std::move(found.mapped());
     }
 
-    QObject receiver_;
     std::mutex mutex_;
     std::unordered_map<TimerId, Task> waiting_;
     TimerId lastId_ = 0;
@@ -83,7 +69,7 @@ QtScheduler::~QtScheduler() {
 }
 
 bool QtScheduler::isMainThread() const {
-    return loop_->isMainThread();
+    return QThread::currentThread() == loop_->thread();
 }
 
 void QtScheduler::post(Task task) {
