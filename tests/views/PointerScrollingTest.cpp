@@ -101,6 +101,29 @@ TEST_F(PointerScrollingTest, PendingPagesFillInWhereTheStripRests) {
     EXPECT_EQ(host_.count("state 0>0 0"), 2U);
 }
 
+TEST_F(PointerScrollingTest, AFillThatGroupsKeepsTheStripUnderTheMark) {
+    service_.withFootage([this](ScriptedFootage& footage) {
+        for (std::int64_t id = 1; id <= 300; ++id) {
+            footage.addEvent(
+                {id, ui_.scheduler().utcNow() - 10'000'000 + (id / 2) * 60'000 + id % 2 * 5'000, "motion", ""});
+        }
+    });
+    view_->getConfig().setEventGrouping(true);
+    load(0);
+    const std::int64_t before = view_->getEventsCount();
+    ASSERT_LT(before, 302);
+    moveTo(120);
+    drag(-20);
+    ui_.advance(1200ms);
+    EXPECT_LT(view_->getEventsCount(), before);
+    EXPECT_EQ(strip().numberOfItems(), view_->getEventsCount());
+    EXPECT_EQ(host_.count("state 0>0 0"), 1U);
+    ASSERT_TRUE(view_->getCurrentEvent());
+    EXPECT_EQ(view_->getCurrentEvent(), view_->getEvent(underMark()));
+    EXPECT_EQ(view_->getCurrentEvent()->type(), ScrubberEventTypeGroup);
+    EXPECT_TRUE(dateOf(underMark()).endsWith("(2)"));
+}
+
 TEST_F(PointerScrollingTest, SlowDragFliesOverAndSnaps) {
     const auto source = show(50);
     moveTo(20);

@@ -1,0 +1,198 @@
+// The event strip as a host has it, 800 x 120, drawn by the software renderer into an image: a frame of a strip that
+// scrolls by 7 points, and the way from a token to the first cells that are filled by a service over loopback.
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
+#include <QQuickRenderControl>
+#include <QQuickRenderTarget>
+#include <QQuickWindow>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "client/http/HttpService.h"
+#include "server/CameraServer.h"
+#include "server/Storage.h"
+#include "toolkit/ImageCache.h"
+#include "toolkit/ToolkitContext.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "views/timeline/ScrubberView.h"
+
+namespace korvane {
+namespace {
+
+constexpr double step = 7;
+constexpr int warmUpFrames = 500;
+
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+}
+
+void report(benchmark::State& state, std::vector<double>& milliseconds) {
+    std::sort(milliseconds.begin(), milliseconds.end());
+    state.counters["median_ms"] = milliseconds[milliseconds.size() / 2];
+    state.counters["p99_ms"] = milliseconds[milliseconds.size() * 99 / 100];
+}
+
+/// Events with previews, made when asked for.
+class ManyEvents final : public ScrubberDataSourceDelegate {
+  public:
+    explicit ManyEvents(std::int64_t count) : count_(count) {}
+
+    std::int64_t OnScrubberGetEventsCount() override { return count_; }
+    std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) override { return -1; }
+    std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override {
+        auto& event = made_[index];
+        if (!event) event = make(index);
+        return event;
+    }
+
+  private:
+    std::shared_ptr<ScrubberEvent> make(std::int64_t index) const {
+        auto event = ScrubberEvent::build(index % 50 + 1, 1'700'000'000'000 + index * 60'000);
+        event->setName("motion");
+        if (index == 0) event->setType(ScrubberEventTypeHead);
+        if (index == count_ - 1) event->setType(ScrubberEventTypeLive);
+        return event;
+    }
+
+    std::int64_t count_;
+    std::map<std::int64_t, std::shared_ptr<ScrubberEvent>> made_;
+};
+
+class Stage {
+  public:
+    explicit Stage(const std::shared_ptr<KorvaneService>& service)
+        : window_(&control_), target_(800, 120, QImage::Format_ARGB32_Premultiplied) {
+        window_.resize(800, 120);
+        window_.contentItem()->setSize({800, 120});
+        window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&target_));
+        view = std::make_unique<ScrubberView>(TimelineEnvironment{nullptr, service}, Rect{}, window_.contentItem());
+        view->applyConfig();
+    }
+
+    ScrubberCollectionView& strip() const {
+        return *qvariant_cast<ScrubberCollectionView*>(view->contentView()->property("scrubberEventsCollectionView"));
+    }
+
+    void draw() {
+        control_.polishItems();
+        control_.sync();
+        control_.render();
+    }
+
+    std::size_t cells() const { return static_cast<std::size_t>(strip().findChildren<ScrubberCell*>().size()); }
+
+  private:
+    QQuickRenderControl control_;
+    QQuickWindow window_;
+    QImage target_;
+
+  public:
+    std::unique_ptr<ScrubberView> view;
+};
+
+void storePreviews() {
+    for (int id = 1; id <= 50; ++id) {
+        QImage image(268, 188, QImage::Format_RGB32);
+        image.fill(QColor::fromHsv(id * 7, 150, 180));
+        ToolkitContext::shared()->imageCache->storeImageToMemory(image, QStringLiteral("0_%1").arg(id));
+    }
+}
+
+void eventStripFrame(benchmark::State& state) {
+    const auto service = std::make_shared<HttpService>(*ToolkitContext::shared()->scheduler);
+    Stage stage(service);
+    storePreviews();
+    stage.view->setDataSourceDelegate(std::make_shared<ManyEvents>(state.range(0)));
+    stage.view->reload();
+    for (int turn = 0; turn < 20; ++turn) QCoreApplication::processEvents();
+    double x = 134.35 * static_cast<double>(state.range(0)) / 2;
+    double direction = step;
+    const auto frame = [&] {
+        x += direction;
+        if (x < 0 || x > stage.strip().contentSize().width - 800) direction = -direction;
+        stage.strip().setContentOffset({x, 0});
+        stage.draw();
+    };
+    for (int i = 0; i < warmUpFrames; ++i) frame();
+    const std::size_t warm = stage.cells();
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        frame();
+        milliseconds.push_back(millisecondsSince(begin));
+        state.SetIterationTime(milliseconds.back() / 1000);
+    }
+    report(state, milliseconds);
+    state.counters["cells"] = static_cast<double>(warm);
+    state.counters["made_after_warm_up"] = static_cast<double>(stage.cells() - warm);
+}
+
+BENCHMARK(eventStripFrame)->Arg(100)->Arg(1'000'000)->UseManualTime()->Iterations(3000)->Unit(benchmark::kMillisecond);
+
+bool isFilled(const ScrubberView& view, ScrubberCollectionView& strip) {
+    const auto visible = strip.indexPathsForVisibleItems();
+    return view.getEventsCount() > 2 && visible.size() > 2 &&
+           std::all_of(visible.begin(), visible.end(),
+                       [&](std::int64_t item) { return view.getEvent(item)->type() != ScrubberEventTypePending; });
+}
+
+void tokenToFirstCells(benchmark::State& state) {
+    QTemporaryDir folder;
+    const std::filesystem::path file = folder.filePath("camera.db").toStdString();
+    {
+        auto storage = Storage::open(file);
+        if (!storage) return state.SkipWithError(storage.error().message.c_str());
+        const auto camera = (*storage)->cameraForFolder("/footage", "Bench", "UTC");
+        const auto now =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch());
+        if (!camera || (*storage)->fillEvents(camera->id, state.range(0), now.count(), 60'000)) {
+            return state.SkipWithError("the data base could not be filled");
+        }
+    }
+    CameraServer server(file);
+    if (!server.start()) return state.SkipWithError("the service could not be started");
+    const auto token = server.issueToken(1, std::chrono::hours(1));
+    if (!token) return state.SkipWithError(token.error().message.c_str());
+    const auto service = std::make_shared<HttpService>(*ToolkitContext::shared()->scheduler);
+    {
+        Stage stage(service);
+        std::vector<double> milliseconds;
+        for (auto _ : state) {
+            const auto begin = Clock::now();
+            stage.view->setSource(QString::fromStdString(*token));
+            while (!isFilled(*stage.view, stage.strip()) && millisecondsSince(begin) < 5000) {
+                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
+            }
+            stage.draw();
+            milliseconds.push_back(millisecondsSince(begin));
+            state.SetIterationTime(milliseconds.back() / 1000);
+        }
+        report(state, milliseconds);
+    }
+}
+
+BENCHMARK(tokenToFirstCells)->Arg(300)->Arg(1'000'000)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace korvane
+
+int main(int argc, char** argv) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("QT_QUICK_BACKEND", "software", 1);
+    QGuiApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

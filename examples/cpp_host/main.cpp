@@ -1,0 +1,45 @@
+// A window with an event strip, hosted from C++.
+#include <QGuiApplication>
+#include <QQuickWindow>
+#include <QTextStream>
+#include <memory>
+
+#include "client/http/HttpService.h"
+#include "toolkit/ToolkitContext.h"
+#include "views/timeline/ScrubberView.h"
+
+int main(int argc, char** argv) {
+    QGuiApplication application(argc, argv);
+    const QStringList arguments = QGuiApplication::arguments();
+    if (arguments.size() != 2) {
+        QTextStream(stderr) << "usage: korvane-example-cpp TOKEN\n";
+        return 2;
+    }
+
+    // What the widgets are given; it outlives them.
+    const auto toolkit = korvane::ToolkitContext::shared();
+    const auto service = std::make_shared<korvane::HttpService>(*toolkit->scheduler);
+
+    QQuickWindow window;
+    window.resize(900, 130);
+    korvane::ScrubberView strip({toolkit, service}, {}, window.contentItem());
+
+    const auto host = std::make_shared<korvane::ScrubberViewDelegate>();
+    host->OnScrubberDidSelectEvent = [](const std::shared_ptr<korvane::ScrubberEvent>& event) {
+        if (event)
+            QTextStream(stdout) << "selected: " << QString::fromStdString(event->time().value_or("")) << Qt::endl;
+    };
+    host->OnScrubberStateChangedFrom = [](std::int32_t from, std::int32_t toState, std::int32_t withStatus) {
+        QTextStream(stdout) << "state " << from << " to " << toState << ", status " << withStatus << Qt::endl;
+    };
+    strip.setDelegate(host);
+    strip.getConfig().setScrubberApiProtocolDefaults(korvane::ScrubberApiProtocolHttps);
+    strip.applyConfig();
+
+    if (const int status = strip.setSource(arguments[1]); status != 0) {
+        QTextStream(stderr) << "the token was refused with status " << status << Qt::endl;
+        return 1;
+    }
+    window.show();
+    return QGuiApplication::exec();
+}
