@@ -12,8 +12,16 @@
 namespace korvane {
 namespace {
 
+// Goes away with the application object.
 std::shared_ptr<ToolkitContext>& sharedContext() {
     static std::shared_ptr<ToolkitContext> context;
+    static bool isWatched = false;
+    if (!std::exchange(isWatched, true)) {
+        qAddPostRoutine([] {
+            isWatched = false;
+            context.reset();
+        });
+    }
     return context;
 }
 
@@ -37,16 +45,12 @@ std::shared_ptr<ToolkitContext> ToolkitContext::makeWith(std::shared_ptr<Schedul
 
 std::shared_ptr<ToolkitContext> ToolkitContext::shared() {
     auto& context = sharedContext();
-    if (!context) {
-        context = makeDefault();
-        qAddPostRoutine([] { sharedContext() = nullptr; });
-    }
+    if (!context) context = makeDefault();
     return context;
 }
 
 void ToolkitContext::setShared(std::shared_ptr<ToolkitContext> context) {
     sharedContext() = std::move(context);
-    qAddPostRoutine([] { sharedContext() = nullptr; });
 }
 
 }  // namespace korvane
