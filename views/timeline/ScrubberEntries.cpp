@@ -93,13 +93,9 @@ std::vector<std::shared_ptr<ScrubberEvent>> ScrubberEntries::all() const {
     return entries;
 }
 
-std::int64_t ScrubberEntries::find(TimeMs timeAsValue, std::int64_t count) const {
+std::int64_t ScrubberEntries::find(TimeMs timeAsValue) const {
     const auto from = list();
-    for (std::int64_t index = 0; from && index < count; ++index) {
-        const auto event = from->OnScrubberGetEventByIndex(index);
-        if (event && event->timeAsValue() == timeAsValue) return index;
-    }
-    return count;
+    return from ? from->OnScrubberFindEventByTime(timeAsValue) : -1;
 }
 
 }  // namespace korvane

@@ -234,8 +234,8 @@ void ScrubberView::scrollToPosition(bool notify, double withFixedAnimationTime) 
 
 void ScrubberView::scrollToEntryOfPosition(bool notify, double withFixedAnimationTime, std::int64_t count) {
     if (!scrubberEventsCollectionView_) return;
-    const std::int64_t index = entries().find(positionTime(), count);
-    if (index >= count) return;
+    const std::int64_t index = entries().find(positionTime());
+    if (index < 0 || index >= count) return;
     scrubberEventsCollectionView_->scrollToItemAtIndexPath(index, CollectionViewScrollPosition::Right, false);
     scrollToPointer(index, withFixedAnimationTime, [this, notify, index] {
         stopLastCell();
