@@ -9,7 +9,6 @@
 #include <QQuickRenderControl>
 #include <QQuickRenderTarget>
 #include <QQuickWindow>
-#include <QTemporaryDir>
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -17,9 +16,8 @@
 #include <memory>
 #include <vector>
 
+#include "bench/views/BenchService.h"
 #include "client/http/HttpService.h"
-#include "server/CameraServer.h"
-#include "server/Storage.h"
 #include "toolkit/ImageCache.h"
 #include "toolkit/ToolkitContext.h"
 #include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
@@ -141,46 +139,33 @@ void eventStripFrame(benchmark::State& state) {
 
 BENCHMARK(eventStripFrame)->Arg(100)->Arg(1'000'000)->UseManualTime()->Iterations(3000)->Unit(benchmark::kMillisecond);
 
-bool isFilled(const ScrubberView& view, ScrubberCollectionView& strip) {
-    const auto visible = strip.indexPathsForVisibleItems();
-    return view.getEventsCount() > 2 && visible.size() > 2 &&
-           std::all_of(visible.begin(), visible.end(),
-                       [&](std::int64_t item) { return view.getEvent(item)->type() != ScrubberEventTypePending; });
+/// Every cell on screen shows an event that has come from the service.
+bool isFilled(const Stage& stage) {
+    const auto visible = stage.strip().indexPathsForVisibleItems();
+    return visible.size() > 2 && std::all_of(visible.begin(), visible.end(), [&](std::int64_t item) {
+               const auto* cell = qobject_cast<ScrubberCell*>(stage.strip().cellForItemAtIndexPath(item));
+               const auto event = cell ? cell->getEvent() : nullptr;
+               return event && event->type() != ScrubberEventTypePending && event == stage.view->getEvent(item);
+           });
 }
 
 void tokenToFirstCells(benchmark::State& state) {
-    QTemporaryDir folder;
-    const std::filesystem::path file = folder.filePath("camera.db").toStdString();
-    {
-        auto storage = Storage::open(file);
-        if (!storage) return state.SkipWithError(storage.error().message.c_str());
-        const auto camera = (*storage)->cameraForFolder("/footage", "Bench", "UTC");
-        const auto now =
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch());
-        if (!camera || (*storage)->fillEvents(camera->id, state.range(0), now.count(), 60'000)) {
-            return state.SkipWithError("the data base could not be filled");
-        }
-    }
-    CameraServer server(file);
-    if (!server.start()) return state.SkipWithError("the service could not be started");
-    const auto token = server.issueToken(1, std::chrono::hours(1));
-    if (!token) return state.SkipWithError(token.error().message.c_str());
+    const BenchService camera(state.range(0));
+    if (camera.token().empty()) return state.SkipWithError("the service could not be started");
     const auto service = std::make_shared<HttpService>(*ToolkitContext::shared()->scheduler);
-    {
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
         Stage stage(service);
-        std::vector<double> milliseconds;
-        for (auto _ : state) {
-            const auto begin = Clock::now();
-            stage.view->setSource(QString::fromStdString(*token));
-            while (!isFilled(*stage.view, stage.strip()) && millisecondsSince(begin) < 5000) {
-                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
-            }
-            stage.draw();
-            milliseconds.push_back(millisecondsSince(begin));
-            state.SetIterationTime(milliseconds.back() / 1000);
+        const auto begin = Clock::now();
+        stage.view->setSource(QString::fromStdString(camera.token()));
+        while (!isFilled(stage) && millisecondsSince(begin) < 5000) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
         }
-        report(state, milliseconds);
+        stage.draw();
+        milliseconds.push_back(millisecondsSince(begin));
+        state.SetIterationTime(milliseconds.back() / 1000);
     }
+    report(state, milliseconds);
 }
 
 BENCHMARK(tokenToFirstCells)->Arg(300)->Arg(1'000'000)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
