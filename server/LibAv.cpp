@@ -4,6 +4,10 @@
 
 namespace korvane {
 
+void silenceLibAv() {
+    av_log_set_level(AV_LOG_QUIET);
+}
+
 std::string avErrorText(int code) {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(code, text.data(), text.size());

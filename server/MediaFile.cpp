@@ -20,6 +20,7 @@ int isCancelled(void* flag) {
 }  // namespace
 
 Result<std::unique_ptr<MediaFile>> MediaFile::open(const std::filesystem::path& file, const std::atomic<bool>* cancel) {
+    silenceLibAv();
     AVFormatContext* raw = avformat_alloc_context();
     if (raw == nullptr) return Error{"out of memory"};
     if (cancel != nullptr) raw->interrupt_callback = {isCancelled, const_cast<std::atomic<bool>*>(cancel)};

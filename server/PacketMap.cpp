@@ -49,7 +49,7 @@ PacketMap PacketMap::read(MediaFile& file, const std::atomic<bool>* cancel) {
 std::vector<PacketMap::Group> PacketMap::groups() const {
     std::vector<Group> groups;
     for (std::size_t i = 0; i < packets_.size(); ++i) {
-        if (packets_[i].key || groups.empty()) groups.push_back({i, i, {}, 0, false, false});
+        if (packets_[i].key || groups.empty()) groups.push_back({i, i, {}, 0, 0, false, false});
         groups.back().end = i + 1;
     }
     for (Group& group : groups) measure(group);
@@ -66,12 +66,13 @@ void PacketMap::measure(Group& group) const {
         group.windows.back() += packets_[i].bytes;
     }
     if (group.windows.empty()) return;
+    group.loudest = *std::max_element(group.windows.begin(), group.windows.end());
+    // The last one is cut short by the next key frame.
+    if (group.windows.size() > 1) group.windows.pop_back();
+    const auto [least, most] = std::minmax_element(group.windows.begin(), group.windows.end());
+    group.even = *least * 2 >= *most;
     group.mean = std::accumulate(group.windows.begin(), group.windows.end(), std::int64_t{0}) /
                  static_cast<std::int64_t>(group.windows.size());
-    // The last window is cut short.
-    const auto end = group.windows.end() - (group.windows.size() > 1 ? 1 : 0);
-    const auto [least, most] = std::minmax_element(group.windows.begin(), end);
-    group.even = group.windows.size() > 1 && *least * 2 >= *most;
 }
 
 std::int64_t PacketMap::stillWindow(const std::vector<Group>& groups) const {
@@ -86,8 +87,7 @@ void PacketMap::markQuiet(std::vector<Group>& groups, std::int64_t still) const 
     const std::int64_t key = percentile(std::move(keys), 50);
     if (still > key / kTrustShare) return;
     const std::int64_t limit = still * kQuietFactor + key / kQuietShare;
-    for (Group& group : groups)
-        group.quiet = !group.windows.empty() && *std::max_element(group.windows.begin(), group.windows.end()) <= limit;
+    for (Group& group : groups) group.quiet = !group.windows.empty() && group.loudest <= limit;
 }
 
 PictureGroup PacketMap::describe(const std::vector<Group>& groups, std::size_t index, std::int64_t still) const {

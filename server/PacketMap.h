@@ -59,6 +59,7 @@ class PacketMap {
         /// Bytes in each half second, the key frame not counted.
         std::vector<std::int64_t> windows;
         std::int64_t mean = 0;
+        std::int64_t loudest = 0;
         bool quiet = false;
         bool even = false;
     };

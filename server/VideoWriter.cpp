@@ -26,6 +26,7 @@ Result<std::unique_ptr<VideoWriter>> VideoWriter::create(const std::filesystem::
 }
 
 Status VideoWriter::open(const std::filesystem::path& file) {
+    silenceLibAv();
     AVFormatContext* raw = nullptr;
     int code = avformat_alloc_output_context2(&raw, nullptr, nullptr, file.c_str());
     if (code < 0) return failure("cannot write such a file", code);

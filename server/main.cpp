@@ -13,7 +13,6 @@
 #include "server/CameraServer.h"
 #include "server/CommandLine.h"
 #include "server/Importer.h"
-#include "server/LibAv.h"
 #include "server/SampleMaker.h"
 #include "server/Storage.h"
 
@@ -246,7 +245,6 @@ int main(int argc, char** argv) {
                                                  {"sample", {"db", "rows", "seed"}}});
     if (!line) return fail(kBadUsage, printable(line.error().message) + "; see --help");
     catchSignals();
-    av_log_set_level(AV_LOG_QUIET);
     if (line->command() == "import") return import(*line);
     if (line->command() == "serve") return serve(*line);
     if (line->command() == "token") return token(*line);
