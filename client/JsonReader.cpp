@@ -1,29 +1,32 @@
 #include "client/JsonReader.h"
 
-#include <utility>
+#include <array>
 
 namespace korvane {
 
 namespace {
 
-// Looks at the brackets outside of strings only; whether they match is left to the parser.
-bool isTooDeep(std::string_view text) {
-    int depth = 0;
+// Looks at what stands between strings only; whether the brackets match is left to the parser.
+bool isExcessive(std::string_view text) {
+    std::array<int, maxJsonDepth + 1> members{};  // of what is open, by depth
+    std::size_t depth = 0;
+    int parts = 0;
     bool inString = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        if (inString) {
-            if (c == '\\') {
-                ++i;
-            } else if (c == '"') {
-                inString = false;
-            }
-        } else if (c == '"') {
-            inString = true;
+        if (c == '"') {
+            inString = !inString;
+        } else if (inString) {
+            if (c == '\\') ++i;
         } else if (c == '{' || c == '[') {
-            if (++depth > maxJsonDepth) return true;
+            if (depth == maxJsonDepth || ++parts > maxJsonParts) return true;
+            members[++depth] = 0;
         } else if (c == '}' || c == ']') {
-            --depth;
+            if (depth > 0) --depth;
+        } else if (c == ':') {
+            if (++members[depth] > maxJsonMembers) return true;
+        } else if (c == ',') {
+            if (++parts > maxJsonParts) return true;
         }
     }
     return false;
@@ -32,7 +35,7 @@ bool isTooDeep(std::string_view text) {
 }  // namespace
 
 std::optional<Reply> readJson(std::string_view text) {
-    if (isTooDeep(text)) return std::nullopt;
+    if (isExcessive(text)) return std::nullopt;
     Reply value = Reply::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
     if (value.is_discarded()) return std::nullopt;
     return value;

@@ -16,7 +16,7 @@ enum Status : std::int32_t {
     StatusTimedOut = -3,
     /// The certificate or the TLS handshake was refused.
     StatusInsecure = -4,
-    /// The reply is no JSON, is cut short, or is nested too deeply.
+    /// The reply is no JSON, is cut short, is nested too deeply, or has too many parts.
     StatusMalformedReply = -5,
     /// The reply is JSON of the wrong kind for this request.
     StatusUnexpectedReply = -6,

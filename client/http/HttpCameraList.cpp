@@ -13,6 +13,14 @@ std::string textOf(const Reply& reply) {
     return reply.is_string() ? reply.get<std::string>() : std::string();
 }
 
+std::string zoneOf(const Reply& camera) {
+    // Each entry of a list keeps the name: one that is longer than any zone's must not come to gigabytes.
+    constexpr std::size_t longestName = 100;
+    const Reply* zone = findMember(camera, "timezone");
+    std::string name = zone ? textOf(*zone) : std::string();
+    return name.size() <= longestName ? name : std::string();
+}
+
 }  // namespace
 
 HttpCameraList::HttpCameraList(std::shared_ptr<HttpSession> session) : session_(std::move(session)) {}
@@ -25,8 +33,7 @@ void HttpCameraList::getCamera(std::int64_t camid, CameraCompletion onComplete) 
         if (!reply.is_object()) {
             return onComplete(nullptr, "The service did not describe the camera.", StatusUnexpectedReply);
         }
-        const Reply* zone = findMember(reply, "timezone");
-        onComplete(std::make_shared<HttpCamera>(session, camid, zone ? textOf(*zone) : std::string()), "", status);
+        onComplete(std::make_shared<HttpCamera>(session, camid, zoneOf(reply)), "", status);
     };
     if (camid <= 0) return session_->fail(StatusBadCall, std::move(completion));
     session_->request(HttpMethod::Get, "/cameras/" + std::to_string(camid), std::move(completion));

@@ -27,7 +27,7 @@ HttpResult readCompleteResponse(const HttpResponse& response) {
         return {"The service answered with a redirection, which is not followed.", StatusUnexpectedReply};
     }
     auto reply = readJson(response.body);
-    if (!reply) return {"The reply is no whole JSON text, or is nested too deeply.", StatusMalformedReply};
+    if (!reply) return {"The reply is no whole JSON text, or has too many parts.", StatusMalformedReply};
     return {std::move(*reply), StatusSuccess};
 }
 

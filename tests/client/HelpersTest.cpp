@@ -106,6 +106,28 @@ TEST_F(HelpersTest, ManyThreadsMayFormatAtOnce) {
     EXPECT_EQ(wrong, std::vector<int>(4, 0));
 }
 
+TEST(JsonReader, RefusesWhatWouldCostTooMuch) {
+    const auto repeated = [](std::size_t count, const auto& part) {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) text += (i > 0 ? "," : "") + part(i);
+        return text;
+    };
+    const auto object = [&](std::size_t members) {
+        return "{" + repeated(members, [](std::size_t i) { return "\"k" + std::to_string(i) + "\":1"; }) + "}";
+    };
+    const auto zeros = [&](std::size_t count) {
+        return "[" + repeated(count, [](std::size_t) { return std::string("0"); }) + "]";
+    };
+    constexpr std::size_t members = maxJsonMembers;
+    constexpr std::size_t parts = maxJsonParts;
+    EXPECT_TRUE(readJson(object(members)));
+    EXPECT_TRUE(readJson("[" + object(members) + "," + object(members) + "]")) << "each object counts for itself";
+    EXPECT_FALSE(readJson(object(members + 1)));
+    EXPECT_TRUE(readJson("\"" + std::string(parts + 1, ',') + std::string(members + 1, ':') + "\""));
+    EXPECT_TRUE(readJson(zeros(parts)));
+    EXPECT_FALSE(readJson(zeros(parts + 1)));
+}
+
 TEST(Reply, MembersAreFoundByTheirSpellingOrInAnyCase) {
     const Reply object = *readJson(R"({"ID":1,"id":2,"Time":"t","dup":1,"dup":2})");
     EXPECT_EQ(*findMember(object, "id"), 2);

@@ -57,6 +57,20 @@ class HttpClientTest : public testing::Test {
         return found.get_future().get();
     }
 
+    /// Zone and status of a camera whose look-up is left to the script.
+    Outcome lookUpOther(std::chrono::milliseconds timeout = std::chrono::milliseconds(20'000)) {
+        options.totalTimeout = timeout;
+        service = std::make_unique<HttpService>(scheduler, options);
+        connection = service->makeConnection();
+        EXPECT_EQ(connection->openSync("bearer", server.url()), StatusSuccess);
+        std::promise<Outcome> outcome;
+        service->makeCameraList(connection)
+            ->getCamera(8, [&](const std::shared_ptr<KorvaneCamera>& camera, const std::string&, std::int32_t status) {
+                outcome.set_value({camera ? Reply(camera->getTimezone()) : Reply(), status});
+            });
+        return outcome.get_future().get();
+    }
+
     static std::future<Outcome> ask(KorvaneCamera& camera) {
         auto outcome = std::make_shared<std::promise<Outcome>>();
         camera.getEvents(-1, -1, std::nullopt, 0, 100, 0, [outcome](Reply reply, std::int32_t status) {
@@ -205,13 +219,30 @@ TEST_F(HttpClientTest, TimelinesAreAscendingWhateverComes) {
 }
 
 TEST_F(HttpClientTest, SilenceAndRefusalAreToldApart) {
-    options.totalTimeout = std::chrono::milliseconds(60);
     setScript([](const std::string&) { return std::nullopt; });
-    const auto camera = bind();
-    ASSERT_TRUE(camera);
-    EXPECT_EQ(ask(*camera).get().status, StatusTimedOut);
+    EXPECT_EQ(lookUpOther(std::chrono::milliseconds(60)).status, StatusTimedOut);
     server.stop();
-    EXPECT_EQ(ask(*camera).get().status, StatusTransportFailed);
+    EXPECT_EQ(lookUpOther().status, StatusTransportFailed);
+}
+
+TEST_F(HttpClientTest, ACameraHasTheNameOfAZoneOrNone) {
+    const struct {
+        std::string body;
+        std::int32_t status;
+        Reply zone;
+    } cases[] = {
+        {R"({"timezone":"Asia/Tokyo"})", StatusSuccess, "Asia/Tokyo"},
+        {"{}", StatusSuccess, ""},
+        {R"({"timezone":5})", StatusSuccess, ""},
+        {R"({"timezone":")" + std::string(5000, 'x') + "\"}", StatusSuccess, ""},
+        {"[]", StatusUnexpectedReply, nullptr},
+    };
+    for (const auto& c : cases) {
+        setScript([&](const std::string&) { return Answer{RawServer::ok(c.body)}; });
+        const Outcome outcome = lookUpOther();
+        EXPECT_EQ(outcome.status, c.status) << c.body;
+        EXPECT_EQ(outcome.reply, c.zone) << c.body;
+    }
 }
 
 TEST_F(HttpClientTest, OpeningTellsWhatCannotBe) {
