@@ -115,6 +115,16 @@ TEST_F(EventFilling, PlacesAndGroupsAPage) {
     }
 }
 
+TEST_F(EventFilling, OldestFirstWhatDoesNotFitEndsAtTheLastEntry) {
+    bind();
+    provider->setSource(service.makeToken(), -1, -1, std::nullopt, 1, 0, 0, -1);
+    EXPECT_EQ(fill(3, {1, 2, 3}, 1, false), "123");
+    EXPECT_EQ(fill(2, {1, 2, 3, 4, 5}, 1, false), "12");
+    EXPECT_EQ(entry(3)->identificator(), 5);
+    // Each element joins the one before, and the slot that moves into the place of one that is folded is passed over.
+    EXPECT_EQ(fill(4, {1, 90'000, 500'000, 600'000}, 1, true), "[321].");
+}
+
 TEST_F(EventFilling, GivesAGroupTheFaceOfItsOldestMember) {
     fill(4, {20000, 15000, 10000}, 4, true);
     const auto group = entry(2)->fields();

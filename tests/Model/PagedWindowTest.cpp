@@ -81,6 +81,33 @@ TEST_F(PagedWindow, FetchesThePageAroundAnIndex) {
     }
 }
 
+TEST_F(PagedWindow, LooksAheadByHalfAPage) {
+    const struct {
+        std::uint64_t index;
+        std::int64_t limit, offset;
+    } cases[] = {{100, 1, 150}, {90, 2, 159}, {80, 3, 169}, {70, 10, 175}, {40, 100, 185}};
+    bindTo250();
+    for (const auto& c : cases) {
+        provider->setSource(service.makeToken(), -1, -1, std::nullopt, 0, c.limit, 0, -1);
+        service.clearRequests();
+        check(c.index);
+        const auto pages = service.requests("getEvents");
+        ASSERT_EQ(pages.size(), 1u);
+        EXPECT_EQ(pages[0].limit, c.limit);
+        EXPECT_EQ(pages[0].offset, c.offset) << c.index;
+    }
+}
+
+TEST_F(PagedWindow, TakesSurplusElementsUpToALimit) {
+    const Reply event = {{"id", 1}, {"time", "1970-01-01T00:01:40Z"}};
+    provider->enableEventGrouping(true);
+    service.scriptNext("getEvents", Script::answered({{"meta", {{"total_count", 5000}}},
+                                                      {"objects", Reply(std::vector<Reply>(3000, event))}}));
+    bind();
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 5002 - 999);
+    EXPECT_EQ(entry(5000 - 999)->childCount(), 1000u);
+}
+
 TEST_F(PagedWindow, FindsALoadedMomentAtItsEntryOrGroup) {
     const TimeMs newest = scheduler.utcNow() - 60'000;
     provider->enableEventGrouping(true);

@@ -139,6 +139,26 @@ TEST_F(SourceBinding, SwapsTheTokenOfTheSameCameraAndService) {
     }
 }
 
+TEST_F(SourceBinding, FillsTheOpenPartsOfATokenFromTheDefaults) {
+    // {"token":"b","expires":"","camid":7,"api":"host"}
+    const std::string token = "eyJ0b2tlbiI6ImIiLCJleHBpcmVzIjoiIiwiY2FtaWQiOjcsImFwaSI6Imhvc3QifQ";
+    const struct {
+        const char* protocol;
+        std::int32_t port;
+        const char* baseUrl;
+    } cases[] = {
+        {"", 443, "https://host:443"},
+        {"http", 8080, "http://host:8080"},
+        {"", 81, "http://host:81"},
+    };
+    for (const auto& c : cases) {
+        provider->setApiProtocol(c.protocol, c.port);
+        service.clearRequests();
+        EXPECT_EQ(provider->setSource(token), 0);
+        EXPECT_EQ(service.requests("openSync").at(0).baseUrl, c.baseUrl);
+    }
+}
+
 TEST_F(SourceBinding, TellsOfACameraThatIsNotFound) {
     const struct {
         std::int64_t camid;

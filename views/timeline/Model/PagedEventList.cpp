@@ -5,17 +5,20 @@
 #include <numeric>
 #include <utility>
 
+#include "base/UtcTime.h"
+
 namespace korvane {
 namespace {
 
 // Taking a slot out moves the rest of its chunk, finding a slot walks the tree of chunks: this size keeps both short.
 constexpr std::uint64_t slotsPerChunk = 1024;
 
-PagedEventList::Entry makeEntry(std::int32_t type, std::int64_t camid) {
-    auto entry = std::make_shared<ScrubberEvent>();
-    entry->setType(type);
-    entry->setCamid(camid);
-    return entry;
+PagedEventList::Entry makeEntry(std::int32_t type, std::int64_t camid, const std::string& timezone) {
+    ScrubberEvent::Fields fields;
+    fields.type = type;
+    fields.camid = camid;
+    fields.timezone = timezone;
+    return std::make_shared<ScrubberEvent>(std::move(fields));
 }
 
 }  // namespace
@@ -30,14 +33,17 @@ void PagedEventList::create(std::uint64_t slots, std::int64_t camid) {
         const std::size_t parent = (i + 1) + ((i + 1) & (~i));
         if (parent < lengths.size()) lengths[parent] += lengths[i + 1];
     }
-    auto head = makeEntry(ScrubberEventTypeHead, 0);
-    auto live = makeEntry(ScrubberEventTypeLive, 0);
+    // Looked up once for the list: it goes through the file system.
+    std::string timezone = localTimeZoneName();
+    auto head = makeEntry(ScrubberEventTypeHead, 0, timezone);
+    auto live = makeEntry(ScrubberEventTypeLive, 0, timezone);
 
     // The list before goes away outside of the lock.
     const std::lock_guard guard(mutex_);
     chunks_.swap(chunks);
     lengths_.swap(lengths);
     camid_ = camid;
+    timezone_.swap(timezone);
     slotAt({0, 0}) = std::move(head);
     slotAt({chunks_.size() - 1, chunks_.back().length - 1}) = std::move(live);
     size_.store(static_cast<std::int64_t>(length), std::memory_order_release);
@@ -164,7 +170,7 @@ PagedEventList::Entry& PagedEventList::slotAt(Place place) {
 
 PagedEventList::Entry& PagedEventList::madeAt(Place place) {
     Entry& entry = slotAt(place);
-    if (!entry) entry = makeEntry(ScrubberEventTypePending, camid_);
+    if (!entry) entry = makeEntry(ScrubberEventTypePending, camid_, timezone_);
     return entry;
 }
 

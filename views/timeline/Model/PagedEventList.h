@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "views/timeline/ScrubberCommon/ScrubberEvent.h"
@@ -90,6 +91,7 @@ class PagedEventList {
     // Fenwick tree over the chunks' lengths: finds the chunk of an index in steps of halves.
     std::vector<std::uint32_t> lengths_;
     std::int64_t camid_ = 0;
+    std::string timezone_;
     std::atomic<std::int64_t> size_ = 0;
 };
 

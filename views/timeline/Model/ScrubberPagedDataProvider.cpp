@@ -14,6 +14,9 @@ namespace {
 // Above this a total is no total: a list of that many entries could not be shown.
 constexpr std::uint64_t largestTotal = PagedEventList::maxSlots;
 
+// Elements that are read of a page, unless more were asked for: folding them takes the square of their number.
+constexpr std::int64_t largestPage = 1000;
+
 bool isItemAt(const ScrubberEvent& event, TimeMs time) {
     return event.type() == ScrubberEventTypeItem && event.timeAsValue() == time;
 }
@@ -146,7 +149,7 @@ void ScrubberPagedDataProvider::onReply(const std::shared_ptr<KorvaneCamera>& ca
         tellReload(status, ScrubberStateReady);
         return;
     }
-    auto page = readPage(reply);
+    auto page = readPage(reply, query.limit);
     if (!page || page->objects.empty()) {
         tellReload(StatusSuccess, ScrubberStateReady);
         return;
@@ -162,7 +165,8 @@ void ScrubberPagedDataProvider::completePage(KorvaneCamera& /*camera*/, const Pa
     onComplete(std::move(objects));
 }
 
-std::optional<ScrubberPagedDataProvider::Page> ScrubberPagedDataProvider::readPage(const Reply& reply) const {
+std::optional<ScrubberPagedDataProvider::Page> ScrubberPagedDataProvider::readPage(const Reply& reply,
+                                                                                   std::int64_t limit) const {
     if (!reply.is_object()) return std::nullopt;
     Page page;
     const Reply* meta = findMember(reply, "meta");
@@ -176,7 +180,12 @@ std::optional<ScrubberPagedDataProvider::Page> ScrubberPagedDataProvider::readPa
         page.total = static_cast<std::uint64_t>(count);
     }
     const Reply* objects = findMember(reply, "objects");
-    page.objects = objects && objects->is_array() ? *objects : Reply::array();
+    page.objects = Reply::array();
+    if (!objects || !objects->is_array()) return page;
+    const auto count = static_cast<std::int64_t>(objects->size());
+    const std::int64_t taken = std::min(count, std::max(limit, largestPage));
+    if (taken < count) logError(classPath(), "reply: far more elements than asked for");
+    page.objects = Reply(objects->cbegin(), objects->cbegin() + static_cast<std::ptrdiff_t>(taken));
     return page;
 }
 

@@ -96,7 +96,7 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     struct GroupFill;
 
     std::shared_ptr<ScrubberPagedDataProvider> self();
-    std::optional<Page> readPage(const Reply& reply) const;
+    std::optional<Page> readPage(const Reply& reply, std::int64_t limit) const;
     void fetchPage(const PageQuery& query, std::function<void(Page page)> onPage);
     void onReply(const std::shared_ptr<KorvaneCamera>& camera, const PageQuery& query, const Reply& reply,
                  std::int32_t status, std::function<void(Page page)> onPage);

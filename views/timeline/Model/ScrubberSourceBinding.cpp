@@ -195,17 +195,19 @@ void ScrubberSourceBinding::armExpiryMonitor(KorvaneShareConnection& connection)
 
 void ScrubberSourceBinding::requestCamera(const std::shared_ptr<KorvaneShareConnection>& connection,
                                           const ParsedToken& parsed) {
-    // The completion leaves the library's thread at once: what follows may take its time.
+    // The completion leaves the library's thread at once: what follows may take its time. The clock is read before
+    // that, since the service waits for its own threads when it goes away, and not for the workers.
     service_.makeCameraList(connection)
         ->getCamera(parsed.camid, [self = shared_from_this(), whole = parsed.whole](
                                       std::shared_ptr<KorvaneCamera> camera, std::string error, std::int32_t status) {
-            self->scheduler_.runInBackground([self, whole, camera = std::move(camera), error = std::move(error),
-                                              status] { self->onCamera(camera, error, status, whole); });
+            const TimeMs now = self->helpers().currentTimestampUTC();
+            self->scheduler_.runInBackground([self, whole, camera = std::move(camera), error = std::move(error), status,
+                                              now] { self->onCamera(camera, error, status, whole, now); });
         });
 }
 
 void ScrubberSourceBinding::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error,
-                                     std::int32_t status, const std::string& wholeToken) {
+                                     std::int32_t status, const std::string& wholeToken, TimeMs now) {
     if (status == StatusSuccess && !camera) status = StatusUnexpectedReply;
     setLastError(status, status == StatusSuccess ? "Success" : error);
     trace(1, classPath_, "getCamera: status: ", status);
@@ -219,7 +221,7 @@ void ScrubberSourceBinding::onCamera(const std::shared_ptr<KorvaneCamera>& camer
         before.swap(source_.cam);
     }
     camera->setFullSharedToken(wholeToken);
-    const TimeMs end = beginLoad();
+    const TimeMs end = beginLoad(now);
     const Range asked = range();
     scheduler_.runInBackground(
         [self = shared_from_this(), asked, end] { self->requestEvents(asked.datetimeStart, end, asked.position); });
@@ -231,14 +233,13 @@ std::int32_t ScrubberSourceBinding::refresh() {
     return guarded([this] {
         emptyList();
         if (!cam()) return StatusBadCall;
-        const TimeMs end = beginLoad();
+        const TimeMs end = beginLoad(helpers().currentTimestampUTC());
         requestEvents(range().datetimeStart, end, -1);
         return StatusSuccess;
     });
 }
 
-TimeMs ScrubberSourceBinding::beginLoad() {
-    const TimeMs now = helpers().currentTimestampUTC();
+TimeMs ScrubberSourceBinding::beginLoad(TimeMs now) {
     const std::lock_guard guard(mutex_);
     range_.datetimeLastEnd = range_.datetimeEnd == -1 ? now : range_.datetimeEnd;
     return range_.datetimeLastEnd;

@@ -110,7 +110,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     }
 
   private:
-    // The connection in use and the values of its token. The last five are kept for the debugger; nothing reads them.
+    // The connection in use and the values of its token. The last six are kept for the debugger; nothing reads them.
     struct Source {
         std::string lastSvcp;
         std::string token;
@@ -118,6 +118,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
         std::int64_t camid = 0;
         std::shared_ptr<KorvaneShareConnection> conn;
         std::shared_ptr<KorvaneCamera> cam;
+        std::int64_t cmngrid = 0;
         std::optional<std::string> svcp, api, api_p, api_sp, api_path;
     };
 
@@ -132,8 +133,8 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     void requestCamera(const std::shared_ptr<KorvaneShareConnection>& connection, const ParsedToken& parsed);
     void armExpiryMonitor(KorvaneShareConnection& connection);
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error, std::int32_t status,
-                  const std::string& wholeToken);
-    TimeMs beginLoad();
+                  const std::string& wholeToken, TimeMs now);
+    TimeMs beginLoad(TimeMs now);
     void setLastError(std::int32_t code, std::string text);
 
     const std::string classPath_;
