@@ -12,7 +12,8 @@ namespace korvane {
 /// 7 and above each animation body of a tick. Read on every trace, from any thread.
 extern std::atomic<int> KSDK_LogLevel;
 
-/// Receives finished lines without a line end, one call at a time, on the thread that logs.
+/// Receives finished lines without a line end, one call at a time, on the thread that logs. It must not wait for
+/// another thread, which may be about to log.
 using LogSink = std::function<void(std::string_view line)>;
 
 /// Replaces the sink; an empty one brings back the default, which writes to standard error. Returns the one before.

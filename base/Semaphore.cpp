@@ -21,7 +21,7 @@ void Semaphore::wait() {
 }
 
 bool Semaphore::waitFor(std::chrono::milliseconds timeout) {
-    const auto deadline = scheduler_.monotonicNow() + std::min(timeout, longestWait);
+    const auto deadline = scheduler_.monotonicNow() + std::clamp(timeout, std::chrono::milliseconds(0), longestWait);
     const std::lock_guard guard(*monitor_);
     while (count_ <= 0) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - scheduler_.monotonicNow());

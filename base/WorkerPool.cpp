@@ -75,6 +75,7 @@ void WorkerPool::stop() {
         threads.swap(state_->threads);
     }
     state_->changed.notify_all();
+    dropped.clear();
     for (auto& thread : threads) thread.join();
 }
 
