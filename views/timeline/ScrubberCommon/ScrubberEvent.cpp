@@ -20,7 +20,7 @@ std::shared_ptr<ScrubberEvent> ScrubberEvent::build(TimeMs time) {
     return build(0, time);
 }
 
-std::shared_ptr<ScrubberEvent> ScrubberEvent::build(std::int64_t identificator, TimeMs andTime) {
+std::shared_ptr<ScrubberEvent> ScrubberEvent::build(std::optional<std::int64_t> identificator, TimeMs andTime) {
     auto event = build();
     event->fields_.identificator = identificator;
     if (andTime == -1) {

@@ -36,11 +36,11 @@ class ScrubberEvent {
         /// The span that the entry covers, ms.
         TimeMs start = 0;
         TimeMs end = 0;
+        ImageViewSlot imageView;
         /// The moment as a number, ms; the key on which lists are searched; -1 for none.
         TimeMs timeAsValue = -1;
         /// Name of the zone in which to show the moment.
         std::string timezone;
-        ImageViewSlot imageView;
         /// The group that holds this entry. Weak: the group holds its members.
         std::weak_ptr<ScrubberEvent> parent;
         /// Members of a group, newest insert first.
@@ -55,7 +55,7 @@ class ScrubberEvent {
     static std::shared_ptr<ScrubberEvent> build();
     /// An entry for a moment in ms: the live entry for exactly -1, an item for every other value.
     static std::shared_ptr<ScrubberEvent> build(TimeMs time);
-    static std::shared_ptr<ScrubberEvent> build(std::int64_t identificator, TimeMs andTime);
+    static std::shared_ptr<ScrubberEvent> build(std::optional<std::int64_t> identificator, TimeMs andTime);
 
     void resetToDefault();
 
