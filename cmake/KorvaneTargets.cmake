@@ -25,11 +25,10 @@ function(korvane_target name)
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 endfunction()
 
-# korvane_test(NAME SOURCES ... LIBRARIES ...): one GoogleTest program, one ctest entry a test case.
+# korvane_test(NAME SOURCES ... LIBRARIES ...): one GoogleTest program, which is one entry of ctest.
 function(korvane_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
   find_package(GTest REQUIRED)
-  include(GoogleTest)
   add_executable(${name} ${arg_SOURCES})
   korvane_target(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest GTest::gmock)
@@ -41,8 +40,12 @@ function(korvane_test name)
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_QUICK_BACKEND=software;QML_NO_TOUCH_COMPRESSION=1")
 endfunction()
 
-# korvane_headers_alone(NAME LIBRARY HEADERS ...): each public header must compile by itself.
+# korvane_headers_alone(NAME LIBRARY HEADERS ...): each public header must compile by itself. Once is enough: not under a
+# sanitizer.
 function(korvane_headers_alone name library)
+  if(KORVANE_SANITIZE)
+    return()
+  endif()
   set(sources "")
   foreach(header ${ARGN})
     string(MAKE_C_IDENTIFIER "${header}" id)
