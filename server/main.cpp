@@ -12,6 +12,7 @@
 #include "server/AccessToken.h"
 #include "server/CameraServer.h"
 #include "server/CommandLine.h"
+#include "server/FolderFiles.h"
 #include "server/Importer.h"
 #include "server/SampleMaker.h"
 #include "server/Storage.h"
@@ -114,8 +115,10 @@ void print(const ImportReport& report) {
 int import(const CommandLine& line) {
     if (line.plain().size() != 1) return fail(kBadUsage, "import needs one FOLDER; see --help");
     const fs::path folder = line.plain()[0];
-    std::error_code code;
-    if (!fs::is_directory(folder, code)) return fail(kBadUsage, "there is no folder " + printable(folder.string()));
+    // Before a data base is made in a folder that has nothing for it.
+    const auto files = listFolder(folder);
+    if (!files) return fail(kBadUsage, printable(files.error().message));
+    if (files->videos.empty()) return fail(kBadUsage, "there are no video files in " + printable(folder.string()));
     const fs::path file = line.has("db") ? fs::path(line.text("db")) : defaultDatabase(folder);
     auto storage = Storage::open(file);
     if (!storage) return fail(kFailed, storage.error().message);
