@@ -13,7 +13,7 @@ constexpr TimeMs kMinute = 60'000;
 constexpr TimeMs kHour = 60 * kMinute;
 constexpr TimeMs kDay = 24 * kHour;
 constexpr TimeMs kSpan = 3 * kDay;
-constexpr int kSpread = 52;
+constexpr int kSpread = 45;
 constexpr int kChained = 3;
 constexpr TimeMs kGap = 4 * kMinute;
 
