@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "apps/browser/Browser.h"
+#include "apps/browser/FootageService.h"
+#include "apps/browser/ImportModel.h"
+#include "client/KorvaneService.h"
+#include "toolkit/ToolkitContext.h"
+
+class QQmlApplicationEngine;
+class QQuickWindow;
+
+namespace korvane {
+
+/// The window and all that stands behind it. Needs the application object. Main thread only.
+class Application {
+  public:
+    /// `folder` for the import page's title; may be empty.
+    explicit Application(const std::filesystem::path& folder);
+    ~Application();
+
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Null when the interface could not be made; faults() tells why.
+    QQuickWindow* window() const { return window_; }
+    Browser& browser() { return *browser_; }
+    ImportModel& importModel() { return *importModel_; }
+    Scheduler& scheduler() { return *toolkit_->scheduler; }
+
+    /// Imports the folder, on the import page, and serves it. Once. Each handler may be empty.
+    void importFootage(FootageService::Handlers handlers);
+    /// Leaves the import page for the camera that was imported.
+    void openFootage(const FootageService::Started& started);
+    /// Says on the import page that there is nothing.
+    void showFault(const std::string& reason);
+    /// Shows a camera of a service that runs elsewhere.
+    void openToken(const std::string& token);
+
+    /// What the interface's engine complained about so far.
+    const QStringList& faults() const { return faults_; }
+
+  private:
+    void setImporting(bool isImporting);
+    void makeWindow();
+
+    const std::filesystem::path folder_;
+    const std::shared_ptr<ToolkitContext> toolkit_;
+    const std::shared_ptr<KorvaneService> service_;
+    QStringList faults_;
+    std::unique_ptr<FootageService> footage_;
+    std::unique_ptr<ImportModel> importModel_;
+    std::unique_ptr<Browser> browser_;
+    std::unique_ptr<QQmlApplicationEngine> engine_;
+    QQuickWindow* window_ = nullptr;
+};
+
+}  // namespace korvane

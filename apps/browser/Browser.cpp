@@ -1,0 +1,212 @@
+#include "apps/browser/Browser.h"
+
+#include <algorithm>
+
+#include "apps/browser/StatusText.h"
+
+namespace korvane {
+
+namespace {
+
+QString sentence(QString text) {
+    if (!text.isEmpty()) text[0] = text[0].toUpper();
+    return text;
+}
+
+// A drag writes the moment under the mark into the entry, so an entry's own moment is in its text.
+TimeMs momentOf(const ScrubberEvent& event, const KorvaneHelpers& helpers) {
+    const TimeMs moment = helpers.parseUTCtime(event.time().value_or(std::string()));
+    return moment >= 0 ? moment : event.timeAsValue();
+}
+
+}  // namespace
+
+Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
+    : QObject(parent),
+      scheduler_(scheduler),
+      service_(service),
+      player_(scheduler, service.helpers()),
+      link_(scheduler, service),
+      strip_(scheduler, player_) {
+    connectParts();
+}
+
+Browser::~Browser() {
+    player_.disconnect(this);
+    strip_.disconnect(this);
+}
+
+void Browser::connectParts() {
+    connect(&strip_, &StripHost::selected, this, &Browser::onSelected);
+    connect(&strip_, &StripHost::stateChanged, this, &Browser::onListState);
+    connect(&strip_, &StripHost::flyOverEnded, this, [this] { setFlyOver(-1); });
+    connect(&strip_, &StripHost::flownOver, this, [this](qint64 time, const QString& zone) {
+        if (zone_.isEmpty()) setZone(zone);
+        setFlyOver(time);
+    });
+    connect(&strip_, &StripHost::tokenWillExpire, this, [this](qint64 left) {
+        expiry_ = left > 0 ? tr("Access ends in %1").arg(durationText(left)) : tr("Access has ended");
+        emit messageChanged();
+    });
+    connect(&player_, &RecordingPlayer::positionChanged, this, &Browser::timeChanged);
+    connect(&player_, &RecordingPlayer::stateChanged, this, [this] {
+        // A note on a jump or a failure stays until playing is somewhere else.
+        if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
+        emit messageChanged();
+    });
+    connect(&player_, &RecordingPlayer::gapSkipped, this, [this](qint64 from, qint64 to) {
+        setNote(tr("Nothing recorded for %1").arg(durationText(to - from)), Mood::Calm);
+    });
+    connect(&player_, &RecordingPlayer::failed, this, [this](const QString& text, int status) {
+        setNote(status == 0 ? text : tr("%1 (status %2)").arg(text).arg(status), Mood::Fault);
+    });
+}
+
+void Browser::attachStrip(ScrubberView* strip) {
+    strip_.attach(strip);
+}
+
+void Browser::open(const QString& token, const QString& cameraName) {
+    cameraName_ = cameraName;
+    zone_.clear();
+    fault_.clear();
+    expiry_.clear();
+    note_.clear();
+    isLive_ = false;
+    isListSeen_ = false;
+    player_.setCamera(nullptr);
+    setFlyOver(-1);
+    link_.open(token.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& text,
+                                           std::int32_t status) { onCamera(camera, text, status); });
+    strip_.open(token);
+    emit cameraChanged();
+    emit selectionChanged();
+    emit messageChanged();
+}
+
+void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status) {
+    if (!camera) {
+        const QString reason = status < 0 && !text.empty() ? QString::fromStdString(text) : statusText(status);
+        fault_ = tr("%1 (status %2)").arg(sentence(reason)).arg(status);
+        emit messageChanged();
+        return;
+    }
+    if (cameraName_.isEmpty()) cameraName_ = tr("Camera %1").arg(camera->getID());
+    setZone(QString::fromStdString(camera->getTimezone()));
+    player_.setCamera(camera);
+    if (isLive_) goLive();
+}
+
+void Browser::onListState(int state, int status) {
+    listState_ = state;
+    listStatus_ = status;
+    // The strip goes to its live end by itself after a load, without a selection.
+    const bool isLoaded =
+        state == ScrubberStateReady && status == 0 && strip_.view() && strip_.view()->getEventsCount() > 0;
+    if (isLoaded && !isListSeen_) {
+        isListSeen_ = true;
+        goLive();
+    }
+    emit stateChanged();
+    emit messageChanged();
+}
+
+void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
+    const auto type = event ? event->type() : ScrubberEventTypePending;
+    if (type == ScrubberEventTypeLive) return goLive();
+    isLive_ = false;
+    emit selectionChanged();
+    // A slot that is not filled yet is selected once more when its page has come.
+    if (type != ScrubberEventTypeItem && type != ScrubberEventTypeGroup) return player_.pause();
+    player_.open(momentOf(*event, service_.helpers()), RecordingPlayer::Then::Play);
+}
+
+void Browser::goLive() {
+    isLive_ = true;
+    emit selectionChanged();
+    // There is no live picture; the newest that there is stands in for it.
+    player_.openNewest(RecordingPlayer::Then::Pause);
+}
+
+void Browser::togglePlaying() {
+    if (player_.state() == RecordingPlayer::State::Playing)
+        player_.pause();
+    else
+        player_.resume();
+}
+
+void Browser::setRejected(const QStringList& rejected) {
+    rejected_ = rejected;
+    emit rejectedChanged();
+}
+
+void Browser::setZone(const QString& zone) {
+    zone_ = zone;
+    emit cameraChanged();
+    emit timeChanged();
+}
+
+void Browser::setFlyOver(TimeMs time) {
+    if (flyOver_ == time) return;
+    flyOver_ = time;
+    emit timeChanged();
+}
+
+void Browser::setNote(const QString& note, Mood mood) {
+    note_ = note;
+    noteMood_ = mood;
+    emit messageChanged();
+}
+
+TimeMs Browser::shownTime() const {
+    return flyOver_ >= 0 ? flyOver_ : player_.getPosition();
+}
+
+QString Browser::format(TimeMs time, const char* pattern) const {
+    if (time < 0) return {};
+    return QString::fromStdString(service_.helpers().formatTime(time, pattern, zone_.toStdString()));
+}
+
+QString Browser::time() const {
+    return format(shownTime(), "HH:mm:ss");
+}
+
+QString Browser::date() const {
+    return format(shownTime(), "EEE d MMM yyyy");
+}
+
+QString Browser::count() const {
+    return isListSeen_ ? countText(strip_.eventCount()) : QString();
+}
+
+QString Browser::message() const {
+    if (!fault_.isEmpty()) return fault_;
+    if (listStatus_ != 0) return tr("%1 (status %2)").arg(sentence(statusText(listStatus_))).arg(listStatus_);
+    if (listState_ != ScrubberStateReady) return tr("Loading events");
+    if (!note_.isEmpty()) return note_;
+    if (!expiry_.isEmpty()) return expiry_;
+    switch (player_.state()) {
+        case RecordingPlayer::State::Idle:
+            return isListSeen_ && strip_.eventCount() == 0 ? tr("No events") : tr("Ready");
+        case RecordingPlayer::State::Opening:
+            return tr("Loading recording");
+        case RecordingPlayer::State::Playing:
+            return tr("Playing");
+        case RecordingPlayer::State::Paused:
+            return isLive_ ? tr("Live end") : tr("Paused");
+        case RecordingPlayer::State::Ended:
+            return tr("End of the recordings");
+        case RecordingPlayer::State::Failed:
+            break;
+    }
+    return tr("Ready");
+}
+
+Browser::Mood Browser::mood() const {
+    if (!fault_.isEmpty() || listStatus_ != 0) return Mood::Fault;
+    if (listState_ != ScrubberStateReady) return Mood::Busy;
+    if (!note_.isEmpty()) return noteMood_;
+    return player_.state() == RecordingPlayer::State::Opening ? Mood::Busy : Mood::Calm;
+}
+
+}  // namespace korvane

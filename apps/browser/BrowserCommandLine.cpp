@@ -1,0 +1,110 @@
+#include "apps/browser/BrowserCommandLine.h"
+
+#include <string_view>
+#include <system_error>
+
+namespace korvane {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Option {
+    std::string_view name;
+    std::optional<std::string> value;
+};
+
+Option splitOption(std::string_view word) {
+    const auto equals = word.find('=');
+    if (equals == std::string_view::npos) return {word, {}};
+    return {word.substr(0, equals), std::string(word.substr(equals + 1))};
+}
+
+// The option's own value, or the next word, which is then used up.
+std::optional<std::string> valueOf(const Option& option, const std::vector<std::string>& words, std::size_t& index) {
+    if (option.value) return option.value;
+    if (index + 1 >= words.size()) return {};
+    return words[++index];
+}
+
+std::string takeFolder(const std::string& word, BrowserArguments& arguments) {
+    if (word.empty()) return "The folder's name is empty.";
+    if (arguments.folder) return "Give one folder only.";
+    arguments.folder = word;
+    return {};
+}
+
+std::string takeOption(const std::vector<std::string>& words, std::size_t& index, BrowserArguments& arguments) {
+    const Option option = splitOption(words[index]);
+    if (option.name == "--help" || option.name == "-h") {
+        arguments.help = true;
+        return {};
+    }
+    if (option.name != "--token" && option.name != "--capture")
+        return "There is no option " + std::string(option.name) + ".";
+    const auto value = valueOf(option, words, index);
+    if (!value || value->empty()) return "The option " + std::string(option.name) + " needs a value.";
+    if (option.name == "--token")
+        arguments.token = *value;
+    else
+        arguments.capture = *value;
+    return {};
+}
+
+}  // namespace
+
+std::string browserUsage() {
+    return "Usage: korvane-browser FOLDER [--capture DIR]\n"
+           "       korvane-browser --token TOKEN [--capture DIR]\n"
+           "\n"
+           "Browses what a camera has stored.\n"
+           "\n"
+           "  FOLDER          a folder of video files: imports them and serves them to itself\n"
+           "  --token TOKEN   a camera of a service that runs elsewhere\n"
+           "  --capture DIR   without a display: runs a tour and writes its pictures to DIR\n"
+           "  --help          this text\n";
+}
+
+BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words) {
+    BrowserCommandLine line;
+    bool onlyFolders = false;
+    for (std::size_t index = 0; index < words.size() && line.error.empty(); ++index) {
+        const std::string& word = words[index];
+        if (!onlyFolders && word == "--")
+            onlyFolders = true;
+        else if (!onlyFolders && word.size() > 1 && word.front() == '-')
+            line.error = takeOption(words, index, line.arguments);
+        else
+            line.error = takeFolder(word, line.arguments);
+    }
+    if (!line.error.empty() || line.arguments.help) return line;
+    if (line.arguments.folder && !line.arguments.token.empty()) line.error = "Give a folder or a token, not both.";
+    if (!line.arguments.folder && line.arguments.token.empty())
+        line.error = "Give a folder of video files, or a token.";
+    return line;
+}
+
+std::string folderFault(const fs::path& folder) {
+    const std::string name = "\"" + folder.string() + "\"";
+    std::error_code error;
+    const fs::file_status status = fs::status(folder, error);
+    if (status.type() == fs::file_type::not_found) return "There is no folder " + name + ".";
+    if (error) return "The folder " + name + " cannot be read: " + error.message() + ".";
+    if (status.type() != fs::file_type::directory) return name + " is no folder.";
+    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
+    // Reading the folder itself must be possible; below it, what cannot be read is passed over.
+    fs::directory_iterator probe(folder, error);
+    if (error) return "The folder " + name + " cannot be read: " + error.message() + ".";
+    for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (error) break;
+        std::error_code ignored;
+        if (entry->path().filename().string().starts_with('.')) {
+            entry.disable_recursion_pending();
+            continue;
+        }
+        if (entry->is_regular_file(ignored)) return {};
+    }
+    return "The folder " + name + " is empty.";
+}
+
+}  // namespace korvane

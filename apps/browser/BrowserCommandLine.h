@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/// What the person asked for. Exactly one of `folder` and `token` is set, unless it is `help`.
+struct BrowserArguments {
+    std::optional<std::filesystem::path> folder;
+    std::string token;
+    /// Where the pictures of the tour go; absent for a window.
+    std::optional<std::filesystem::path> capture;
+    bool help = false;
+};
+
+struct BrowserCommandLine {
+    BrowserArguments arguments;
+    /// What is wrong, in a sentence; empty when all is well. Never quotes a token.
+    std::string error;
+};
+
+std::string browserUsage();
+
+/// Reads the words after the program's name.
+BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words);
+
+/// Why a folder cannot be browsed, in a sentence: missing, no folder, unreadable, or without a file in it. Empty when
+/// it is worth an import.
+std::string folderFault(const std::filesystem::path& folder);
+
+}  // namespace korvane

@@ -1,0 +1,19 @@
+#include "apps/browser/ImportModel.h"
+
+#include <utility>
+
+namespace korvane {
+
+ImportModel::ImportModel(QString folder, QObject* parent) : QObject(parent), folder_(std::move(folder)) {}
+
+void ImportModel::setProgress(const FootageService::Progress& progress) {
+    progress_ = progress;
+    emit progressChanged();
+}
+
+void ImportModel::setFault(const QString& fault) {
+    fault_ = fault;
+    emit faultChanged();
+}
+
+}  // namespace korvane

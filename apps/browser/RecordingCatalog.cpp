@@ -1,0 +1,52 @@
+#include "apps/browser/RecordingCatalog.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+// A person who jumps about leaves many pages behind; the oldest ones go first.
+constexpr std::size_t maxStretches = 32;
+}  // namespace
+
+void RecordingCatalog::add(TimeMs from, std::vector<Recording> page, bool hasMore) {
+    std::erase_if(page, [](const Recording& recording) { return recording.end < recording.start; });
+    std::stable_sort(page.begin(), page.end(),
+                     [](const Recording& a, const Recording& b) { return a.start < b.start; });
+    if (page.empty()) return;
+
+    Stretch stretch{from, 0, std::move(page)};
+    if (hasMore) {
+        // One that begins together with the last of this page may stand on the next page.
+        stretch.until = std::max(stretch.recordings.back().start, from + 1);
+    } else {
+        // The camera goes on recording, so nothing is known past the last one's end.
+        for (const Recording& recording : stretch.recordings)
+            stretch.until = std::max(stretch.until, recording.end + 1);
+    }
+    if (stretches_.size() >= maxStretches) stretches_.erase(stretches_.begin());
+    stretches_.push_back(std::move(stretch));
+}
+
+RecordingCatalog::Answer RecordingCatalog::find(TimeMs moment) const {
+    // The newest page first: what it says is the most recent.
+    for (auto stretch = stretches_.rbegin(); stretch != stretches_.rend(); ++stretch) {
+        if (moment < stretch->from || moment >= stretch->until) continue;
+        const Answer answer = findIn(*stretch, moment);
+        if (answer.kind != Kind::Unknown) return answer;
+    }
+    return {};
+}
+
+RecordingCatalog::Answer RecordingCatalog::findIn(const Stretch& stretch, TimeMs moment) {
+    const Recording* inside = nullptr;
+    for (const Recording& recording : stretch.recordings) {
+        if (recording.start > moment)
+            return inside ? Answer{Kind::Inside, *inside, moment} : Answer{Kind::Gap, recording, recording.start};
+        if (recording.end >= moment && (!inside || recording.end > inside->end)) inside = &recording;
+    }
+    return inside ? Answer{Kind::Inside, *inside, moment} : Answer{};
+}
+
+}  // namespace korvane

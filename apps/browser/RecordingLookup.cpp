@@ -1,0 +1,57 @@
+#include "apps/browser/RecordingLookup.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "apps/browser/RecordingsReply.h"
+
+namespace korvane {
+
+namespace {
+constexpr int newestFirst = 0;
+constexpr int oldestFirst = 1;
+constexpr int pageSize = 20;
+// Newest by start; one of these goes on last unless very many overlap.
+constexpr int newestSize = 8;
+}  // namespace
+
+RecordingLookup::RecordingLookup(Scheduler& scheduler, const KorvaneHelpers& helpers,
+                                 std::shared_ptr<KorvaneCamera> camera)
+    : scheduler_(scheduler), helpers_(helpers), camera_(std::move(camera)) {}
+
+void RecordingLookup::find(TimeMs moment, Found found) {
+    cancel();
+    const auto known = catalog_.find(moment);
+    if (known.kind != RecordingCatalog::Kind::Unknown) return found(known, 0);
+    ask(moment, oldestFirst, pageSize,
+        [this, moment, found = std::move(found)](const Reply& reply, std::int32_t status) {
+            if (status != 0) return found({}, status);
+            RecordingsPage page = readRecordings(reply, helpers_);
+            catalog_.add(moment, std::move(page.recordings), page.hasMore);
+            found(catalog_.find(moment), 0);
+        });
+}
+
+void RecordingLookup::findNewest(Found found) {
+    cancel();
+    ask(-1, newestFirst, newestSize, [this, found = std::move(found)](const Reply& reply, std::int32_t status) {
+        const RecordingsPage page = readRecordings(reply, helpers_);
+        const auto last = std::max_element(page.recordings.begin(), page.recordings.end(),
+                                           [](const Recording& a, const Recording& b) { return a.end < b.end; });
+        if (status != 0 || last == page.recordings.end()) return found({}, status);
+        found({RecordingCatalog::Kind::Inside, *last, last->start}, 0);
+    });
+}
+
+void RecordingLookup::ask(TimeMs from, int order, int limit,
+                          std::function<void(const Reply& reply, std::int32_t status)> answered) {
+    auto onMain = life_.guard(
+        [this, question = question_, answered = std::move(answered)](const Reply& reply, std::int32_t status) {
+            if (question == question_) answered(reply, status);
+        });
+    camera_->getRecords(from, -1, order, limit, 0, [&scheduler = scheduler_, onMain](Reply reply, std::int32_t status) {
+        scheduler.post([onMain, reply = std::move(reply), status]() mutable { onMain(reply, status); });
+    });
+}
+
+}  // namespace korvane

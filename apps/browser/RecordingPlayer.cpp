@@ -1,0 +1,214 @@
+#include "apps/browser/RecordingPlayer.h"
+
+#include <QAudioDevice>
+#include <QAudioOutput>
+#include <QMediaDevices>
+#include <QUrl>
+#include <algorithm>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+// A file ends when its last frame begins, and clocks drift a little: shorter gaps are no gaps.
+constexpr TimeMs unnoticedGap = 2'000;
+constexpr TimeMs newestStretch = 10'000;
+
+QString textOf(QMediaPlayer::Error error) {
+    switch (error) {
+        case QMediaPlayer::FormatError:
+            return QStringLiteral("This recording cannot be decoded");
+        case QMediaPlayer::NetworkError:
+            return QStringLiteral("The service does not answer");
+        case QMediaPlayer::AccessDeniedError:
+            return QStringLiteral("The service refuses this recording");
+        default:
+            return QStringLiteral("This recording cannot be opened");
+    }
+}
+
+}  // namespace
+
+RecordingPlayer::RecordingPlayer(Scheduler& scheduler, const KorvaneHelpers& helpers, QObject* parent)
+    : QObject(parent), scheduler_(scheduler), helpers_(helpers) {
+    sink_ = new QVideoSink(this);
+    media_ = new QMediaPlayer(this);
+    media_->setVideoSink(sink_);
+    // The media backend does not bear an output without a device.
+    if (!QMediaDevices::audioOutputs().isEmpty()) {
+        audio_ = new QAudioOutput(this);
+        media_->setAudioOutput(audio_);
+        connect(audio_, &QAudioOutput::mutedChanged, this, &RecordingPlayer::mutedChanged);
+    }
+    connect(media_, &QMediaPlayer::mediaStatusChanged, this, &RecordingPlayer::onMediaStatus);
+    connect(media_, &QMediaPlayer::positionChanged, this, &RecordingPlayer::onMediaPosition);
+    connect(media_, &QMediaPlayer::errorOccurred, this, &RecordingPlayer::onMediaError);
+    seekOnMain_ = life_.guard([this](TimeMs position) {
+        if (lookup_ && position >= 0) open(position, state_ == State::Paused ? Then::Pause : Then::Play);
+    });
+}
+
+RecordingPlayer::~RecordingPlayer() {
+    media_->disconnect(this);
+    media_->stop();
+}
+
+void RecordingPlayer::setCamera(const std::shared_ptr<KorvaneCamera>& camera) {
+    stop();
+    lookup_ = camera ? std::make_unique<RecordingLookup>(scheduler_, helpers_, camera) : nullptr;
+    const std::lock_guard lock(cameraMutex_);
+    camera_ = camera;
+}
+
+std::shared_ptr<KorvaneCamera> RecordingPlayer::getSource() const {
+    const std::lock_guard lock(cameraMutex_);
+    return camera_;
+}
+
+void RecordingPlayer::setPosition(TimeMs position) {
+    scheduler_.post([seek = seekOnMain_, position] { seek(position); });
+}
+
+void RecordingPlayer::open(TimeMs moment, Then then) {
+    if (!lookup_ || moment < 0) return;
+    look(moment, then);
+}
+
+void RecordingPlayer::openNewest(Then then) {
+    if (!lookup_) return;
+    setState(State::Opening);
+    lookup_->findNewest([this, then](const RecordingCatalog::Answer& answer, std::int32_t status) {
+        if (status != 0) return fail(tr("The service does not answer"), status);
+        if (answer.kind == RecordingCatalog::Kind::Unknown) return stop();
+        load(answer.recording, std::max(answer.recording.start, answer.recording.end - newestStretch), then);
+    });
+}
+
+void RecordingPlayer::look(TimeMs moment, Then then) {
+    media_->pause();
+    setState(State::Opening);
+    lookup_->find(moment, [this, moment, then](const RecordingCatalog::Answer& answer, std::int32_t status) {
+        if (status != 0) return fail(tr("The service does not answer"), status);
+        if (answer.kind == RecordingCatalog::Kind::Unknown) return setState(State::Ended);
+        const bool isGap = answer.kind == RecordingCatalog::Kind::Gap && answer.position - moment > unnoticedGap;
+        load(answer.recording, answer.position, then);
+        if (isGap) emit gapSkipped(moment, answer.position);
+    });
+}
+
+void RecordingPlayer::load(const Recording& recording, TimeMs position, Then then) {
+    const bool isLoaded = recording_ && recording_->id == recording.id && recording_->url == recording.url &&
+                          media_->mediaStatus() != QMediaPlayer::InvalidMedia &&
+                          media_->mediaStatus() != QMediaPlayer::NoMedia;
+    // While the source changes, the media player still reports the end of the one before.
+    target_.reset();
+    recording_.reset();
+    setState(State::Opening);
+    if (!isLoaded) media_->setSource(QUrl(QString::fromStdString(recording.url)));
+    recording_ = recording;
+    target_ = position;
+    then_ = then;
+    publish(position);
+    onMediaStatus(media_->mediaStatus());
+}
+
+void RecordingPlayer::arrive() {
+    const TimeMs target = *std::exchange(target_, std::nullopt);
+    media_->setPosition(std::max<TimeMs>(0, target - recording_->start));
+    if (then_ == Then::Play)
+        media_->play();
+    else
+        media_->pause();
+    setState(then_ == Then::Play ? State::Playing : State::Paused);
+    publish(target);
+}
+
+void RecordingPlayer::resume() {
+    if (state_ == State::Opening) {
+        then_ = Then::Play;
+    } else if (state_ == State::Paused) {
+        media_->play();
+        setState(State::Playing);
+    } else if (state_ == State::Ended) {
+        openNewest(Then::Play);
+    } else if (state_ == State::Failed && position_ >= 0) {
+        open(position_, Then::Play);
+    }
+}
+
+void RecordingPlayer::pause() {
+    if (state_ == State::Opening) {
+        then_ = Then::Pause;
+    } else if (state_ == State::Playing) {
+        media_->pause();
+        setState(State::Paused);
+    }
+}
+
+void RecordingPlayer::stop() {
+    if (lookup_) lookup_->cancel();
+    recording_.reset();
+    target_.reset();
+    setState(State::Idle);
+    media_->stop();
+    media_->setSource({});
+    publish(-1);
+}
+
+bool RecordingPlayer::isMuted() const {
+    return audio_ && audio_->isMuted();
+}
+
+void RecordingPlayer::setMuted(bool muted) {
+    if (audio_) audio_->setMuted(muted);
+}
+
+void RecordingPlayer::onMediaStatus(QMediaPlayer::MediaStatus status) {
+    if (!recording_) return;
+    if (target_) {
+        const bool isLoading = status == QMediaPlayer::LoadingMedia || status == QMediaPlayer::NoMedia;
+        if (status == QMediaPlayer::InvalidMedia) return fail(textOf(media_->error()), 0);
+        if (!isLoading) arrive();
+        return;
+    }
+    if (status == QMediaPlayer::EndOfMedia && state_ == State::Playing) playNext();
+}
+
+void RecordingPlayer::onMediaPosition(qint64 position) {
+    const bool isUnderWay = state_ == State::Playing || state_ == State::Paused;
+    if (isUnderWay && recording_ && !target_) publish(std::min<TimeMs>(recording_->start + position, recording_->end));
+}
+
+void RecordingPlayer::onMediaError(QMediaPlayer::Error error) {
+    // An error while the source changes shows in the status, which is looked at afterwards.
+    if (error == QMediaPlayer::NoError || !recording_ || state_ == State::Failed) return;
+    fail(textOf(error), 0);
+}
+
+void RecordingPlayer::playNext() {
+    // What the service says of a file's end and what the file holds may differ; time must not go back all the same.
+    look(std::max(recording_->end, position_.load()) + 1, Then::Play);
+}
+
+void RecordingPlayer::fail(const QString& text, std::int32_t status) {
+    // The recording may be gone: what is known of it is asked for anew next time.
+    if (lookup_) lookup_->forget();
+    recording_.reset();
+    target_.reset();
+    media_->stop();
+    setState(State::Failed);
+    emit failed(text, status);
+}
+
+void RecordingPlayer::setState(State state) {
+    if (state_ == state) return;
+    state_ = state;
+    emit stateChanged();
+}
+
+void RecordingPlayer::publish(TimeMs position) {
+    if (position_.exchange(position) != position) emit positionChanged(position);
+}
+
+}  // namespace korvane

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QMediaPlayer>
+#include <QObject>
+#include <QString>
+#include <QVideoSink>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "apps/browser/RecordingLookup.h"
+#include "base/LifeToken.h"
+#include "client/KorvanePlayer.h"
+
+class QAudioOutput;
+
+namespace korvane {
+
+/// Plays what a camera has recorded from a moment on, from one file to the next. Over a time without recordings it
+/// jumps to the next one. Main thread only, but for what KorvanePlayer declares.
+class RecordingPlayer : public QObject, public KorvanePlayer {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the application")
+    Q_PROPERTY(State state READ state NOTIFY stateChanged)
+    Q_PROPERTY(bool muted READ isMuted WRITE setMuted NOTIFY mutedChanged)
+    Q_PROPERTY(bool hasSound READ hasSound CONSTANT)
+    Q_PROPERTY(QVideoSink* sink READ sink CONSTANT)
+
+  public:
+    enum class State {
+        /// Nothing to play.
+        Idle,
+        /// On the way to a moment.
+        Opening,
+        Playing,
+        Paused,
+        /// The newest recording has been played to its end.
+        Ended,
+        /// See `failed`.
+        Failed,
+    };
+    Q_ENUM(State)
+
+    enum class Then { Play, Pause };
+
+    /// `scheduler` and `helpers` outlive the player, and the service of each camera that it is given.
+    RecordingPlayer(Scheduler& scheduler, const KorvaneHelpers& helpers, QObject* parent = nullptr);
+    ~RecordingPlayer() override;
+
+    /// Stops; null for none.
+    void setCamera(const std::shared_ptr<KorvaneCamera>& camera);
+
+    /// Goes to a moment (ms, 0 and up), or to the next one that was recorded.
+    void open(TimeMs moment, Then then);
+    /// Goes to the last seconds that were recorded.
+    void openNewest(Then then);
+    /// Plays on; at the end of all recordings the last seconds again, after a failure from where it happened.
+    Q_INVOKABLE void resume();
+    Q_INVOKABLE void pause();
+    void stop();
+
+    State state() const { return state_; }
+    /// False where there is no sound device: then the player is silent.
+    bool hasSound() const { return audio_ != nullptr; }
+    bool isMuted() const;
+    void setMuted(bool muted);
+    QVideoSink* sink() const { return sink_; }
+
+    /// Any thread.
+    TimeMs getPosition() const override { return position_; }
+    void setPosition(TimeMs position) override;
+    std::shared_ptr<KorvaneCamera> getSource() const override;
+
+  signals:
+    void stateChanged();
+    void mutedChanged();
+    /// ms, or -1 for none.
+    void positionChanged(qint64 position);
+    /// Nothing was recorded between the two moments, ms.
+    void gapSkipped(qint64 from, qint64 to);
+    /// A sentence, and the service's status or 0.
+    void failed(const QString& text, int status);
+
+  private:
+    void look(TimeMs moment, Then then);
+    void load(const Recording& recording, TimeMs position, Then then);
+    void arrive();
+    void onMediaStatus(QMediaPlayer::MediaStatus status);
+    void onMediaPosition(qint64 position);
+    void onMediaError(QMediaPlayer::Error error);
+    void playNext();
+    void fail(const QString& text, std::int32_t status);
+    void setState(State state);
+    void publish(TimeMs position);
+
+    Scheduler& scheduler_;
+    const KorvaneHelpers& helpers_;
+    QVideoSink* sink_ = nullptr;
+    QAudioOutput* audio_ = nullptr;
+    QMediaPlayer* media_ = nullptr;
+    std::unique_ptr<RecordingLookup> lookup_;
+    mutable std::mutex cameraMutex_;
+    std::shared_ptr<KorvaneCamera> camera_;
+    State state_ = State::Idle;
+    std::atomic<TimeMs> position_ = -1;
+    std::optional<Recording> recording_;
+    // Where to go in recording_ as soon as it can be sought in.
+    std::optional<TimeMs> target_;
+    Then then_ = Then::Play;
+    std::function<void(TimeMs)> seekOnMain_;
+    LifeToken life_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,60 @@
+#include "apps/browser/StatusText.h"
+
+#include <QLocale>
+
+#include "client/Status.h"
+
+namespace korvane {
+
+QString statusText(std::int32_t status) {
+    switch (status) {
+        case StatusSuccess:
+            return QStringLiteral("ready");
+        case StatusTransportFailed:
+            return QStringLiteral("the service cannot be reached");
+        case StatusTimedOut:
+            return QStringLiteral("the service does not answer");
+        case StatusInsecure:
+            return QStringLiteral("the service's certificate is not trusted");
+        case StatusMalformedReply:
+        case StatusUnexpectedReply:
+        case StatusReplyTooLarge:
+            return QStringLiteral("the service gave an answer that makes no sense");
+        case StatusClosed:
+            return QStringLiteral("the connection was closed");
+        case StatusTokenExpired:
+            return QStringLiteral("the token has expired");
+        case StatusTokenSize:
+        case StatusTokenEncoding:
+        case StatusTokenFormat:
+        case StatusTokenKeys:
+            return QStringLiteral("the token cannot be read");
+        case 401:
+            return QStringLiteral("the token is not accepted");
+        case 403:
+            return QStringLiteral("the token does not open this camera");
+        case 404:
+            return QStringLiteral("the service does not know this camera");
+        default:
+            return status >= 500 ? QStringLiteral("the service has failed")
+                                 : QStringLiteral("the service refuses the request");
+    }
+}
+
+QString countText(std::int64_t count) {
+    static const QLocale english(QLocale::English);
+    return count == 1 ? QStringLiteral("1 event")
+                      : english.toString(static_cast<qlonglong>(count)) + QStringLiteral(" events");
+}
+
+QString durationText(std::int64_t duration) {
+    const std::int64_t seconds = duration / 1000;
+    const std::int64_t minutes = seconds / 60;
+    const std::int64_t hours = minutes / 60;
+    if (hours >= 48) return QStringLiteral("%1 days").arg(hours / 24);
+    if (hours > 0 && minutes % 60 == 0) return QStringLiteral("%1 h").arg(hours);
+    if (hours > 0) return QStringLiteral("%1 h %2 min").arg(hours).arg(minutes % 60);
+    return minutes > 0 ? QStringLiteral("%1 min").arg(minutes) : QStringLiteral("%1 s").arg(seconds);
+}
+
+}  // namespace korvane

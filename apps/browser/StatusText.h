@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+#include <cstdint>
+
+namespace korvane {
+
+/// A status of the client library or the service in a few words for a person, without the number.
+QString statusText(std::int32_t status);
+
+/// "1 event", "312 events".
+QString countText(std::int64_t count);
+
+/// "40 s", "12 min", "3 h 5 min", "2 days": ms, rounded down to the unit.
+QString durationText(std::int64_t duration);
+
+}  // namespace korvane

@@ -1,0 +1,261 @@
+#include "apps/browser/Tour.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QQuickWindow>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "apps/browser/EventPump.h"
+#include "apps/browser/TourHand.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+
+namespace korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+using State = RecordingPlayer::State;
+
+constexpr auto importBound = 600s;
+constexpr auto stepBound = 20s;
+constexpr auto settleTime = 250ms;
+constexpr double importedEnough = 0.4;
+constexpr TimeMs playedEnough = 1'200;
+constexpr TimeMs playedSoon = 30'000;
+
+template <typename Item>
+void collect(QQuickItem* root, std::vector<Item*>& found) {
+    if (!root || !root->isVisible()) return;
+    if (auto* item = qobject_cast<Item*>(root)) found.push_back(item);
+    for (QQuickItem* child : root->childItems()) collect(child, found);
+}
+
+template <typename Item>
+std::vector<Item*> itemsIn(QQuickItem* root) {
+    std::vector<Item*> found;
+    collect(root, found);
+    return found;
+}
+
+bool isEvent(const ScrubberCell& cell) {
+    const auto event = cell.getEvent();
+    return event && (event->type() == ScrubberEventTypeItem || event->type() == ScrubberEventTypeGroup);
+}
+
+double centreOf(const QQuickItem& item) {
+    return item.mapToScene(QPointF(item.width() / 2, 0)).x();
+}
+
+// The same token, signed by nobody.
+QString forged(const QString& token) {
+    constexpr auto encoding = QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals;
+    QJsonObject fields = QJsonDocument::fromJson(QByteArray::fromBase64(token.toLatin1(), encoding)).object();
+    fields[QStringLiteral("token")] = QStringLiteral("forged.forged");
+    return QString::fromLatin1(QJsonDocument(fields).toJson(QJsonDocument::Compact).toBase64(encoding));
+}
+
+}  // namespace
+
+Tour::Tour(Application& application, std::filesystem::path pictures)
+    : application_(application),
+      pictures_(std::move(pictures)),
+      hand_(std::make_unique<TourHand>(application.scheduler(), *application.window())) {}
+
+Tour::~Tour() = default;
+
+int Tour::run(const std::optional<std::string>& token) {
+    std::error_code error;
+    std::filesystem::create_directories(pictures_, error);
+    if (error) {
+        std::fprintf(stderr, "korvane-browser: cannot make %s: %s\n", pictures_.c_str(), error.message().c_str());
+        return 1;
+    }
+    const bool isDone = walk(token);
+    if (!isDone) std::fprintf(stderr, "korvane-browser: %s\n", failure_.c_str());
+    for (const QString& fault : application_.faults()) std::fprintf(stderr, "interface: %s\n", qPrintable(fault));
+    if (!taken_.isEmpty()) std::printf("Pictures:\n");
+    for (const QString& picture : taken_) std::printf("  %s\n", qPrintable(picture));
+    std::fflush(stdout);
+    if (hasNothing_) return 2;
+    return isDone && application_.faults().isEmpty() ? 0 : 1;
+}
+
+bool Tour::walk(const std::optional<std::string>& token) {
+    if (token) {
+        application_.openToken(*token);
+    } else if (!importFolder()) {
+        return false;
+    }
+    return seeLiveEnd() && selectEvent("03-event-playing") && flyOver() && seeHead() &&
+           seeInSize(390, 844, "06-narrow") && seeInSize(1680, 720, "07-wide") && (token || refuseToken());
+}
+
+bool Tour::importFolder() {
+    std::string fault;
+    double fraction = 0;
+    std::string shown;
+    application_.importFootage({[&](const FootageService::Progress& progress) {
+                                    fraction = progress.fraction;
+                                    if (progress.file.empty() || shown == progress.file) return;
+                                    shown = progress.file;
+                                    std::printf("importing %zu/%zu %s\n", progress.filesDone + 1, progress.filesTotal,
+                                                progress.file.c_str());
+                                },
+                                [this](const FootageService::Started& started) { started_ = started; },
+                                [&](const std::string& reason) { fault = reason; }});
+    const auto ended = [&] { return started_ || !fault.empty(); };
+    Scheduler& scheduler = application_.scheduler();
+    pumpEventsUntil(
+        scheduler, [&] { return ended() || fraction >= importedEnough; }, importBound);
+    if (fault.empty() && !take("01-import")) return false;
+    if (!pumpEventsUntil(scheduler, ended, importBound)) return fail("the import does not come to an end");
+    if (!fault.empty()) {
+        hasNothing_ = true;
+        application_.showFault(fault);
+        take("01-import");
+        return fail(fault);
+    }
+    std::printf("imported %zu files, %zu known before, %zu not imported\n", started_->imported, started_->unchanged,
+                started_->rejected.size());
+    for (const auto& [file, reason] : started_->rejected) std::printf("  %s: %s\n", file.c_str(), reason.c_str());
+    application_.openFootage(*started_);
+    return true;
+}
+
+bool Tour::seeLiveEnd() {
+    Browser& browser = application_.browser();
+    if (!wait("the events to load", [&] { return browser.strip().eventCount() > 0 && browser.listState() == 0; }))
+        return false;
+    if (!wait("the newest recording's picture", [&] { return browser.player()->state() == State::Paused; }))
+        return false;
+    browser.dismissRejected();
+    return wait("the previews at the live end", [this] { return isPreviewed(); }) && take("02-live-end");
+}
+
+bool Tour::selectEvent(const char* picture) {
+    RecordingPlayer& player = *application_.browser().player();
+    if (!wait("an event beside the mark", [this] { return isAtRest() && isPreviewed() && eventBesideMark(); }))
+        return false;
+    hand_->tap(*eventBesideMark());
+    if (!wait("the selection", [&] { return !application_.browser().isLive() && player.state() == State::Playing; }))
+        return false;
+    const TimeMs from = player.getPosition();
+    const auto isPlaying = [&] { return player.getPosition() >= from + playedEnough && isAtRest() && isPreviewed(); };
+    return wait("the recording to play", isPlaying) && take(picture);
+}
+
+bool Tour::flyOver() {
+    const QQuickItem& strip = *application_.browser().strip().view();
+    const double y = strip.mapToScene({0, strip.height() / 2}).y();
+    const double width = strip.width();
+    for (int stroke = 0; stroke < 4; ++stroke) {
+        hand_->press({width * 0.15, y});
+        hand_->drag({width * 0.85, y}, 12);
+        if (stroke < 3) hand_->release();
+    }
+    if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
+        return false;
+    if (!take("04-fly-over")) return false;
+    hand_->release();
+    RecordingPlayer& player = *application_.browser().player();
+    return wait("the event under the mark to play",
+                [&] { return player.state() == State::Playing && !application_.browser().isFlyingOver(); });
+}
+
+bool Tour::seeHead() {
+    ScrubberView& strip = *application_.browser().strip().view();
+    const QPointF middle = strip.mapToScene({strip.width() / 2, strip.height() / 2});
+    // The first entries may still load while the wheel turns, so it turns until the strip no longer follows.
+    double before = strip.getBaseOffset().x + 1;
+    const bool isThere = wait("the head of the strip", [&] {
+        const bool isStuck = strip.getBaseOffset().x >= before;
+        before = strip.getBaseOffset().x;
+        hand_->wheel(middle, 2000);
+        return isStuck;
+    });
+    RecordingPlayer& player = *application_.browser().player();
+    const auto isPlayingFirst = [&] {
+        const auto first = strip.getEvent(1);
+        const TimeMs from = first ? first->timeAsValue() : -1;
+        return isAtRest() && isPreviewed() && player.state() == State::Playing &&
+               std::abs(player.getPosition() - from) < playedSoon && player.getPosition() > from + playedEnough;
+    };
+    return isThere && wait("the oldest event to play", isPlayingFirst) && take("05-head");
+}
+
+bool Tour::seeInSize(int width, int height, const char* picture) {
+    QQuickWindow& window = *application_.window();
+    window.resize(width, height);
+    const auto isResized = [&] {
+        return window.contentItem()->width() == width && window.contentItem()->height() == height && isAtRest();
+    };
+    return wait("the window to change its size", isResized) && selectEvent(picture);
+}
+
+bool Tour::refuseToken() {
+    application_.window()->resize(1280, 800);
+    application_.browser().open(forged(QString::fromStdString(started_->token)),
+                                QString::fromStdString(started_->cameraName));
+    const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
+    return wait("the service to refuse a forged token", isRefused) && take("08-token-refused");
+}
+
+std::optional<QPointF> Tour::eventBesideMark() const {
+    QQuickItem* strip = application_.browser().strip().view();
+    const QPointF mark = strip->mapToScene({strip->width() / 2, strip->height() / 2});
+    std::optional<QPointF> nearest;
+    for (const ScrubberCell* cell : itemsIn<ScrubberCell>(strip)) {
+        const double centre = centreOf(*cell);
+        // Left of the mark, and with room for a finger.
+        if (!isEvent(*cell) || centre > mark.x() - cell->width() / 2 || centre < 8) continue;
+        if (!nearest || centre > nearest->x()) nearest = QPointF(centre, mark.y());
+    }
+    return nearest;
+}
+
+bool Tour::isPreviewed() const {
+    for (const ScrubberCell* cell : itemsIn<ScrubberCell>(application_.browser().strip().view())) {
+        const auto event = cell->getEvent();
+        if (!event || event->type() == ScrubberEventTypePending) return false;
+        if (!isEvent(*cell) || event->imageUrl().value_or("").empty()) continue;
+        const auto* preview = cell->property("previewImageView").value<ImageView*>();
+        if (!preview || preview->image().isNull()) return false;
+    }
+    return true;
+}
+
+bool Tour::isAtRest() const {
+    for (const auto* strip : itemsIn<ScrubberCollectionView>(application_.browser().strip().view()))
+        if (strip->isDragging() || strip->isDecelerating()) return false;
+    return !application_.browser().isFlyingOver();
+}
+
+bool Tour::wait(const char* what, const std::function<bool()>& done) {
+    return pumpEventsUntil(application_.scheduler(), done, stepBound) ||
+           fail(std::string("waited in vain for ") + what);
+}
+
+bool Tour::take(const char* name) {
+    // Animations come to their end.
+    pumpEventsUntil(
+        application_.scheduler(), [] { return false; }, settleTime);
+    const QImage picture = application_.window()->grabWindow();
+    const std::filesystem::path path = pictures_ / (std::string(name) + ".png");
+    if (picture.isNull() || !picture.save(QString::fromStdString(path.string())))
+        return fail("cannot write " + path.string());
+    taken_ << QString::fromStdString(path.string());
+    return true;
+}
+
+bool Tour::fail(const std::string& what) {
+    failure_ = what;
+    return false;
+}
+
+}  // namespace korvane

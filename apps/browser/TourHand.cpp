@@ -1,0 +1,64 @@
+#include "apps/browser/TourHand.h"
+
+#include <QCoreApplication>
+#include <QMouseEvent>
+#include <QPointingDevice>
+#include <QWheelEvent>
+
+#include "apps/browser/EventPump.h"
+
+namespace korvane {
+
+namespace {
+constexpr quint64 frame = 16;  // ms
+}
+
+TourHand::TourHand(Scheduler& scheduler, QQuickWindow& window) : scheduler_(scheduler), window_(window) {}
+
+void TourHand::send(QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons buttons) {
+    at_ = at;
+    timestamp_ += frame;
+    QMouseEvent event(type, at, at, window_.mapToGlobal(at), button, buttons, Qt::NoModifier,
+                      QPointingDevice::primaryPointingDevice());
+    event.setTimestamp(timestamp_);
+    QCoreApplication::sendEvent(&window_, &event);
+    turn();
+}
+
+void TourHand::turn() {
+    pumpEventsUntil(
+        scheduler_, [] { return false; }, std::chrono::milliseconds(frame));
+}
+
+void TourHand::press(QPointF at) {
+    send(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton);
+}
+
+void TourHand::drag(QPointF to, int steps) {
+    const QPointF from = at_;
+    for (int step = 1; step <= steps; ++step)
+        send(QEvent::MouseMove, from + (to - from) * step / steps, Qt::NoButton, Qt::LeftButton);
+}
+
+void TourHand::release() {
+    // The same place for a while: the flick is over.
+    for (int rest = 0; rest < 12; ++rest) send(QEvent::MouseMove, at_, Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, at_, Qt::LeftButton, Qt::NoButton);
+}
+
+void TourHand::tap(QPointF at) {
+    press(at);
+    send(QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton);
+}
+
+void TourHand::wheel(QPointF at, int points) {
+    timestamp_ += frame;
+    const QPoint delta(points, 0);
+    QWheelEvent event(at, window_.mapToGlobal(at), delta, delta, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false,
+                      Qt::MouseEventNotSynthesized, QPointingDevice::primaryPointingDevice());
+    event.setTimestamp(timestamp_);
+    QCoreApplication::sendEvent(&window_, &event);
+    turn();
+}
+
+}  // namespace korvane

@@ -1,0 +1,104 @@
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <QCoreApplication>
+#include <QFont>
+#include <QGuiApplication>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/browser/Application.h"
+#include "apps/browser/BrowserCommandLine.h"
+#include "apps/browser/LogRedaction.h"
+#include "apps/browser/Tour.h"
+
+namespace {
+
+constexpr int exitWrongUse = 2;
+
+void setDefault(const char* variable, const QByteArray& value) {
+    if (!qEnvironmentVariableIsSet(variable)) qputenv(variable, value);
+}
+
+bool hasDisplay() {
+    return qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+int runWindow(korvane::Application& application, const korvane::BrowserArguments& arguments) {
+    int exitCode = 0;
+    if (arguments.folder) {
+        application.importFootage({{},
+                                   [&](const korvane::FootageService::Started& started) {
+                                       for (const auto& [file, reason] : started.rejected)
+                                           std::fprintf(stderr, "not imported: %s: %s\n", file.c_str(), reason.c_str());
+                                       application.openFootage(started);
+                                   },
+                                   [&](const std::string& reason) {
+                                       std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
+                                       exitCode = exitWrongUse;
+                                       application.showFault(reason);
+                                   }});
+    } else {
+        application.openToken(arguments.token);
+    }
+    const int ended = QCoreApplication::exec();
+    return exitCode != 0 ? exitCode : ended;
+}
+
+int run(const korvane::BrowserArguments& arguments) {
+    korvane::Application application(arguments.folder.value_or(std::filesystem::path()));
+    if (!application.window()) {
+        std::fprintf(stderr, "korvane-browser: the interface cannot be shown\n");
+        return 1;
+    }
+    if (!arguments.capture) return runWindow(application, arguments);
+    korvane::Tour tour(application, *arguments.capture);
+    return tour.run(arguments.folder ? std::nullopt : std::optional(arguments.token));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+    if (!line.error.empty()) {
+        std::fprintf(stderr, "korvane-browser: %s\n\n%s", line.error.c_str(), korvane::browserUsage().c_str());
+        return exitWrongUse;
+    }
+    if (line.arguments.help) {
+        std::printf("%s", korvane::browserUsage().c_str());
+        return 0;
+    }
+    const std::string fault = line.arguments.folder ? korvane::folderFault(*line.arguments.folder) : std::string();
+    if (!fault.empty()) {
+        std::fprintf(stderr, "korvane-browser: %s\n", fault.c_str());
+        return exitWrongUse;
+    }
+    if (!line.arguments.capture && !hasDisplay()) {
+        std::fprintf(stderr, "korvane-browser: there is no display; --capture DIR takes pictures without one\n");
+        return 1;
+    }
+
+    korvane::redactToolkitMessages();
+    // What it has to say of a file reaches the state line; its own lines would quote URLs.
+    av_log_set_level(AV_LOG_QUIET);
+    // The backend that seeks to exact frames over HTTP.
+    setDefault("QT_MEDIA_BACKEND", "ffmpeg");
+    if (line.arguments.capture) {
+        setDefault("QT_QPA_PLATFORM", "offscreen");
+        setDefault("QT_QUICK_BACKEND", "software");
+    }
+    const QTemporaryDir runtime;
+    setDefault("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
+
+    // The words were read above; the toolkit gets none of them, so that none is taken for an option of its own.
+    int count = 1;
+    QGuiApplication application(count, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("korvane-browser"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvane"));
+    return run(line.arguments);
+}
