@@ -43,7 +43,7 @@ std::optional<std::string> readSecret(const std::filesystem::path& file) {
 
 /// Writes a fresh secret under a name of its own and links it to `file`, so that of two processes that come at the same
 /// time one wins whole.
-Status makeSecret(const std::filesystem::path& file) {
+Failure makeSecret(const std::filesystem::path& file) {
     std::array<unsigned char, kSecretBytes> bytes{};
     if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) return Error{"no source of randomness"};
     std::string draft = file.string() + ".XXXXXX";
@@ -52,9 +52,9 @@ Status makeSecret(const std::filesystem::path& file) {
     const bool written = ::write(descriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
     ::close(descriptor);
     const bool linked = written && (::link(draft.c_str(), file.c_str()) == 0 || errno == EEXIST);
-    const Status status = linked ? Status() : fileError(file);
+    const Failure failure = linked ? Failure() : fileError(file);
     ::unlink(draft.c_str());
-    return status;
+    return failure;
 }
 
 }  // namespace
@@ -66,7 +66,7 @@ Result<AccessToken> AccessToken::forDatabase(const std::filesystem::path& databa
     std::error_code ignored;
     if (!std::filesystem::exists(file, ignored)) {
         if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), ignored);
-        if (const Status status = makeSecret(file)) return *status;
+        if (const Failure failure = makeSecret(file)) return *failure;
     }
     const std::optional<std::string> secret = readSecret(file);
     if (!secret) return Error{"the secret in " + file.string() + " cannot be read or is damaged"};

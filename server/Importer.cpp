@@ -32,13 +32,13 @@ class Import {
         if (!files) return files.error();
         if (files->videos.empty()) return Error{"there are no video files in " + folder_.string()};
         report_.rejected = std::move(files->others);
-        if (const Status status = prepareCamera()) return *status;
-        if (const Status status = forgetMissing(*files)) return *status;
+        if (const Failure failure = prepareCamera()) return *failure;
+        if (const Failure failure = forgetMissing(*files)) return *failure;
         total_ = files->videos.size() + files->eventLists.size();
         for (const std::string& path : files->videos)
-            if (const Status status = step(path, &Import::readVideo)) return *status;
+            if (const Failure failure = step(path, &Import::readVideo)) return *failure;
         for (const std::string& path : files->eventLists)
-            if (const Status status = step(path, &Import::readEvents)) return *status;
+            if (const Failure failure = step(path, &Import::readEvents)) return *failure;
         if (!report_.cancelled) tell("", 0);
         return std::move(report_);
     }
@@ -50,7 +50,7 @@ class Import {
         std::vector<NewEvent> events;
     };
 
-    Status prepareCamera() {
+    Failure prepareCamera() {
         CameraFile told = readCameraFile(folder_, report_.rejected);
         if (!options_.cameraName.empty()) told.name = options_.cameraName;
         if (!options_.timezone.empty()) told.timezone = options_.timezone;
@@ -69,7 +69,7 @@ class Import {
         return std::nullopt;
     }
 
-    Status forgetMissing(const FolderFiles& files) {
+    Failure forgetMissing(const FolderFiles& files) {
         auto sources = storage_.sources(report_.cameraId);
         if (!sources) return sources.error();
         for (SourceFile& source : *sources) {
@@ -80,14 +80,14 @@ class Import {
                 known_.emplace(source.path, std::move(source));
                 continue;
             }
-            if (Status status = storage_.removeSource(report_.cameraId, source.path)) return status;
+            if (Failure failure = storage_.removeSource(report_.cameraId, source.path)) return failure;
             ++report_.removed;
         }
         return std::nullopt;
     }
 
     /// Reads a file with `read` unless an import has done so, and stores what comes of it.
-    Status step(const std::string& path, void (Import::*read)(Reading&)) {
+    Failure step(const std::string& path, void (Import::*read)(Reading&)) {
         if (isCancelled()) {
             report_.cancelled = true;
             return std::nullopt;
@@ -112,8 +112,8 @@ class Import {
             report_.cancelled = true;
             return std::nullopt;
         }
-        if (Status status = storage_.storeRecording(report_.cameraId, reading.source, reading.record, reading.events))
-            return status;
+        if (Failure failure = storage_.storeRecording(report_.cameraId, reading.source, reading.record, reading.events))
+            return failure;
         if (!reading.source.rejection.empty()) report_.rejected.push_back({path, reading.source.rejection});
         if (reading.record || !reading.events.empty()) report_.imported.push_back(path);
         report_.events += reading.events.size();

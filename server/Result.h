@@ -35,6 +35,6 @@ class [[nodiscard]] Result {
 };
 
 /// Nothing when all went well.
-using Status = std::optional<Error>;
+using Failure = std::optional<Error>;
 
 }  // namespace korvane

@@ -46,7 +46,7 @@ class Film {
           yard_(kFilmWidth, kFilmHeight),
           picture_(yard_) {}
 
-    Status shoot(const fs::path& file) {
+    Failure shoot(const fs::path& file) {
         VideoFormat format;
         format.width = kFilmWidth;
         format.height = kFilmHeight;
@@ -58,8 +58,8 @@ class Film {
         const auto frames = static_cast<int>(plan_.duration * kFramesPerSecond / 1000);
         for (int frame = 0; frame < frames; ++frame) {
             if (cancel_ != nullptr && cancel_->load()) return Error{"cancelled"};
-            const Status status = draw(frame) ? (*writer)->add(rgb_) : (*writer)->repeat();
-            if (status) return status;
+            const Failure failure = draw(frame) ? (*writer)->add(rgb_) : (*writer)->repeat();
+            if (failure) return failure;
         }
         return (*writer)->finish();
     }
@@ -121,7 +121,7 @@ class Studio {
     Studio(const fs::path& folder, const SamplePlan& plan, const SampleOptions& options)
         : folder_(folder), plan_(plan), options_(options) {}
 
-    Status run() {
+    Failure run() {
         const unsigned wanted =
             options_.threads > 0 ? options_.threads : std::max(1U, std::thread::hardware_concurrency());
         std::vector<std::thread> threads;
@@ -136,12 +136,12 @@ class Studio {
         for (std::size_t i = next_++; i < plan_.recordings.size(); i = next_++) {
             const PlannedRecording& recording = plan_.recordings[i];
             const fs::path file = folder_ / fileName(recording.start);
-            const Status status = Film(recording, options_.cancel).shoot(file);
+            const Failure failure = Film(recording, options_.cancel).shoot(file);
             const std::lock_guard lock(mutex_);
-            if (status) {
+            if (failure) {
                 std::error_code ignored;
                 fs::remove(file, ignored);
-                failure_ = status;
+                failure_ = failure;
                 next_ = plan_.recordings.size();
                 return;
             }
@@ -156,14 +156,14 @@ class Studio {
     std::atomic<std::size_t> next_ = 0;
     std::mutex mutex_;
     std::size_t done_ = 0;
-    Status failure_;
+    Failure failure_;
 };
 
-Status writeJson(const fs::path& file, const nlohmann::ordered_json& json) {
+Failure writeJson(const fs::path& file, const nlohmann::ordered_json& json) {
     std::ofstream stream(file);
     stream << json.dump(2) << '\n';
     stream.close();
-    return stream ? std::nullopt : Status(Error{"cannot write " + file.string()});
+    return stream ? std::nullopt : Failure(Error{"cannot write " + file.string()});
 }
 
 }  // namespace
@@ -177,13 +177,13 @@ Result<SampleReport> makeSample(const fs::path& folder, const SampleOptions& opt
         if (options.maxRecordings > 0 && plan.recordings.size() > options.maxRecordings)
             plan.recordings.erase(plan.recordings.begin(),
                                   plan.recordings.end() - static_cast<std::ptrdiff_t>(options.maxRecordings));
-        if (const Status status = Studio(folder, plan, options).run()) return *status;
+        if (const Failure failure = Studio(folder, plan, options).run()) return *failure;
         nlohmann::ordered_json events = nlohmann::ordered_json::array();
         for (const TimeMs time : plan.doorbells) events.push_back({{"time", formatUtc(time)}, {"name", "doorbell"}});
-        if (const Status status = writeJson(folder / "events.json", events)) return *status;
-        if (const Status status =
+        if (const Failure failure = writeJson(folder / "events.json", events)) return *failure;
+        if (const Failure failure =
                 writeJson(folder / "camera.json", {{"name", "Front yard"}, {"timezone", SamplePlan::kTimezone}}))
-            return *status;
+            return *failure;
         SampleReport report;
         report.recordings = plan.recordings.size();
         for (const PlannedRecording& recording : plan.recordings) {

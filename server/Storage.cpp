@@ -195,7 +195,7 @@ auto guarded(std::mutex& mutex, Work work) -> Result<decltype(work())> {
 }
 
 template <typename Work>
-Status guardedStatus(std::mutex& mutex, Work work) {
+Failure guardedStatus(std::mutex& mutex, Work work) {
     const auto result = guarded(mutex, [&work] {
         work();
         return true;
@@ -412,8 +412,8 @@ Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
     });
 }
 
-Status Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
-                               const std::vector<NewEvent>& events) {
+Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
+                                const std::vector<NewEvent>& events) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
         forgetSource(*database_, camera, source.path);
@@ -449,7 +449,7 @@ Status Storage::storeRecording(std::int64_t camera, const SourceFile& source, co
     });
 }
 
-Status Storage::removeSource(std::int64_t camera, const std::string& path) {
+Failure Storage::removeSource(std::int64_t camera, const std::string& path) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
         forgetSource(*database_, camera, path);
@@ -457,7 +457,7 @@ Status Storage::removeSource(std::int64_t camera, const std::string& path) {
     });
 }
 
-Status Storage::fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing) {
+Failure Storage::fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
         database_->execute(EventRanks::dropTriggers());

@@ -138,14 +138,14 @@ class Storage {
     /// Every file that was imported or rejected, in order of path.
     Result<std::vector<SourceFile>> sources(std::int64_t camera);
     /// Replaces what was stored for that path: one recording with its events, or the rejection alone.
-    Status storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
-                          const std::vector<NewEvent>& events);
+    Failure storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
+                           const std::vector<NewEvent>& events);
     /// Forgets a file with all that came from it.
-    Status removeSource(std::int64_t camera, const std::string& path);
+    Failure removeSource(std::int64_t camera, const std::string& path);
 
     /// Adds `count` events without media, `spacing` ms apart, the last one at `end`; every 50th is a doorbell. The
     /// event at number n of the sequence moves within its spacing by a fixed pattern, so that times are not all alike.
-    Status fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing);
+    Failure fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing);
 
   private:
     explicit Storage(std::unique_ptr<Database> database);

@@ -21,11 +21,11 @@ VideoWriter::~VideoWriter() = default;
 
 Result<std::unique_ptr<VideoWriter>> VideoWriter::create(const std::filesystem::path& file, const VideoFormat& format) {
     std::unique_ptr<VideoWriter> writer(new VideoWriter(format));
-    if (const Status status = writer->open(file)) return *status;
+    if (const Failure failure = writer->open(file)) return *failure;
     return writer;
 }
 
-Status VideoWriter::open(const std::filesystem::path& file) {
+Failure VideoWriter::open(const std::filesystem::path& file) {
     silenceLibAv();
     AVFormatContext* raw = nullptr;
     int code = avformat_alloc_output_context2(&raw, nullptr, nullptr, file.c_str());
@@ -66,10 +66,10 @@ Status VideoWriter::open(const std::filesystem::path& file) {
     av_dict_set(&settings, "movflags", "+faststart", 0);
     code = avformat_write_header(raw, &settings);
     av_dict_free(&settings);
-    return code < 0 ? Status(failure("cannot write the file", code)) : std::nullopt;
+    return code < 0 ? Failure(failure("cannot write the file", code)) : std::nullopt;
 }
 
-Status VideoWriter::add(const std::vector<std::uint8_t>& rgb) {
+Failure VideoWriter::add(const std::vector<std::uint8_t>& rgb) {
     const int stride = format_.width * 3;
     if (rgb.size() < static_cast<std::size_t>(stride) * static_cast<std::size_t>(format_.height))
         return Error{"the picture is too small"};
@@ -80,12 +80,12 @@ Status VideoWriter::add(const std::vector<std::uint8_t>& rgb) {
     return repeat();
 }
 
-Status VideoWriter::repeat() {
+Failure VideoWriter::repeat() {
     frame_->pts = frames_++;
     return send(frame_.get());
 }
 
-Status VideoWriter::send(AVFrame* frame) {
+Failure VideoWriter::send(AVFrame* frame) {
     int code = avcodec_send_frame(encoder_.get(), frame);
     while (code >= 0) {
         code = avcodec_receive_packet(encoder_.get(), packet_.get());
@@ -99,10 +99,10 @@ Status VideoWriter::send(AVFrame* frame) {
     return failure("cannot write the film", code);
 }
 
-Status VideoWriter::finish() {
-    if (Status status = send(nullptr)) return status;
+Failure VideoWriter::finish() {
+    if (Failure failure = send(nullptr)) return failure;
     const int code = av_write_trailer(output_.get());
-    return code < 0 ? Status(failure("cannot finish the film", code)) : std::nullopt;
+    return code < 0 ? Failure(failure("cannot finish the film", code)) : std::nullopt;
 }
 
 }  // namespace korvane

@@ -33,15 +33,15 @@ class VideoWriter {
     ~VideoWriter();
 
     /// 8-bit RGB, row by row, of the format's size. Gives it as the next frame.
-    Status add(const std::vector<std::uint8_t>& rgb);
+    Failure add(const std::vector<std::uint8_t>& rgb);
     /// The last picture once more.
-    Status repeat();
-    Status finish();
+    Failure repeat();
+    Failure finish();
 
   private:
     explicit VideoWriter(const VideoFormat& format) : format_(format) {}
-    Status open(const std::filesystem::path& file);
-    Status send(AVFrame* frame);
+    Failure open(const std::filesystem::path& file);
+    Failure send(AVFrame* frame);
 
     struct OutputDeleter {
         void operator()(AVFormatContext* context) const;
