@@ -16,21 +16,32 @@ namespace {
 using namespace std::chrono_literals;
 
 struct AnimatorTest : testing::Test {
+    using Log = std::vector<std::string>;
+
     VirtualUi ui;
-    std::vector<std::string> log;
+    Log log;
 
     Completion note(const std::string& name) {
         return [this, name](bool finished) { log.push_back(name + (finished ? "+" : "-")); };
+    }
+
+    void ease(const std::string& name, double duration, const std::function<void()>& body) {
+        animate(duration, body, note(name));
+    }
+
+    void keyframes(const std::string& name, double duration, const std::function<void()>& body) {
+        animateKeyframes(duration, body, note(name));
     }
 };
 
 TEST_F(AnimatorTest, ValueIsNewAtOnceAndSeenToMove) {
     AnimatedValue eased(0);
     AnimatedValue linear(100);
-    animate(
-        1.0, [&] { eased.setValue(200); }, note("eased"));
-    animateKeyframes(
-        1.0, [&] { linear.setValue(200); }, note("linear"));
+    AnimatedValue same(4);
+    ease("eased", 1.0, [&] { eased.setValue(200); });
+    keyframes("linear", 1.0, [&] { linear.setValue(200); });
+    ease("nothing moves", 1.0, [&] { same.setValue(4); });
+    ease("empty", 1.0, [] {});
     EXPECT_EQ(eased.value(), 200);
     EXPECT_EQ(eased.seen(), 0);
     ui.advance(256ms);
@@ -38,29 +49,28 @@ TEST_F(AnimatorTest, ValueIsNewAtOnceAndSeenToMove) {
     EXPECT_LT(eased.seen(), 40) << "slow at the start";
     ui.advance(256ms);
     EXPECT_NEAR(eased.seen(), 100, 10);
-    EXPECT_TRUE(log.empty());
-    ui.advance(512ms);
+    ui.advance(400ms);
+    EXPECT_EQ(log, Log{});
+    ui.advance(112ms);
     EXPECT_EQ(eased.seen(), 200);
     EXPECT_EQ(linear.seen(), 200);
     EXPECT_FALSE(eased.isMoving());
-    EXPECT_EQ(log, (std::vector<std::string>{"eased+", "linear+"}));
+    EXPECT_EQ(log, (Log{"eased+", "linear+", "nothing moves+", "empty+"}));
 }
 
 TEST_F(AnimatorTest, NoDurationAppliesAtOnceAndCompletesOnTheNextTurn) {
     for (const double duration : {0.0, -0.7, std::numeric_limits<double>::quiet_NaN()}) {
         log.clear();
         AnimatedValue value(1);
-        animate(
-            duration, [&] { value.setValue(5); }, note("done"));
+        ease("done", duration, [&] { value.setValue(5); });
         EXPECT_EQ(value.seen(), 5);
-        EXPECT_TRUE(log.empty()) << duration;
+        EXPECT_EQ(log, Log{}) << duration;
         ui.settle();
-        EXPECT_EQ(log, std::vector<std::string>{"done+"}) << duration;
+        EXPECT_EQ(log, Log{"done+"}) << duration;
     }
     animate(0.0, {}, {});
     animate(0.5, {}, {});
-    animate(
-        0.5, [] { throw 1; }, note("thrown"));
+    ease("thrown", 0.5, [] { throw 1; });
     ui.advance(600ms);
     EXPECT_EQ(log.back(), "thrown+");
 }
@@ -68,23 +78,19 @@ TEST_F(AnimatorTest, NoDurationAppliesAtOnceAndCompletesOnTheNextTurn) {
 TEST_F(AnimatorTest, NewerValueTakesOverFromWhatIsSeen) {
     AnimatedValue value(0);
     AnimatedValue other(0);
-    animateKeyframes(
-        1.0, [&] { value.setValue(1000); }, note("first"));
+    keyframes("first", 1.0, [&] { value.setValue(1000); });
     ui.advance(496ms);
     const double seen = value.seen();
     ASSERT_NEAR(seen, 496, 20);
-    animateKeyframes(
-        1.0,
-        [&] {
-            value.setValue(0);
-            other.setValue(10);
-        },
-        note("second"));
+    keyframes("second", 1.0, [&] {
+        value.setValue(0);
+        other.setValue(10);
+    });
     EXPECT_EQ(value.value(), 0);
     EXPECT_EQ(value.seen(), seen);
-    EXPECT_TRUE(log.empty()) << "not within the call";
+    EXPECT_EQ(log, Log{}) << "not within the call";
     ui.settle();
-    EXPECT_EQ(log, std::vector<std::string>{"first-"});
+    EXPECT_EQ(log, Log{"first-"});
     ui.advance(496ms);
     EXPECT_NEAR(value.seen(), seen / 2, 20);
     value.setValue(7);
@@ -93,111 +99,77 @@ TEST_F(AnimatorTest, NewerValueTakesOverFromWhatIsSeen) {
     EXPECT_EQ(value.seen(), 7);
     EXPECT_EQ(log.size(), 1u) << "the other value still moves";
     ui.advance(600ms);
-    EXPECT_EQ(log, (std::vector<std::string>{"first-", "second+"}));
+    EXPECT_EQ(log, (Log{"first-", "second+"}));
 }
 
 TEST_F(AnimatorTest, EveryCompletionRunsOnceWhateverDies) {
     auto value = std::make_unique<AnimatedValue>(0.0);
-    animate(
-        1.0, [&] { value->setValue(9); }, note("value died"));
+    ease("value", 1.0, [&] { value->setValue(9); });
     ui.advance(100ms);
     value.reset();
-    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(log, Log{});
+    ease("in its body", 1.0, [] { AnimatedValue(0).setValue(3); });
     ui.settle();
-    EXPECT_EQ(log, std::vector<std::string>{"value died-"});
+    EXPECT_EQ(log, (Log{"value-", "in its body-"}));
 
-    animate(
-        1.0,
-        [] {
-            AnimatedValue brief(0);
-            brief.setValue(3);
-        },
-        note("died in its body"));
-    ui.settle();
-    EXPECT_EQ(log.back(), "died in its body-");
-
-    std::unique_ptr<AnimatedValue> dying;
-    dying = std::make_unique<AnimatedValue>(0.0, [&] { dying.reset(); });
-    animate(
-        1.0, [&] { dying->setValue(3); }, note("died by a frame"));
-    ui.advance(100ms);
-    EXPECT_EQ(log.back(), "died by a frame-");
+    value = std::make_unique<AnimatedValue>(0.0, [&] { value.reset(); });
+    ease("by a frame", 1.0, [&] { value->setValue(3); });
     ui.advance(2000ms);
-    EXPECT_EQ(log.size(), 3u);
+    EXPECT_EQ(log, (Log{"value-", "in its body-", "by a frame-"}));
 }
 
 TEST_F(AnimatorTest, StoppingGivesTheCompletionToTheCaller) {
     AnimatedValue value(0);
-    animateKeyframes(
-        1.0, [&] { value.setValue(1000); }, note("stopped"));
+    keyframes("stopped", 1.0, [&] { value.setValue(1000); });
     ui.advance(304ms);
     const double seen = value.seen();
     const auto completion = value.stopWhereSeen();
     EXPECT_EQ(value.value(), seen);
     ui.advance(100ms);
-    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(log, Log{});
     ASSERT_TRUE(completion);
     completion();
-    EXPECT_EQ(log, std::vector<std::string>{"stopped-"});
+    EXPECT_EQ(log, Log{"stopped-"});
     EXPECT_FALSE(value.stopWhereSeen());
-}
-
-TEST_F(AnimatorTest, AnimationWithNothingToMoveLastsItsTime) {
-    animate(
-        1.0, [] {}, note("empty"));
-    AnimatedValue same(4);
-    animate(
-        1.0, [&] { same.setValue(4); }, note("same"));
-    ui.advance(900ms);
-    EXPECT_TRUE(log.empty());
-    ui.advance(200ms);
-    EXPECT_EQ(log, (std::vector<std::string>{"empty+", "same+"}));
 }
 
 TEST_F(AnimatorTest, ScopesNestEachWithItsOwnDuration) {
     AnimatedValue outer(0);
     AnimatedValue inner(0);
     AnimatedValue direct(0);
-    animateKeyframes(
-        1.0,
-        [&] {
-            animateKeyframes(
-                0.2, [&] { inner.setValue(10); }, note("inner"));
-            animateKeyframes(0, [&] { direct.setValue(10); });
-            outer.setValue(10);
-        },
-        note("outer"));
+    keyframes("outer", 1.0, [&] {
+        keyframes("inner", 0.2, [&] { inner.setValue(10); });
+        animateKeyframes(0, [&] { direct.setValue(10); });
+        outer.setValue(10);
+    });
     EXPECT_EQ(direct.seen(), 10);
     ui.advance(240ms);
     EXPECT_EQ(inner.seen(), 10);
     EXPECT_LT(outer.seen(), 4);
     ui.advance(800ms);
-    EXPECT_EQ(log, (std::vector<std::string>{"inner+", "outer+"}));
+    EXPECT_EQ(log, (Log{"inner+", "outer+"}));
 }
 
 TEST_F(AnimatorTest, TransactionReportsWhenAllHaveEnded) {
     AnimatedValue value(0);
     Transaction::begin();
     Transaction::setCompletionBlock([this] { log.push_back("group"); });
-    animate(
-        0.5, [&] { value.setValue(1); }, note("a"));
-    animateKeyframes(
-        1.0, [] {}, note("b"));
+    ease("a", 0.5, [&] { value.setValue(1); });
+    keyframes("b", 1.0, [] {});
     Transaction::commit();
-    animate(
-        1.5, [] {}, note("outside"));
+    ease("outside", 1.5, [] {});
     ui.advance(600ms);
-    EXPECT_EQ(log, std::vector<std::string>{"a+"});
+    EXPECT_EQ(log, Log{"a+"});
     ui.advance(2000ms);
-    EXPECT_EQ(log, (std::vector<std::string>{"a+", "b+", "group", "outside+"}));
+    EXPECT_EQ(log, (Log{"a+", "b+", "group", "outside+"}));
 
     log.clear();
     Transaction::begin();
     Transaction::setCompletionBlock([this] { log.push_back("empty"); });
     Transaction::commit();
-    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(log, Log{});
     ui.settle();
-    EXPECT_EQ(log, std::vector<std::string>{"empty"});
+    EXPECT_EQ(log, Log{"empty"});
     Transaction::commit();
     Transaction::setCompletionBlock([] { FAIL(); });
     ui.settle();

@@ -16,16 +16,10 @@ TEST_F(CollectionViewChanges, CellsAreBoundedAndNoneIsMadeAfterWarmUp) {
     count = 1'000'000;
     strip->reloadData();
     ui.settle();
-    for (int i = 0; i < 40; ++i) {
-        strip->setContentOffset({x() + 29, 0});
-        ui.settle();
-    }
+    for (int i = 0; i < 40; ++i) start(x() + 29);
     const int warm = made;
     EXPECT_LE(warm, 10);
-    for (int i = 0; i < 400; ++i) {
-        strip->setContentOffset({134'000.0 * i + 7.0 * i, 0});
-        ui.settle();
-    }
+    for (int i = 0; i < 400; ++i) start(134'007.0 * i);
     EXPECT_EQ(made, warm);
     strip->scrollToItemAtIndexPath(999'998, CollectionViewScrollPosition::Right, false);
     ui.settle();
@@ -93,8 +87,7 @@ TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) 
 }
 
 TEST_F(CollectionViewChanges, DeletionMovesCellsUpBeforeTheCompletion) {
-    strip->setContentOffset({1200, 0});
-    ui.settle();
+    start(1200);
     const auto visible = strip->indexPathsForVisibleItems();
     ASSERT_GE(visible.size(), 5u);
     const std::int64_t gone = visible[2];
@@ -133,8 +126,7 @@ TEST_F(CollectionViewChanges, UntrueOrOddBatchesEndConsistent) {
         count = 1000;
         base = 0;
         strip->reloadData();
-        strip->setContentOffset({300, 0});
-        ui.settle();
+        start(300);
         int completions = 0;
         base = c.name == std::string("twice the same") ? 0 : 7000;
         strip->performBatchUpdates(

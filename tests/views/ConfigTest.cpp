@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "views/timeline/ScrubberCommon/ScrubberConfig.h"
-#include "views/timeline/ScrubberCommon/TimelineConfig.h"
 
 namespace korvane {
 namespace {
@@ -44,15 +43,6 @@ TEST(ConfigTest, CopyTakesEverythingButTheZone) {
 
     config.resetToDefault();
     EXPECT_EQ(config, ScrubberConfig());
-    EXPECT_DOUBLE_EQ(config.cellWidth(), 134.35);
-}
-
-TEST(ConfigTest, RulerShowsAllControlsAtFirst) {
-    TimelineConfig config;
-    EXPECT_EQ(config.controls(), 15);
-    config.setControls(5);
-    EXPECT_EQ(TimelineConfig::makeCopy(&config).controls(), TimelineControlRightButton | TimelineControlCalendarButton);
-    EXPECT_EQ(TimelineConfig::makeCopy(nullptr).controls(), 15);
 }
 
 }  // namespace

@@ -22,19 +22,6 @@ class PictureTest : public StripTest {
         return image;
     }
 
-    void darken() {
-        ScrubberConfig& config = view_->getConfig();
-        config.setCellWidth(134);
-        config.setCellSeparatorWidth(2);
-        config.setBackgroundColor(QColor(0x12, 0x14, 0x18));
-        config.setBackgroundCellColor(QColor(0x1d, 0x20, 0x26));
-        config.setScrubberCenterMarkColor(QColor(0xff, 0x5a, 0x5f));
-        config.setDateTimeTextColor(QColor(0xd7, 0xda, 0xe0));
-        config.setEventTypeTintColor(QColor(0x9a, 0xa3, 0xb2));
-        config.setLiveViewTextColor(QColor(0xd7, 0xda, 0xe0));
-        view_->applyConfig();
-    }
-
     /// Previews for the events with these ids, a colour each, with a bright horizon.
     static void paintPreviews(std::int64_t count) {
         for (std::int64_t id = 1; id <= count; ++id) {
@@ -55,7 +42,12 @@ TEST_F(PictureTest, LiveEndCellsAndHead) {
                 {id, ui_.scheduler().utcNow() + (id - 12) * 400'000, id % 4 == 0 ? "doorbell" : "motion", ""});
         }
     });
-    darken();
+    ScrubberConfig& config = view_->getConfig();
+    config.setCellWidth(134);
+    config.setBackgroundColor(QColor(0x12, 0x14, 0x18));
+    config.setBackgroundCellColor(QColor(0x1d, 0x20, 0x26));
+    config.setScrubberCenterMarkColor(QColor(0xff, 0x5a, 0x5f));
+    view_->applyConfig();
     load(0);
     const QImage live = picture("strip-live.png");
     EXPECT_EQ(live.pixelColor(400, 60), QColor(0xff, 0x5a, 0x5f)) << "the mark";

@@ -43,16 +43,6 @@ void RecordingHost::hear(const std::string& line) {
     }
 }
 
-std::vector<std::string> RecordingHost::take() {
-    return std::exchange(lines, {});
-}
-
-std::size_t RecordingHost::count(const std::string& line) const {
-    return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), line));
-}
-
-OwnEvents::OwnEvents(std::int64_t entries, TimeMs first) : count(entries), first_(first) {}
-
 std::shared_ptr<ScrubberEvent> OwnEvents::OnScrubberGetEventByIndex(std::int64_t index) {
     if (index < 0 || index >= count) return nullptr;
     auto& event = made[index];
@@ -63,7 +53,7 @@ std::shared_ptr<ScrubberEvent> OwnEvents::OnScrubberGetEventByIndex(std::int64_t
                                        : ScrubberEventTypeItem;
     if (fields.type == ScrubberEventTypeItem) {
         fields.identificator = index;
-        fields.timeAsValue = first_ + index * 60'000;
+        fields.timeAsValue = 1'000'000 + index * 60'000;
         fields.start = fields.timeAsValue - 5'000;
         fields.end = fields.timeAsValue + 45'000;
     }
@@ -73,6 +63,10 @@ std::shared_ptr<ScrubberEvent> OwnEvents::OnScrubberGetEventByIndex(std::int64_t
 
 StripTest::StripTest()
     : service_(ui_.scheduler()), environment_{nullptr, std::shared_ptr<KorvaneService>(&service_, [](auto*) {})} {
+    makeView();
+}
+
+void StripTest::makeView() {
     view_ = std::make_unique<ScrubberView>(environment_, Rect{}, ui_.root());
     view_->getConfig().setCellWidth(100);
     view_->applyConfig();
@@ -89,23 +83,21 @@ StripTest::~StripTest() {
 void StripTest::load(std::int64_t events) {
     service_.addEvents(events, ui_.scheduler().utcNow());
     EXPECT_EQ(view_->setSource(QString::fromStdString(service_.makeToken())), 0);
-    settle();
-    ui_.advance(50ms);
-    host_.take();
+    comeToRestUnheard();
 }
 
 std::shared_ptr<OwnEvents> StripTest::show(std::int64_t entries) {
     auto source = std::make_shared<OwnEvents>(entries);
     view_->setDataSourceDelegate(source);
     view_->reload();
-    settle();
-    ui_.advance(50ms);
-    host_.take();
+    comeToRestUnheard();
     return source;
 }
 
-void StripTest::settle() {
-    ui_.settle();
+void StripTest::comeToRestUnheard() {
+    settle();
+    ui_.advance(50ms);
+    host_.take();
 }
 
 ScrubberCollectionView& StripTest::strip() const {
@@ -116,26 +108,18 @@ ScrubberCell* StripTest::cell(std::int64_t index) const {
     return qobject_cast<ScrubberCell*>(strip().cellForItemAtIndexPath(index));
 }
 
-std::int64_t StripTest::underMark() const {
-    return view_->getIndexPathFromPointer().value_or(-1);
-}
-
-Rect StripTest::frame(std::int64_t index) const {
-    return strip().layoutAttributesForItemAtIndexPath(index).value_or(Rect{});
-}
-
-void StripTest::moveTo(std::int64_t index) {
-    place(index, 0);
-}
-
-void StripTest::place(std::int64_t index, double offset) {
+void StripTest::moveTo(std::int64_t index, double offset) {
     strip().setContentOffset({frame(index).x + 1.5 + offset - middle, 0});
     settle();
 }
 
 void StripTest::drag(double by) {
-    ui_.touchDrag({middle, height}, {middle + by, height}, 200ms, true);
-    settle();
+    ui_.drag({middle, height}, {middle + by, height}, 200ms, true);
+}
+
+void StripTest::dragToRest(double by) {
+    drag(by);
+    ui_.advance(1100ms);
 }
 
 QString StripTest::dateOf(std::int64_t index) const {

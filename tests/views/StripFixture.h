@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/qt/VirtualUi.h"
@@ -20,8 +23,10 @@ class RecordingHost {
   public:
     RecordingHost();
 
-    std::vector<std::string> take();
-    std::size_t count(const std::string& line) const;
+    std::vector<std::string> take() { return std::exchange(lines, {}); }
+    std::size_t count(const std::string& line) const {
+        return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), line));
+    }
 
     std::shared_ptr<ScrubberViewDelegate> delegate = std::make_shared<ScrubberViewDelegate>();
     std::vector<std::string> lines;
@@ -32,11 +37,10 @@ class RecordingHost {
     void hear(const std::string& line);
 };
 
-/// A list of the host's own: head, items with ids and moments from `first` on, live entry. Items are made when asked
-/// for.
+/// A list of the host's own: head, items a minute apart, live entry. Items are made when asked for.
 class OwnEvents final : public ScrubberDataSourceDelegate {
   public:
-    explicit OwnEvents(std::int64_t count, TimeMs first = 1'000'000);
+    explicit OwnEvents(std::int64_t entries) : count(entries) {}
 
     std::int64_t OnScrubberGetEventsCount() override { return count; }
     std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
@@ -45,9 +49,6 @@ class OwnEvents final : public ScrubberDataSourceDelegate {
     /// Head and live entry included.
     std::int64_t count;
     std::map<std::int64_t, std::shared_ptr<ScrubberEvent>> made;
-
-  private:
-    TimeMs first_;
 };
 
 /// An event strip of 800 x 120 with cells of 100 on virtual time, and a scripted camera.
@@ -60,19 +61,21 @@ class StripTest : public ::testing::Test {
     void load(std::int64_t events);
     /// The same on a list of the host's own; gives it.
     std::shared_ptr<OwnEvents> show(std::int64_t entries);
-
-    void settle();
+    void comeToRestUnheard();
+    /// A strip of the test's own, as the first one was made.
+    void makeView();
+    void settle() { ui_.settle(); }
     ScrubberCollectionView& strip() const;
     ScrubberCell* cell(std::int64_t index) const;
     /// The item under the mark, -1 for none.
-    std::int64_t underMark() const;
-    Rect frame(std::int64_t index) const;
-    /// Brings an item to the mark without telling anyone.
-    void moveTo(std::int64_t index);
+    std::int64_t underMark() const { return view_->getIndexPathFromPointer().value_or(-1); }
+    Rect frame(std::int64_t index) const { return strip().layoutAttributesForItemAtIndexPath(index).value_or(Rect{}); }
+    /// Puts the strip so that the item lies `offset` points from its rest, without telling anyone.
+    void moveTo(std::int64_t index, double offset = 0);
     /// A finger moves the strip by so many points (to the left when negative), stops, and lets go.
     void drag(double by);
-    /// Puts the strip so that the item lies `offset` points from its rest.
-    void place(std::int64_t index, double offset);
+    /// The same, until the strip has snapped.
+    void dragToRest(double by);
     QString dateOf(std::int64_t index) const;
 
     VirtualUi ui_;

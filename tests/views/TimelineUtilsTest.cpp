@@ -41,12 +41,5 @@ TEST(TimelineUtilsTest, DrawsAnEmojiInTheMiddleOfATransparentSquare) {
     for (const double side : {0.0, -1.0, 1e9}) EXPECT_TRUE(TimelineUtils::emojiToImage("O", side, 20).isNull());
 }
 
-TEST(TimelineUtilsTest, SearchesATimeline) {
-    Timeline timeline(0, 100);
-    timeline.setPeriods({{{10, 20}, {30, 40}, {50, 60}}});
-    EXPECT_EQ(TimelineUtils::indexElement(&timeline, 25), 1);
-    EXPECT_EQ(TimelineUtils::indexElement(nullptr, 25), -3);
-}
-
 }  // namespace
 }  // namespace korvane

@@ -95,52 +95,29 @@ void VirtualUi::advance(std::chrono::milliseconds duration) {
     }
 }
 
-QImage VirtualUi::grab() {
-    return window_->grabWindow();
-}
-
-void VirtualUi::touch(Point at, int finger, bool isPress, bool isRelease) {
+void VirtualUi::point(Point at, int pointer, QEventPoint::State state) {
+    if (pointer == mouse) {
+        const auto action = state == QEventPoint::Pressed    ? QTest::MousePress
+                            : state == QEventPoint::Released ? QTest::MouseRelease
+                                                             : QTest::MouseMove;
+        const auto button = action == QTest::MouseMove ? Qt::NoButton : Qt::LeftButton;
+        QTest::mouseEvent(action, window_.get(), button, {}, toQt(at));
+        return settle();
+    }
     auto sequence = QTest::touchEvent(window_.get(), device_.get());
     for (const auto& [other, place] : fingers_) {
-        if (other != finger) sequence.move(other, place);
+        if (other != pointer) sequence.move(other, place);
     }
-    fingers_[finger] = toQt(at);
-    if (isPress) {
-        sequence.press(finger, toQt(at));
-    } else if (isRelease) {
-        sequence.release(finger, toQt(at));
-        fingers_.erase(finger);
+    fingers_[pointer] = toQt(at);
+    if (state == QEventPoint::Pressed) {
+        sequence.press(pointer, toQt(at));
+    } else if (state == QEventPoint::Released) {
+        sequence.release(pointer, toQt(at));
+        fingers_.erase(pointer);
     } else {
-        sequence.move(finger, toQt(at));
+        sequence.move(pointer, toQt(at));
     }
     sequence.commit();
-    settle();
-}
-
-void VirtualUi::touchPress(Point at, int finger) {
-    touch(at, finger, true, false);
-}
-
-void VirtualUi::touchMove(Point to, int finger) {
-    touch(to, finger, false, false);
-}
-
-void VirtualUi::touchRelease(Point at, int finger) {
-    touch(at, finger, false, true);
-}
-
-void VirtualUi::mousePress(Point at) {
-    QTest::mousePress(window_.get(), Qt::LeftButton, {}, toQt(at));
-    settle();
-}
-
-void VirtualUi::mouseMove(Point to) {
-    QTest::mouseMove(window_.get(), toQt(to));
-    settle();
-}
-
-void VirtualUi::mouseRelease(Point at) {
-    QTest::mouseRelease(window_.get(), Qt::LeftButton, {}, toQt(at));
     settle();
 }
 
@@ -151,22 +128,22 @@ void VirtualUi::wheel(Point at, QPoint angleDelta, QPoint pixelDelta) {
     settle();
 }
 
-void VirtualUi::touchDrag(Point from, Point to, std::chrono::milliseconds duration, bool holds) {
-    touchPress(from);
+void VirtualUi::drag(Point from, Point to, std::chrono::milliseconds duration, bool holds, int pointer) {
+    press(from, pointer);
     const auto steps = std::max<std::int64_t>(1, duration / frame);
     for (std::int64_t i = 1; i <= steps; ++i) {
         advance(duration / steps);
         const double part = static_cast<double>(i) / static_cast<double>(steps);
-        touchMove({from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part});
+        move({from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part}, pointer);
     }
     if (holds) advance(std::chrono::milliseconds(200));
-    touchRelease(to);
+    release(to, pointer);
 }
 
-void VirtualUi::tap(Point at) {
-    touchPress(at);
+void VirtualUi::tap(Point at, int pointer) {
+    press(at, pointer);
     advance(std::chrono::milliseconds(50));
-    touchRelease(at);
+    release(at, pointer);
 }
 
 bool VirtualUi::eventFilter(QObject* watched, QEvent* event) {

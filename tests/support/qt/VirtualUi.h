@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QEventPoint>
 #include <QImage>
 #include <QObject>
 #include <QQuickWindow>
@@ -33,24 +34,23 @@ class VirtualUi : public QObject {
     void advance(std::chrono::milliseconds duration);
 
     /// Lays out and draws now.
-    QImage grab();
+    QImage grab() { return window_->grabWindow(); }
 
-    void touchPress(Point at, int finger = 0);
-    void touchMove(Point to, int finger = 0);
-    void touchRelease(Point at, int finger = 0);
-    void mousePress(Point at);
-    void mouseMove(Point to);
-    void mouseRelease(Point at);
+    /// Pointers are fingers by their number, or the mouse.
+    static constexpr int mouse = -1;
+    void press(Point at, int pointer = 0) { point(at, pointer, QEventPoint::Pressed); }
+    void move(Point to, int pointer = 0) { point(to, pointer, QEventPoint::Updated); }
+    void release(Point at, int pointer = 0) { point(at, pointer, QEventPoint::Released); }
+    void tap(Point at, int pointer = 0);
     void wheel(Point at, QPoint angleDelta, QPoint pixelDelta = {});
 
-    /// A finger that goes from one place to the other at even speed and is lifted there at once, or held still before.
-    void touchDrag(Point from, Point to, std::chrono::milliseconds duration, bool holds = false);
-    void tap(Point at);
+    /// Goes from one place to the other at even speed and lets go there at once, or holds still before.
+    void drag(Point from, Point to, std::chrono::milliseconds duration, bool holds = false, int pointer = 0);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
-    void touch(Point at, int finger, bool isPress, bool isRelease);
+    void point(Point at, int pointer, QEventPoint::State state);
     class Driver;
     class Endless;
 
