@@ -86,7 +86,12 @@ void CollectionView::registerFactory(CellFactory factory, const QString& forCell
 }
 
 CollectionViewCell* CollectionView::dequeueReusableCell(const QString& withReuseIdentifier, IndexPath forIndexPath) {
-    return cells_ ? cells_->dequeue(withReuseIdentifier, forIndexPath) : nullptr;
+    CollectionViewCell* const cell = cells_ ? cells_->dequeue(withReuseIdentifier, forIndexPath) : nullptr;
+    if (cell && forIndexPath) {
+        const Rect frame = layout_.frame(*forIndexPath);
+        cell->setSize({frame.width, frame.height});
+    }
+    return cell;
 }
 
 void CollectionView::reloadData() {

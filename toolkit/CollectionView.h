@@ -62,8 +62,8 @@ class CollectionView : public QQuickItem {
     void registerNib(const QUrl& nib, const QString& forCellWithReuseIdentifier);
     void registerFactory(CellFactory factory, const QString& forCellWithReuseIdentifier);
 
-    /// A recycled or new cell, owned by the view. Null for an identifier that was never registered. Called from
-    /// CollectionViewDataSource only.
+    /// A recycled or new cell, owned by the view, in the size of its item, so that pictures are loaded no larger than
+    /// they show. Null for an identifier that was never registered. Called from CollectionViewDataSource only.
     CollectionViewCell* dequeueReusableCell(const QString& withReuseIdentifier, IndexPath forIndexPath);
 
     /// All cells are asked for again in the next layout pass; the offset stays, within the new bounds.
