@@ -1,17 +1,28 @@
 #include "views/timeline/ScrubberEntries.h"
 
+#include <functional>
 #include <utility>
 
 #include "base/Log.h"
+#include "base/TaskGuard.h"
 #include "toolkit/ToolkitContext.h"
 #include "views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
 
 namespace korvane {
+namespace {
+
+/// Asks a list, which may be one of the host's own and throw.
+template <typename Ask>
+void ask(const Ask& question) {
+    detail::runGuarded(std::cref(question), "ScrubberDataSourceDelegate");
+}
+
+}  // namespace
 
 ScrubberEntries::ScrubberEntries(const TimelineEnvironment& environment, ScrubberProviderBridge::Handlers handlers)
     : environment_(environment),
       handlers_(std::move(handlers)),
-      generation_(std::make_shared<std::atomic<std::uint64_t>>(0)) {}
+      numberInUse_(std::make_shared<std::atomic<std::uint64_t>>(0)) {}
 
 std::shared_ptr<ScrubberDataProvider> ScrubberEntries::renewProvider(std::int32_t dataSourceType) {
     exchange({});
@@ -20,7 +31,8 @@ std::shared_ptr<ScrubberDataProvider> ScrubberEntries::renewProvider(std::int32_
     Binding next;
     next.provider =
         std::make_shared<ScrubberEventsDataProvider>(*environment_.toolkit->scheduler, *environment_.service);
-    next.bridge = makeBridge();
+    next.number = ++lastNumber_;
+    next.bridge = makeBridge(next.number);
     next.provider->setDelegate(next.bridge);
     const auto provider = next.provider;
     exchange(std::move(next));
@@ -31,16 +43,17 @@ void ScrubberEntries::exchange(Binding next) {
     {
         const std::lock_guard lock(mutex_);
         std::swap(binding_, next);
+        *numberInUse_ = binding_.number;  // the last to come is the one heard of, however threads overtake each other
     }
     if (!next.provider) return;
     next.provider->close();
     next.provider->setDelegate(nullptr);
 }
 
-std::shared_ptr<ScrubberProviderBridge> ScrubberEntries::makeBridge() {
-    const auto ifCurrent = [all = generation_, own = ++*generation_](auto handler) {
-        return [all, own, handler = std::move(handler)](const auto&... arguments) {
-            if (*all == own) handler(arguments...);
+std::shared_ptr<ScrubberProviderBridge> ScrubberEntries::makeBridge(std::uint64_t number) {
+    const auto ifCurrent = [inUse = numberInUse_, number](auto handler) {
+        return [inUse, number, handler = std::move(handler)](const auto&... arguments) {
+            if (*inUse == number) handler(arguments...);
         };
     };
     return std::make_shared<ScrubberProviderBridge>(
@@ -70,13 +83,15 @@ std::shared_ptr<ScrubberDataSourceDelegate> ScrubberEntries::list() const {
 }
 
 std::int64_t ScrubberEntries::count() const {
-    const auto from = list();
-    return from ? from->OnScrubberGetEventsCount() : 0;
+    std::int64_t count = 0;
+    if (const auto from = list()) ask([&] { count = from->OnScrubberGetEventsCount(); });
+    return count;
 }
 
 std::shared_ptr<ScrubberEvent> ScrubberEntries::at(std::int64_t index) const {
-    const auto from = list();
-    return from ? from->OnScrubberGetEventByIndex(index) : nullptr;
+    std::shared_ptr<ScrubberEvent> event;
+    if (const auto from = list()) ask([&] { event = from->OnScrubberGetEventByIndex(index); });
+    return event;
 }
 
 std::vector<std::shared_ptr<ScrubberEvent>> ScrubberEntries::all() const {
@@ -86,16 +101,19 @@ std::vector<std::shared_ptr<ScrubberEvent>> ScrubberEntries::all() const {
         return current ? current->getEvents() : std::vector<std::shared_ptr<ScrubberEvent>>();
     }
     std::vector<std::shared_ptr<ScrubberEvent>> entries;
-    const std::int64_t count = own->OnScrubberGetEventsCount();
-    for (std::int64_t index = 1; index < count; ++index) {
-        if (auto event = own->OnScrubberGetEventByIndex(index)) entries.push_back(std::move(event));
-    }
+    ask([&] {
+        const std::int64_t count = own->OnScrubberGetEventsCount();
+        for (std::int64_t index = 1; index < count; ++index) {
+            if (auto event = own->OnScrubberGetEventByIndex(index)) entries.push_back(std::move(event));
+        }
+    });
     return entries;
 }
 
 std::int64_t ScrubberEntries::find(TimeMs timeAsValue) const {
-    const auto from = list();
-    return from ? from->OnScrubberFindEventByTime(timeAsValue) : -1;
+    std::int64_t index = -1;
+    if (const auto from = list()) ask([&] { index = from->OnScrubberFindEventByTime(timeAsValue); });
+    return index;
 }
 
 }  // namespace korvane

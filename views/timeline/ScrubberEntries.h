@@ -13,7 +13,7 @@
 namespace korvane {
 
 /// The list that a scrubber shows: a provider's, or one of the host's own while that is set. All functions may be
-/// called from any thread.
+/// called from any thread. A list of the host's own that throws counts as one that gave nothing, with a log line.
 class ScrubberEntries {
   public:
     /// `handlers` hear of the provider in use; what an earlier one still reports is dropped.
@@ -39,15 +39,17 @@ class ScrubberEntries {
     struct Binding {
         std::shared_ptr<ScrubberDataProvider> provider;
         std::shared_ptr<ScrubberProviderBridge> bridge;
+        std::uint64_t number = 0;
     };
 
     void exchange(Binding next);
-    std::shared_ptr<ScrubberProviderBridge> makeBridge();
+    std::shared_ptr<ScrubberProviderBridge> makeBridge(std::uint64_t number);
     std::shared_ptr<ScrubberDataSourceDelegate> list() const;
 
     const TimelineEnvironment environment_;
     const ScrubberProviderBridge::Handlers handlers_;
-    const std::shared_ptr<std::atomic<std::uint64_t>> generation_;
+    const std::shared_ptr<std::atomic<std::uint64_t>> numberInUse_;  // 0 while there is no provider
+    std::atomic<std::uint64_t> lastNumber_ = 0;
     mutable std::mutex mutex_;  // a leaf: nothing is called under it
     Binding binding_;
     std::shared_ptr<ScrubberDataSourceDelegate> source_;
