@@ -236,7 +236,9 @@ void ScrubberView::scrollToEntryOfPosition(bool notify, double withFixedAnimatio
     if (!scrubberEventsCollectionView_) return;
     const std::int64_t index = entries().find(positionTime());
     if (index < 0 || index >= count) return;
+    const QPointer<ScrubberView> self(this);  // a step of a drag is told, so the host may destroy the view
     scrubberEventsCollectionView_->scrollToItemAtIndexPath(index, CollectionViewScrollPosition::Right, false);
+    if (!self) return;
     scrollToPointer(index, withFixedAnimationTime, [this, notify, index] {
         stopLastCell();
         if (!notify || selected(index)) play(index);

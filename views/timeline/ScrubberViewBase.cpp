@@ -255,7 +255,8 @@ bool ScrubberViewBase::tellHost(EventCallback callback, EventSignal signal,
                                 const std::shared_ptr<ScrubberEvent>& event) {
     const QPointer<ScrubberViewBase> self(this);
     host_->call(callback, event);
-    if (self) emit(this->*signal)(ScrubberEventInfo(event));
+    // An entry is copied for QML only where it listens: this runs with each step of a drag.
+    if (self && isSignalConnected(QMetaMethod::fromSignal(signal))) emit(this->*signal)(ScrubberEventInfo(event));
     return self;
 }
 
