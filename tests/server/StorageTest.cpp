@@ -31,9 +31,9 @@ class StorageTest : public testing::Test {
     }
 
     void store(const std::string& path, TimeMs start, TimeMs end, std::vector<NewEvent> events = {}) {
-        const Status status =
+        const Failure failure =
             storage_->storeRecording(camera_, {path, 1, 1, ""}, NewRecord{start, end, "jpeg"}, events);
-        EXPECT_FALSE(status) << status->message;
+        EXPECT_FALSE(failure) << failure->message;
     }
 
     TempFolder folder_;
@@ -162,21 +162,6 @@ TEST_F(StorageTest, RecordsMatchWhereTheyOverlapTheRange) {
         EXPECT_EQ(paths, row.paths) << row.range.start - kBase << " to " << row.range.end - kBase;
         EXPECT_EQ(page->totalCount, static_cast<std::int64_t>(row.paths.size()));
     }
-}
-
-TEST_F(StorageTest, ThumbnailsOfGivenRecordsAreNotPassedOverByAnOffset) {
-    for (int i = 0; i < 6; ++i) store("f" + std::to_string(i), kBase + i * kHour, kBase + i * kHour + 1000);
-    PageQuery query;
-    query.offset = 4;
-    query.limit = 2;
-    const auto records = storage_->records(camera_, query);
-    std::vector<std::int64_t> ids = {9999};
-    for (const StoredRecord& record : records->rows) ids.push_back(record.id);
-    const auto withIds = storage_->thumbnails(camera_, query, ids);
-    ASSERT_EQ(withIds->rows.size(), 2U);
-    EXPECT_EQ(withIds->rows[0].id, records->rows[0].id);
-    EXPECT_EQ(withIds->rows[1].id, records->rows[1].id);
-    EXPECT_EQ(storage_->thumbnails(camera_, query, {})->totalCount, 6);
 }
 
 TEST_F(StorageTest, TimelineMergesWhatTouchesAndCutsAtTheWindow) {

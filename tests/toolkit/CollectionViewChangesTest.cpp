@@ -1,5 +1,6 @@
 #include <QQuickItem>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "tests/toolkit/StripFixture.h"
@@ -14,8 +15,7 @@ struct CollectionViewChanges : StripTest {};
 
 TEST_F(CollectionViewChanges, CellsAreBoundedAndNoneIsMadeAfterWarmUp) {
     count = 1'000'000;
-    strip->reloadData();
-    ui.settle();
+    reload();
     for (int i = 0; i < 40; ++i) start(x() + 29);
     const int warm = made;
     EXPECT_LE(warm, 10);
@@ -72,8 +72,7 @@ TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) 
     const double end = strip->contentSize().width - 800;
     strip->setContentOffset({end + 10, 0});
     strip->collectionViewLayout()->invalidateLayout();
-    strip->reloadData();
-    ui.settle();
+    reload();
     EXPECT_EQ(x(), end + 10);
     for (const double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
         strip->setContentOffset({bad, 0});
@@ -81,8 +80,7 @@ TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) 
     }
     EXPECT_EQ(x(), end + 10);
     count = 3;
-    strip->reloadData();
-    ui.settle();
+    reload();
     EXPECT_EQ(x(), strip->contentSize().width - 800 + 10) << "as far beyond the new end";
 }
 
@@ -147,12 +145,7 @@ TEST_F(CollectionViewChanges, UntrueOrOddBatchesEndConsistent) {
 
 TEST_F(CollectionViewChanges, BatchCompletionOutlivesTheView) {
     bool isDone = false;
-    strip->performBatchUpdates(
-        [this] {
-            delete strip;
-            strip = nullptr;
-        },
-        [&](bool) { isDone = true; });
+    strip->performBatchUpdates([this] { delete std::exchange(strip, nullptr); }, [&](bool) { isDone = true; });
     ui.settle();
     EXPECT_TRUE(isDone);
 }
@@ -173,43 +166,31 @@ TEST_F(CollectionViewChanges, DataSourceMayTurnOnTheView) {
         if (calls == 3) strip->setContentOffset({700, 0});
         if (calls == 4) strip->layoutIfNeeded();
     };
-    strip->reloadData();
-    ui.settle();
+    reload();
     onFill = nullptr;
     ui.settle();
     expectCellsInPlace();
     onFill = [this] {
-        if (!strip) return;
-        strip->deleteLater();
-        strip = nullptr;
+        if (strip) std::exchange(strip, nullptr)->deleteLater();
     };
-    strip->reloadData();
-    ui.settle();
+    reload();
     EXPECT_FALSE(strip);
 }
 
 TEST_F(CollectionViewChanges, CellsThatWereNotDequeuedAreRefused) {
     NumberCell foreign;
-    struct Source : CollectionViewDataSource {
-        CollectionViewCell* cell = nullptr;
-        QString identifier;
-        std::int64_t collectionViewNumberOfItemsInSection(CollectionView&, std::int64_t) override { return 3; }
-        CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath item) override {
-            view.dequeueReusableCell(QStringLiteral("cell"), item);
-            return identifier.isEmpty() ? cell : view.dequeueReusableCell(identifier, item);
-        }
-    } source;
-    for (auto* cell : {static_cast<CollectionViewCell*>(nullptr), static_cast<CollectionViewCell*>(&foreign)}) {
-        source.cell = cell;
-        strip->setDataSource(&source);
-        ui.settle();
+    const int warm = made;
+    enum class Gives { Nothing, Foreign, Unknown };
+    for (const Gives gives : {Gives::Nothing, Gives::Foreign, Gives::Unknown}) {
+        oddCell = [&](IndexPath item) -> CollectionViewCell* {
+            strip->dequeueReusableCell(QStringLiteral("cell"), item);
+            if (gives == Gives::Unknown) return strip->dequeueReusableCell(QStringLiteral("unknown"), item);
+            return gives == Gives::Foreign ? &foreign : nullptr;
+        };
+        reload();
         EXPECT_FALSE(strip->cellForItemAtIndexPath(0));
     }
-    source.identifier = QStringLiteral("unknown");
-    strip->reloadData();
-    ui.settle();
-    EXPECT_FALSE(strip->cellForItemAtIndexPath(0));
-    EXPECT_LE(made, 10) << "what was dequeued in vain is used again";
+    EXPECT_EQ(made, warm) << "what was dequeued in vain is used again";
     strip->setDataSource(nullptr);
     ui.settle();
     EXPECT_EQ(strip->numberOfItems(), 0);

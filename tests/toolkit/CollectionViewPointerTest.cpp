@@ -314,15 +314,13 @@ TEST_F(CollectionViewPointer, ReloadDuringADragLeavesTheFingerItsStrip) {
     ui.press({500, 60});
     ui.move({450, 60});
     base = 100'000;
-    strip->reloadData();
-    ui.settle();
+    reload();
     expectCellsInPlace();
     EXPECT_DOUBLE_EQ(x(), 2040);
     ui.move({440, 60});
     EXPECT_DOUBLE_EQ(x(), 2050);
     count = 0;
-    strip->reloadData();
-    ui.settle();
+    reload();
     ui.move({430, 60});
     EXPECT_TRUE(strip->isDragging());
     ui.release({430, 60});

@@ -51,6 +51,7 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
     std::int64_t collectionViewNumberOfItemsInSection(CollectionView&, std::int64_t) override { return count; }
 
     CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath item) override {
+        if (oddCell) return oddCell(item);
         auto* cell = static_cast<NumberCell*>(view.dequeueReusableCell(QStringLiteral("cell"), item));
         EXPECT_EQ(cell->number, -1) << "a recycled cell was not prepared";
         cell->number = item.value_or(-1) + base;
@@ -96,6 +97,11 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
     }
 
     double x() const { return strip->contentOffset().x; }
+
+    void reload() {
+        strip->reloadData();
+        ui.settle();
+    }
 
     void start(double offset) {
         strip->setContentOffset({offset, 0});
@@ -143,6 +149,7 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
     Log log;
     std::map<std::string, std::function<void()>> onEvent;
     std::function<void()> onFill;
+    std::function<CollectionViewCell*(IndexPath)> oddCell;  // in place of a good one
     std::function<void()> onScroll;
 };
 
