@@ -291,7 +291,10 @@ TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
 TEST_F(CollectionViewPointer, GrabTakenAwayEndsTheDrag) {
     start(2000);
     ui.press({500, 60}, VirtualUi::mouse);
-    ui.move({440, 60}, VirtualUi::mouse);
+    for (const double to : {480.0, 460.0, 440.0}) {
+        ui.advance(16ms);
+        ui.move({to, 60}, VirtualUi::mouse);
+    }
     ASSERT_TRUE(strip->isDragging());
     strip->ungrabMouse();
     EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
