@@ -20,15 +20,23 @@ class ExpiryMonitorTest : public testing::Test {
     std::string in(std::int64_t minutes) const { return formatUtc(scheduler.utcNow() + minutes * 60'000); }
 
     std::shared_ptr<KorvaneShareConnection> open(const std::string& token = "bearer") {
-        auto connection = service->makeConnection();
-        EXPECT_EQ(connection->openSync(token, url), 0);
-        return connection;
+        auto opened = service->makeConnection();
+        EXPECT_EQ(opened->openSync(token, url), 0);
+        return opened;
     }
 
-    void arm(KorvaneShareConnection& connection, const std::string& expire) {
-        connection.getKorvaneApi()->setShareTokenExpire(expire);
-        connection.getKorvaneApi()->setExpireMonitorCallback([this](std::int64_t left) { heard.push_back(left); },
-                                                             period, guard);
+    std::shared_ptr<KorvaneShareConnection> reopen(const std::string& token = "bearer") {
+        connection.reset();
+        return connection = open(token);
+    }
+
+    static void setCallback(KorvaneShareConnection& of, std::function<void(std::int64_t)> callback) {
+        of.getKorvaneApi()->setExpireMonitorCallback(std::move(callback), period, guard);
+    }
+
+    void arm(KorvaneShareConnection& of, const std::string& expire) {
+        of.getKorvaneApi()->setShareTokenExpire(expire);
+        setCallback(of, [this](std::int64_t left) { heard.push_back(left); });
     }
 
     std::size_t heardWithin(std::int64_t ms) {
@@ -39,12 +47,13 @@ class ExpiryMonitorTest : public testing::Test {
 
     VirtualScheduler scheduler;
     std::unique_ptr<HttpService> service = std::make_unique<HttpService>(scheduler);
+    std::shared_ptr<KorvaneShareConnection> connection;
     std::vector<std::int64_t> heard;
 };
 
 TEST_F(ExpiryMonitorTest, AWarningComesWithinOnePeriodAndEndsWithANewToken) {
     for (const bool dropsFirst : {true, false}) {
-        auto connection = open();
+        connection = open();
         arm(*connection, in(4));
         if (dropsFirst) connection.reset();
         connection = open();
@@ -63,81 +72,35 @@ TEST_F(ExpiryMonitorTest, AWarningComesWithinOnePeriodAndEndsWithANewToken) {
 TEST_F(ExpiryMonitorTest, WhoHearsWhat) {
     const struct {
         const char* what;
-        std::function<std::shared_ptr<KorvaneShareConnection>()> bind;
+        std::int64_t minutes;
+        std::function<void()> change;
         std::size_t heard;
     } cases[] = {
-        {"dropped, and nobody takes over",
+        {"dropped, and nobody takes over", 4, [this] { reopen("b"); }, 2},
+        {"closed, and opened anew", 4,
          [this] {
-             arm(*open("a"), in(4));
-             return open("b");
+             connection->close();
+             reopen();
+         },
+         0},
+        {"closed after taking over", 4, [this] { reopen()->close(); }, 0},
+        {"a second binding leaves the first one's monitor alone", 4,
+         [this] {
+             reopen();
+             open()->close();
          },
          2},
-        {"closed",
-         [this] {
-             auto c = open();
-             arm(*c, in(4));
-             c->close();
-             return open();
-         },
-         0},
-        {"closed after taking over",
-         [this] {
-             arm(*open(), in(4));
-             auto c = open();
-             c->close();
-             return c;
-         },
-         0},
-        {"a second binding leaves the first one's monitor alone",
-         [this] {
-             arm(*open(), in(4));
-             const auto c = open();
-             open("bearer")->close();
-             return c;
-         },
-         2},
-        {"armed anew",
-         [this] {
-             arm(*open(), in(4));
-             auto c = open();
-             c->getKorvaneApi()->setExpireMonitorCallback([this](std::int64_t) { heard.push_back(0); }, period, guard);
-             return c;
-         },
-         2},
-        {"ended by an empty callback",
-         [this] {
-             auto c = open();
-             arm(*c, in(4));
-             c->getKorvaneApi()->setExpireMonitorCallback({}, period, guard);
-             return c;
-         },
-         0},
-        {"never expires",
-         [this] {
-             auto c = open();
-             arm(*c, "one day");
-             return c;
-         },
-         0},
-        {"expired long ago",
-         [this] {
-             auto c = open();
-             arm(*c, "1970-01-01T00:00:00Z");
-             return c;
-         },
-         2},
-        {"still far",
-         [this] {
-             auto c = open();
-             arm(*c, in(6));
-             return c;
-         },
-         0},
+        {"armed anew after taking over", 4, [this] { arm(*reopen(), in(4)); }, 2},
+        {"ended by an empty callback", 4, [this] { setCallback(*connection, {}); }, 0},
+        {"never expires", 4, [this] { arm(*connection, "one day"); }, 0},
+        {"expired long ago", 60, [this] { arm(*connection, "1970-01-01T00:00:00Z"); }, 2},
+        {"still far", 4, [this] { arm(*connection, in(6)); }, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         service = std::make_unique<HttpService>(scheduler);
-        const auto connection = c.bind();
+        arm(*reopen(), in(c.minutes));
+        c.change();
         EXPECT_EQ(heardWithin(2 * period), c.heard);
         service.reset();
         EXPECT_EQ(heardWithin(2 * period), 0u) << "after the service has gone";
@@ -147,17 +110,15 @@ TEST_F(ExpiryMonitorTest, WhoHearsWhat) {
 TEST_F(ExpiryMonitorTest, ACallbackMayEndAnything) {
     for (const bool dropsService : {false, true}) {
         service = std::make_unique<HttpService>(scheduler);
-        auto connection = open();
+        connection = open();
         connection->getKorvaneApi()->setShareTokenExpire(in(1));
-        connection->getKorvaneApi()->setExpireMonitorCallback(
-            [&](std::int64_t) {
-                heard.push_back(0);
-                connection->close();
-                connection.reset();
-                if (dropsService) service.reset();
-                throw std::runtime_error("a host's own trouble");
-            },
-            period, guard);
+        setCallback(*connection, [&](std::int64_t) {
+            heard.push_back(0);
+            connection->close();
+            connection.reset();
+            if (dropsService) service.reset();
+            throw std::runtime_error("a host's own trouble");
+        });
         EXPECT_EQ(heardWithin(4 * period), 1u);
         EXPECT_EQ(connection, nullptr);
     }
@@ -167,7 +128,7 @@ TEST_F(ExpiryMonitorTest, ACallbackMayEndAnything) {
 }
 
 TEST_F(ExpiryMonitorTest, AbsurdRatesAreTaken) {
-    auto connection = open();
+    connection = open();
     for (const std::int64_t rate : {std::int64_t{-5}, std::int64_t{0}, INT64_MAX, INT64_MIN}) {
         connection->getKorvaneApi()->setShareTokenExpire(in(4));
         connection->getKorvaneApi()->setExpireMonitorCallback([this](std::int64_t left) { heard.push_back(left); },

@@ -8,6 +8,7 @@
 #include "client/JsonReader.h"
 #include "client/Status.h"
 #include "client/http/HttpService.h"
+#include "tests/client/Asking.h"
 #include "tests/client/RawServer.h"
 
 namespace korvane::test {
@@ -20,11 +21,6 @@ const std::string cameraReply = R"({"id":7,"name":"Yard","timezone":"Europe/Berl
 /// A client of a server that answers the camera look-up, and anything else by `script`.
 class HttpClientTest : public testing::Test {
   protected:
-    struct Outcome {
-        Reply reply;
-        std::int32_t status;
-    };
-
     HttpClientTest() {
         options.totalTimeout = std::chrono::milliseconds(20'000);
         options.maxReplyBytes = 100'000;
@@ -45,38 +41,14 @@ class HttpClientTest : public testing::Test {
         script = std::move(next);
     }
 
-    std::shared_ptr<KorvaneCamera> bind(const std::string& bearer = "bearer") {
+    std::shared_ptr<KorvaneCamera> bind(const std::string& bearer = "bearer") { return find(7, bearer).camera; }
+
+    /// Over a connection of its own; of another camera than 7 the look-up is left to the script.
+    LookUp find(std::int64_t id, const std::string& bearer = "bearer") {
         service = std::make_unique<HttpService>(scheduler, options);
         connection = service->makeConnection();
         EXPECT_EQ(connection->openSync(bearer, server.url()), StatusSuccess);
-        std::promise<std::shared_ptr<KorvaneCamera>> found;
-        service->makeCameraList(connection)
-            ->getCamera(7, [&](std::shared_ptr<KorvaneCamera> camera, const std::string&, std::int32_t) {
-                found.set_value(camera);
-            });
-        return found.get_future().get();
-    }
-
-    /// Zone and status of a camera whose look-up is left to the script.
-    Outcome lookUpOther(std::chrono::milliseconds timeout = std::chrono::milliseconds(20'000)) {
-        options.totalTimeout = timeout;
-        service = std::make_unique<HttpService>(scheduler, options);
-        connection = service->makeConnection();
-        EXPECT_EQ(connection->openSync("bearer", server.url()), StatusSuccess);
-        std::promise<Outcome> outcome;
-        service->makeCameraList(connection)
-            ->getCamera(8, [&](const std::shared_ptr<KorvaneCamera>& camera, const std::string&, std::int32_t status) {
-                outcome.set_value({camera ? Reply(camera->getTimezone()) : Reply(), status});
-            });
-        return outcome.get_future().get();
-    }
-
-    static std::future<Outcome> ask(KorvaneCamera& camera) {
-        auto outcome = std::make_shared<std::promise<Outcome>>();
-        camera.getEvents(-1, -1, std::nullopt, 0, 100, 0, [outcome](Reply reply, std::int32_t status) {
-            outcome->set_value({std::move(reply), status});
-        });
-        return outcome->get_future();
+        return lookUp(*service, connection, id);
     }
 
     LoopScheduler scheduler;
@@ -132,7 +104,7 @@ TEST_F(HttpClientTest, RepliesOfAllKinds) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         setScript([&](const std::string&) { return Answer{c.bytes}; });
-        const Outcome outcome = ask(*camera).get();
+        const Outcome outcome = askEvents(*camera).get();
         EXPECT_EQ(outcome.status, c.status) << outcome.reply;
         if (c.reply) {
             EXPECT_EQ(outcome.reply, *c.reply);
@@ -148,40 +120,38 @@ TEST_F(HttpClientTest, EachCallHasItsRequest) {
     const auto camera = bind("abc.DEF-_~");
     ASSERT_TRUE(camera);
     EXPECT_EQ(camera->getTimezone(), "Europe/Berlin");
-    std::promise<Outcome> done;
-    const ReplyCompletion note = [&](Reply reply, std::int32_t status) { done.set_value({std::move(reply), status}); };
     const struct {
         std::string line;
-        std::function<void()> call;
+        std::function<void(ReplyCompletion)> call;
         std::string body = "{}";
         Reply reply = Reply::object();
     } cases[] = {
         {"GET /v1/cameras/7/events?start=-1&end=5&order=0&limit=100&offset=200",
-         [&] { camera->getEvents(-1, 5, std::nullopt, 0, 100, 200, note); }},
+         [&](auto done) { camera->getEvents(-1, 5, std::nullopt, 0, 100, 200, done); }},
         {"GET /v1/cameras/7/events?start=1&end=2&order=1&limit=3&offset=4&type=a%20b%26c%3D%C3%A4%0D%0A",
-         [&] { camera->getEvents(1, 2, "a b&c=\xC3\xA4\r\n", 1, 3, 4, note); }},
+         [&](auto done) { camera->getEvents(1, 2, "a b&c=\xC3\xA4\r\n", 1, 3, 4, done); }},
         {"GET /v1/cameras/7/records?start=1&end=2&order=1&limit=3&offset=4",
-         [&] { camera->getRecords(1, 2, 1, 3, 4, note); }},
+         [&](auto done) { camera->getRecords(1, 2, 1, 3, 4, done); }},
         {"GET "
          "/v1/cameras/7/"
          "thumbnails?start=1&end=2&order=0&limit=3&offset=4&origin=recording_thumbnail&origin_ids=1,2%2C,3",
-         [&] {
-             camera->getTimelineThumbnailsFull(1, 2, "recording_thumbnail", {"1", "2,", "3"}, 3, 4, 0, note);
+         [&](auto done) {
+             camera->getTimelineThumbnailsFull(1, 2, "recording_thumbnail", {"1", "2,", "3"}, 3, 4, 0, done);
          }},
         {"GET /v1/cameras/7/activity?start=1&end=2&events=motion&boundstime=0&daysincamtz=1&limit=3&offset=4",
-         [&] { camera->getActivity(1, 1, 2, "motion", 0, 1, 3, 4, note); }, R"(["2026-11-18"])",
+         [&](auto done) { camera->getActivity(1, 1, 2, "motion", 0, 1, 3, 4, done); }, R"(["2026-11-18"])",
          Reply::array({"2026-11-18"})},
         {"GET /v1/cameras/7/calendar?start=0&end=0&limit=-1&offset=-1",
-         [&] { EXPECT_EQ(camera->getCalendar(0, 0, -1, -1, note), StatusSuccess); }},
-        {"DELETE /v1/cameras/7/events/9", [&] { camera->deleteEvent(9, note); }, R"({"message":"Gone."})", "Gone."},
-        {"DELETE /v1/cameras/7/events/9", [&] { camera->deleteEvent(9, note); }, R"({"message":7})", Reply()},
+         [&](auto done) { EXPECT_EQ(camera->getCalendar(0, 0, -1, -1, done), StatusSuccess); }},
+        {"DELETE /v1/cameras/7/events/9", [&](auto done) { camera->deleteEvent(9, done); }, R"({"message":"Gone."})",
+         "Gone."},
+        {"DELETE /v1/cameras/7/events/9", [&](auto done) { camera->deleteEvent(9, done); }, R"({"message":7})",
+         Reply()},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.line);
         setScript([&](const std::string&) { return Answer{RawServer::ok(c.body), true}; });
-        done = {};
-        c.call();
-        const Outcome outcome = done.get_future().get();
+        const Outcome outcome = ask(c.call).get();
         EXPECT_EQ(outcome.status, StatusSuccess);
         EXPECT_EQ(outcome.reply, c.reply);
         const std::string request = server.requests().back();
@@ -220,9 +190,11 @@ TEST_F(HttpClientTest, TimelinesAreAscendingWhateverComes) {
 
 TEST_F(HttpClientTest, SilenceAndRefusalAreToldApart) {
     setScript([](const std::string&) { return std::nullopt; });
-    EXPECT_EQ(lookUpOther(std::chrono::milliseconds(60)).status, StatusTimedOut);
+    options.totalTimeout = std::chrono::milliseconds(60);
+    EXPECT_EQ(find(8).status, StatusTimedOut);
     server.stop();
-    EXPECT_EQ(lookUpOther().status, StatusTransportFailed);
+    options.totalTimeout = std::chrono::milliseconds(20'000);
+    EXPECT_EQ(find(8).status, StatusTransportFailed);
 }
 
 TEST_F(HttpClientTest, ACameraHasTheNameOfAZoneOrNone) {
@@ -239,9 +211,9 @@ TEST_F(HttpClientTest, ACameraHasTheNameOfAZoneOrNone) {
     };
     for (const auto& c : cases) {
         setScript([&](const std::string&) { return Answer{RawServer::ok(c.body)}; });
-        const Outcome outcome = lookUpOther();
-        EXPECT_EQ(outcome.status, c.status) << c.body;
-        EXPECT_EQ(outcome.reply, c.zone) << c.body;
+        const LookUp found = find(8);
+        EXPECT_EQ(found.status, c.status) << c.body;
+        EXPECT_EQ(found.camera ? Reply(found.camera->getTimezone()) : Reply(), c.zone) << c.body;
     }
 }
 
@@ -267,13 +239,10 @@ TEST_F(HttpClientTest, OpeningTellsWhatCannotBe) {
         EXPECT_EQ(service->makeConnection()->openSync(c.bearer, c.url), c.status) << c.bearer << " " << c.url;
     }
     const auto look = [&](const std::shared_ptr<KorvaneShareConnection>& over, std::int64_t id) {
-        std::promise<std::int32_t> status;
-        service->makeCameraList(over)->getCamera(id, [&](const auto& camera, const std::string& error, std::int32_t s) {
-            EXPECT_EQ(camera, nullptr);
-            EXPECT_FALSE(error.empty());
-            status.set_value(s);
-        });
-        return status.get_future().get();
+        const auto [camera, error, status] = lookUp(*service, over, id);
+        EXPECT_EQ(camera, nullptr);
+        EXPECT_FALSE(error.empty());
+        return status;
     };
     const auto open = service->makeConnection();
     EXPECT_EQ(look(nullptr, 7), StatusBadCall);
@@ -290,13 +259,13 @@ TEST_F(HttpClientTest, AnUpdateReachesCamerasThatExist) {
     const auto camera = bind();
     connection->update("newer", "", server.url() + "/own/path/");
     connection->setIsPathIncluded(true);
-    ask(*camera).get();
+    askEvents(*camera).get();
     std::string request = server.requests().back();
     EXPECT_TRUE(request.starts_with("GET /own/path/cameras/7/events?")) << request;
     EXPECT_NE(request.find("Bearer newer\r\n"), std::string::npos);
 
     connection->update("bad\r\nHeader: x", "", server.url());
-    ask(*camera).get();
+    askEvents(*camera).get();
     EXPECT_EQ(server.requests().back(), request);
 }
 
@@ -308,15 +277,15 @@ TEST_F(HttpClientTest, ClosingEndsWhatIsUnderWay) {
         return std::nullopt;
     });
     const auto camera = bind();
-    auto first = ask(*camera);
-    auto second = ask(*camera);
+    auto first = askEvents(*camera);
+    auto second = askEvents(*camera);
     auto sync = std::async(std::launch::async, [&] { return camera->getTimelineSync(0, 1); });
     asked.get_future().wait();
     connection->close();
     EXPECT_EQ(first.get().status, StatusClosed);
     EXPECT_EQ(second.get().status, StatusClosed);
     EXPECT_EQ(sync.get(), nullptr);
-    EXPECT_EQ(ask(*camera).get().status, StatusClosed);
+    EXPECT_EQ(askEvents(*camera).get().status, StatusClosed);
     EXPECT_EQ(camera->getCalendar(0, 0, -1, -1, [](const Reply&, std::int32_t) { FAIL(); }), StatusClosed);
     EXPECT_EQ(count, 3);
 }
@@ -398,9 +367,9 @@ TEST_F(HttpClientTest, NoTokenIsLogged) {
     });
     KSDK_LogLevel = 9;
     const auto camera = bind("seCret");
-    ask(*camera).get();
+    askEvents(*camera).get();
     setScript([](const std::string&) { return Answer{RawServer::ok("seCret")}; });
-    ask(*camera).get();
+    askEvents(*camera).get();
     connection->update("seCret 2", "", server.url() + "?access=seCret");
     service->makeConnection()->openSync("seCret", "http://h?access=seCret");
     service.reset();

@@ -1,13 +1,15 @@
-#include "tests/client/LocalService.h"
-
 #include <gtest/gtest.h>
 
-#include <future>
+#include <array>
 #include <limits>
 
 #include "base/LoopScheduler.h"
 #include "client/Status.h"
 #include "client/http/HttpService.h"
+#include "server/CameraServer.h"
+#include "server/Storage.h"
+#include "tests/client/Asking.h"
+#include "tests/server/TempFolder.h"
 #include "tests/support/service/ScriptedService.h"
 
 namespace korvane::test {
@@ -16,6 +18,7 @@ namespace {
 constexpr TimeMs hour = 3'600'000;
 // 2026-11-18T20:00:00Z
 constexpr TimeMs base = 1'795'032'000'000;
+constexpr const char* zone = "America/New_York";
 
 /// Recordings of ten minutes with a gap each hour, over a midnight, one within another; a few events in each.
 struct Footage {
@@ -37,34 +40,43 @@ struct Footage {
     std::vector<ScriptedEvent> events;
 };
 
+/// The real service on a free loopback port, and the scripted one, both with the same footage.
 class LocalServiceTest : public testing::Test {
   protected:
-    struct Outcome {
-        Reply reply;
-        std::int32_t status;
-        bool operator==(const Outcome&) const = default;
-    };
     using Call = std::function<void(KorvaneCamera&, ReplyCompletion)>;
 
     LocalServiceTest() {
         scripted.withFootage([this](ScriptedFootage& f) {
             f.camid = 1;
-            f.timezone = "America/New_York";
+            f.timezone = zone;
             for (const auto& r : footage.records) f.addRecord(r);
             for (const auto& e : footage.events) f.addEvent(e);
         });
     }
 
-    static std::shared_ptr<KorvaneCamera> look(KorvaneService& service,
-                                               const std::shared_ptr<KorvaneShareConnection>& connection,
-                                               std::int64_t id, std::int32_t& status) {
-        std::promise<std::shared_ptr<KorvaneCamera>> found;
-        service.makeCameraList(connection)
-            ->getCamera(id, [&](std::shared_ptr<KorvaneCamera> camera, const std::string&, std::int32_t s) {
-                status = s;
-                found.set_value(std::move(camera));
-            });
-        return found.get_future().get();
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(store());
+        ASSERT_TRUE(server.start());
+        connection = open(service, *server.issueToken(1, std::chrono::hours(1)));
+        const auto [found, error, status] = lookUp(service, connection, 1);
+        ASSERT_TRUE(found) << status << error;
+        camera = found;
+    }
+
+    void store() {
+        const auto storage = Storage::open(folder / "camera.db");
+        ASSERT_TRUE(storage);
+        const auto stored = (*storage)->cameraForFolder(folder.path(), "Yard", zone);
+        ASSERT_TRUE(stored);
+        for (const ScriptedRecord& record : footage.records) {
+            std::vector<NewEvent> own;
+            for (const ScriptedEvent& e : footage.events) {
+                if (e.time >= record.start && e.time <= record.end) own.push_back({e.time, e.name, e.thumbUrl});
+            }
+            const SourceFile source{std::to_string(record.id) + ".mp4", 1, 1, ""};
+            const NewRecord stretch{record.start, record.end, record.thumbUrl};
+            ASSERT_FALSE((*storage)->storeRecording(stored->id, source, stretch, own));
+        }
     }
 
     static std::shared_ptr<KorvaneShareConnection> open(KorvaneService& service, const std::string& token) {
@@ -79,10 +91,8 @@ class LocalServiceTest : public testing::Test {
         return connection;
     }
 
-    static Outcome ask(KorvaneCamera& camera, const Call& call) {
-        std::promise<Outcome> outcome;
-        call(camera, [&](Reply reply, std::int32_t status) { outcome.set_value({std::move(reply), status}); });
-        return outcome.get_future().get();
+    static Outcome answer(KorvaneCamera& of, const Call& call) {
+        return ask([&](ReplyCompletion done) { call(of, std::move(done)); }).get();
     }
 
     /// What two services that hold the same must agree on: not their addresses, and not their numbers.
@@ -96,76 +106,78 @@ class LocalServiceTest : public testing::Test {
         return {{"total_count", reply["meta"]["total_count"]}, {"objects", reply["objects"]}};
     }
 
+    std::int64_t eventCount() { return camera->getEventsSync(-1, -1, {}, 0, 1, 0).value()["meta"]["total_count"]; }
+
     Footage footage;
-    LocalService local{footage.records, footage.events, "America/New_York"};
+    TempFolder folder;
+    CameraServer server{folder / "camera.db"};
     LoopScheduler scheduler;
     HttpService service{scheduler};
     ScriptedService scripted{scheduler};
+    std::shared_ptr<KorvaneShareConnection> connection;
+    std::shared_ptr<KorvaneCamera> camera;
 };
 
 TEST_F(LocalServiceTest, TheScriptedServiceAnswersAsTheRealOne) {
-    std::int32_t status = -1;
-    const auto connection = open(service, local.token());
-    const auto real = look(service, connection, 1, status);
-    ASSERT_TRUE(real) << status;
     const auto scriptedConnection = open(scripted, scripted.makeToken());
-    const auto fake = look(scripted, scriptedConnection, 1, status);
+    const auto fake = lookUp(scripted, scriptedConnection, 1).camera;
     ASSERT_TRUE(fake);
-    EXPECT_EQ(real->getID(), fake->getID());
-    EXPECT_EQ(real->getTimezone(), fake->getTimezone());
+    EXPECT_EQ(camera->getID(), fake->getID());
+    EXPECT_EQ(camera->getTimezone(), fake->getTimezone());
+    const auto expectSameObjects = [&](const Call& call) {
+        EXPECT_EQ(comparable(answer(*camera, call).reply)["objects"], comparable(answer(*fake, call).reply)["objects"]);
+    };
 
     const std::pair<TimeMs, TimeMs> ranges[] = {{-1, -1},       {base, base + hour},   {base + 17'011, base + 34'022},
                                                 {-1, base - 1}, {base + hour / 2, -1}, {9, 3}};
+    const std::array<int, 3> pages[] = {{0, 100, 0}, {0, 7, 3}, {0, 100, 150}, {0, 10, 9999},
+                                        {1, 100, 0}, {1, 7, 3}, {1, 100, 150}, {1, 10, 9999}};
     for (const auto& [start, end] : ranges) {
         SCOPED_TRACE(std::to_string(start - base) + " to " + std::to_string(end - base));
-        for (const int order : {0, 1}) {
-            for (const auto& [limit, offset] : {std::pair<int, int>{100, 0}, {7, 3}, {100, 150}, {10, 9999}}) {
-                for (const char* type : {"", "DOORBELL", "no such"}) {
-                    const std::optional<std::string> filter = *type ? std::optional<std::string>(type) : std::nullopt;
-                    const auto page = real->getEventsSync(start, end, filter, order, limit, offset);
-                    ASSERT_TRUE(page);
-                    EXPECT_EQ(comparable(*page),
-                              comparable(*fake->getEventsSync(start, end, filter, order, limit, offset)));
-                    const Call call = [&](KorvaneCamera& c, ReplyCompletion done) {
-                        c.getEvents(start, end, filter, order, limit, offset, std::move(done));
-                    };
-                    EXPECT_EQ(ask(*real, call), (Outcome{*page, 0}));
-                }
-                const Call records = [&](KorvaneCamera& c, ReplyCompletion done) {
-                    c.getRecords(start, end, order, limit, offset, std::move(done));
+        for (const auto& [order, limit, offset] : pages) {
+            for (const auto& filter : std::vector<std::optional<std::string>>{{}, "DOORBELL", "no such"}) {
+                const auto page = camera->getEventsSync(start, end, filter, order, limit, offset);
+                ASSERT_TRUE(page);
+                EXPECT_EQ(comparable(*page),
+                          comparable(*fake->getEventsSync(start, end, filter, order, limit, offset)));
+                const Call events = [&](KorvaneCamera& c, ReplyCompletion done) {
+                    c.getEvents(start, end, filter, order, limit, offset, std::move(done));
                 };
-                EXPECT_EQ(comparable(ask(*real, records).reply)["objects"],
-                          comparable(ask(*fake, records).reply)["objects"]);
-                const Call thumbnails = [&](KorvaneCamera& c, ReplyCompletion done) {
-                    c.getTimelineThumbnailsFull(start, end, "recording_thumbnail", {"2", "3", "10"}, limit, offset,
-                                                order, std::move(done));
-                };
-                EXPECT_EQ(comparable(ask(*real, thumbnails).reply)["objects"],
-                          comparable(ask(*fake, thumbnails).reply)["objects"]);
+                EXPECT_EQ(answer(*camera, events), (Outcome{*page, 0}));
             }
+            expectSameObjects([&](KorvaneCamera& c, ReplyCompletion done) {
+                c.getRecords(start, end, order, limit, offset, std::move(done));
+            });
+            expectSameObjects([&](KorvaneCamera& c, ReplyCompletion done) {
+                c.getTimelineThumbnailsFull(start, end, "recording_thumbnail", {"2", "3", "10"}, limit, offset, order,
+                                            std::move(done));
+            });
         }
         const Call activity = [&](KorvaneCamera& c, ReplyCompletion done) {
             c.getActivity(1, start, end, "doorbell", 0, 0, 100, 0, std::move(done));
         };
-        EXPECT_EQ(ask(*real, activity), ask(*fake, activity));
+        EXPECT_EQ(answer(*camera, activity), answer(*fake, activity));
     }
-    const auto timeline = real->getTimelineSync(base + 1, base + 2 * hour);
-    const auto expected = fake->getTimelineSync(base + 1, base + 2 * hour);
-    ASSERT_TRUE(timeline);
-    EXPECT_EQ(timeline->start(), base + 1);
-    ASSERT_EQ(timeline->periods()->size(), expected->periods()->size());
-    for (std::size_t i = 0; i < expected->periods()->size(); ++i) {
-        EXPECT_EQ((*timeline->periods())[i].start(), (*expected->periods())[i].start());
-        EXPECT_EQ((*timeline->periods())[i].end(), (*expected->periods())[i].end());
-    }
+    const auto periods = [](KorvaneCamera& c) {
+        std::vector<std::pair<TimeMs, TimeMs>> found;
+        const auto timeline = c.getTimelineSync(base + 1, base + 2 * hour);
+        EXPECT_TRUE(timeline);
+        if (!timeline) return found;
+        EXPECT_EQ(timeline->start(), base + 1);
+        for (const TimelinePair& p : *timeline->periods()) found.emplace_back(p.start(), p.end());
+        return found;
+    };
+    EXPECT_EQ(periods(*camera), periods(*fake));
+
+    connection->close();
+    scriptedConnection->close();
+    const Call records = [](KorvaneCamera& c, ReplyCompletion done) { c.getRecords(-1, -1, 0, 9, 0, std::move(done)); };
+    EXPECT_EQ(answer(*camera, records).status, answer(*fake, records).status);
+    EXPECT_EQ(scripted.openConnections(), 0);
 }
 
 TEST_F(LocalServiceTest, DaysAreThoseOfTheZoneThatIsAskedFor) {
-    std::int32_t status = -1;
-    const auto connection = open(service, local.token());
-    const auto camera = look(service, connection, 1, status);
-    ASSERT_TRUE(camera);
-    const auto days = [&](const Call& call) { return ask(*camera, call).reply; };
+    const auto days = [&](const Call& call) { return answer(*camera, call).reply; };
     // The recordings go from 20:00 to 04:10 in UTC, and from 15:00 to 23:10 in New York.
     EXPECT_EQ(days([](auto& c, auto done) { c.getActivity(1, -1, -1, std::nullopt, 0, 0, 100, 0, done); }),
               Reply::array({"2026-11-18", "2026-11-19"}));
@@ -176,56 +188,41 @@ TEST_F(LocalServiceTest, DaysAreThoseOfTheZoneThatIsAskedFor) {
 }
 
 TEST_F(LocalServiceTest, DeletedEventsAreGone) {
-    std::int32_t status = -1;
-    const auto connection = open(service, local.token());
-    const auto camera = look(service, connection, 1, status);
-    ASSERT_TRUE(camera);
     const auto newest = camera->getEventsSync(-1, -1, std::nullopt, 0, 1, 0);
     const std::int64_t id = (*newest)["objects"][0]["id"];
     const Call remove = [id](KorvaneCamera& c, ReplyCompletion done) { c.deleteEvent(id, std::move(done)); };
-    const Outcome removed = ask(*camera, remove);
+    const Outcome removed = answer(*camera, remove);
     EXPECT_EQ(removed.status, StatusSuccess) << removed.reply;
     EXPECT_TRUE(removed.reply.is_string() || removed.reply.is_null());
-    EXPECT_EQ(ask(*camera, remove).status, 404);
+    EXPECT_EQ(answer(*camera, remove).status, 404);
     const auto after = camera->getEventsSync(-1, -1, std::nullopt, 0, 1, 0);
     EXPECT_EQ((*after)["meta"]["total_count"], footage.events.size() - 1);
     EXPECT_NE((*after)["objects"][0]["id"], id);
 }
 
 TEST_F(LocalServiceTest, RefusalsArriveAsTheServiceGaveThem) {
-    std::int32_t status = 0;
-    const auto connection = open(service, local.token());
-    EXPECT_EQ(look(service, connection, 2, status), nullptr);
-    EXPECT_EQ(status, 403);
-    const auto camera = look(service, connection, 1, status);
-    ASSERT_TRUE(camera);
+    EXPECT_EQ(lookUp(service, connection, 2).status, 403);
     connection->update("forged.bearer", "", "");
-    const Outcome outcome =
-        ask(*camera, [](KorvaneCamera& c, ReplyCompletion done) { c.getRecords(-1, -1, 0, 100, 0, std::move(done)); });
+    const Outcome outcome = answer(
+        *camera, [](KorvaneCamera& c, ReplyCompletion done) { c.getRecords(-1, -1, 0, 100, 0, std::move(done)); });
     EXPECT_EQ(outcome.status, 401);
     EXPECT_TRUE(outcome.reply.is_string()) << outcome.reply;
-    EXPECT_EQ(look(service, connection, 1, status), nullptr);
-    EXPECT_EQ(status, 401);
+    const LookUp refused = lookUp(service, connection, 1);
+    EXPECT_EQ(refused.camera, nullptr);
+    EXPECT_EQ(refused.status, 401);
 }
 
 TEST_F(LocalServiceTest, AbsurdArgumentsDoNoHarm) {
-    std::int32_t status = 0;
-    const auto connection = open(service, local.token());
-    const auto camera = look(service, connection, 1, status);
-    ASSERT_TRUE(camera);
     constexpr auto most = std::numeric_limits<std::int64_t>::max();
     constexpr auto least = std::numeric_limits<std::int64_t>::min();
     for (const std::int64_t value : {most, least, std::int64_t{-1}, std::int64_t{0}}) {
-        for (const int order : {-1, 2})
-            camera->getEventsSync(value, value, "'; DROP TABLE events;", order, value, value);
+        for (const int order : {-1, 2}) camera->getEventsSync(value, value, "'; DROP TABLE x;", order, value, value);
         camera->getTimelineSync(value, most);
         const Outcome deletion =
-            ask(*camera, [value](KorvaneCamera& c, ReplyCompletion done) { c.deleteEvent(value, std::move(done)); });
+            answer(*camera, [value](KorvaneCamera& c, ReplyCompletion done) { c.deleteEvent(value, std::move(done)); });
         EXPECT_NE(deletion.status, StatusSuccess);
     }
-    const auto page = camera->getEventsSync(-1, -1, std::nullopt, 0, 1, 0);
-    ASSERT_TRUE(page);
-    EXPECT_EQ((*page)["meta"]["total_count"], footage.events.size());
+    EXPECT_EQ(eventCount(), std::ssize(footage.events));
 }
 
 }  // namespace

@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <future>
 #include <memory>
 #include <thread>
 
 #include "base/LoopScheduler.h"
 #include "client/Status.h"
 #include "client/http/HttpService.h"
+#include "tests/client/Asking.h"
 
 namespace korvane::test {
 namespace {
@@ -62,11 +62,7 @@ class TlsTest : public testing::Test {
         HttpService service(scheduler, options);
         const auto connection = service.makeConnection();
         EXPECT_EQ(connection->openSync("bearer", "https://" + host + ":" + std::to_string(port)), StatusSuccess);
-        std::promise<std::int32_t> status;
-        service.makeCameraList(connection)->getCamera(7, [&](const auto&, const std::string&, std::int32_t s) {
-            status.set_value(s);
-        });
-        return status.get_future().get();
+        return lookUp(service, connection, 7).status;
     }
 
     LoopScheduler scheduler;

@@ -14,21 +14,6 @@ class TokenTest : public testing::Test {
         return helpers.parseToken(token, protocol, port, url, hasPath, code, error);
     }
 
-    // Base64url of bytes without padding.
-    static std::string encode(std::string_view bytes) {
-        static constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-        std::string result;
-        for (std::size_t bit = 0; bit < bytes.size() * 8; bit += 6) {
-            unsigned value = 0;
-            for (std::size_t i = bit; i < bit + 6; ++i) {
-                const unsigned byte = i / 8 < bytes.size() ? static_cast<unsigned char>(bytes[i / 8]) : 0;
-                value = value << 1 | (byte >> (7 - i % 8) & 1);
-            }
-            result += digits[value];
-        }
-        return result;
-    }
-
     VirtualScheduler scheduler{1, 1'700'000'000'000};
     IcuHelpers helpers{scheduler};
     std::string url = "before";
@@ -53,29 +38,30 @@ TEST_F(TokenTest, BadTokensSayWhatIsWrongAndQuoteNothing) {
         {"A", StatusTokenEncoding, "base64url"},
         {"====", StatusTokenEncoding, "base64url"},
         {std::string("c2Vj\0cmV0", 9), StatusTokenEncoding, "base64url"},
-        {encode("secret"), StatusTokenFormat, "no JSON"},
-        {encode("{\"token\":\"secret\""), StatusTokenFormat, "no JSON"},
-        {encode(std::string(1000, '[') + std::string(1000, ']')), StatusTokenFormat, "no JSON"},
-        {encode("[\"secret\"]"), StatusTokenFormat, "no object"},
-        {encode("null"), StatusTokenFormat, "no object"},
-        {encode("{}"), StatusTokenKeys, "\"token\""},
-        {encode("{\"token\":\"secret\",\"camid\":7}"), StatusTokenKeys, "\"expires\""},
-        {encode("{\"token\":\"secret\"," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {encode("{\"token\":7,\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
-        {encode("{\"token\":\"\",\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
-        {encode("{\"token\":null,\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
-        {encode("{\"token\":\"secret\",\"camid\":\"7\"," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {encode("{\"token\":\"secret\",\"camid\":7.5," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {encode("{\"token\":\"secret\",\"camid\":18446744073709551615," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"expires\":12}"), StatusTokenKeys, "\"expires\""},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"svcp\":{}," + future + "}"), StatusTokenKeys, "\"svcp\""},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"api_p\":70000," + future + "}"), StatusTokenKeys, "\"api_p\""},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"svcp\":\"file:///etc/passwd\"," + future + "}"), StatusTokenKeys,
+        {base64Url("secret"), StatusTokenFormat, "no JSON"},
+        {base64Url("{\"token\":\"secret\""), StatusTokenFormat, "no JSON"},
+        {base64Url(std::string(1000, '[') + std::string(1000, ']')), StatusTokenFormat, "no JSON"},
+        {base64Url("[\"secret\"]"), StatusTokenFormat, "no object"},
+        {base64Url("null"), StatusTokenFormat, "no object"},
+        {base64Url("{}"), StatusTokenKeys, "\"token\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7}"), StatusTokenKeys, "\"expires\""},
+        {base64Url("{\"token\":\"secret\"," + future + "}"), StatusTokenKeys, "\"camid\""},
+        {base64Url("{\"token\":7,\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
+        {base64Url("{\"token\":\"\",\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
+        {base64Url("{\"token\":null,\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":\"7\"," + future + "}"), StatusTokenKeys, "\"camid\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7.5," + future + "}"), StatusTokenKeys, "\"camid\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":18446744073709551615," + future + "}"), StatusTokenKeys,
+         "\"camid\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"expires\":12}"), StatusTokenKeys, "\"expires\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"svcp\":{}," + future + "}"), StatusTokenKeys, "\"svcp\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"api_p\":70000," + future + "}"), StatusTokenKeys, "\"api_p\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"svcp\":\"file:///etc/passwd\"," + future + "}"),
+         StatusTokenKeys, "URL"},
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"svcp\":\"http://u:secret@h\"," + future + "}"), StatusTokenKeys,
          "URL"},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"svcp\":\"http://u:secret@h\"," + future + "}"), StatusTokenKeys,
-         "URL"},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"api\":\"a/b\"," + future + "}"), StatusTokenKeys, "\"api\""},
-        {encode("{\"token\":\"secret\",\"camid\":7,\"expires\":\"2023-11-14T22:13:20Z\"}"), StatusTokenExpired,
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"api\":\"a/b\"," + future + "}"), StatusTokenKeys, "\"api\""},
+        {base64Url("{\"token\":\"secret\",\"camid\":7,\"expires\":\"2023-11-14T22:13:20Z\"}"), StatusTokenExpired,
          "2023-11-14T22:13:20.000Z"},
     };
     for (const auto& c : cases) {
@@ -93,7 +79,7 @@ TEST_F(TokenTest, BadTokensSayWhatIsWrongAndQuoteNothing) {
 
 TEST_F(TokenTest, WhiteSpacePaddingAndBothAlphabetsAreTaken) {
     const std::string json = R"({"token":"a?b~~>","expires":"","camid":-1,"x":"???>>>"})";
-    const std::string bare = encode(json);
+    const std::string bare = base64Url(json);
     std::string standard = bare;
     for (char& c : standard) c = c == '-' ? '+' : c == '_' ? '/' : c;
     ASSERT_NE(bare, standard);
@@ -128,7 +114,7 @@ TEST_F(TokenTest, TheAddressComesFromTheTokenBeforeTheDefaults) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.keys);
         const Reply token =
-            parse(encode(R"({"token":"t","camid":7,)" + future + "," + c.keys + "}"), c.protocol, c.port);
+            parse(base64Url(R"({"token":"t","camid":7,)" + future + "," + c.keys + "}"), c.protocol, c.port);
         EXPECT_EQ(code, StatusSuccess) << error;
         EXPECT_EQ(url, c.url);
         EXPECT_EQ(hasPath, c.hasPath);
@@ -137,7 +123,7 @@ TEST_F(TokenTest, TheAddressComesFromTheTokenBeforeTheDefaults) {
         }
     }
     for (const auto& [protocol, port] : {std::pair("ftp", 21), std::pair("https", 0), std::pair("https", 65536)}) {
-        parse(encode(R"({"token":"t","camid":7,"api":"host",)" + future + "}"), protocol, port);
+        parse(base64Url(R"({"token":"t","camid":7,"api":"host",)" + future + "}"), protocol, port);
         EXPECT_EQ(code, StatusBadCall) << protocol << port;
     }
 }

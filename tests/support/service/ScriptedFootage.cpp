@@ -20,15 +20,15 @@ std::string dayOf(TimeMs time) {
     return formatUtc(time).substr(0, 10);
 }
 
-/// The page of `found`, which ascends in time, as {"meta", "objects"}.
-template <typename Entry, typename Describe>
-Reply pageOf(std::size_t count, const ScriptedPage& page, Entry entryAt, Describe describe) {
+/// The page of a range that ascends in time, as {"meta", "objects"}.
+template <typename Iterator, typename Describe>
+Reply pageOf(Iterator first, Iterator last, const ScriptedPage& page, Describe describe) {
     Reply objects = Reply::array();
-    const auto total = static_cast<std::int64_t>(count);
+    const std::int64_t total = last - first;
     const std::int64_t begin = std::clamp<std::int64_t>(page.offset, 0, total);
     const std::int64_t length = std::min(page.limit > 0 ? page.limit : 100, total - begin);
     for (std::int64_t i = begin; i < begin + length; ++i) {
-        objects.push_back(describe(entryAt(static_cast<std::size_t>(page.order == 1 ? i : total - 1 - i))));
+        objects.push_back(describe(first[page.order == 1 ? i : total - 1 - i]));
     }
     return {{"meta", {{"total_count", total}, {"limit", page.limit}, {"offset", page.offset}}}, {"objects", objects}};
 }
@@ -66,47 +66,35 @@ Reply ScriptedFootage::events(const ScriptedPage& page, const std::optional<std:
         if (!e.thumbUrl.empty()) object["thumb"] = {{"url", e.thumbUrl}};
         return object;
     };
-    if (!filter || filter->empty()) {
-        return pageOf(
-            static_cast<std::size_t>(end - begin), page,
-            [begin](std::size_t i) { return begin[static_cast<std::ptrdiff_t>(i)]; }, describe);
-    }
+    if (!filter || filter->empty()) return pageOf(begin, end, page, describe);
     std::vector<ScriptedEvent> found;
     std::copy_if(begin, end, std::back_inserter(found),
                  [&](const ScriptedEvent& e) { return equalKeys(e.name, *filter); });
-    return pageOf(
-        found.size(), page, [&](std::size_t i) { return found[i]; }, describe);
+    return pageOf(found.begin(), found.end(), page, describe);
 }
 
 Reply ScriptedFootage::records(const ScriptedPage& page) const {
-    std::vector<ScriptedRecord> found;
-    std::copy_if(records_.begin(), records_.end(), std::back_inserter(found),
-                 [&](const ScriptedRecord& r) { return r.end >= page.start && r.start <= openEnd(page.end); });
-    return pageOf(
-        found.size(), page, [&](std::size_t i) { return found[i]; },
-        [this](const ScriptedRecord& r) {
-            return Reply{{"id", r.id},
-                         {"camid", camid},
-                         {"start", formatUtc(r.start)},
-                         {"end", formatUtc(r.end)},
-                         {"url", r.url}};
-        });
+    const auto found = recordsIn(page.start, page.end);
+    const auto describe = [this](const ScriptedRecord& r) -> Reply {
+        return {
+            {"id", r.id}, {"camid", camid}, {"start", formatUtc(r.start)}, {"end", formatUtc(r.end)}, {"url", r.url}};
+    };
+    return pageOf(found.begin(), found.end(), page, describe);
 }
 
 Reply ScriptedFootage::thumbnails(const ScriptedPage& page, const std::vector<std::string>& originIds) const {
-    std::vector<ScriptedRecord> found;
-    std::copy_if(records_.begin(), records_.end(), std::back_inserter(found), [&](const ScriptedRecord& r) {
+    auto found = recordsIn(page.start, page.end);
+    std::erase_if(found, [&](const ScriptedRecord& r) {
         const bool isAsked =
             originIds.empty() || std::find(originIds.begin(), originIds.end(), std::to_string(r.id)) != originIds.end();
-        return isAsked && !r.thumbUrl.empty() && r.end >= page.start && r.start <= openEnd(page.end);
+        return !isAsked || r.thumbUrl.empty();
     });
     ScriptedPage asked = page;
     if (!originIds.empty()) asked.offset = 0;
-    return pageOf(
-        found.size(), asked, [&](std::size_t i) { return found[i]; },
-        [](const ScriptedRecord& r) {
-            return Reply{{"url", r.thumbUrl}, {"time", formatUtc(r.start)}};
-        });
+    const auto describe = [](const ScriptedRecord& r) -> Reply {
+        return {{"url", r.thumbUrl}, {"time", formatUtc(r.start)}};
+    };
+    return pageOf(found.begin(), found.end(), asked, describe);
 }
 
 Timeline ScriptedFootage::timeline(TimeMs start, TimeMs end) const {
@@ -127,24 +115,31 @@ Timeline ScriptedFootage::timeline(TimeMs start, TimeMs end) const {
 }
 
 Reply ScriptedFootage::activity(TimeMs start, TimeMs end, const std::optional<std::string>& filter) const {
-    std::set<std::string> days;
+    auto days = recordedDays(start, end);
     for (const ScriptedEvent& e : events_) {
         const bool isAsked = !filter || filter->empty() || equalKeys(e.name, *filter);
         if (isAsked && e.time >= start && e.time <= openEnd(end)) days.insert(dayOf(e.time));
-    }
-    for (const ScriptedRecord& r : records_) {
-        if (r.end < start || r.start > openEnd(end)) continue;
-        for (TimeMs day = r.start / dayMs * dayMs; day <= r.end; day += dayMs) days.insert(dayOf(day));
     }
     return Reply(days);
 }
 
 Reply ScriptedFootage::calendar() const {
+    return Reply(recordedDays(-1, -1));
+}
+
+std::vector<ScriptedRecord> ScriptedFootage::recordsIn(TimeMs start, TimeMs end) const {
+    std::vector<ScriptedRecord> found;
+    std::copy_if(records_.begin(), records_.end(), std::back_inserter(found),
+                 [&](const ScriptedRecord& r) { return r.end >= start && r.start <= openEnd(end); });
+    return found;
+}
+
+std::set<std::string> ScriptedFootage::recordedDays(TimeMs start, TimeMs end) const {
     std::set<std::string> days;
-    for (const ScriptedRecord& r : records_) {
+    for (const ScriptedRecord& r : recordsIn(start, end)) {
         for (TimeMs day = r.start / dayMs * dayMs; day <= r.end; day += dayMs) days.insert(dayOf(day));
     }
-    return Reply(days);
+    return days;
 }
 
 }  // namespace korvane::test

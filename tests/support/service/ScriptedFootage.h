@@ -62,6 +62,9 @@ class ScriptedFootage {
     Reply calendar() const;
 
   private:
+    std::vector<ScriptedRecord> recordsIn(TimeMs start, TimeMs end) const;
+    std::set<std::string> recordedDays(TimeMs start, TimeMs end) const;
+
     // Both ascending in time.
     std::vector<ScriptedEvent> events_;
     std::vector<ScriptedRecord> records_;

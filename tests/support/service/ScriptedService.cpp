@@ -4,14 +4,10 @@
 #include <utility>
 
 #include "base/UtcTime.h"
-#include "client/Status.h"
 #include "client/TokenExpiryApi.h"
-#include "tests/support/service/ScriptedCamera.h"
 #include "tests/support/service/ScriptedState.h"
 
 namespace korvane::test {
-
-namespace {
 
 std::string base64Url(std::string_view text) {
     constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
@@ -25,8 +21,6 @@ std::string base64Url(std::string_view text) {
     if (count > 0) result += digits[bits << (6 - count) & 63];
     return result;
 }
-
-}  // namespace
 
 class ScriptedService::Connection final : public KorvaneShareConnection {
   public:
@@ -46,7 +40,7 @@ class ScriptedService::Connection final : public KorvaneShareConnection {
     std::int32_t openSync(const std::string& token) override { return openSync(token, ""); }
 
     std::int32_t openSync(const std::string& token, const std::string& sSvcpBaseUrl) override {
-        const std::int32_t status = state_->note(request("openSync", token, sSvcpBaseUrl));
+        const std::int32_t status = note("openSync", token, sSvcpBaseUrl);
         if (status != StatusSuccess) return status;
         if (state_->lifeOf(number_) == State::Life::Ended) return StatusClosed;
         state_->setLife(number_, State::Life::Open);
@@ -55,12 +49,12 @@ class ScriptedService::Connection final : public KorvaneShareConnection {
     }
 
     void update(const std::string& token, const std::string& expire, const std::string& sSvcpBaseUrl) override {
-        state_->note(request("update", token, sSvcpBaseUrl));
+        note("update", token, sSvcpBaseUrl);
         api_->updated(token, expire, sSvcpBaseUrl);
     }
 
     void close() override {
-        state_->note(request("close", "", ""));
+        note("close");
         state_->setLife(number_, State::Life::Ended);
         api_->closed();
         state_->endRequestsOf(number_);
@@ -71,13 +65,8 @@ class ScriptedService::Connection final : public KorvaneShareConnection {
     int number() const { return number_; }
 
   private:
-    ScriptedRequest request(std::string name, const std::string& token, const std::string& baseUrl) const {
-        ScriptedRequest r;
-        r.name = std::move(name);
-        r.connection = number_;
-        r.token = token;
-        r.baseUrl = baseUrl;
-        return r;
+    std::int32_t note(const char* name, const std::string& token = "", const std::string& baseUrl = "") const {
+        return state_->note({{}, name, number_, {}, 0, token, baseUrl});
     }
 
     const std::shared_ptr<State> state_;
@@ -90,26 +79,20 @@ class ScriptedService::CameraList final : public KorvaneCameraList {
     CameraList(std::shared_ptr<State> state, int connection) : state_(std::move(state)), connection_(connection) {}
 
     void getCamera(std::int64_t camid, CameraCompletion onComplete) override {
-        ScriptedRequest r;
-        r.name = "getCamera";
-        r.connection = connection_;
-        r.id = camid;
-        state_->ask(
-            r,
-            [camid](ScriptedFootage& f) {
-                constexpr std::int32_t notFound = 404;
-                return camid == f.camid ? std::pair(Reply(), std::int32_t(StatusSuccess))
-                                        : std::pair(Reply("There is no such camera."), notFound);
-            },
-            [state = state_, connection = connection_, onComplete = std::move(onComplete)](const Reply& reply,
-                                                                                           std::int32_t status) {
-                if (!onComplete) return;
-                if (status == StatusSuccess) {
-                    onComplete(std::make_shared<Camera>(state, connection), "", status);
-                } else {
-                    onComplete(nullptr, reply.is_string() ? reply.get<std::string>() : "", status);
-                }
-            });
+        const auto find = [](ScriptedFootage& f, const ScriptedRequest& r) -> State::Answer {
+            if (r.id == f.camid) return {};
+            return {"There is no such camera.", State::notFound};
+        };
+        const auto give = [state = state_, connection = connection_, onComplete = std::move(onComplete)](
+                              const Reply& reply, std::int32_t status) {
+            if (!onComplete) return;
+            if (status == StatusSuccess) {
+                onComplete(state->makeCamera(connection), "", status);
+            } else {
+                onComplete(nullptr, reply.is_string() ? reply.get<std::string>() : "", status);
+            }
+        };
+        state_->ask({{}, "getCamera", connection_, {}, camid}, find, give);
     }
 
   private:
@@ -167,16 +150,12 @@ std::vector<ScriptedRequest> ScriptedService::held() const {
     return state_->held();
 }
 
-bool ScriptedService::release(std::size_t place) {
-    return state_->release(place);
-}
-
 void ScriptedService::releaseAll() {
-    while (release(0)) continue;
+    state_->releaseAll(false);
 }
 
 void ScriptedService::releaseAllReversed() {
-    for (std::size_t count = held().size(); count > 0; --count) release(count - 1);
+    state_->releaseAll(true);
 }
 
 std::vector<ScriptedRequest> ScriptedService::requests(std::string_view name) const {

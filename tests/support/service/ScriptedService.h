@@ -15,30 +15,27 @@
 
 namespace korvane::test {
 
+/// Base64url without padding.
+std::string base64Url(std::string_view text);
+
 /// One request as it was made. `name` is the function of the surface: "openSync", "update", "close", "getCamera",
 /// "setFullSharedToken", "getEvents", "getEventsSync", "getRecords", "getTimelineThumbnailsFull", "deleteEvent",
 /// "getActivity", "getTimelineSync", "getCalendar". Fields that it does not have keep their defaults.
-struct ScriptedRequest {
-    std::string name;
+struct ScriptedRequest : ScriptedPage {
+    std::string name{};
     /// Counts connections from 1 in the order in which they were made.
     int connection = 0;
-    TimeMs start = -1;
-    TimeMs end = -1;
-    std::optional<std::string> events;
-    int order = 0;
-    std::int64_t limit = 0;
-    std::int64_t offset = 0;
-    std::vector<std::string> originIds;
+    std::optional<std::string> events{};
     /// Camera of getCamera, event of deleteEvent.
     std::int64_t id = 0;
     /// Of openSync, update (the bearer) and setFullSharedToken (the whole token).
-    std::string token;
-    std::string baseUrl;
+    std::string token{};
+    std::string baseUrl{};
 };
 
 /// How one request is answered. As it stands: at once and truly.
 struct Script {
-    /// Waits for release(). A synchronous call blocks its caller meanwhile.
+    /// Waits to be released. A synchronous call blocks its caller meanwhile.
     bool isHeld = false;
     /// Comes that much later.
     std::chrono::milliseconds delay{0};
@@ -88,8 +85,6 @@ class ScriptedService final : public KorvaneService {
 
     /// Requests whose answers are held, in the order of the requests.
     std::vector<ScriptedRequest> held() const;
-    /// Gives the held answer at that place of held(); false when there is none.
-    bool release(std::size_t place);
     /// Gives all held answers, the first request's first.
     void releaseAll();
     /// Gives all held answers, the last request's first.

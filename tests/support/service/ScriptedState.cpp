@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "client/Status.h"
-
 namespace korvane::test {
 
 ScriptedService::State::State(Scheduler& s)
@@ -75,17 +73,13 @@ std::vector<ScriptedRequest> ScriptedService::State::held() const {
     return result;
 }
 
-bool ScriptedService::State::release(std::size_t place) {
+void ScriptedService::State::releaseAll(bool isReversed) {
     const std::lock_guard lock(mutex);
-    for (const PendingPtr& pending : pending_) {
-        if (!pending->script.isHeld) continue;
-        if (place == 0) {
-            giveWithLock(PendingPtr(pending));
-            return true;
-        }
-        --place;
+    auto all = pending_;
+    if (isReversed) std::reverse(all.begin(), all.end());
+    for (const PendingPtr& pending : all) {
+        if (pending->script.isHeld) giveWithLock(pending);
     }
-    return false;
 }
 
 void ScriptedService::State::stop() {
@@ -122,8 +116,7 @@ ScriptedService::State::PendingPtr ScriptedService::State::begin(ScriptedRequest
     } else if (pending->script.reply) {
         pending->answer = {*pending->script.reply, StatusSuccess};
     } else {
-        const auto [reply, status] = compute(footage);
-        pending->answer = {reply, status};
+        pending->answer = compute(footage, pending->request);
         if (pending->script.alter) pending->script.alter(pending->answer.reply);
     }
     pending_.push_back(pending);

@@ -5,12 +5,14 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Semaphore.h"
 #include "base/SerialQueue.h"
 #include "client/ExpiryMonitors.h"
 #include "client/IcuHelpers.h"
+#include "client/Status.h"
 #include "tests/support/service/ScriptedService.h"
 
 namespace korvane::test {
@@ -20,11 +22,21 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
   public:
     enum class Life { Closed, Open, Ended };
 
-    using Compute = std::function<std::pair<Reply, std::int32_t>(ScriptedFootage&)>;
+    static constexpr std::int32_t notFound = 404;
+
+    struct Answer {
+        Answer(Reply theReply = nullptr, std::int32_t theStatus = StatusSuccess)
+            : reply(std::move(theReply)), status(theStatus) {}
+        Reply reply;
+        std::int32_t status;
+    };
+
+    using Compute = std::function<Answer(ScriptedFootage&, const ScriptedRequest&)>;
 
     explicit State(Scheduler& s);
 
     Life lifeOf(int connection) const;
+    std::shared_ptr<KorvaneCamera> makeCamera(int connection);
     void setLife(int connection, Life life);
     int openConnections() const;
     /// Completes what waits of a connection, but for what cannot be stopped.
@@ -38,7 +50,7 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
     std::optional<Reply> askSync(ScriptedRequest request, const Compute& compute);
 
     std::vector<ScriptedRequest> held() const;
-    bool release(std::size_t place);
+    void releaseAll(bool isReversed);
     void stop();
 
     mutable std::mutex mutex;
@@ -53,11 +65,6 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
     const std::shared_ptr<ExpiryMonitors> monitors;
 
   private:
-    struct Answer {
-        Reply reply;
-        std::int32_t status = 0;
-    };
-
     struct Pending {
         ScriptedRequest request;
         Script script;
