@@ -125,37 +125,27 @@ TEST_F(EventFilling, OldestFirstWhatDoesNotFitEndsAtTheLastEntry) {
     EXPECT_EQ(fill(4, {1, 90'000, 500'000, 600'000}, 1, true), "[321].");
 }
 
-TEST_F(EventFilling, GivesAGroupTheFaceOfItsOldestMember) {
+TEST_F(EventFilling, TiesTheMembersToTheirGroup) {
     fill(4, {20000, 15000, 10000}, 4, true);
     const auto group = entry(2)->fields();
-    ASSERT_EQ(group.type, ScrubberEventTypeGroup);
-    EXPECT_EQ(group.identificator, 3);
-    EXPECT_EQ(group.timeAsValue, 10000);
-    EXPECT_EQ(group.start, 5000);
-    EXPECT_EQ(group.end, 65000);
     ASSERT_EQ(group.childs.size(), 3u);
-    EXPECT_EQ(group.childs.front()->timeAsValue(), 10000);
-    EXPECT_EQ(group.childs.back()->timeAsValue(), 20000);
+    EXPECT_EQ(std::tuple(group.identificator, group.timeAsValue, group.start, group.end),
+              std::tuple(3, 10000, 5000, 65000));
     for (const auto& child : group.childs) EXPECT_EQ(child->parent(), entry(2));
 }
 
 TEST_F(EventFilling, KeepsADoorbellOnTheGroup) {
-    const struct {
-        std::vector<std::string> names;
-        const char* name;
-    } cases[] = {
+    provider->enableEventGrouping(true);
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"motion", "sound", "face"}, "face"},
         {{"DoorBell", "motion", "motion"}, "DoorBell"},
         {{"motion", "doorbell", "motion"}, "doorbell"},
         {{"motion", "motion", "DOORBELL"}, "DOORBELL"},
     };
-    for (const auto& c : cases) {
-        provider->enableEventGrouping(true);
+    for (const auto& [names, name] : cases) {
         provider->initStorageForEvents(3);
-        Reply page = Reply::array();
-        for (std::size_t i = 0; i < c.names.size(); ++i) page.push_back(at(static_cast<TimeMs>(9 - i), 1, c.names[i]));
-        provider->fillEventsFromDictionary(page, 3);
-        EXPECT_EQ(entry(1)->name(), c.name);
+        provider->fillEventsFromDictionary({at(9, 1, names[0]), at(8, 1, names[1]), at(7, 1, names[2])}, 3);
+        EXPECT_EQ(entry(1)->name(), name);
     }
 }
 
@@ -191,9 +181,7 @@ class RandomPages : public EventFilling, public ::testing::WithParamInterface<Mo
 
     Reply answerTo(const ScriptedRequest& request) {
         Reply reply;
-        service.withFootage([&](ScriptedFootage& footage) {
-            reply = footage.events({request.start, request.end, request.order, request.limit, request.offset}, {});
-        });
+        service.withFootage([&](ScriptedFootage& footage) { reply = footage.events(request, {}); });
         return reply;
     }
 

@@ -54,30 +54,15 @@ std::vector<std::string> offences(const fs::path& root) {
 }
 
 TEST(NoRealTime, LooksForTheRightWords) {
-    for (const char* line : {
-             "auto t = std::chrono::steady_clock::now();",
-             "std::this_thread::sleep_for(1s);",
-             "    sleep(1);",
-             "condition.wait_for(lock, 1s);",
-             "auto t = std::time(nullptr);",
-             "QTimer::singleShot(0, [] {});",
-             "QTRY_COMPARE(a, b);",
-             "    Timer { interval: 5 }",
-             "let t = Date.now()",
-             "QDateTime::currentDateTimeUtc()",
-         }) {
+    for (const char* line : {"auto t = std::chrono::steady_clock::now();", "std::this_thread::sleep_for(1s);",
+                             "    sleep(1);", "condition.wait_for(lock, 1s);", "auto t = std::time(nullptr);",
+                             "QTimer::singleShot(0, [] {});", "QTRY_COMPARE(a, b);", "    Timer { interval: 5 }",
+                             "let t = Date.now()", "QDateTime::currentDateTimeUtc()"}) {
         EXPECT_TRUE(breaksTheRule(line)) << line;
     }
-    for (const char* line : {
-             "scheduler.utcNow()",
-             "scheduler.monotonicNow()",
-             "semaphore.waitFor(limit)",
-             "// until now (as before)",
-             "int now = 0;",
-             "setTime(5)",
-             "std::optional<std::string> time() const;",
-             "item->uptime (3)",
-         }) {
+    for (const char* line :
+         {"scheduler.utcNow()", "scheduler.monotonicNow()", "semaphore.waitFor(limit)", "// until now (as before)",
+          "int now = 0;", "setTime(5)", "std::optional<std::string> time() const;", "item->uptime (3)"}) {
         EXPECT_FALSE(breaksTheRule(line)) << line;
     }
 }
