@@ -22,7 +22,10 @@ class TokenTest : public testing::Test {
     std::int32_t code = 99;
 };
 
-const std::string future = R"("expires":"2026-01-01T00:00:00Z")";
+// A token of these keys that has not expired.
+std::string whole(const std::string& keys) {
+    return base64Url("{" + keys + R"(,"expires":"2026-01-01T00:00:00Z"})");
+}
 
 TEST_F(TokenTest, BadTokensSayWhatIsWrongAndQuoteNothing) {
     const struct {
@@ -45,23 +48,20 @@ TEST_F(TokenTest, BadTokensSayWhatIsWrongAndQuoteNothing) {
         {base64Url("null"), StatusTokenFormat, "no object"},
         {base64Url("{}"), StatusTokenKeys, "\"token\""},
         {base64Url("{\"token\":\"secret\",\"camid\":7}"), StatusTokenKeys, "\"expires\""},
-        {base64Url("{\"token\":\"secret\"," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {base64Url("{\"token\":7,\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
-        {base64Url("{\"token\":\"\",\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
-        {base64Url("{\"token\":null,\"camid\":7," + future + "}"), StatusTokenKeys, "\"token\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":\"7\"," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":7.5," + future + "}"), StatusTokenKeys, "\"camid\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":18446744073709551615," + future + "}"), StatusTokenKeys,
-         "\"camid\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"expires\":12}"), StatusTokenKeys, "\"expires\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"svcp\":{}," + future + "}"), StatusTokenKeys, "\"svcp\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"api_p\":70000," + future + "}"), StatusTokenKeys, "\"api_p\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"svcp\":\"file:///etc/passwd\"," + future + "}"),
-         StatusTokenKeys, "URL"},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"svcp\":\"http://u:secret@h\"," + future + "}"), StatusTokenKeys,
-         "URL"},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"api\":\"a/b\"," + future + "}"), StatusTokenKeys, "\"api\""},
-        {base64Url("{\"token\":\"secret\",\"camid\":7,\"expires\":\"2023-11-14T22:13:20Z\"}"), StatusTokenExpired,
+        {whole(R"("token":"secret")"), StatusTokenKeys, "\"camid\""},
+        {whole(R"("token":7,"camid":7)"), StatusTokenKeys, "\"token\""},
+        {whole(R"("token":"","camid":7)"), StatusTokenKeys, "\"token\""},
+        {whole(R"("token":null,"camid":7)"), StatusTokenKeys, "\"token\""},
+        {whole(R"("token":"secret","camid":"7")"), StatusTokenKeys, "\"camid\""},
+        {whole(R"("token":"secret","camid":7.5)"), StatusTokenKeys, "\"camid\""},
+        {whole(R"("token":"secret","camid":18446744073709551615)"), StatusTokenKeys, "\"camid\""},
+        {whole(R"("token":"secret","camid":7,"svcp":{})"), StatusTokenKeys, "\"svcp\""},
+        {whole(R"("token":"secret","camid":7,"api_p":70000)"), StatusTokenKeys, "\"api_p\""},
+        {whole(R"("token":"secret","camid":7,"svcp":"file:///etc/passwd")"), StatusTokenKeys, "URL"},
+        {whole(R"("token":"secret","camid":7,"svcp":"http://u:secret@h")"), StatusTokenKeys, "URL"},
+        {whole(R"("token":"secret","camid":7,"api":"a/b")"), StatusTokenKeys, "\"api\""},
+        {base64Url(R"({"token":"secret","camid":7,"expires":12})"), StatusTokenKeys, "\"expires\""},
+        {base64Url(R"({"token":"secret","camid":7,"expires":"2023-11-14T22:13:20Z"})"), StatusTokenExpired,
          "2023-11-14T22:13:20.000Z"},
     };
     for (const auto& c : cases) {
@@ -113,8 +113,7 @@ TEST_F(TokenTest, TheAddressComesFromTheTokenBeforeTheDefaults) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.keys);
-        const Reply token =
-            parse(base64Url(R"({"token":"t","camid":7,)" + future + "," + c.keys + "}"), c.protocol, c.port);
+        const Reply token = parse(whole(R"("token":"t","camid":7,)" + std::string(c.keys)), c.protocol, c.port);
         EXPECT_EQ(code, StatusSuccess) << error;
         EXPECT_EQ(url, c.url);
         EXPECT_EQ(hasPath, c.hasPath);
@@ -123,7 +122,7 @@ TEST_F(TokenTest, TheAddressComesFromTheTokenBeforeTheDefaults) {
         }
     }
     for (const auto& [protocol, port] : {std::pair("ftp", 21), std::pair("https", 0), std::pair("https", 65536)}) {
-        parse(base64Url(R"({"token":"t","camid":7,"api":"host",)" + future + "}"), protocol, port);
+        parse(whole(R"("token":"t","camid":7,"api":"host")"), protocol, port);
         EXPECT_EQ(code, StatusBadCall) << protocol << port;
     }
 }
