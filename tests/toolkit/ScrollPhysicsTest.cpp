@@ -125,6 +125,24 @@ TEST(ScrollPhysics, CatchInTheBandDoesNotJump) {
     EXPECT_NEAR(physics.offset(), caughtAt, 0.5);
 }
 
+TEST(ScrollPhysics, ShrinkingBoundsDoNotMakeItJumpAndAreKeptInTheEnd) {
+    for (const bool isLifted : {false, true}) {
+        auto physics = at(5000);
+        const Point finger = drag(physics, -1.0, 160);
+        if (isLifted) {
+            physics.release(160);
+            physics.advance(50);
+        }
+        const double before = physics.offset();
+        EXPECT_FALSE(physics.setBounds({0, 1000, 400}).scrolled);
+        if (!isLifted) physics.move({finger.x - 0.5, 60}, 176);
+        EXPECT_NEAR(physics.offset(), before, 0.5);
+        physics.release(500);
+        settle(physics, 50);
+        EXPECT_EQ(physics.offset(), 1000);
+    }
+}
+
 TEST(ScrollPhysics, GrowingBoundsFreeABounce) {
     auto physics = at(9'950);
     drag(physics, -2.0, 96);
