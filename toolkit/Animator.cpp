@@ -19,7 +19,7 @@ struct Group {
 
     void leave() {
         if (--pending > 0) return;
-        if (const auto done = std::exchange(completion, nullptr)) done();
+        if (auto done = std::exchange(completion, nullptr)) detail::runGuarded(std::move(done), "Transaction");
         if (outer) outer->leave();
     }
 };

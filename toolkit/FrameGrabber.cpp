@@ -1,5 +1,6 @@
 #include "toolkit/FrameGrabber.h"
 
+#include <QFileInfo>
 #include <atomic>
 #include <string>
 #include <unordered_map>
@@ -18,7 +19,10 @@ using Queue = LoadQueue<int, QImage>;
 // Empty for what the grabber does not open.
 std::string inputFor(const QUrl& url) {
     const QString scheme = url.scheme();
-    if (scheme == QLatin1String("file")) return url.toLocalFile().toStdString();
+    if (scheme == QLatin1String("file")) {
+        const QString file = url.toLocalFile();
+        return QFileInfo(file).isFile() ? file.toStdString() : std::string();  // a pipe would hold the worker
+    }
     if (scheme != QLatin1String("http") && scheme != QLatin1String("https")) return {};
     return url.toEncoded().toStdString();
 }

@@ -152,7 +152,7 @@ void ScrubberView::updateScrubberData() {
 }
 
 void ScrubberView::onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) {
-    if (!scrubberEventsCollectionView_) return;
+    if (!scrubberEventsCollectionView_) return setState(ScrubberStateReady, what.withStatus);
     if (getConfig().eventGrouping() && what.withSizeChangedFrom != what.withSizeChangedTo) {
         scrubberEventsCollectionView_->reloadDataWithCompletion(life().guard([this, what] { reloadRegrouped(what); }));
         return;
