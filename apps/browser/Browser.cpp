@@ -98,11 +98,10 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
 }
 
 void Browser::onListState(int state, int status) {
+    // The strip goes to its live end by itself after a load, without a selection.
+    const bool isLoaded = listState_ == ScrubberStateLoading && state == ScrubberStateReady && status == 0;
     listState_ = state;
     listStatus_ = status;
-    // The strip goes to its live end by itself after a load, without a selection.
-    const bool isLoaded =
-        state == ScrubberStateReady && status == 0 && strip_.view() && strip_.view()->getEventsCount() > 0;
     if (isLoaded && !isListSeen_) {
         isListSeen_ = true;
         goLive();
@@ -193,6 +192,7 @@ QString Browser::message() const {
         case RecordingPlayer::State::Playing:
             return tr("Playing");
         case RecordingPlayer::State::Paused:
+            if (isLive_ && strip_.eventCount() == 0) return tr("No events");
             return isLive_ ? tr("Live end") : tr("Paused");
         case RecordingPlayer::State::Ended:
             return tr("End of the recordings");

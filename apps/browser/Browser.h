@@ -67,9 +67,8 @@ class Browser : public QObject {
     Mood mood() const;
     QStringList rejected() const { return rejected_; }
 
-    /// How the strip's list is: a ScrubberState, and the status of its last load.
-    int listState() const { return listState_; }
-    int listStatus() const { return listStatus_; }
+    /// The list has been loaded since open().
+    bool isListSeen() const { return isListSeen_; }
 
   signals:
     void cameraChanged();

@@ -101,16 +101,20 @@ void RecordingPlayer::load(const Recording& recording, TimeMs position, Then the
     const bool isLoaded = recording_ && recording_->id == recording.id && recording_->url == recording.url &&
                           media_->mediaStatus() != QMediaPlayer::InvalidMedia &&
                           media_->mediaStatus() != QMediaPlayer::NoMedia;
-    // While the source changes, the media player still reports the end of the one before.
+    // While the source changes, the media player still reports on the one before, and perhaps an error of the new one.
     target_.reset();
     recording_.reset();
+    loadError_ = QMediaPlayer::NoError;
     setState(State::Opening);
     if (!isLoaded) media_->setSource(QUrl(QString::fromStdString(recording.url)));
     recording_ = recording;
     target_ = position;
     then_ = then;
     publish(position);
-    onMediaStatus(media_->mediaStatus());
+    if (loadError_ != QMediaPlayer::NoError)
+        onMediaError(loadError_);
+    else
+        onMediaStatus(media_->mediaStatus());
 }
 
 void RecordingPlayer::arrive() {
@@ -168,7 +172,6 @@ void RecordingPlayer::onMediaStatus(QMediaPlayer::MediaStatus status) {
     if (!recording_) return;
     if (target_) {
         const bool isLoading = status == QMediaPlayer::LoadingMedia || status == QMediaPlayer::NoMedia;
-        if (status == QMediaPlayer::InvalidMedia) return fail(textOf(media_->error()), 0);
         if (!isLoading) arrive();
         return;
     }
@@ -177,13 +180,14 @@ void RecordingPlayer::onMediaStatus(QMediaPlayer::MediaStatus status) {
 
 void RecordingPlayer::onMediaPosition(qint64 position) {
     const bool isUnderWay = state_ == State::Playing || state_ == State::Paused;
-    if (isUnderWay && recording_ && !target_) publish(std::min<TimeMs>(recording_->start + position, recording_->end));
+    if (!isUnderWay || !recording_ || target_) return;
+    // At a file's end the media player goes back to its start before it says so; seeks publish their aim themselves.
+    publish(std::clamp<TimeMs>(recording_->start + position, position_, std::max<TimeMs>(position_, recording_->end)));
 }
 
 void RecordingPlayer::onMediaError(QMediaPlayer::Error error) {
-    // An error while the source changes shows in the status, which is looked at afterwards.
-    if (error == QMediaPlayer::NoError || !recording_ || state_ == State::Failed) return;
-    fail(textOf(error), 0);
+    if (!recording_) loadError_ = error;
+    if (recording_ && error != QMediaPlayer::NoError) fail(textOf(error), 0);
 }
 
 void RecordingPlayer::playNext() {

@@ -112,6 +112,7 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     // Where to go in recording_ as soon as it can be sought in.
     std::optional<TimeMs> target_;
     Then then_ = Then::Play;
+    QMediaPlayer::Error loadError_ = QMediaPlayer::NoError;
     std::function<void(TimeMs)> seekOnMain_;
     LifeToken life_;
 };

@@ -23,7 +23,7 @@ void makeDark(ScrubberConfig& config) {
     config.setEventTypeTintColor(QColor(0x9a, 0xa1, 0xab));
     config.setDateTimeTextFont(labelFont(11, QFont::Normal));
     config.setDateTimeTextColor(QColor(0xd6, 0xda, 0xdf));
-    config.setDateTimeFormat(QStringLiteral("EEE HH:mm"));
+    config.setDateTimeFormat(QStringLiteral("EEE HH:mm:ss"));
     config.setLiveViewTextFont(labelFont(13, QFont::Normal));
     config.setLiveViewTextColor(QColor(0x9a, 0xa1, 0xab));
     config.setCellSeparatorWidth(2);

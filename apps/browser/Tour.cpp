@@ -27,7 +27,7 @@ constexpr auto stepBound = 20s;
 constexpr auto settleTime = 250ms;
 constexpr double importedEnough = 0.4;
 constexpr TimeMs playedEnough = 1'200;
-constexpr TimeMs playedSoon = 30'000;
+constexpr double wheelTurn = 2'000;  // points
 
 template <typename Item>
 void collect(QQuickItem* root, std::vector<Item*>& found) {
@@ -65,9 +65,14 @@ QString forged(const QString& token) {
 Tour::Tour(Application& application, std::filesystem::path pictures)
     : application_(application),
       pictures_(std::move(pictures)),
-      hand_(std::make_unique<TourHand>(application.scheduler(), *application.window())) {}
+      hand_(std::make_unique<TourHand>(application.scheduler(), *application.window())) {
+    selection_ = QObject::connect(&application.browser().strip(), &StripHost::selected,
+                                  [this](const std::shared_ptr<ScrubberEvent>& event) { selected_ = event; });
+}
 
-Tour::~Tour() = default;
+Tour::~Tour() {
+    QObject::disconnect(selection_);
+}
 
 int Tour::run(const std::optional<std::string>& token) {
     std::error_code error;
@@ -92,8 +97,11 @@ bool Tour::walk(const std::optional<std::string>& token) {
     } else if (!importFolder()) {
         return false;
     }
-    return seeLiveEnd() && selectEvent("03-event-playing") && flyOver() && seeHead() &&
-           seeInSize(390, 844, "06-narrow") && seeInSize(1680, 720, "07-wide") && (token || refuseToken());
+    if (!seeLiveEnd()) return false;
+    // Footage in which nothing moves: there is no more to see.
+    if (application_.browser().strip().eventCount() == 0) return true;
+    return selectEvent("03-event-playing") && flyOver() && seeHead() && seeInSize(390, 844, "06-narrow") &&
+           seeInSize(1680, 720, "07-wide") && (token || refuseToken());
 }
 
 bool Tour::importFolder() {
@@ -130,12 +138,13 @@ bool Tour::importFolder() {
 
 bool Tour::seeLiveEnd() {
     Browser& browser = application_.browser();
-    if (!wait("the events to load", [&] { return browser.strip().eventCount() > 0 && browser.listState() == 0; }))
-        return false;
+    if (!wait("the events to load", [&] { return browser.isListSeen(); })) return false;
     if (!wait("the newest recording's picture", [&] { return browser.player()->state() == State::Paused; }))
         return false;
+    if (!wait("the previews at the live end", [this] { return isPreviewed(); })) return false;
+    if (!browser.rejected().isEmpty() && !take("02-not-imported")) return false;
     browser.dismissRejected();
-    return wait("the previews at the live end", [this] { return isPreviewed(); }) && take("02-live-end");
+    return take("02-live-end");
 }
 
 bool Tour::selectEvent(const char* picture) {
@@ -143,25 +152,28 @@ bool Tour::selectEvent(const char* picture) {
     if (!wait("an event beside the mark", [this] { return isAtRest() && isPreviewed() && eventBesideMark(); }))
         return false;
     hand_->tap(*eventBesideMark());
-    if (!wait("the selection", [&] { return !application_.browser().isLive() && player.state() == State::Playing; }))
-        return false;
-    const TimeMs from = player.getPosition();
-    const auto isPlaying = [&] { return player.getPosition() >= from + playedEnough && isAtRest() && isPreviewed(); };
-    return wait("the recording to play", isPlaying) && take(picture);
+    const auto isSelected = [&] { return !application_.browser().isLive() && player.state() == State::Playing; };
+    return wait("the selection", isSelected) && watch(picture);
 }
 
 bool Tour::flyOver() {
-    const QQuickItem& strip = *application_.browser().strip().view();
-    const double y = strip.mapToScene({0, strip.height() / 2}).y();
-    const double width = strip.width();
-    for (int stroke = 0; stroke < 4; ++stroke) {
-        hand_->press({width * 0.15, y});
-        hand_->drag({width * 0.85, y}, 12);
-        if (stroke < 3) hand_->release();
-    }
+    const ScrubberView& strip = *application_.browser().strip().view();
+    const QPointF middle = strip.mapToScene({strip.width() / 2, strip.height() / 2});
+    const double wanted = strip.getBaseOffset().x / 2;
+    // Not so far that the mark leaves the events.
+    const QPointF reach(std::min(strip.width() * 0.3, wanted * 0.4), 0);
+    const auto isInMiddle = [&] {
+        const double way = strip.getBaseOffset().x - wanted;
+        if (way >= 1) hand_->wheel(middle, static_cast<int>(std::min(way, wheelTurn)));
+        return way < 1;
+    };
+    if (!wait("the middle of the strip", isInMiddle)) return false;
+    if (!wait("the events in the middle", [this] { return isAtRest() && isPreviewed(); })) return false;
+    hand_->press(middle - reach);
+    hand_->drag(middle + reach, 12);
     if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
         return false;
-    if (!take("04-fly-over")) return false;
+    if (!settle() || !take("04-fly-over")) return false;
     hand_->release();
     RecordingPlayer& player = *application_.browser().player();
     return wait("the event under the mark to play",
@@ -176,17 +188,19 @@ bool Tour::seeHead() {
     const bool isThere = wait("the head of the strip", [&] {
         const bool isStuck = strip.getBaseOffset().x >= before;
         before = strip.getBaseOffset().x;
-        hand_->wheel(middle, 2000);
+        hand_->wheel(middle, static_cast<int>(wheelTurn));
         return isStuck;
     });
+    const auto isFirstSelected = [&] { return isAtRest() && isPreviewed() && selected_ == strip.getEvent(1); };
+    return isThere && wait("the oldest event to be selected", isFirstSelected) && watch("05-head");
+}
+
+bool Tour::watch(const char* picture) {
     RecordingPlayer& player = *application_.browser().player();
-    const auto isPlayingFirst = [&] {
-        const auto first = strip.getEvent(1);
-        const TimeMs from = first ? first->timeAsValue() : -1;
-        return isAtRest() && isPreviewed() && player.state() == State::Playing &&
-               std::abs(player.getPosition() - from) < playedSoon && player.getPosition() > from + playedEnough;
-    };
-    return isThere && wait("the oldest event to play", isPlayingFirst) && take("05-head");
+    if (!wait("the recording to begin", [&] { return player.state() == State::Playing; })) return false;
+    const TimeMs from = player.getPosition();
+    const auto isPlaying = [&] { return player.getPosition() >= from + playedEnough && isAtRest() && isPreviewed(); };
+    return wait("the recording to play", isPlaying) && settle() && take(picture);
 }
 
 bool Tour::seeInSize(int width, int height, const char* picture) {
@@ -203,7 +217,7 @@ bool Tour::refuseToken() {
     application_.browser().open(forged(QString::fromStdString(started_->token)),
                                 QString::fromStdString(started_->cameraName));
     const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
-    return wait("the service to refuse a forged token", isRefused) && take("08-token-refused");
+    return wait("the service to refuse a forged token", isRefused) && settle() && take("08-token-refused");
 }
 
 std::optional<QPointF> Tour::eventBesideMark() const {
@@ -239,6 +253,13 @@ bool Tour::isAtRest() const {
 bool Tour::wait(const char* what, const std::function<bool()>& done) {
     return pumpEventsUntil(application_.scheduler(), done, stepBound) ||
            fail(std::string("waited in vain for ") + what);
+}
+
+bool Tour::settle() {
+    // Short animations of the interface come to their end.
+    pumpEventsUntil(
+        application_.scheduler(), [] { return false; }, settleTime);
+    return true;
 }
 
 bool Tour::take(const char* name) {

@@ -38,6 +38,7 @@ class Tour {
     bool selectEvent(const char* picture);
     bool flyOver();
     bool seeHead();
+    bool watch(const char* picture);
     bool seeInSize(int width, int height, const char* picture);
     bool refuseToken();
 
@@ -45,6 +46,7 @@ class Tour {
     bool isPreviewed() const;
     bool isAtRest() const;
     bool wait(const char* what, const std::function<bool()>& done);
+    bool settle();
     bool take(const char* name);
     bool fail(const std::string& what);
 
@@ -52,6 +54,8 @@ class Tour {
     const std::filesystem::path pictures_;
     std::unique_ptr<TourHand> hand_;
     std::optional<FootageService::Started> started_;
+    QMetaObject::Connection selection_;
+    std::shared_ptr<ScrubberEvent> selected_;
     QStringList taken_;
     std::string failure_;
     bool hasNothing_ = false;

@@ -32,7 +32,6 @@ Item {
     ScrubberView {
         id: strip
 
-        objectName: "strip"
         anchors.bottom: parent.bottom
         width: parent.width
         height: Theme.stripHeight

@@ -6,6 +6,7 @@ Rectangle {
     id: stage
 
     required property Browser browser
+    readonly property bool hasPicture: video.hasFrame && video.visible
 
     color: Theme.stage
 
@@ -13,13 +14,14 @@ Rectangle {
         id: video
 
         anchors.fill: parent
+        visible: stage.browser.player.state !== RecordingPlayer.Idle
         sink: stage.browser.player.sink
     }
     // A still picture that is not the live one steps back.
     Rectangle {
         anchors.fill: parent
         color: "#000000"
-        opacity: stage.browser.isFlyingOver ? 0.55 : liveCaption.visible ? 0.35 : 0
+        opacity: stage.browser.isFlyingOver ? 0.55 : liveCaption.visible || faultCaption.visible ? 0.55 : 0
         Behavior on opacity { NumberAnimation { duration: 120 } }
     }
     MouseArea {
@@ -28,15 +30,23 @@ Rectangle {
     }
     Label {
         anchors.centerIn: parent
-        visible: !video.hasFrame
-        text: stage.browser.mood === Browser.Fault ? "" : "No picture"
+        visible: !stage.hasPicture && !faultCaption.visible
+        text: stage.browser.mood === Browser.Busy ? "" : "No picture"
         color: Theme.faint
+    }
+    Caption {
+        id: faultCaption
+
+        anchors.centerIn: parent
+        visible: stage.browser.mood === Browser.Fault && !stage.browser.isFlyingOver
+        title: "Nothing to play"
+        text: stage.browser.message
     }
     Caption {
         id: liveCaption
 
         anchors.centerIn: parent
-        visible: stage.browser.isLive && !stage.browser.isFlyingOver && video.hasFrame
+        visible: stage.browser.isLive && !stage.browser.isFlyingOver && stage.hasPicture && !faultCaption.visible
                  && stage.browser.player.state !== RecordingPlayer.Playing
         title: "Live"
         text: "There is no live picture. This is the newest recording."

@@ -19,7 +19,7 @@ Item {
         x: Theme.unit
 
         IconButton {
-            objectName: "playButton"
+            enabled: transport.browser.player.state !== RecordingPlayer.Idle
             shape: transport.browser.player.state === RecordingPlayer.Playing ? Glyph.Pause : Glyph.Play
             onClicked: transport.browser.togglePlaying()
         }
@@ -34,11 +34,10 @@ Item {
         anchors.horizontalCenter: parent.horizontalCenter
         y: 10
         height: 26
-        text: transport.browser.time.length > 0 ? transport.browser.time : "--:--:--"
+        text: transport.browser.time
         font.pixelSize: 22
         font.letterSpacing: 0.5
-        color: transport.browser.isFlyingOver ? Theme.accent
-             : transport.browser.time.length > 0 ? Theme.text : Theme.faint
+        color: transport.browser.isFlyingOver ? Theme.accent : Theme.text
     }
     Label {
         anchors.horizontalCenter: parent.horizontalCenter

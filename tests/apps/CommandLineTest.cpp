@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+
+#include "apps/browser/BrowserCommandLine.h"
+#include "tests/server/TempFolder.h"
+
+namespace korvane {
+namespace {
+
+TEST(BrowserCommandLine, TakesAFolderOrAToken) {
+    struct Case {
+        std::vector<std::string> words;
+        std::string folder;
+        std::string token;
+        std::string capture;
+    };
+    for (const Case& c : std::vector<Case>{
+             {{"films"}, "films", "", ""},
+             {{"films", "--capture", "out"}, "films", "", "out"},
+             {{"--capture=out", "films"}, "films", "", "out"},
+             {{"--token", "abc"}, "", "abc", ""},
+             {{"--token=a=b"}, "", "a=b", ""},
+             {{"--", "-films"}, "-films", "", ""},
+             {{"-"}, "-", "", ""},
+         }) {
+        const auto line = readBrowserCommandLine(c.words);
+        EXPECT_EQ(line.error, "") << c.words.front();
+        EXPECT_EQ(line.arguments.folder.value_or("").string(), c.folder) << c.words.front();
+        EXPECT_EQ(line.arguments.token, c.token) << c.words.front();
+        EXPECT_EQ(line.arguments.capture.value_or("").string(), c.capture) << c.words.front();
+    }
+    EXPECT_TRUE(readBrowserCommandLine({"--help"}).arguments.help);
+}
+
+TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {},
+             {""},
+             {"a", "b"},
+             {"--token"},
+             {"--token="},
+             {"films", "--token", "s3cret"},
+             {"--tokens=s3cret"},
+             {"films", "--capture"},
+             {"-x"},
+             {"--capture", "out"},
+         }) {
+        const auto line = readBrowserCommandLine(words);
+        EXPECT_NE(line.error, "") << words.size();
+        EXPECT_EQ(line.error.find("s3cret"), std::string::npos) << line.error;
+    }
+}
+
+TEST(FolderFault, TellsFoldersThatCannotBeBrowsed) {
+    const TempFolder folder;
+    std::filesystem::create_directories(folder / "empty/inner");
+    folder.write("hidden/.korvane/camera.db", "x");
+    folder.write("deep/inner/film.mp4", "x");
+    folder.write("file.mp4", "x");
+    EXPECT_NE(folderFault(folder / "missing").find("no folder"), std::string::npos);
+    EXPECT_NE(folderFault(folder / "file.mp4").find("no folder"), std::string::npos);
+    EXPECT_NE(folderFault(folder / "empty").find("empty"), std::string::npos);
+    EXPECT_NE(folderFault(folder / "hidden").find("empty"), std::string::npos);
+    EXPECT_EQ(folderFault(folder / "deep"), "");
+}
+
+}  // namespace
+}  // namespace korvane

@@ -1,0 +1,43 @@
+#include "tests/apps/PlayerFixture.h"
+
+#include "apps/browser/EventPump.h"
+#include "base/UtcTime.h"
+#include "tests/server/TestClip.h"
+
+namespace korvane::test {
+
+void PlayerFixture::SetUp() {
+    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
+    first = parseUtc("2026-11-18T07:00:00Z").value();
+    second = first + length;
+    last = first + 600'000;
+    for (const char* file : {firstFile, "20261118_070003.mp4", lastFile}) {
+        TestClip clip;
+        clip.seconds = static_cast<int>(length / 1000);
+        clip.movements = {{1, 2}};
+        clip.write(folder / file);
+    }
+    std::string fault;
+    footage = std::make_unique<FootageService>(
+        scheduler, FootageService::Handlers{[](const auto&) {}, [this](const auto& started) { token = started.token; },
+                                            [&](const std::string& reason) { fault = reason; }});
+    footage->start(folder.path());
+    ASSERT_TRUE(until([&] { return !token.empty() || !fault.empty(); }));
+    ASSERT_EQ(fault, "");
+    link.emplace(scheduler, service);
+    link->open(token, [this](const auto& opened, const std::string&, std::int32_t) { camera = opened; });
+    ASSERT_TRUE(until([this] { return camera != nullptr; }));
+    player.emplace(scheduler, service.helpers());
+    player->setCamera(camera);
+}
+
+void PlayerFixture::TearDown() {
+    player.reset();
+    link.reset();
+}
+
+bool PlayerFixture::until(const std::function<bool()>& done) {
+    return pumpEventsUntil(scheduler, done, std::chrono::seconds(60));
+}
+
+}  // namespace korvane::test

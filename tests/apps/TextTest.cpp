@@ -1,0 +1,47 @@
+#include <gtest/gtest.h>
+
+#include "apps/browser/LogRedaction.h"
+#include "apps/browser/StatusText.h"
+#include "client/Status.h"
+
+namespace korvane {
+namespace {
+
+TEST(Redacted, HidesWhatOpensACamera) {
+    for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
+             {"", ""},
+             {"all is well", "all is well"},
+             {"cannot open http://h/v?access=abc-_.D%3D", "cannot open http://h/v?access=..."},
+             {"\"http://h/v?access=abc&limit=1\" and access=x.", "\"http://h/v?access=...&limit=1\" and access=..."},
+             {"access=", "access=..."},
+         }) {
+        EXPECT_EQ(redacted(text), expected);
+    }
+}
+
+TEST(StatusText, TellsThePlacesOfFailureApart) {
+    EXPECT_NE(statusText(401), statusText(403));
+    EXPECT_NE(statusText(StatusTransportFailed), statusText(StatusTimedOut));
+    EXPECT_EQ(statusText(500), statusText(503));
+    EXPECT_FALSE(statusText(-12345).isEmpty());
+}
+
+TEST(StatusText, WritesCountsAndDurations) {
+    EXPECT_EQ(countText(0), "0 events");
+    EXPECT_EQ(countText(1), "1 event");
+    EXPECT_EQ(countText(1'000'000), "1,000,000 events");
+    for (const auto& [duration, expected] : std::vector<std::pair<std::int64_t, QString>>{
+             {0, "0 s"},
+             {59'999, "59 s"},
+             {60'000, "1 min"},
+             {3'600'000, "1 h"},
+             {3'900'000, "1 h 5 min"},
+             {47LL * 3'600'000, "47 h"},
+             {48LL * 3'600'000, "2 days"},
+         }) {
+        EXPECT_EQ(durationText(duration), expected);
+    }
+}
+
+}  // namespace
+}  // namespace korvane
