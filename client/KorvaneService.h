@@ -14,7 +14,8 @@ class KorvaneService {
   public:
     virtual ~KorvaneService() = default;
 
-    virtual const KorvaneHelpers& helpers() const = 0;
+    /// Never null; they may be held beyond the service, so that work which is still under way at its end can use them.
+    virtual std::shared_ptr<const KorvaneHelpers> helpers() const = 0;
 
     /// A new closed connection.
     virtual std::shared_ptr<KorvaneShareConnection> makeConnection() = 0;

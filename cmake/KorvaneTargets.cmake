@@ -19,6 +19,11 @@ if(KORVANE_SANITIZE)
   add_link_options(-fsanitize=${KORVANE_SANITIZE})
 endif()
 
+# g++ 12 takes "text" + string for an overlapping copy once it optimises.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options(-Wno-restrict)
+endif()
+
 # korvane_target(NAME): the compile rules of this repository for a target that exists.
 function(korvane_target name)
   target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")

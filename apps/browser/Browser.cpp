@@ -25,7 +25,7 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
     : QObject(parent),
       scheduler_(scheduler),
       service_(service),
-      player_(scheduler, service.helpers()),
+      player_(scheduler, *service.helpers()),
       link_(scheduler, service),
       strip_(scheduler, player_) {
     connectParts();
@@ -117,7 +117,7 @@ void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     emit selectionChanged();
     // A slot that is not filled yet is selected once more when its page has come.
     if (type != ScrubberEventTypeItem && type != ScrubberEventTypeGroup) return player_.pause();
-    player_.open(momentOf(*event, service_.helpers()), RecordingPlayer::Then::Play);
+    player_.open(momentOf(*event, *service_.helpers()), RecordingPlayer::Then::Play);
 }
 
 void Browser::goLive() {
@@ -163,7 +163,7 @@ TimeMs Browser::shownTime() const {
 
 QString Browser::format(TimeMs time, const char* pattern) const {
     if (time < 0) return {};
-    return QString::fromStdString(service_.helpers().formatTime(time, pattern, zone_.toStdString()));
+    return QString::fromStdString(service_.helpers()->formatTime(time, pattern, zone_.toStdString()));
 }
 
 QString Browser::time() const {

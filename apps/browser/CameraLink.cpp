@@ -35,7 +35,7 @@ void CameraLink::open(const std::string& token, Opened opened) {
     std::int32_t code = 0;
     std::string fault;
     const Reply parsed =
-        service_.helpers().parseToken(token, usualProtocol, usualPort, baseUrl, isPathIncluded, code, fault);
+        service_.helpers()->parseToken(token, usualProtocol, usualPort, baseUrl, isPathIncluded, code, fault);
     if (parsed.is_null()) return onMain(nullptr, fault, code);
 
     connection_ = service_.makeConnection();

@@ -6,7 +6,7 @@
 namespace korvane {
 
 HttpService::HttpService(Scheduler& scheduler, const HttpOptions& options)
-    : helpers_(scheduler),
+    : helpers_(std::make_shared<const IcuHelpers>(scheduler)),
       engine_(std::make_shared<HttpSession::Engine>(scheduler, options)),
       monitors_(std::make_shared<ExpiryMonitors>(scheduler)) {}
 
@@ -16,7 +16,7 @@ HttpService::~HttpService() {
     monitors_->end();
 }
 
-const KorvaneHelpers& HttpService::helpers() const {
+std::shared_ptr<const KorvaneHelpers> HttpService::helpers() const {
     return helpers_;
 }
 

@@ -27,13 +27,13 @@ class HttpService final : public KorvaneService {
     HttpService(const HttpService&) = delete;
     HttpService& operator=(const HttpService&) = delete;
 
-    const KorvaneHelpers& helpers() const override;
+    std::shared_ptr<const KorvaneHelpers> helpers() const override;
     std::shared_ptr<KorvaneShareConnection> makeConnection() override;
     std::shared_ptr<KorvaneCameraList> makeCameraList(
         const std::shared_ptr<KorvaneShareConnection>& connection) override;
 
   private:
-    const IcuHelpers helpers_;
+    const std::shared_ptr<const IcuHelpers> helpers_;
     const std::shared_ptr<HttpSession::Engine> engine_;
     const std::shared_ptr<ExpiryMonitors> monitors_;
 };

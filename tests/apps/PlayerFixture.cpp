@@ -27,7 +27,7 @@ void PlayerFixture::SetUp() {
     link.emplace(scheduler, service);
     link->open(token, [this](const auto& opened, const std::string&, std::int32_t) { camera = opened; });
     ASSERT_TRUE(until([this] { return camera != nullptr; }));
-    player.emplace(scheduler, service.helpers());
+    player.emplace(scheduler, *service.helpers());
     player->setCamera(camera);
 }
 

@@ -110,7 +110,7 @@ TEST_F(RecordingPlayerTest, AServiceThatIsGoneIsAFailureWithItsStatus) {
 TEST_F(RecordingPlayerTest, MayGoWhileAnAnswerIsOnItsWay) {
     for (int time = 0; time < 20; ++time) {
         player->open(first + time * 100, Then::Play);
-        player.emplace(scheduler, service.helpers());
+        player.emplace(scheduler, *service.helpers());
         player->setCamera(camera);
     }
     player->open(first, Then::Pause);

@@ -83,7 +83,7 @@ class LocalServiceTest : public testing::Test {
         std::string url, error;
         bool hasPath = false;
         std::int32_t code = 0;
-        const Reply parsed = service.helpers().parseToken(token, "https", 443, url, hasPath, code, error);
+        const Reply parsed = service.helpers()->parseToken(token, "https", 443, url, hasPath, code, error);
         EXPECT_EQ(code, StatusSuccess) << error;
         auto connection = service.makeConnection();
         connection->setIsPathIncluded(hasPath);

@@ -217,7 +217,7 @@ TEST_F(ScrubberViewTest, TokenWarningReachesTheHostAndQml) {
     int signalled = 0;
     QObject::connect(view_.get(), &ScrubberView::sharedTokenWillExpireIn, [&](qint64) { ++signalled; });
     const TimeMs soon = ui_.scheduler().utcNow() + 4 * 60'000;
-    const auto expires = service_.helpers().formatTimeWithSSS(soon);
+    const auto expires = service_.helpers()->formatTimeWithSSS(soon);
     ASSERT_EQ(view_->setSource(QString::fromStdString(service_.makeToken(7, expires))), 0);
     ui_.advance(6s);
     EXPECT_GE(host_.count("expires"), 1U);

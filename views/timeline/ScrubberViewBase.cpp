@@ -263,7 +263,7 @@ bool ScrubberViewBase::tellHost(EventCallback callback, EventSignal signal,
 QString ScrubberViewBase::formatTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const {
     if (!environment_.service) return {};
     return QString::fromStdString(
-        environment_.service->helpers().formatTime_AMPM(time, withFormat.toStdString(), withTimezone.toStdString()));
+        environment_.service->helpers()->formatTime_AMPM(time, withFormat.toStdString(), withTimezone.toStdString()));
 }
 
 std::int32_t ScrubberViewBase::OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) {

@@ -179,8 +179,8 @@ int ScriptedService::openConnections() const {
     return state_->openConnections();
 }
 
-const KorvaneHelpers& ScriptedService::helpers() const {
-    return state_->helpers;
+std::shared_ptr<const KorvaneHelpers> ScriptedService::helpers() const {
+    return {state_, &state_->helpers};
 }
 
 std::shared_ptr<KorvaneShareConnection> ScriptedService::makeConnection() {

@@ -98,7 +98,7 @@ class ScriptedService final : public KorvaneService {
     /// Connections that were opened and neither closed nor dropped.
     int openConnections() const;
 
-    const KorvaneHelpers& helpers() const override;
+    std::shared_ptr<const KorvaneHelpers> helpers() const override;
     std::shared_ptr<KorvaneShareConnection> makeConnection() override;
     std::shared_ptr<KorvaneCameraList> makeCameraList(
         const std::shared_ptr<KorvaneShareConnection>& connection) override;

@@ -26,7 +26,11 @@ struct ScrubberSourceBinding::ParsedToken {
 };
 
 ScrubberSourceBinding::ScrubberSourceBinding(std::string_view classPath, Scheduler& scheduler, KorvaneService& service)
-    : classPath_(classPath), scheduler_(scheduler), service_(service), listLock_(scheduler) {}
+    : classPath_(classPath),
+      scheduler_(scheduler),
+      service_(service),
+      helpers_(service.helpers()),
+      listLock_(scheduler) {}
 
 void ScrubberSourceBinding::setDelegate(const std::shared_ptr<ScrubberDataProviderDelegate>& delegate) {
     const std::lock_guard guard(mutex_);

@@ -97,7 +97,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
 
     std::string_view classPath() const { return classPath_; }
     Scheduler& scheduler() { return scheduler_; }
-    const KorvaneHelpers& helpers() const { return service_.helpers(); }
+    const KorvaneHelpers& helpers() const { return *helpers_; }
 
     void tellReload(std::int32_t status, std::int32_t andState) const;
 
@@ -140,6 +140,8 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     const std::string classPath_;
     Scheduler& scheduler_;
     KorvaneService& service_;
+    // Held, since a fill may still run when the service goes.
+    const std::shared_ptr<const KorvaneHelpers> helpers_;
     RecursiveLock listLock_;
     std::atomic<bool> isClosing_ = false;
     std::atomic<bool> eventGrouping_ = false;
