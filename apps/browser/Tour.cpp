@@ -25,6 +25,7 @@ using State = RecordingPlayer::State;
 constexpr auto importBound = 600s;
 constexpr auto stepBound = 20s;
 constexpr auto settleTime = 250ms;
+constexpr auto stillTime = 500ms;
 constexpr double importedEnough = 0.4;
 constexpr TimeMs playedEnough = 1'200;
 constexpr double wheelTurn = 2'000;  // points
@@ -50,6 +51,10 @@ bool isEvent(const ScrubberCell& cell) {
 
 double centreOf(const QQuickItem& item) {
     return item.mapToScene(QPointF(item.width() / 2, 0)).x();
+}
+
+QPointF markOf(const QQuickItem& strip) {
+    return strip.mapToScene({strip.width() / 2, strip.height() / 2});
 }
 
 // The same token, signed by nobody.
@@ -100,8 +105,8 @@ bool Tour::walk(const std::optional<std::string>& token) {
     if (!seeLiveEnd()) return false;
     // Footage in which nothing moves: there is no more to see.
     if (application_.browser().strip().eventCount() == 0) return true;
-    return selectEvent("03-event-playing") && flyOver() && seeHead() && seeInSize(390, 844, "06-narrow") &&
-           seeInSize(1680, 720, "07-wide") && (token || refuseToken());
+    return goToMiddle() && selectEvent("03-event-playing") && flyOver() && seeHead() &&
+           seeInSize(390, 844, "06-narrow") && seeInSize(1680, 720, "07-wide") && (token || refuseToken());
 }
 
 bool Tour::importFolder() {
@@ -148,27 +153,42 @@ bool Tour::seeLiveEnd() {
 }
 
 bool Tour::selectEvent(const char* picture) {
-    RecordingPlayer& player = *application_.browser().player();
-    if (!wait("an event beside the mark", [this] { return isAtRest() && isPreviewed() && eventBesideMark(); }))
-        return false;
-    hand_->tap(*eventBesideMark());
-    const auto isSelected = [&] { return !application_.browser().isLive() && player.state() == State::Playing; };
-    return wait("the selection", isSelected) && watch(picture);
+    const ScrubberCell* cell = nullptr;
+    double x = 0;
+    auto since = application_.scheduler().monotonicNow();
+    // The strip may still be on its way to where it rests: a cell that stays in its place for a while can be hit.
+    const auto isReady = [&] {
+        const auto now = application_.scheduler().monotonicNow();
+        const ScrubberCell* nearest = isAtRest() && isPreviewed() ? eventBesideMark() : nullptr;
+        const double place = nearest ? centreOf(*nearest) : 0;
+        if (nearest != cell || place != x) since = now;
+        cell = nearest;
+        x = place;
+        return cell && now - since > stillTime;
+    };
+    if (!wait("an event beside the mark", isReady)) return false;
+    const auto event = cell->getEvent();
+    hand_->tap(cell->mapToScene({cell->width() / 2, cell->height() / 2}));
+    return wait("the selection", [&] { return selected_ == event; }) && watch(picture);
+}
+
+bool Tour::goToMiddle() {
+    const ScrubberView& strip = *application_.browser().strip().view();
+    const double wanted = strip.getBaseOffset().x / 2;
+    const auto isInMiddle = [&] {
+        const double way = strip.getBaseOffset().x - wanted;
+        if (way >= 1) hand_->wheel(markOf(strip), static_cast<int>(std::min(way, wheelTurn)));
+        return way < 1;
+    };
+    return wait("the middle of the strip", isInMiddle) &&
+           wait("the events in the middle", [this] { return isAtRest() && isPreviewed(); });
 }
 
 bool Tour::flyOver() {
     const ScrubberView& strip = *application_.browser().strip().view();
-    const QPointF middle = strip.mapToScene({strip.width() / 2, strip.height() / 2});
-    const double wanted = strip.getBaseOffset().x / 2;
+    const QPointF middle = markOf(strip);
     // Not so far that the mark leaves the events.
-    const QPointF reach(std::min(strip.width() * 0.3, wanted * 0.4), 0);
-    const auto isInMiddle = [&] {
-        const double way = strip.getBaseOffset().x - wanted;
-        if (way >= 1) hand_->wheel(middle, static_cast<int>(std::min(way, wheelTurn)));
-        return way < 1;
-    };
-    if (!wait("the middle of the strip", isInMiddle)) return false;
-    if (!wait("the events in the middle", [this] { return isAtRest() && isPreviewed(); })) return false;
+    const QPointF reach(std::min(strip.width() * 0.3, strip.getBaseOffset().x * 0.4), 0);
     hand_->press(middle - reach);
     hand_->drag(middle + reach, 12);
     if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
@@ -182,13 +202,12 @@ bool Tour::flyOver() {
 
 bool Tour::seeHead() {
     ScrubberView& strip = *application_.browser().strip().view();
-    const QPointF middle = strip.mapToScene({strip.width() / 2, strip.height() / 2});
     // The first entries may still load while the wheel turns, so it turns until the strip no longer follows.
     double before = strip.getBaseOffset().x + 1;
     const bool isThere = wait("the head of the strip", [&] {
         const bool isStuck = strip.getBaseOffset().x >= before;
         before = strip.getBaseOffset().x;
-        hand_->wheel(middle, static_cast<int>(wheelTurn));
+        hand_->wheel(markOf(strip), static_cast<int>(wheelTurn));
         return isStuck;
     });
     const auto isFirstSelected = [&] { return isAtRest() && isPreviewed() && selected_ == strip.getEvent(1); };
@@ -220,15 +239,15 @@ bool Tour::refuseToken() {
     return wait("the service to refuse a forged token", isRefused) && settle() && take("08-token-refused");
 }
 
-std::optional<QPointF> Tour::eventBesideMark() const {
+const ScrubberCell* Tour::eventBesideMark() const {
     QQuickItem* strip = application_.browser().strip().view();
-    const QPointF mark = strip->mapToScene({strip->width() / 2, strip->height() / 2});
-    std::optional<QPointF> nearest;
+    const double mark = markOf(*strip).x();
+    const ScrubberCell* nearest = nullptr;
     for (const ScrubberCell* cell : itemsIn<ScrubberCell>(strip)) {
         const double centre = centreOf(*cell);
         // Left of the mark, and with room for a finger.
-        if (!isEvent(*cell) || centre > mark.x() - cell->width() / 2 || centre < 8) continue;
-        if (!nearest || centre > nearest->x()) nearest = QPointF(centre, mark.y());
+        if (!isEvent(*cell) || centre > mark - cell->width() / 2 || centre < 8) continue;
+        if (!nearest || centre > centreOf(*nearest)) nearest = cell;
     }
     return nearest;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QPointF>
 #include <QString>
 #include <QStringList>
 #include <chrono>
@@ -14,6 +13,7 @@
 
 namespace korvane {
 
+class ScrubberCell;
 class TourHand;
 
 /// Goes through the application as a person would, with the pointer, and takes pictures. Each step waits for what it
@@ -36,13 +36,14 @@ class Tour {
     bool importFolder();
     bool seeLiveEnd();
     bool selectEvent(const char* picture);
+    bool goToMiddle();
     bool flyOver();
     bool seeHead();
     bool watch(const char* picture);
     bool seeInSize(int width, int height, const char* picture);
     bool refuseToken();
 
-    std::optional<QPointF> eventBesideMark() const;
+    const ScrubberCell* eventBesideMark() const;
     bool isPreviewed() const;
     bool isAtRest() const;
     bool wait(const char* what, const std::function<bool()>& done);
