@@ -54,6 +54,8 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
         if (oddCell) return oddCell(item);
         auto* cell = static_cast<NumberCell*>(view.dequeueReusableCell(QStringLiteral("cell"), item));
         EXPECT_EQ(cell->number, -1) << "a recycled cell was not prepared";
+        const auto frame = view.layoutAttributesForItemAtIndexPath(item);
+        EXPECT_TRUE(frame && cell->width() == frame->width) << "a cell is filled before it has its size";
         cell->number = item.value_or(-1) + base;
         ++filled;
         if (onFill) onFill();
