@@ -62,8 +62,8 @@ TEST_F(PagedWindow, MakesTheListWithTheFirstPage) {
     const auto all = provider->getEvents();
     ASSERT_EQ(all.size(), 252u);
     EXPECT_EQ(all[151], entry(151));
-    EXPECT_EQ(provider->OnScrubberFindEventByTime(entry(200)->timeAsValue()), 200);
-    EXPECT_EQ(provider->OnScrubberFindEventByTime(12345), -1);
+    EXPECT_EQ(provider->OnScrubberFindEvent(ScrubberEventQuery::at(entry(200)->timeAsValue())), 200);
+    EXPECT_EQ(provider->OnScrubberFindEvent(ScrubberEventQuery::at(12345)), -1);
 }
 
 TEST_F(PagedWindow, FetchesThePageAroundAnIndex) {

@@ -110,9 +110,9 @@ std::vector<std::shared_ptr<ScrubberEvent>> ScrubberEntries::all() const {
     return entries;
 }
 
-std::int64_t ScrubberEntries::find(TimeMs timeAsValue) const {
+std::int64_t ScrubberEntries::find(const ScrubberEventQuery& query) const {
     std::int64_t index = -1;
-    if (const auto from = list()) ask([&] { index = from->OnScrubberFindEventByTime(timeAsValue); });
+    if (const auto from = list()) ask([&] { index = from->OnScrubberFindEvent(query); });
     return index;
 }
 

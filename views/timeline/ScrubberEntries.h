@@ -32,8 +32,8 @@ class ScrubberEntries {
     std::shared_ptr<ScrubberEvent> at(std::int64_t index) const;
     /// The provider's list; of the host's own, all entries but the head.
     std::vector<std::shared_ptr<ScrubberEvent>> all() const;
-    /// Index of the first entry with exactly this moment; -1 when there is none.
-    std::int64_t find(TimeMs timeAsValue) const;
+    /// Index of the first entry that fits; -1 when there is none.
+    std::int64_t find(const ScrubberEventQuery& query) const;
 
   private:
     struct Binding {

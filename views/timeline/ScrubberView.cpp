@@ -234,7 +234,7 @@ void ScrubberView::scrollToPosition(bool notify, double withFixedAnimationTime) 
 
 void ScrubberView::scrollToEntryOfPosition(bool notify, double withFixedAnimationTime, std::int64_t count) {
     if (!scrubberEventsCollectionView_) return;
-    const std::int64_t index = entries().find(positionTime());
+    const std::int64_t index = entries().find(ScrubberEventQuery::at(positionTime()));
     if (index < 0 || index >= count) return;
     const QPointer<ScrubberView> self(this);  // a step of a drag is told, so the host may destroy the view
     scrubberEventsCollectionView_->scrollToItemAtIndexPath(index, CollectionViewScrollPosition::Right, false);

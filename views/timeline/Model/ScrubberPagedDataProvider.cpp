@@ -67,9 +67,8 @@ std::int32_t ScrubberPagedDataProvider::OnScrubberDeleteEvent(const std::shared_
     return -1;
 }
 
-std::int64_t ScrubberPagedDataProvider::OnScrubberFindEventByTime(TimeMs timeAsValue) {
-    const auto found = events_.findEntry(
-        [&](const ScrubberEvent& event) { return isClosing() || event.timeAsValue() == timeAsValue; });
+std::int64_t ScrubberPagedDataProvider::OnScrubberFindEvent(const ScrubberEventQuery& query) {
+    const auto found = events_.findEntry([&](const ScrubberEvent& event) { return isClosing() || query.fits(event); });
     return found && !isClosing() ? static_cast<std::int64_t>(*found) : -1;
 }
 

@@ -30,8 +30,7 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     /// The list cannot be edited yet: -1.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
 
-    /// Looks at entries that have been made only.
-    std::int64_t OnScrubberFindEventByTime(TimeMs timeAsValue) override;
+    std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) override;
 
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() override;
     /// Deletion cannot be asked for yet: -1, and the completion is not called.

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
 #include "base/Time.h"
 #include "views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "views/timeline/ScrubberCommon/ScrubberEventQuery.h"
 
 namespace korvane {
 
@@ -20,15 +22,45 @@ class ScrubberDataSourceDelegate {
     /// The entry at an index; null for a negative index or one past the end.
     virtual std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) = 0;
 
-    /// Index of the first entry of that moment, or -1. This default asks for one entry after the other; a source that
-    /// makes entries only when asked for them does better by not asking.
-    virtual std::int64_t OnScrubberFindEventByTime(TimeMs timeAsValue) {
+    /// Index of the first entry that fits, or -1. This default, like the two after it, asks for one entry after the
+    /// other; a source that makes entries only when asked for them does better by not asking.
+    virtual std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) {
+        const std::int64_t count = OnScrubberGetEventsCount();
+        for (std::int64_t i = std::max<std::int64_t>(query.fromIndex, 0); i < count; ++i) {
+            const auto event = OnScrubberGetEventByIndex(i);
+            if (event && query.fits(*event)) return i;
+        }
+        return -1;
+    }
+
+    /// Index of the first entry that is of the moment `position` or covers it, its end excluded; -1 without one.
+    virtual std::int64_t OnScrubberFindEventByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
-            if (event && event->timeAsValue() == timeAsValue) return i;
+            if (!event) continue;
+            const auto fields = event->fields();
+            const bool isSpan = fields.start >= 0 && fields.end > 0;
+            if (fields.timeAsValue == position || (isSpan && fields.start <= position && position < fields.end))
+                return i;
         }
         return -1;
+    }
+
+    /// The first entry that is of the moment `position`, or covers it, its end included and the head left out, or, for
+    /// a moment before the first real entry, that one.
+    virtual ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) {
+        const std::int64_t count = OnScrubberGetEventsCount();
+        for (std::int64_t i = 0; i < count; ++i) {
+            const auto event = OnScrubberGetEventByIndex(i);
+            if (!event) continue;
+            const auto fields = event->fields();
+            if (fields.timeAsValue == position) return {i, true};
+            if (i == 0 || fields.start < 0 || fields.end <= 0) continue;
+            const bool covers = fields.start <= position && position <= fields.end;
+            if (covers || (i == 1 && fields.start >= position)) return {i, covers};
+        }
+        return {};
     }
 
     /// Takes an entry out of the list, after the service has deleted it. Its former index, or -1 when it is not there.
