@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -142,24 +143,26 @@ void ExpiryMonitors::stop(Id id) {
 }
 
 void ExpiryMonitors::leave(Id id, const std::string& key) {
-    std::optional<Heirloom> heirloom;
-    std::vector<std::shared_ptr<Heir>> heirs;
-    {
-        const std::lock_guard lock(*state_->monitor);
-        const auto found = state_->entries.find(id);
-        if (found == state_->entries.end()) return;
-        heirloom = Heirloom{id, found->second.expiry};
-        const auto [begin, end] = state_->heirs.equal_range(key);
-        for (auto entry = begin; entry != end; ++entry) {
-            if (auto heir = entry->second.lock()) heirs.push_back(std::move(heir));
+    std::set<std::shared_ptr<Heir>> asked;
+    for (;;) {
+        std::shared_ptr<Heir> next;
+        Heirloom heirloom;
+        {
+            const std::lock_guard lock(*state_->monitor);
+            const auto found = state_->entries.find(id);
+            if (found == state_->entries.end()) return;
+            heirloom = {id, found->second.expiry};
+            const auto [begin, end] = state_->heirs.equal_range(key);
+            for (auto entry = begin; entry != end; ++entry) {
+                auto heir = entry->second.lock();
+                if (heir && !asked.contains(heir)) next = std::move(heir);  // the last to come
+            }
+            // Under the lock that found nobody: who comes from now on finds the monitor.
+            if (!next) found->second.heirKey = key;
         }
+        if (!next || next->inherit(heirloom)) return;
+        asked.insert(std::move(next));
     }
-    for (auto heir = heirs.rbegin(); heir != heirs.rend(); ++heir) {
-        if ((*heir)->inherit(*heirloom)) return;
-    }
-    const std::lock_guard lock(*state_->monitor);
-    const auto found = state_->entries.find(id);
-    if (found != state_->entries.end()) found->second.heirKey = key;
 }
 
 std::optional<ExpiryMonitors::Heirloom> ExpiryMonitors::takeOver(const std::string& key,
