@@ -7,6 +7,7 @@
 #include "base/TaskGuard.h"
 #include "toolkit/ToolkitContext.h"
 #include "views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
+#include "views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
 
 namespace korvane {
 namespace {
@@ -29,8 +30,12 @@ std::shared_ptr<ScrubberDataProvider> ScrubberEntries::renewProvider(std::int32_
     if (!environment_.service) return nullptr;
     trace(1, "ScrubberView", "data source type: ", dataSourceType);
     Binding next;
-    next.provider =
-        std::make_shared<ScrubberEventsDataProvider>(*environment_.toolkit->scheduler, *environment_.service);
+    auto& scheduler = *environment_.toolkit->scheduler;
+    if (dataSourceType == ScrubberDataSourceTypeRecords) {
+        next.provider = std::make_shared<ScrubberRecordsDataProvider>(scheduler, *environment_.service);
+    } else {
+        next.provider = std::make_shared<ScrubberEventsDataProvider>(scheduler, *environment_.service);
+    }
     next.number = ++lastNumber_;
     next.bridge = makeBridge(next.number);
     next.provider->setDelegate(next.bridge);

@@ -26,10 +26,6 @@ bool holdsMoment(const ScrubberEvent& event, TimeMs time) {
     return std::ranges::any_of(event.childs(), [time](const auto& child) { return child && isItemAt(*child, time); });
 }
 
-std::int32_t to32Bit(std::int64_t count) {
-    return static_cast<std::int32_t>(std::min<std::int64_t>(count, std::numeric_limits<std::int32_t>::max()));
-}
-
 }  // namespace
 
 struct ScrubberPagedDataProvider::Page {
@@ -53,6 +49,11 @@ struct ScrubberPagedDataProvider::GroupFill {
 
 ScrubberPagedDataProvider::~ScrubberPagedDataProvider() {
     close();
+}
+
+std::int32_t ScrubberPagedDataProvider::to32Bit(std::int64_t value) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
 }
 
 std::int64_t ScrubberPagedDataProvider::OnScrubberGetEventsCount() {

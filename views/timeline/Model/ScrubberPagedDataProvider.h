@@ -66,7 +66,13 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
         std::int64_t offset = 0;
     };
 
+    /// Neighbours that lie no further apart than this, ms, belong to one group.
+    static constexpr TimeMs groupDistance = 10000;
+
     using ScrubberSourceBinding::ScrubberSourceBinding;
+
+    /// `value`, held at the ends of 32 bits.
+    static std::int32_t to32Bit(std::int64_t value);
 
     void emptyList() override;
 

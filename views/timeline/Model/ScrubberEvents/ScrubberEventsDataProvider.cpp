@@ -10,7 +10,6 @@ namespace {
 
 constexpr TimeMs spanBefore = 5000;
 constexpr TimeMs spanAfter = 45000;
-constexpr TimeMs groupDistance = 10000;
 
 // A thumbnail without a URL leaves the picture as it is, something else than an object in its place takes it away.
 void readThumb(ScrubberEvent::Fields& event, const Reply* thumb) {
