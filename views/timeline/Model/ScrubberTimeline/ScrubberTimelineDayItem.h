@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
+
+namespace korvane {
+
+/// A calendar day of UTC on which the camera has activity. The time is set before the day is shared; all else may be
+/// called from any thread.
+class ScrubberTimelineDayItem {
+  public:
+    using Timelines = std::vector<std::shared_ptr<ScrubberTimelineItem>>;
+
+    ScrubberTimelineDayItem() = default;
+    ScrubberTimelineDayItem(const ScrubberTimelineDayItem&) = delete;
+    ScrubberTimelineDayItem& operator=(const ScrubberTimelineDayItem&) = delete;
+
+    /// A ScrubberTimelineStatus, of the day's events: under way while one of its timelines is being filled, done after
+    /// each of them, and never failed.
+    std::int64_t isUpdated() const { return isUpdated_.get(); }
+    void setIsUpdated(std::int64_t isUpdated) { isUpdated_.set(isUpdated); }
+
+    /// Midnight of UTC in seconds since the epoch, not in ms as all else in the tree.
+    double dateTime() const { return dateTime_; }
+    void setDateTime(double dateTime) { dateTime_ = dateTime; }
+
+    /// The recorded periods in the order in which the service gave them. A copy; the timelines are shared.
+    Timelines timelines() const;
+    void setTimelines(Timelines timelines);
+
+    /// Clears and removes the timelines; time and status stay.
+    void clear();
+
+  private:
+    ScrubberTimelineStatusField isUpdated_;
+    double dateTime_ = 0.0;
+    mutable std::mutex mutex_;
+    Timelines timelines_;
+};
+
+}  // namespace korvane

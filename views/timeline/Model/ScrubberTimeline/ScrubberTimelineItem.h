@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "base/Time.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineEventItem.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
+
+namespace korvane {
+
+/// One recorded period of a camera: its segments, and the events that fall into it. The times are set before the
+/// timeline is shared; all else may be called from any thread.
+class ScrubberTimelineItem {
+  public:
+    using Segments = std::vector<ScrubberTimelineSegmentItem>;
+    using Events = std::vector<ScrubberTimelineEventItem>;
+
+    ScrubberTimelineItem() = default;
+    ScrubberTimelineItem(const ScrubberTimelineItem&) = delete;
+    ScrubberTimelineItem& operator=(const ScrubberTimelineItem&) = delete;
+
+    /// A ScrubberTimelineStatus, of the period's events.
+    std::int64_t isUpdated() const { return isUpdated_.get(); }
+    void setIsUpdated(std::int64_t isUpdated) { isUpdated_.set(isUpdated); }
+    /// From not asked to under way; false when it was not at not asked.
+    bool beginUpdate() { return isUpdated_.begin(); }
+
+    /// Begin of the period, ms.
+    double startDateTime() const { return startDateTime_; }
+    void setStartDateTime(double startDateTime) { startDateTime_ = startDateTime; }
+
+    /// End of the period, ms.
+    double endDateTime() const { return endDateTime_; }
+    void setEndDateTime(double endDateTime) { endDateTime_ = endDateTime; }
+
+    /// The slices. Never null; who holds them may use them after the timeline has been cleared.
+    std::shared_ptr<Segments> segments() const;
+    /// In order of time and without overlaps.
+    void setSegments(Segments segments);
+    /// The slice at `index`, which holds all of them; null past the end.
+    std::shared_ptr<ScrubberTimelineSegmentItem> segment(std::size_t index) const;
+
+    /// A copy of the events, in order of arrival.
+    Events events() const;
+    void setEvents(Events events);
+    /// Appends.
+    void addEvents(Events events);
+    /// Copies of the events from the start of the slice at `index` to before its end, in order of arrival. Costs what
+    /// it gives.
+    Events eventsOfSegment(std::size_t index) const;
+
+    /// Clears and removes the segments, and removes the events; times and status stay.
+    void clear();
+
+    /// How many of `segments` begin at `time` or before it.
+    static std::size_t startedBy(const Segments& segments, TimeMs time);
+
+  private:
+    using EventsOfSegments = std::unordered_map<std::size_t, std::vector<std::size_t>>;
+
+    // Both with the lock held.
+    void noteSegmentOf(std::size_t event);
+    void noteSegments();
+
+    ScrubberTimelineStatusField isUpdated_;
+    double startDateTime_ = 0.0;
+    double endDateTime_ = 0.0;
+
+    // Guards what follows; nothing is called out with it held.
+    mutable std::mutex mutex_;
+    // Null when there are none.
+    std::shared_ptr<Segments> segments_;
+    Events events_;
+    // Places in events_ by place in segments_.
+    EventsOfSegments eventsOfSegments_;
+};
+
+}  // namespace korvane

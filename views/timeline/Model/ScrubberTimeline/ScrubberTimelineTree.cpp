@@ -1,0 +1,125 @@
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineTree.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+
+namespace korvane {
+namespace {
+
+using Segments = ScrubberTimelineItem::Segments;
+
+struct Span {
+    explicit Span(const ScrubberTimelineSegmentItem& segment)
+        : start(longLongValue(segment.startDateTime())), end(longLongValue(segment.endDateTime())) {}
+
+    bool isSpan() const { return start >= 0 && end > 0; }
+    bool holds(TimeMs time) const { return start == time || (isSpan() && start <= time && time < end); }
+    bool holdsWithEnd(TimeMs time) const { return start == time || (isSpan() && start <= time && time <= end); }
+
+    TimeMs start;
+    TimeMs end;
+};
+
+}  // namespace
+
+ScrubberTimelineTree::ScrubberTimelineTree(Days days) : days_(std::move(days)) {
+    for (std::size_t day = 0; day < days_.size(); ++day) {
+        for (const auto& timeline : days_[day]->timelines()) addTimeline(timeline, day);
+    }
+    runs_.shrink_to_fit();
+    orderByTime();
+}
+
+void ScrubberTimelineTree::addTimeline(const std::shared_ptr<ScrubberTimelineItem>& timeline, std::size_t day) {
+    const TimeMs start = longLongValue(timeline->startDateTime());
+    const TimeMs end = longLongValue(timeline->endDateTime());
+    runs_.push_back({timeline, segmentCount_, day, start, std::max(start, end)});
+    segmentCount_ += static_cast<std::int64_t>(timeline->segments()->size());
+}
+
+void ScrubberTimelineTree::orderByTime() {
+    isAscending_ = std::ranges::is_sorted(runs_, {}, &Run::start);
+    if (!isAscending_) return;
+    for (std::size_t i = 1; i < runs_.size(); ++i) runs_[i].reach = std::max(runs_[i].reach, runs_[i - 1].reach);
+}
+
+std::shared_ptr<ScrubberTimelineItem> ScrubberTimelineTree::timeline(std::uint64_t index) const {
+    return index < runs_.size() ? runs_[index].timeline : nullptr;
+}
+
+// The last one that begins at this number or before it: timelines without segments share theirs with the next one.
+ScrubberTimelineTree::Runs::const_iterator ScrubberTimelineTree::runOf(std::int64_t segment) const {
+    const auto after = std::ranges::upper_bound(runs_, segment, {}, &Run::first);
+    return after == runs_.begin() ? after : after - 1;
+}
+
+std::optional<ScrubberTimelineSegmentPath> ScrubberTimelineTree::segment(std::uint64_t index) const {
+    if (index >= static_cast<std::uint64_t>(segmentCount_)) return std::nullopt;
+    const auto number = static_cast<std::int64_t>(index);
+    const Run& run = *runOf(number);
+    const auto place = static_cast<std::size_t>(number - run.first);
+    auto segment = run.timeline->segment(place);
+    if (!segment) return std::nullopt;
+    return ScrubberTimelineSegmentPath{days_[run.day], run.timeline, std::move(segment), place};
+}
+
+// The first place that `match` gives for a timeline and its segments. It is asked in order of the numbers, at least
+// about each timeline that has to do with the range of time.
+template <typename Match>
+std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter,
+                                             const Match& match) const {
+    auto run = runOf(fromIndex);
+    if (isAscending_) run = std::max(run, std::ranges::lower_bound(runs_, notBefore, {}, &Run::reach));
+    for (; run != runs_.end(); ++run) {
+        if (run->start > notAfter && isAscending_) break;
+        if (run->start > notAfter || run->reach < notBefore) continue;
+        if (const auto place = match(*run, *run->timeline->segments())) {
+            return run->first + static_cast<std::int64_t>(*place);
+        }
+    }
+    return -1;
+}
+
+std::int64_t ScrubberTimelineTree::findSegment(TimeMs position) const {
+    return findFirst(0, position, position, [position](const Run&, const Segments& segments) {
+        std::optional<std::size_t> found;
+        const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
+        if (started > 0 && Span(segments[started - 1]).holds(position)) found = started - 1;
+        return found;
+    });
+}
+
+ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) const {
+    if (const auto first = segment(0)) {
+        const Span span(*first->segment);
+        if (span.isSpan() && span.start >= position) return {0, span.start == position};
+    }
+    const std::int64_t number = findFirst(0, position, position, [position](const Run&, const Segments& segments) {
+        std::optional<std::size_t> found;
+        const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
+        // Where two segments meet, the earlier one holds the moment too.
+        for (std::size_t i = started < 2 ? 0 : started - 2; i < started && !found; ++i) {
+            if (Span(segments[i]).holdsWithEnd(position)) found = i;
+        }
+        return found;
+    });
+    return {number, number >= 0};
+}
+
+std::int64_t ScrubberTimelineTree::findSegmentByStart(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter) const {
+    return findFirst(fromIndex, notBefore, notAfter, [=](const Run& run, const Segments& segments) {
+        std::optional<std::size_t> found;
+        auto place = static_cast<std::size_t>(std::max<std::int64_t>(fromIndex - run.first, 0));
+        if (place >= segments.size()) return found;
+        if (notBefore > std::numeric_limits<TimeMs>::min()) {
+            place = std::max(place, ScrubberTimelineItem::startedBy(segments, notBefore - 1));
+        }
+        if (place < segments.size() && longLongValue(segments[place].startDateTime()) <= notAfter) found = place;
+        return found;
+    });
+}
+
+}  // namespace korvane

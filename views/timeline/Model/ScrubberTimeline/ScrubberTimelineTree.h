@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/Time.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDayItem.h"
+#include "views/timeline/ScrubberCommon/ScrubberEventQuery.h"
+
+namespace korvane {
+
+/// A segment with its parents, all of them held.
+struct ScrubberTimelineSegmentPath {
+    std::shared_ptr<ScrubberTimelineDayItem> day;
+    std::shared_ptr<ScrubberTimelineItem> timeline;
+    std::shared_ptr<ScrubberTimelineSegmentItem> segment;
+    /// Place of the segment in its timeline.
+    std::size_t indexInTimeline = 0;
+};
+
+/// A finished tree of days with its numbering: the segments of all timelines of all days in order, 0 and up. The sums
+/// are laid down once, so the shape of the days must not change any more; events and records may still come. Who holds
+/// a tree may ask it after the provider has dropped it: segments that have been cleared are not found then.
+///
+/// Never changes; any thread.
+class ScrubberTimelineTree {
+  public:
+    using Days = std::vector<std::shared_ptr<ScrubberTimelineDayItem>>;
+
+    /// The most segments that a provider lets into its tree: thirty years round the clock.
+    static constexpr std::uint64_t maxSegments = 4'000'000;
+
+    ScrubberTimelineTree() = default;
+    explicit ScrubberTimelineTree(Days days);
+
+    const Days& days() const { return days_; }
+    std::int64_t segmentCount() const { return segmentCount_; }
+
+    /// The timeline at `index` of the flat run of all timelines; null past the end.
+    std::shared_ptr<ScrubberTimelineItem> timeline(std::uint64_t index) const;
+
+    /// The segment of that number; nothing past the end.
+    std::optional<ScrubberTimelineSegmentPath> segment(std::uint64_t index) const;
+
+    /// The first segment, by number, that begins at `position` or has it in its span, the end excluded; -1 without one.
+    /// A segment that begins before 0 has no span.
+    std::int64_t findSegment(TimeMs position) const;
+
+    /// As findSegment(), the end of the span included. A moment before the first segment of all gives that one, as a
+    /// place where the moment does not exist.
+    ScrubberEventPlace findClosestSegment(TimeMs position) const;
+
+    /// The first segment from number `fromIndex` (0 and up) on that begins between two moments, both included; -1
+    /// without one.
+    std::int64_t findSegmentByStart(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter) const;
+
+  private:
+    // A timeline in the flat run.
+    struct Run {
+        std::shared_ptr<ScrubberTimelineItem> timeline;
+        // Numbers of its first segment and of its day.
+        std::int64_t first = 0;
+        std::size_t day = 0;
+        TimeMs start = 0;
+        // The last moment that this timeline, or with isAscending_ one before it, has to do with.
+        TimeMs reach = 0;
+    };
+    using Runs = std::vector<Run>;
+
+    void addTimeline(const std::shared_ptr<ScrubberTimelineItem>& timeline, std::size_t day);
+    void orderByTime();
+    Runs::const_iterator runOf(std::int64_t segment) const;
+    template <typename Match>
+    std::int64_t findFirst(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter, const Match& match) const;
+
+    Days days_;
+    Runs runs_;
+    std::int64_t segmentCount_ = 0;
+    // Timelines begin in ascending order: searches by time need not look at all of them.
+    bool isAscending_ = true;
+};
+
+}  // namespace korvane
