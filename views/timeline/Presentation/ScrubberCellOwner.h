@@ -29,6 +29,9 @@ class ScrubberCellOwner {
     /// Moves the strip by some points.
     virtual void scrollOnDeltaX(IndexPath indexPath, double delta) = 0;
 
+    /// Whether the strip has moved in this turn of the main loop. Any thread.
+    virtual bool isScrolling() const { return false; }
+
     virtual std::int32_t OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) = 0;
     virtual std::int32_t OnScrubberEventPlayFinished(const std::shared_ptr<ScrubberEvent>& event) = 0;
     /// Either pointer may be null.

@@ -16,6 +16,9 @@ constexpr const char* classPath = "ScrubberView: ScrubberCell";
 constexpr double advanceSeconds = 1.0;
 constexpr double noBaseOffset = 0.001;
 
+// A player that stands at 0 has not begun; one that runs past the end of an entry is followed as far as its picture.
+constexpr PlaybackRules playbackRules{.firstPosition = 0, .advancesAfterFinish = true, .holdsWhileScrolling = false};
+
 AttributedString dateText(const ScrubberConfig& config, const QString& text) {
     return TimelineUtils::prepareAttributedString(text, TextAlignmentLeft, config.dateTimeTextFont(),
                                                   config.dateTimeTextColor(), config.dateTimeTextKerning());
@@ -23,7 +26,12 @@ AttributedString dateText(const ScrubberConfig& config, const QString& text) {
 
 }  // namespace
 
-ScrubberCell::ScrubberCell(QQuickItem* parent) : CollectionViewCell(parent), context_(ToolkitContext::shared()) {}
+ScrubberCell::ScrubberCell(QQuickItem* parent)
+    : CollectionViewCell(parent),
+      context_(ToolkitContext::shared()),
+      playback_(context_->scheduler, playbackRules, [this](TimeMs position, TimeMs startRange, TimeMs endRange) {
+          advanceProgressTo(position, startRange, endRange, baseOffset_, prevOffset_);
+      }) {}
 
 ScrubberCell::~ScrubberCell() {
     clean();
@@ -115,15 +123,22 @@ void ScrubberCell::updateIcon(const ScrubberConfig& config, const ScrubberEvent:
 }
 
 void ScrubberCell::startProgress(ScrubberCellOwner* owner) {
-    if (isProgressStarted_) stopProgress();
+    if (!context_->scheduler->isMainThread()) return logError(classPath, "startProgress: not main thread");
+    if (playback_.isRunning()) stopProgress();
     owner_ = owner;
-    isProgressStarted_ = true;
     prevOffset_ = 0;
     baseOffset_ = 0;
+    playback_.start(owner, getEvent());
 }
 
 void ScrubberCell::stopProgress() {
-    isProgressStarted_ = false;
+    playback_.stop();
+    if (!context_->scheduler->isMainThread()) {
+        context_->scheduler->post(shown_.guard([this] {
+            if (!playback_.isRunning()) stopProgress();
+        }));
+        return;
+    }
     if (progress_) progress_->setConstant(0);
     owner_ = nullptr;
     isProgressPaused_ = false;
@@ -140,7 +155,7 @@ TimeMs ScrubberCell::getPositionFromOffset(double offset) const {
 }
 
 void ScrubberCell::setPositionByOffset(double offset) {
-    context_->scheduler->post(life_.guard([this, offset] {
+    context_->scheduler->post(shown_.guard([this, offset] {
         prevOffset_ = offset;
         const auto event = getEvent();
         if (owner_) {
@@ -157,26 +172,31 @@ void ScrubberCell::setPositionByOffset(double offset) {
 
 void ScrubberCell::advanceProgressTo(TimeMs position, TimeMs startRange, TimeMs endRange, double& baseOffset,
                                      double& prevOffset) {
-    context_->scheduler->post(life_.guard([this, position, startRange, endRange, &baseOffset, &prevOffset] {
-        if (!isProgressStarted_) return;
+    playback_.post([this, position, startRange, endRange, &baseOffset, &prevOffset] {
         if (owner_ && !(baseOffset > noBaseOffset)) baseOffset = owner_->getBaseOffset().x;
         const double offset = CellScale{startRange, endRange, scaleWidth()}.offsetOf(position);
+        Transaction::begin();
+        Transaction::setCompletionBlock(shown_.guard([this] { actionEnded(); }));
         animate(advanceSeconds, [this, offset, &prevOffset] { moveTo(offset, prevOffset); });
-    }));
+        Transaction::commit();
+    });
 }
 
 void ScrubberCell::moveTo(double offset, double& prevOffset) {
+    trace(7, classPath, "(", this, ") advance to ", offset);
     if (progress_ && !isProgressPaused_) progress_->setConstant(offset);
     if (progress_ && progress_->constant() > scaleWidth()) {
         progress_->setConstant(scaleWidth());
     } else if (!isScrollPaused_) {
-        if (owner_) owner_->scrollOnDeltaX(index_, offset - prevOffset);
-        prevOffset = offset;
+        const double delta = offset - std::exchange(prevOffset, offset);
+        // Last: under a finger the host is told of the step, and may destroy the view.
+        if (owner_) owner_->scrollOnDeltaX(index_, delta);
     }
 }
 
 void ScrubberCell::clean() {
     stopProgress();
+    shown_ = LifeToken();
     index_.reset();
     event_.reset();
     owner_ = nullptr;

@@ -9,14 +9,15 @@
 #include "toolkit/ImageView.h"
 #include "toolkit/LayoutConstraint.h"
 #include "views/timeline/Presentation/CellScale.h"
+#include "views/timeline/Presentation/PlaybackEngine.h"
 #include "views/timeline/Presentation/ScrubberCellOwner.h"
 #include "views/timeline/Presentation/ScrubberPreview.h"
 
 namespace korvane {
 
-/// One cell of the event strip: shows an entry with its preview, time and icon, and knows its place in time while it is
-/// the playing one. Root of the interface file layouts/ScrubberCell.qml, whose properties are its outlets. Main thread
-/// only.
+/// One cell of the event strip: shows an entry with its preview, time and icon. While it is the playing one it follows
+/// the player, whom a thread of its own asks, with its bar and with the strip. Root of the interface file
+/// layouts/ScrubberCell.qml, whose properties are its outlets. Main thread only.
 class ScrubberCell : public CollectionViewCell {
     Q_OBJECT
     QML_ELEMENT
@@ -41,9 +42,10 @@ class ScrubberCell : public CollectionViewCell {
     /// Empties it.
     void clean();
 
-    /// Makes it the playing cell of `owner`.
+    /// Makes it the playing cell of `owner`, from the begin of its picture. The owner outlives that.
     void startProgress(ScrubberCellOwner* owner);
-    /// Ends that: the bar goes back to 0 and the cell has no owner.
+    /// Ends that: the bar goes back to 0 and the cell has no owner. Waits for a callback that a host is in; no other
+    /// comes after it. A host that calls this from such a callback has the rest done on the next turn of the main loop.
     void stopProgress();
     /// A paused bar does not move.
     void pauseProgress(bool paused) { isProgressPaused_ = paused; }
@@ -56,10 +58,13 @@ class ScrubberCell : public CollectionViewCell {
     /// plays, and takes up bar and scrolling again.
     void setPositionByOffset(double offset);
 
-    /// On the next turn of the main loop, while this is the playing cell: moves bar and strip over one second to
+    /// On the next turn of the main loop, if this run of playback lasts: moves bar and strip over one second to
     /// `position` (ms) in the range that is played. The offsets are points and must live as long as the cell; the first
-    /// receives the strip's content offset when it is 0, the second is the way that the strip has gone already.
+    /// receives the strip's content offset when it is 0, the second is the way that the strip has gone already. Also on
+    /// the thread of playback.
     void advanceProgressTo(TimeMs position, TimeMs startRange, TimeMs endRange, double& baseOffset, double& prevOffset);
+    /// The animation of an advance is over: the player is asked again.
+    void actionEnded() { playback_.wake(); }
 
   private:
     void updateColors(const ScrubberConfig& config);
@@ -73,7 +78,6 @@ class ScrubberCell : public CollectionViewCell {
     std::weak_ptr<ScrubberEvent> event_;
     ScrubberCellOwner* owner_ = nullptr;
     IndexPath index_;
-    bool isProgressStarted_ = false;
     bool isProgressPaused_ = false;
     bool isScrollPaused_ = false;
     double prevOffset_ = 0;
@@ -86,7 +90,8 @@ class ScrubberCell : public CollectionViewCell {
     QPointer<QQuickItem> favariteImageView_;
     QPointer<LayoutConstraint> progress_;
     ScrubberPreview preview_;
-    LifeToken life_;
+    PlaybackEngine playback_;
+    LifeToken shown_;  // a new one with each clean(): what was posted for another entry does nothing
 };
 
 }  // namespace korvane

@@ -1,0 +1,103 @@
+#include "views/timeline/Presentation/PlaybackEngine.h"
+
+#include <atomic>
+#include <mutex>
+#include <utility>
+
+namespace korvane {
+
+/// One run. Shared with its thread, which may outlast a stop() that could not wait.
+class PlaybackEngine::Run {
+  public:
+    Run(const PlaybackEngine& engine, ScrubberCellOwner* owner, const std::shared_ptr<ScrubberEvent>& event)
+        : rules_(engine.rules_),
+          advance_(engine.advance_),
+          owner_(owner),
+          event_(event),
+          progress_{rules_.firstPosition},
+          monitor_(engine.scheduler_->makeMonitor()) {}
+
+    bool isRunning() const { return isRunning_; }
+
+    void end() {
+        const std::lock_guard lock(*monitor_);
+        isRunning_ = false;
+        monitor_->notifyAll();
+    }
+
+    void wake() { monitor_->notifyAll(); }
+
+    void loop() {
+        while (isRunning_) rest(tick());
+    }
+
+  private:
+    /// Under the lock of end(): a run that ends meanwhile does not begin to wait.
+    void rest(std::chrono::milliseconds time) {
+        const std::lock_guard lock(*monitor_);
+        if (isRunning_) monitor_->waitFor(time);
+    }
+
+    std::chrono::milliseconds tick() {
+        if (rules_.holdsWhileScrolling && owner_ && owner_->isScrolling()) return playbackTickTime;
+        const auto event = owner_ ? event_.lock() : nullptr;
+        TimeMs start = event ? event->start() : 0;
+        TimeMs end = event ? event->end() : 0;
+        if (event) owner_->OnScrubberGetRangeForPlayingEvent(event, &start, &end);
+        const TimeMs position = event ? owner_->OnScrubberGetCurrentPositionForPlayingEvent(event) : 0;
+        const PlaybackTick now = playbackTick(rules_, progress_, end, position);
+        progress_ = now.progress;
+        if (event && now.tellsStarted) owner_->OnScrubberEventPlayStarted(event);
+        if (event && now.tellsFinished) owner_->OnScrubberEventPlayFinished(event);
+        if (now.advances) advance_(position, start, end);
+        return now.wait;
+    }
+
+    const PlaybackRules rules_;
+    const Advance advance_;
+    ScrubberCellOwner* const owner_;
+    const std::weak_ptr<ScrubberEvent> event_;
+    PlaybackProgress progress_;  // the thread's own
+    const std::unique_ptr<Monitor> monitor_;
+    std::atomic<bool> isRunning_ = true;
+};
+
+PlaybackEngine::PlaybackEngine(std::shared_ptr<Scheduler> scheduler, const PlaybackRules& rules, Advance advance)
+    : scheduler_(std::move(scheduler)), rules_(rules), advance_(std::move(advance)) {}
+
+PlaybackEngine::~PlaybackEngine() {
+    stop();
+}
+
+void PlaybackEngine::start(ScrubberCellOwner* owner, const std::shared_ptr<ScrubberEvent>& event) {
+    stop();
+    run_ = std::make_shared<Run>(*this, owner, event);
+    thread_ = scheduler_->spawn("progress_thread", [run = run_] { run->loop(); });
+}
+
+void PlaybackEngine::stop() {
+    if (!run_) return;
+    run_->end();
+    if (!scheduler_->isMainThread()) return;
+    if (thread_) thread_->join();
+    thread_.reset();
+    run_.reset();
+}
+
+void PlaybackEngine::wake() {
+    if (run_) run_->wake();
+}
+
+bool PlaybackEngine::isRunning() const {
+    return run_ && run_->isRunning();
+}
+
+void PlaybackEngine::post(std::function<void()> work) const {
+    if (!run_) return;
+    scheduler_->post([watch = std::weak_ptr(run_), work = std::move(work)] {
+        const auto run = watch.lock();
+        if (run && run->isRunning()) work();
+    });
+}
+
+}  // namespace korvane
