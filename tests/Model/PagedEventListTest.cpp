@@ -90,13 +90,17 @@ TEST(PagedEventList, FindsTheFirstEntryWithoutMakingAny) {
     list.create(5000, 7);
     for (const std::uint64_t index : {3000, 4000}) list.replace(index, ScrubberEvent::build(99));
     for (int i = 0; i < 10; ++i) list.erase(500);
-    const auto isIt = [](const ScrubberEvent& event) { return event.timeAsValue() == 99; };
-    EXPECT_EQ(list.findEntry(isIt), 2990u);
+    const auto goOn = [] { return false; };
+    const auto hasMoment = [](TimeMs time) {
+        return [time](const ScrubberEvent& event) { return event.timeAsValue() == time; };
+    };
+    EXPECT_EQ(list.findMade(hasMoment(99), goOn), 2990u);
+    EXPECT_EQ(list.findMade(hasMoment(99), [] { return true; }), std::nullopt);
     EXPECT_EQ(list.made(2000), nullptr);
     EXPECT_TRUE(list.isPending(2000));
     EXPECT_FALSE(list.isPending(2990));
     EXPECT_FALSE(list.isPending(5000));
-    EXPECT_EQ(list.findEntry([](const ScrubberEvent& event) { return event.timeAsValue() == 98; }), std::nullopt);
+    EXPECT_EQ(list.findMade(hasMoment(98), goOn), std::nullopt);
 }
 
 TEST(PagedEventList, RefusesAbsurdLengths) {

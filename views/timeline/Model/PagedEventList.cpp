@@ -44,8 +44,8 @@ void PagedEventList::create(std::uint64_t slots, std::int64_t camid) {
     lengths_.swap(lengths);
     camid_ = camid;
     timezone_.swap(timezone);
-    slotAt({0, 0}) = std::move(head);
-    slotAt({chunks_.size() - 1, chunks_.back().length - 1}) = std::move(live);
+    exchange({0, 0}, head);
+    exchange({chunks_.size() - 1, chunks_.back().length - 1}, live);
     size_.store(static_cast<std::int64_t>(length), std::memory_order_release);
 }
 
@@ -80,7 +80,7 @@ bool PagedEventList::replace(std::uint64_t index, Entry entry, std::uint32_t fol
     const std::lock_guard guard(mutex_);
     const auto place = locate(index);
     if (!place) return false;
-    slotAt(*place).swap(entry);
+    exchange(*place, entry);
     setFoldedAt(*place, folded);
     return true;
 }
@@ -96,17 +96,8 @@ bool PagedEventList::erase(std::uint64_t index) {
     Entry erased;
     const std::lock_guard guard(mutex_);
     const auto place = locate(index);
-    if (!place) return false;
-    setFoldedAt(*place, 0);
-    Chunk& chunk = chunks_[place->chunk];
-    const auto slot = static_cast<std::ptrdiff_t>(place->slot);
-    if (!chunk.entries.empty()) {
-        erased.swap(chunk.entries[place->slot]);
-        chunk.entries.erase(chunk.entries.begin() + slot);
-    }
-    if (!chunk.foldedOf.empty()) chunk.foldedOf.erase(chunk.foldedOf.begin() + slot);
-    shortenAt(place->chunk);
-    return true;
+    if (place) erased = takeOut(*place);
+    return place.has_value();
 }
 
 std::int64_t PagedEventList::foldedThrough(std::uint64_t last) const {
@@ -124,18 +115,62 @@ std::int64_t PagedEventList::foldedThrough(std::uint64_t last) const {
     return sum;
 }
 
-std::optional<std::uint64_t> PagedEventList::findEntry(const std::function<bool(const ScrubberEvent&)>& matches) const {
-    // The lock is taken anew for each chunk, so that a long search does not keep the readers of the list waiting.
-    std::uint64_t first = 0;
-    for (std::size_t i = 0;; ++i) {
-        const std::lock_guard guard(mutex_);
-        if (i >= chunks_.size()) return std::nullopt;
-        const auto& entries = chunks_[i].entries;
-        const auto found =
-            std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) { return entry && matches(*entry); });
-        if (found != entries.end()) return first + static_cast<std::uint64_t>(found - entries.begin());
-        first += chunks_[i].length;
+template <typename MayHold, typename Fits>
+std::optional<PagedEventList::Place> PagedEventList::search(std::unique_lock<std::mutex>& lock, std::uint64_t from,
+                                                            const MayHold& mayHold, const Fits& fits,
+                                                            const IsStopped& isStopped) const {
+    const auto start = locate(from);
+    if (!start) return std::nullopt;
+    for (Place place = *start; place.chunk < chunks_.size(); place = {place.chunk + 1, 0}) {
+        const Chunk& chunk = chunks_[place.chunk];
+        if (!mayHold(chunk)) continue;
+        for (; place.slot < chunk.length; ++place.slot) {
+            if (fits(chunk.entries.empty() ? nullptr : chunk.entries[place.slot].get())) return place;
+        }
+        // Readers of the list are not to wait for the end of a long search.
+        lock.unlock();
+        const bool goesOn = !isStopped();
+        lock.lock();
+        if (!goesOn) break;
     }
+    return std::nullopt;
+}
+
+std::optional<PagedEventList::Place> PagedEventList::search(std::unique_lock<std::mutex>& lock,
+                                                            const ScrubberEventQuery& query,
+                                                            const IsStopped& isStopped) const {
+    const bool fitsPending = query.fits(ScrubberEvent(ScrubberEvent::Fields()));
+    return search(
+        lock, static_cast<std::uint64_t>(std::max<std::int64_t>(query.fromIndex, 0)),
+        [&](const Chunk& chunk) { return chunk.bounds ? chunk.bounds->mayHold(query) : fitsPending; },
+        [&](const ScrubberEvent* entry) { return entry ? query.fits(*entry) : fitsPending; }, isStopped);
+}
+
+std::optional<std::uint64_t> PagedEventList::find(const ScrubberEventQuery& query, const IsStopped& isStopped) const {
+    std::unique_lock lock(mutex_);
+    const auto place = search(lock, query, isStopped);
+    if (!place) return std::nullopt;
+    return indexOf(*place);
+}
+
+std::optional<std::uint64_t> PagedEventList::eraseFirst(const ScrubberEventQuery& query, const IsStopped& isStopped) {
+    Entry erased;
+    std::unique_lock lock(mutex_);
+    const auto place = search(lock, query, isStopped);
+    if (!place) return std::nullopt;
+    const std::uint64_t index = indexOf(*place);
+    erased = takeOut(*place);
+    return index;
+}
+
+std::optional<std::uint64_t> PagedEventList::findMade(const std::function<bool(const ScrubberEvent&)>& matches,
+                                                      const IsStopped& isStopped) const {
+    std::unique_lock lock(mutex_);
+    const auto place = search(
+        lock, 0, [](const Chunk& chunk) { return !chunk.entries.empty(); },
+        [&](const ScrubberEvent* entry) { return entry && matches(*entry); }, isStopped);
+    if (!place) return std::nullopt;
+    return indexOf(*place);
 }
 
 std::vector<PagedEventList::Entry> PagedEventList::all() {
@@ -162,16 +197,44 @@ std::optional<PagedEventList::Place> PagedEventList::locate(std::uint64_t index)
     return Place{chunk, left};
 }
 
-PagedEventList::Entry& PagedEventList::slotAt(Place place) {
+std::uint64_t PagedEventList::indexOf(Place place) const {
+    std::uint64_t index = place.slot;
+    for (std::size_t i = place.chunk; i > 0; i &= i - 1) index += lengths_[i];
+    return index;
+}
+
+// What has been at the place is left in `entry`, to go away outside of the lock.
+void PagedEventList::exchange(Place place, Entry& entry) {
     Chunk& chunk = chunks_[place.chunk];
+    if (!chunk.bounds) chunk.bounds = std::make_shared<ScrubberEventBounds>();
     if (chunk.entries.empty()) chunk.entries.resize(chunk.length);
+    if (entry) entry->setBounds(chunk.bounds);
+    chunk.entries[place.slot].swap(entry);
+}
+
+const PagedEventList::Entry& PagedEventList::madeAt(Place place) {
+    const Chunk& chunk = chunks_[place.chunk];
+    if (chunk.entries.empty() || !chunk.entries[place.slot]) {
+        auto entry = makeEntry(ScrubberEventTypePending, camid_, timezone_);
+        exchange(place, entry);
+    }
     return chunk.entries[place.slot];
 }
 
-PagedEventList::Entry& PagedEventList::madeAt(Place place) {
-    Entry& entry = slotAt(place);
-    if (!entry) entry = makeEntry(ScrubberEventTypePending, camid_, timezone_);
-    return entry;
+PagedEventList::Entry PagedEventList::takeOut(Place place) {
+    setFoldedAt(place, 0);
+    Chunk& chunk = chunks_[place.chunk];
+    const auto slot = static_cast<std::ptrdiff_t>(place.slot);
+    Entry taken;
+    if (!chunk.entries.empty()) {
+        taken = std::move(chunk.entries[place.slot]);
+        chunk.entries.erase(chunk.entries.begin() + slot);
+    }
+    if (!chunk.foldedOf.empty()) chunk.foldedOf.erase(chunk.foldedOf.begin() + slot);
+    --chunk.length;
+    for (std::size_t i = place.chunk + 1; i < lengths_.size(); i += i & (~i + 1)) --lengths_[i];
+    size_.fetch_sub(1, std::memory_order_release);
+    return taken;
 }
 
 void PagedEventList::setFoldedAt(Place place, std::uint32_t folded) {
@@ -183,12 +246,6 @@ void PagedEventList::setFoldedAt(Place place, std::uint32_t folded) {
     std::uint32_t& before = chunk.foldedOf[place.slot];
     chunk.folded += static_cast<std::int64_t>(folded) - before;
     before = folded;
-}
-
-void PagedEventList::shortenAt(std::size_t chunk) {
-    --chunks_[chunk].length;
-    for (std::size_t i = chunk + 1; i < lengths_.size(); i += i & (~i + 1)) --lengths_[i];
-    size_.fetch_sub(1, std::memory_order_release);
 }
 
 }  // namespace korvane

@@ -7,6 +7,7 @@
 #include "base/Log.h"
 #include "base/UtcTime.h"
 #include "views/timeline/Model/ReplyValues.h"
+#include "views/timeline/Model/SaturatingTime.h"
 
 namespace korvane {
 namespace {
@@ -31,6 +32,17 @@ bool holdsMoment(const ScrubberEvent& event, TimeMs time) {
 struct ScrubberPagedDataProvider::Page {
     std::uint64_t total = 0;
     Reply objects;
+};
+
+// What came of a query: a page, which may have no elements, or nothing when the request failed or was answered by
+// something else.
+struct ScrubberPagedDataProvider::Answer {
+    std::shared_ptr<KorvaneCamera> camera;
+    PageQuery query;
+    std::int32_t status = StatusSuccess;
+    std::optional<Page> page;
+
+    bool hasElements() const { return page && !page->objects.empty(); }
 };
 
 // What one grouping fill keeps from element to element.
@@ -64,12 +76,18 @@ std::shared_ptr<ScrubberEvent> ScrubberPagedDataProvider::OnScrubberGetEventByIn
     return isClosing() ? nullptr : events_.at(static_cast<std::uint64_t>(index));
 }
 
-std::int32_t ScrubberPagedDataProvider::OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) {
-    return -1;
+std::int32_t ScrubberPagedDataProvider::OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) {
+    ScrubberEventQuery query;
+    if (event) query.identificator = event->identificator();
+    // Without an id, every entry would fit.
+    if (isClosing() || !query.identificator) return -1;
+    const auto erased = events_.eraseFirst(query, [this] { return isClosing(); });
+    return erased ? static_cast<std::int32_t>(*erased) : -1;
 }
 
 std::int64_t ScrubberPagedDataProvider::OnScrubberFindEvent(const ScrubberEventQuery& query) {
-    const auto found = events_.findEntry([&](const ScrubberEvent& event) { return isClosing() || query.fits(event); });
+    if (isClosing()) return -1;
+    const auto found = events_.find(query, [this] { return isClosing(); });
     return found && !isClosing() ? static_cast<std::int64_t>(*found) : -1;
 }
 
@@ -82,12 +100,64 @@ std::vector<std::shared_ptr<ScrubberEvent>> ScrubberPagedDataProvider::getEvents
     return entries;
 }
 
-std::int32_t ScrubberPagedDataProvider::deleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/,
-                                                    DeleteCompletion /*onComplete*/) {
-    return StatusBadCall;
+std::int32_t ScrubberPagedDataProvider::deleteEvent(const std::shared_ptr<ScrubberEvent>& event,
+                                                    DeleteCompletion onComplete) {
+    const auto camera = cam();
+    if (isClosing() || !event || !camera) return StatusBadCall;
+    trace(1, classPath(), "deleteEvent");
+    return guarded([&] {
+        camera->deleteEvent(event->identificator().value_or(0), [self = self(), onComplete = std::move(onComplete)](
+                                                                    const Reply& message, std::int32_t status) {
+            if (onComplete) onComplete(status, textValue(&message).value_or(""));
+        });
+        return StatusSuccess;
+    });
 }
 
-std::int32_t ScrubberPagedDataProvider::updateForTime(TimeMs /*time*/, bool /*withScroll*/, bool /*isClosest*/) {
+std::int32_t ScrubberPagedDataProvider::updateForTime(TimeMs time, bool withScroll, bool isClosest) {
+    if (isClosing()) return 0;
+    trace(1, classPath(), "updateForTime: ", time, " closest: ", isClosest);
+    guarded([&] {
+        // An entry of that very second counts, too.
+        const Range asked = range();
+        ask({-1, saturatingAdd(time, 1000), asked.eventType, false, asked.limit, 0},
+            [self = self(), time, withScroll, isClosest](const Answer& answer) {
+                if (answer.hasElements()) {
+                    self->goToEntryAfter(answer.page->total, time, isClosest);
+                } else if (answer.page) {
+                    self->scheduler().runInBackground(
+                        [self, time, withScroll] { self->updateStartFrom(time, withScroll); });
+                }
+            });
+        return StatusSuccess;
+    });
+    return 0;
+}
+
+void ScrubberPagedDataProvider::goToEntryAfter(std::uint64_t count, TimeMs time, bool isClosest) {
+    const bool isGrouped = eventGrouping();
+    const std::int64_t length = events_.size();
+    auto index = static_cast<std::int64_t>(count);
+    if (isGrouped && length >= 3) {
+        // Counted from the newest end, as if nothing newer were folded: a first guess.
+        index = length - static_cast<std::int32_t>(range().size - index) - 2;
+    }
+    if (isClosest) ++index;
+    // Before the list's begin is past its end then.
+    checkPartNeedRequested(static_cast<std::uint64_t>(index), index, isGrouped && !isClosest ? time : -1);
+}
+
+std::int32_t ScrubberPagedDataProvider::updateStartFrom(TimeMs time, bool /*withScroll*/) {
+    if (isClosing()) return 0;
+    trace(1, classPath(), "updateStartFrom: ", time);
+    guarded([&] {
+        const Range asked = range();
+        ask({time, asked.datetimeEnd, asked.eventType, false, asked.limit, 0}, [self = self()](Answer answer) {
+            if (!answer.hasElements()) return;
+            self->complete(std::move(answer), [self](const Page&) { self->checkPartNeedRequested(1, 1, -1); });
+        });
+        return StatusSuccess;
+    });
     return 0;
 }
 
@@ -133,29 +203,31 @@ std::int32_t ScrubberPagedDataProvider::updateEvents(std::int64_t offset, std::i
     return 0;
 }
 
-void ScrubberPagedDataProvider::fetchPage(const PageQuery& query, std::function<void(Page page)> onPage) {
+void ScrubberPagedDataProvider::ask(const PageQuery& query, AnswerHandler onAnswer) {
     const auto camera = cam();
     if (!camera) return;
-    requestPage(*camera, query,
-                [self = self(), camera, query, onPage = std::move(onPage)](const Reply& reply, std::int32_t status) {
-                    self->onReply(camera, query, reply, status, onPage);
-                });
+    requestPage(
+        *camera, query,
+        [self = self(), camera, query, onAnswer = std::move(onAnswer)](const Reply& reply, std::int32_t status) {
+            Answer answer{camera, query, status, std::nullopt};
+            if (status == StatusSuccess) answer.page = self->readPage(reply, query.limit);
+            onAnswer(std::move(answer));
+        });
 }
 
-void ScrubberPagedDataProvider::onReply(const std::shared_ptr<KorvaneCamera>& camera, const PageQuery& query,
-                                        const Reply& reply, std::int32_t status,
-                                        std::function<void(Page page)> onPage) {
-    if (status != StatusSuccess) {
-        tellReload(status, ScrubberStateReady);
-        return;
-    }
-    auto page = readPage(reply, query.limit);
-    if (!page || page->objects.empty()) {
-        tellReload(StatusSuccess, ScrubberStateReady);
-        return;
-    }
-    completePage(*camera, query, std::move(page->objects),
-                 [total = page->total, onPage = std::move(onPage)](Reply objects) {
+void ScrubberPagedDataProvider::fetchPage(const PageQuery& query, PageHandler onPage) {
+    ask(query, [self = self(), onPage = std::move(onPage)](Answer answer) {
+        if (answer.hasElements()) {
+            self->complete(std::move(answer), onPage);
+        } else {
+            self->tellReload(answer.status, ScrubberStateReady);
+        }
+    });
+}
+
+void ScrubberPagedDataProvider::complete(Answer answer, PageHandler onPage) {
+    completePage(*answer.camera, answer.query, std::move(answer.page->objects),
+                 [total = answer.page->total, onPage = std::move(onPage)](Reply objects) {
                      onPage(Page{total, std::move(objects)});
                  });
 }
@@ -223,8 +295,8 @@ std::int32_t ScrubberPagedDataProvider::checkPartNeedRequested(std::uint64_t ind
 }
 
 bool ScrubberPagedDataProvider::tellLoadedMoment(TimeMs time) const {
-    const auto found =
-        events_.findEntry([&](const ScrubberEvent& event) { return isClosing() || holdsMoment(event, time); });
+    const auto found = events_.findMade([time](const ScrubberEvent& event) { return holdsMoment(event, time); },
+                                        [this] { return isClosing(); });
     if (!found) return false;
     const std::int64_t count = events_.size();
     if (!isClosing()) tellIndex(*found, static_cast<std::int64_t>(*found), count, count);

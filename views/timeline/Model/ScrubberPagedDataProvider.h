@@ -27,18 +27,22 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     std::int64_t OnScrubberGetEventsCount() override;
     /// Null while closing, too.
     std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
-    /// The list cannot be edited yet: -1.
+    /// Finds it by its id. Members of a group are not found, a group is by the id of its oldest member.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
-
+    /// Makes no entries; -1 while closing.
     std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) override;
 
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() override;
-    /// Deletion cannot be asked for yet: -1, and the completion is not called.
     std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event, DeleteCompletion onComplete) override;
     std::int32_t checkPartNeedRequested(std::uint64_t index, std::int64_t withScrollToIndex,
                                         TimeMs withDateTime) override;
-    /// Does nothing yet: 0.
+    /// Asks the service how many entries lie up to a second after `time`, ms, and takes that for the index. A failure
+    /// tells nobody.
     std::int32_t updateForTime(TimeMs time, bool withScroll, bool isClosest) override;
+
+    /// Brings the view to the oldest entry when the service has any from `time`, ms, on; otherwise nothing happens and
+    /// nobody is told. `withScroll` changes nothing. Always 0.
+    std::int32_t updateStartFrom(TimeMs time, bool withScroll);
 
     std::int32_t requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) override;
 
@@ -98,15 +102,20 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
 
   private:
     struct Page;
+    struct Answer;
     struct GroupFill;
+
+    using AnswerHandler = std::function<void(Answer answer)>;
+    using PageHandler = std::function<void(Page page)>;
 
     std::shared_ptr<ScrubberPagedDataProvider> self();
     std::optional<Page> readPage(const Reply& reply, std::int64_t limit) const;
-    void fetchPage(const PageQuery& query, std::function<void(Page page)> onPage);
-    void onReply(const std::shared_ptr<KorvaneCamera>& camera, const PageQuery& query, const Reply& reply,
-                 std::int32_t status, std::function<void(Page page)> onPage);
+    void ask(const PageQuery& query, AnswerHandler onAnswer);
+    void fetchPage(const PageQuery& query, PageHandler onPage);
+    void complete(Answer answer, PageHandler onPage);
     void onFirstPage(const Page& page, TimeMs position);
     void onLaterPage(const Page& page, std::uint64_t index, std::int64_t withScrollToIndex);
+    void goToEntryAfter(std::uint64_t count, TimeMs time, bool isClosest);
     void tellIndex(std::uint64_t index, std::int64_t withScrollToIndex, std::int64_t from, std::int64_t to) const;
     bool tellLoadedMoment(TimeMs time) const;
     void tellOrFetch(std::uint64_t index, std::int64_t withScrollToIndex);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/UtcTime.h"
+#include "views/timeline/ScrubberCommon/ScrubberEventBounds.h"
 
 namespace korvane {
 
@@ -47,6 +48,7 @@ ScrubberEvent::Fields ScrubberEvent::fields() const {
 void ScrubberEvent::assign(Fields fields) {
     // What is replaced goes away outside of the lock: it may hold the last reference to other entries.
     const std::lock_guard guard(mutex_);
+    if (bounds_) bounds_->widen(fields.timeAsValue, fields.identificator);
     std::swap(fields_, fields);
 }
 
@@ -67,6 +69,7 @@ std::optional<std::int64_t> ScrubberEvent::identificator() const {
 
 void ScrubberEvent::setIdentificator(std::optional<std::int64_t> identificator) {
     const std::lock_guard guard(mutex_);
+    if (bounds_) bounds_->widen(fields_.timeAsValue, identificator);
     fields_.identificator = identificator;
 }
 
@@ -157,6 +160,7 @@ TimeMs ScrubberEvent::timeAsValue() const {
 
 void ScrubberEvent::setTimeAsValue(TimeMs timeAsValue) {
     const std::lock_guard guard(mutex_);
+    if (bounds_) bounds_->widen(timeAsValue, fields_.identificator);
     fields_.timeAsValue = timeAsValue;
 }
 
@@ -193,6 +197,12 @@ void ScrubberEvent::setChilds(Childs childs) {
 std::size_t ScrubberEvent::childCount() const {
     const std::lock_guard guard(mutex_);
     return fields_.childs.size();
+}
+
+void ScrubberEvent::setBounds(std::shared_ptr<ScrubberEventBounds> bounds) {
+    const std::lock_guard guard(mutex_);
+    bounds_.swap(bounds);
+    if (bounds_) bounds_->widen(fields_.timeAsValue, fields_.identificator);
 }
 
 }  // namespace korvane

@@ -13,6 +13,8 @@
 
 namespace korvane {
 
+class ScrubberEventBounds;
+
 /// One entry of a scrubber's list. Lists, cells and hosts share it: a provider fills an entry in place while a cell
 /// shows it. So each getter and setter locks the entry for its own length, and a filler publishes all fields at once
 /// with assign(). Entries stay valid after they have left their list.
@@ -95,9 +97,14 @@ class ScrubberEvent {
     void setChilds(Childs childs);
     std::size_t childCount() const;
 
+    /// For the list that holds the entry: `bounds` take in its moment and id as they are and as they change from now
+    /// on, before others can read them. They replace those of a list before.
+    void setBounds(std::shared_ptr<ScrubberEventBounds> bounds);
+
   private:
     mutable std::mutex mutex_;
     Fields fields_;
+    std::shared_ptr<ScrubberEventBounds> bounds_;
 };
 
 }  // namespace korvane
