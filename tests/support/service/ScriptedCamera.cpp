@@ -66,12 +66,21 @@ class ScriptedService::Camera final : public KorvaneCamera {
     }
 
     std::shared_ptr<Timeline> getTimelineSync(TimeMs start, TimeMs end) override {
-        std::shared_ptr<Timeline> result;
-        const auto find = [&](ScriptedFootage& f, const ScriptedRequest&) {
-            result = std::make_shared<Timeline>(f.timeline(start, end));
-            return Reply();
+        const auto find = [](ScriptedFootage& f, const ScriptedRequest& r) {
+            Reply pairs = Reply::array();
+            for (const auto& period : *f.timeline(r.start, r.end).periods()) {
+                pairs.push_back({period.start(), period.end()});
+            }
+            return pairs;
         };
-        return state_->askSync({{start, end}, "getTimelineSync", connection_}, find) ? result : nullptr;
+        const auto pairs = state_->askSync({{start, end}, "getTimelineSync", connection_}, find);
+        if (!pairs) return nullptr;
+        auto timeline = std::make_shared<Timeline>(start, end);
+        if (pairs->is_null()) return timeline;
+        std::vector<TimelinePair> periods;
+        for (const Reply& pair : *pairs) periods.emplace_back(pair.at(0).get<TimeMs>(), pair.at(1).get<TimeMs>());
+        timeline->setPeriods(std::move(periods));
+        return timeline;
     }
 
     std::int32_t getCalendar(TimeMs start, TimeMs end, std::int32_t limit, std::int32_t offset,

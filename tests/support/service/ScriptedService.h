@@ -39,7 +39,8 @@ struct Script {
     bool isHeld = false;
     /// Comes that much later.
     std::chrono::milliseconds delay{0};
-    /// Something else than the footage's answer. For getCamera, the error text.
+    /// Something else than the footage's answer. For getCamera, the error text; for getTimelineSync, the periods as
+    /// pairs of start and end, or null for none.
     std::optional<Reply> reply{};
     /// Other than 0, the request fails, with `reply` or a text. A synchronous call then gives nothing.
     std::int32_t status = 0;

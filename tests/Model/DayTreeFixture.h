@@ -1,0 +1,78 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/Model/ProviderFixture.h"
+#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
+
+namespace korvane::test {
+
+/// One day as the service tells it: what it calls it, and its periods.
+struct ToldDay {
+    std::string date;
+    std::vector<std::pair<TimeMs, TimeMs>> periods;
+};
+
+inline void tellNext(ScriptedService& service, const std::vector<ToldDay>& days) {
+    Reply dates = Reply::array();
+    for (const auto& day : days) {
+        dates.push_back(day.date);
+        Reply periods = Reply::array();
+        for (const auto& [start, end] : day.periods) periods.push_back({start, end});
+        service.scriptNext("getTimelineSync", Script::answered(periods));
+    }
+    service.scriptNext("getActivity", Script::answered(dates));
+}
+
+using Span = std::pair<TimeMs, TimeMs>;
+using Spans = std::vector<Span>;
+
+inline Span spanOf(const ScrubberTimelineSegmentItem& segment) {
+    return {longLongValue(segment.startDateTime()), longLongValue(segment.endDateTime())};
+}
+
+/// The segments of a tree, day by day and timeline by timeline.
+inline Spans spansOf(const ScrubberTimelineDataProvider& provider) {
+    Spans spans;
+    for (std::int64_t i = 0; const auto day = provider.getTimelineDayItemByIndex(i); ++i) {
+        for (const auto& timeline : day->timelines()) {
+            for (const auto& segment : *timeline->segments()) spans.push_back(spanOf(segment));
+        }
+    }
+    return spans;
+}
+
+class DayTreeTest : public ::testing::Test {
+  protected:
+    static constexpr TimeMs march1 = 1'709'251'200'000;  // 2024-03-01
+    static constexpr TimeMs dayMs = 86'400'000;
+    static constexpr TimeMs slice = 240'000;
+
+    DayTreeTest() { provider->setDelegate(delegate); }
+
+    void bind(TimeMs position = -1) {
+        EXPECT_EQ(provider->setSource(service.makeToken(), position), 0);
+        scheduler.runUntilIdle();
+    }
+
+    /// Binds, or builds the tree anew.
+    void load(const std::vector<ToldDay>& days) {
+        tellNext(service, days);
+        if (provider->refresh() != 0) bind();
+        scheduler.runUntilIdle();
+    }
+
+    VirtualScheduler scheduler;
+    ScriptedService service{scheduler};
+    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+    std::shared_ptr<ScrubberTimelineDataProvider> provider =
+        std::make_shared<ScrubberTimelineDataProvider>(scheduler, service);
+};
+
+}  // namespace korvane::test
