@@ -58,13 +58,14 @@ void ScrubberEntries::exchange(Binding next) {
 std::shared_ptr<ScrubberProviderBridge> ScrubberEntries::makeBridge(std::uint64_t number) {
     const auto ifCurrent = [inUse = numberInUse_, number](auto handler) {
         return [inUse, number, handler = std::move(handler)](const auto&... arguments) {
-            if (*inUse == number) handler(arguments...);
+            using Answer = decltype(handler(arguments...));
+            return *inUse == number ? handler(arguments...) : Answer();
         };
     };
     return std::make_shared<ScrubberProviderBridge>(
         *environment_.toolkit->scheduler,
         ScrubberProviderBridge::Handlers{ifCurrent(handlers_.reload), ifCurrent(handlers_.reloadIndex),
-                                         handlers_.tokenWillExpire});
+                                         ifCurrent(handlers_.tokenWillExpire)});
 }
 
 std::shared_ptr<ScrubberDataProvider> ScrubberEntries::provider() const {
@@ -119,6 +120,15 @@ std::int64_t ScrubberEntries::find(const ScrubberEventQuery& query) const {
     std::int64_t index = -1;
     if (const auto from = list()) ask([&] { index = from->OnScrubberFindEvent(query); });
     return index;
+}
+
+std::shared_ptr<ScrubberEvent> ScrubberEntries::following(const ScrubberEvent& event) const {
+    const TimeMs moment = event.timeAsValue();
+    ScrubberEventQuery query;
+    if (moment != 0 && moment != -1) query = ScrubberEventQuery::at(moment);
+    query.identificator = event.identificator().value_or(0);
+    const std::int64_t index = find(query);
+    return index < 0 ? nullptr : at(index + 1);
 }
 
 }  // namespace korvane

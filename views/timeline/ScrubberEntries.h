@@ -34,6 +34,9 @@ class ScrubberEntries {
     std::vector<std::shared_ptr<ScrubberEvent>> all() const;
     /// Index of the first entry that fits; -1 when there is none.
     std::int64_t find(const ScrubberEventQuery& query) const;
+    /// The entry behind the first one that has the id of `event` and, where `event` has a moment, that moment too. Null
+    /// for an event without an id, and for one that is not in the list.
+    std::shared_ptr<ScrubberEvent> following(const ScrubberEvent& event) const;
 
   private:
     struct Binding {

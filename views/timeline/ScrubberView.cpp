@@ -7,9 +7,9 @@
 
 #include "base/Log.h"
 #include "base/Scheduler.h"
-#include "client/Status.h"
 #include "toolkit/InterfaceLoader.h"
 #include "toolkit/LayoutConstraint.h"
+#include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Presentation/Outlets.h"
 #include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
 #include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
@@ -23,7 +23,7 @@ using namespace std::chrono_literals;
 constexpr const char* classPath = "ScrubberView";
 const QString cellIdentifier = QStringLiteral("reuseScrubberCellID");
 
-constexpr double alignSeconds = 0.002;  // a scroll to the position, all but at once
+constexpr TimeMs closestRange = 24 * 60 * 60 * 1000;
 
 bool isSameEvent(const ScrubberCell* cell, const ScrubberCell* other) {
     const auto event = cell ? cell->getEvent() : nullptr;
@@ -86,11 +86,6 @@ void ScrubberView::setScreenLayout() {
     scrubberEventsCollectionView_->setCollectionViewLayout(std::make_unique<ScrubberFlowLayout>(), true, {});
 }
 
-void ScrubberView::orientationChanged() {
-    trace(1, classPath, "orientationChanged");
-    scheduler().after(500ms, [] { trace(1, classPath, "orientationChanged: done"); });
-}
-
 void ScrubberView::reload() {
     if (!scrubberEventsCollectionView_) return;
     scrubberEventsCollectionView_->reloadDataWithCompletion(life().guard([this] { scrollToPosition(false); }));
@@ -113,6 +108,11 @@ void ScrubberView::applyConfig() {
     });
 }
 
+void ScrubberView::clean() {
+    stopUpdates();
+    ScrubberViewBase::clean();
+}
+
 void ScrubberView::layoutSubviews() {
     if (scrubberEventsCollectionView_) scrubberEventsCollectionView_->collectionViewLayout()->invalidateLayout();
     scrollToPosition(false);
@@ -124,32 +124,124 @@ std::shared_ptr<ScrubberEvent> ScrubberView::getCurrentEvent() const {
     return lastCell_ ? lastCell_->getEvent() : nullptr;
 }
 
-void ScrubberView::toEvent(const std::shared_ptr<ScrubberEvent>& event) {
-    toEvent(event, true);
-}
-
-void ScrubberView::toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify) {
-    toEvent(event, withSendNotify, true);
-}
-
-void ScrubberView::toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll) {
-    toEvent(event, withSendNotify, withScroll, alignSeconds);
-}
-
-void ScrubberView::toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll,
-                           double withFixedAnimationTime) {
-    setPositionTime((event ? event : ScrubberEvent::build(-1))->timeAsValue());
-    if (withScroll) {
-        scrollToPosition(withSendNotify, withFixedAnimationTime);
-    } else if (lastCell_) {
-        lastCell_->stopProgress();
-        lastCell_->startProgress(this);
+void ScrubberView::toClosestEvent(const std::shared_ptr<ScrubberEvent>& event) {
+    const TimeMs time = event ? event->timeAsValue() : 0;
+    const std::int64_t count = getEventsCount();
+    const std::int64_t index =
+        time > 0 ? entries().find({0, time, saturatingAdd(time, closestRange - 1), std::nullopt}) : -1;
+    const auto before = index > 0 ? getEventByIndex(index - 1) : nullptr;
+    const bool isAfterHole = before && before->type() == ScrubberEventTypePending;  // what is there may be closer
+    if (index >= 0 && !isAfterHole) {
+        toEvent(getEventByIndex(index));
+    } else if (time > 0 && (count >= 3 || isAfterHole)) {
+        if (const auto current = entries().provider()) current->updateForTime(time, true, true);
+    } else {
+        toEvent(nullptr);
     }
+}
+
+void ScrubberView::toClosestEvent(qint64 time) {
+    toClosestEvent(ScrubberEvent::build(time));
+}
+
+void ScrubberView::toNextEvent() {
+    toNextEventWithSendNotify(true);
+}
+
+void ScrubberView::toNextEventWithSendNotify(bool withSendNotify) {
+    if (!scheduler().isMainThread()) return onMain([=, this] { toNextEventWithSendNotify(withSendNotify); });
+    const auto current = getCurrentEvent();
+    if (getEventsCount() < 3 || !current || current->type() == ScrubberEventTypeLive) return;
+    const std::int64_t index = entries().find(ScrubberEventQuery::at(current->timeAsValue()));
+    if (index >= 0) toNeighbour(index + 1, withSendNotify);
+}
+
+void ScrubberView::toPreviousEvent() {
+    toPreviousEventWithSendNotify(true);
+}
+
+void ScrubberView::toPreviousEventWithSendNotify(bool withSendNotify) {
+    if (!scheduler().isMainThread()) return onMain([=, this] { toPreviousEventWithSendNotify(withSendNotify); });
+    const std::int64_t count = getEventsCount();
+    if (count < 3) return;
+    std::int64_t index = count - 1;
+    if (const auto current = getCurrentEvent(); current && current->type() != ScrubberEventTypeLive) {
+        index = entries().find(ScrubberEventQuery::at(current->timeAsValue(), 2));
+    }
+    if (index >= 0) toNeighbour(index - 1, withSendNotify);
+}
+
+/// Queues a scroll to an entry, which plays from then on unless it is the live one.
+void ScrubberView::toNeighbour(std::int64_t index, bool notify) {
+    onMain([=, this] {
+        scrollToPointer(index, 0.0, [=, this] {
+            stopLastCell();
+            if (notify && !selected(index)) return;
+            const ScrubberCell* const cell = cellAt(index);
+            const auto event = cell ? cell->getEvent() : nullptr;
+            if (!event || event->type() != ScrubberEventTypeLive) play(index);
+        });
+    });
+}
+
+void ScrubberView::continuePlaying() {
+    scheduler().after(300ms, life().guard([this] { toNextEvent(); }));
+}
+
+// What has no work to do
+
+void ScrubberView::setPlayer(const std::shared_ptr<KorvanePlayer>& /*player*/) {
+    trace(3, classPath, "setPlayer");
+}
+
+void ScrubberView::setCamera(const std::shared_ptr<KorvaneCamera>& /*camera*/) {
+    trace(3, classPath, "setCamera");
+    trace(3, classPath, "setCamera: time: ", 0);
+}
+
+void ScrubberView::startUpdates() {
+    trace(1, classPath, "startUpdates");
+}
+
+void ScrubberView::stopUpdates() {
+    trace(1, classPath, "stopUpdates");
+}
+
+void ScrubberView::updateScrubber(std::int64_t start, std::int64_t end) {
+    trace(3, classPath, "updateScrubber: ", start, " to ", end);
+}
+
+void ScrubberView::startPositionChanging(std::int64_t time, float position) {
+    trace(3, classPath, "startPositionChanging: ", time, " position: ", position);
+}
+
+void ScrubberView::continuePositionChanging(std::int64_t time, float position) {
+    trace(3, classPath, "continuePositionChanging: ", time, " position: ", position);
+}
+
+void ScrubberView::endPositionChanging(std::int64_t time, float position) {
+    trace(3, classPath, "endPositionChanging: ", time, " position: ", position);
+}
+
+void ScrubberView::makePositionVisible(std::int64_t time, float position) {
+    trace(3, classPath, "makePositionVisible: ", time, " position: ", position);
+}
+
+void ScrubberView::observeValueForKeyPath(const QString& keyPath, const QObject* /*ofObject*/,
+                                          const QVariantMap& /*change*/, const void* /*context*/) {
+    trace(3, classPath, "observeValueForKeyPath: ", keyPath.toStdString());
+}
+
+void ScrubberView::orientationChanged() {
+    trace(1, classPath, "orientationChanged");
+    scheduler().after(500ms, [] { trace(1, classPath, "orientationChanged: done"); });
 }
 
 void ScrubberView::updateScrubberData() {
     onMain([this] { layoutSubviews(); });
 }
+
+// The provider's list has changed
 
 void ScrubberView::onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) {
     if (!scrubberEventsCollectionView_) return setState(ScrubberStateReady, what.withStatus);
@@ -164,9 +256,7 @@ void ScrubberView::onReloadIndexRequired(const ScrubberProviderBridge::ReloadInd
         reloadVisible(what);
     } else {
         stopLastCell();
-        scrollToPointer(what.withScrollToIndex, 0.0, [this, index = what.withScrollToIndex] {
-            if (selected(index)) play(index);
-        });
+        scrollToPointer(what.withScrollToIndex, 0.0, [this, index = what.withScrollToIndex] { selectAndPlay(index); });
     }
 }
 
@@ -177,7 +267,7 @@ void ScrubberView::reloadVisible(const ScrubberProviderBridge::ReloadIndex& what
         setState(ScrubberStateReady, what.withStatus);
         if (!self) return;
         stopLastCell();
-        if (selected(what.index)) play(what.index);
+        selectAndPlay(what.index);
     };
     strip.performBatchUpdates([&strip] { strip.reloadItemsAtIndexPaths(strip.indexPathsForVisibleItems()); },
                               life().guard(std::move(done)));
@@ -191,13 +281,15 @@ void ScrubberView::reloadRegrouped(const ScrubberProviderBridge::ReloadIndex& wh
     const IndexPath target = what.withScrollToIndex < 0 ? getIndexPathFromPointer() : IndexPath(what.withScrollToIndex);
     // A moment for the new layout to settle.
     scheduler().after(10ms, life().guard([this, target] {
-        scrollToPointer(target, 0.0, [this, target] {
-            if (selected(*target)) play(*target);
-        });
+        scrollToPointer(target, 0.0, [this, target] { selectAndPlay(*target); });
     }));
 }
 
 // Scrolling under the mark
+
+CollectionView* ScrubberView::strip() const {
+    return scrubberEventsCollectionView_;
+}
 
 ScrubberCell* ScrubberView::cellAt(IndexPath indexPath) const {
     return scrubberEventsCollectionView_
@@ -248,6 +340,12 @@ void ScrubberView::scrollToEntryOfPosition(bool notify, double withFixedAnimatio
 void ScrubberView::scrollToPointer(IndexPath indexPath, double withFixedAnimationTime,
                                    std::function<void()> completion) {
     trace(1, classPath, "scrollToPointer: ", indexPath.value_or(-1));
+    if (!strip() || !indexPath || *indexPath <= 0) return;
+    if (!strip()->layoutAttributesForItemAtIndexPath(indexPath)) {
+        logError(classPath, "scrollToPointer: there is no such item, so the strip stays");
+        if (completion) onMain(std::move(completion));
+        return;
+    }
     markedStrip_.scrollToPointer(indexPath, withFixedAnimationTime, std::move(completion));
 }
 
@@ -262,6 +360,16 @@ void ScrubberView::play(std::int64_t index) {
     if (lastCell_ && lastCell_ != cell) stopLastCell();
     if (cell) cell->startProgress(this);
     lastCell_ = cell;
+}
+
+void ScrubberView::selectAndPlay(std::int64_t index) {
+    if (selected(index)) play(index);
+}
+
+void ScrubberView::restartLastCell() {
+    if (!lastCell_) return;
+    lastCell_->stopProgress();
+    lastCell_->startProgress(this);
 }
 
 void ScrubberView::stopLastCell() {

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <QPointer>
+#include <QVariantMap>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 
 #include "base/Geometry.h"
-#include "client/Status.h"
 #include "toolkit/CollectionViewDataSource.h"
 #include "toolkit/CollectionViewDelegate.h"
 #include "toolkit/IndexPath.h"
@@ -16,6 +16,8 @@
 
 namespace korvane {
 
+class KorvaneCamera;
+class KorvanePlayer;
 class LayoutConstraint;
 class ScrubberCell;
 class ScrubberCollectionView;
@@ -36,38 +38,41 @@ class ScrubberView : public ScrubberViewBase, public CollectionViewDataSource, p
     void applyConfig() override;
     void reload() override;
 
-    /// The playing entry; null without one.
-    std::shared_ptr<ScrubberEvent> getCurrentEvent() const;
-    Q_INVOKABLE korvane::ScrubberEventInfo currentEventInfo() const { return ScrubberEventInfo(getCurrentEvent()); }
+    std::shared_ptr<ScrubberEvent> getCurrentEvent() const override;
 
-    /// Makes the entry's moment the position, and scrolls there (null is the live end). With `withSendNotify` the host
-    /// hears of the selection. Without `withScroll` nothing moves, and the playing cell starts anew. The last argument
-    /// is in seconds.
-    void toEvent(const std::shared_ptr<ScrubberEvent>& event);
-    void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify);
-    void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll);
-    void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll,
-                 double withFixedAnimationTime);
+    /// To the first entry of the 24 hours that begin with the moment of `event`, in list order. When there is none, or
+    /// a pending one before it, the provider is asked for that time, and the strip follows once it has answered. The
+    /// live end for null and for a moment of 0 or below.
+    void toClosestEvent(const std::shared_ptr<ScrubberEvent>& event);
+    /// The same for QML; `time` is ms.
+    Q_INVOKABLE void toClosestEvent(qint64 time);
+    /// To the neighbour of the playing entry, at a speed of its own and without a change of the position. At the live
+    /// end, and while none plays, there is no next one, and the previous one is the last event. With
+    /// `withSendNotify`, which is the default, the host hears of the selection. Any thread.
+    Q_INVOKABLE void toNextEvent();
+    void toNextEventWithSendNotify(bool withSendNotify);
+    Q_INVOKABLE void toPreviousEvent();
+    void toPreviousEventWithSendNotify(bool withSendNotify);
 
-    /// Not at work yet: these do nothing, and deleteEvent() gives -1 without a completion.
-    Q_INVOKABLE void toFirstEvent() {}
-    Q_INVOKABLE void toLastEvent() {}
-    void toClosestEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) {}
-    void toNextEvent() override {}
-    void toNextEventWithSendNotify(bool /*notify*/) {}
-    Q_INVOKABLE void toPreviousEvent() {}
-    void toPreviousEventWithSendNotify(bool /*notify*/) {}
-    std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/,
-                             const ScrubberDataProvider::DeleteCompletion& /*onComplete*/) {
-        return StatusBadCall;
-    }
+    void clean() override;
 
-    /// Data comes through the provider and progress through the cells: there is nothing to fetch or to follow.
-    void updateScrubber(std::int64_t /*start*/, std::int64_t /*end*/) {}
-    void startPositionChanging(std::int64_t /*time*/, float /*position*/) {}
-    void continuePositionChanging(std::int64_t /*time*/, float /*position*/) {}
-    void endPositionChanging(std::int64_t /*time*/, float /*position*/) {}
-    void makePositionVisible(std::int64_t /*time*/, float /*position*/) {}
+    /// The view takes its data through setSource() alone: these keep nothing, and what they were given stays absent.
+    void setPlayer(const std::shared_ptr<KorvanePlayer>& player);
+    void setCamera(const std::shared_ptr<KorvaneCamera>& camera);
+    std::shared_ptr<KorvanePlayer> getPlayer() const { return nullptr; }
+    std::shared_ptr<KorvaneCamera> getCamera() const { return nullptr; }
+
+    /// Data comes through the provider and progress through the cells, so there is nothing to fetch, to follow or to
+    /// observe: these only trace. Times are ms.
+    void startUpdates();
+    void stopUpdates();
+    void updateScrubber(std::int64_t start, std::int64_t end);
+    void startPositionChanging(std::int64_t time, float position);
+    void continuePositionChanging(std::int64_t time, float position);
+    void endPositionChanging(std::int64_t time, float position);
+    void makePositionVisible(std::int64_t time, float position);
+    void observeValueForKeyPath(const QString& keyPath, const QObject* ofObject, const QVariantMap& change,
+                                const void* context);
     /// Brings the strip back to its position. Any thread.
     Q_INVOKABLE void updateScrubberData();
 
@@ -82,9 +87,9 @@ class ScrubberView : public ScrubberViewBase, public CollectionViewDataSource, p
     void scrollOnPositionX(IndexPath indexPath, double position);
     /// Queues a scroll to the position; nothing moves when no entry has exactly its moment. Any thread.
     void scrollToPosition(bool notify);
-    void scrollToPosition(bool notify, double withFixedAnimationTime);
+    void scrollToPosition(bool notify, double withFixedAnimationTime) override;
     /// Brings an item to the mark, in that many seconds, or at a speed of its own for 0.001 and below. Does nothing for
-    /// the head entry and for no item: `completion` is not called then.
+    /// the head entry and for no item: `completion` is not called then. For an item that does not exist nothing moves.
     void scrollToPointer(IndexPath indexPath, double withFixedAnimationTime, std::function<void()> completion);
 
     std::int64_t collectionViewNumberOfItemsInSection(CollectionView& view, std::int64_t section) override;
@@ -101,7 +106,10 @@ class ScrubberView : public ScrubberViewBase, public CollectionViewDataSource, p
 
   protected:
     void layoutSubviews() override;
+    CollectionView* strip() const override;
     void stopLastCell() override;
+    void restartLastCell() override;
+    void continuePlaying() override;
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
 
   private:
@@ -113,7 +121,9 @@ class ScrubberView : public ScrubberViewBase, public CollectionViewDataSource, p
     void reloadRegrouped(const ScrubberProviderBridge::ReloadIndex& what);
     bool selected(std::int64_t index);
     void play(std::int64_t index);
+    void selectAndPlay(std::int64_t index);
     void select(IndexPath indexPath);
+    void toNeighbour(std::int64_t index, bool notify);
     void endOfScroll(bool afterDrag);
     void scrollToEntryOfPosition(bool notify, double withFixedAnimationTime, std::int64_t count);
     ScrubberCell* cellAt(IndexPath indexPath) const;

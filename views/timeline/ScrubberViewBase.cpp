@@ -1,13 +1,14 @@
 #include "views/timeline/ScrubberViewBase.h"
 
 #include <QMetaMethod>
-#include <chrono>
+#include <algorithm>
 #include <utility>
 
 #include "base/Log.h"
 #include "base/Scheduler.h"
 #include "client/KorvaneService.h"
 #include "client/Status.h"
+#include "toolkit/CollectionView.h"
 #include "toolkit/DeleteLater.h"
 #include "toolkit/ImageCache.h"
 #include "toolkit/InterfaceLoader.h"
@@ -17,8 +18,6 @@
 
 namespace korvane {
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr const char* classPath = "ScrubberView";
 constexpr std::int32_t hostWantsNext = 1;
@@ -34,8 +33,12 @@ ScrubberViewBase::ScrubberViewBase(const TimelineEnvironment& environment, QQuic
     : QQuickItem(parent),
       environment_(complete(environment)),
       host_(std::make_shared<ScrubberHostLink>()),
-      entries_(environment_, providerHandlers()) {
-    if (!entries_.renewProvider(ScrubberDataSourceTypeEvents)) {
+      state_(std::make_shared<ScrubberViewState>(
+          scheduler(), host_, life_.guard([this](std::int32_t from, std::int32_t toState, std::int32_t withStatus) {
+              emit scrubberStateChanged(from, toState, withStatus);
+          }))),
+      entries_(std::make_shared<ScrubberEntries>(environment_, providerHandlers())) {
+    if (!entries_->renewProvider(ScrubberDataSourceTypeEvents)) {
         logError(classPath, "there is no service in its environment: the view stays empty");
     }
 }
@@ -43,7 +46,7 @@ ScrubberViewBase::ScrubberViewBase(const TimelineEnvironment& environment, QQuic
 void ScrubberViewBase::leave() {
     clean();
     host_->set(nullptr);
-    if (const auto last = entries_.provider()) last->setDelegate(nullptr);
+    if (const auto last = entries_->provider()) last->setDelegate(nullptr);
     if (!contentView_) return;
     // It may be in the middle of an event that led here.
     contentView_->setParentItem(nullptr);
@@ -86,11 +89,11 @@ ScrubberProviderBridge::Handlers ScrubberViewBase::providerHandlers() {
 
 std::int32_t ScrubberViewBase::bind(TimeMs position,
                                     const std::function<std::int32_t(ScrubberDataProvider&)>& setSource) {
-    const auto fresh = entries_.renewProvider(config_.dataSourceType());
+    const auto fresh = entries_->renewProvider(config_.dataSourceType());
     if (!fresh) return StatusBadCall;
     const QPointer<ScrubberViewBase> self(this);
     setState(ScrubberStateLoading, 0);
-    if (!self || entries_.provider() != fresh) return StatusBadCall;  // the host destroyed or bound the view meanwhile
+    if (!self || entries_->provider() != fresh) return StatusBadCall;  // the host destroyed or bound the view meanwhile
     position_ = position;
     fresh->enableEventGrouping(config_.eventGrouping());
     fresh->setApiProtocol(config_.getScrubberApiProtocolAsString().toStdString(), config_.getScrubberApiPort());
@@ -119,36 +122,18 @@ std::int32_t ScrubberViewBase::setSource(const QString& token, TimeMs startDateT
 }
 
 int ScrubberViewBase::refresh() {
-    const auto current = entries_.provider();
+    const auto current = entries_->provider();
     if (!current) return StatusBadCall;
     setState(ScrubberStateRefreshing, 0);
     return current->refresh();
 }
 
 void ScrubberViewBase::setState(std::int32_t state, std::int32_t andStatus) {
-    const std::int32_t from = state_.exchange(state);
-    trace(1, classPath, "state: ", from, " to ", state, " status ", andStatus);
-    const QPointer<ScrubberViewBase> self(this);
-    host_->call(&ScrubberViewDelegate::OnScrubberStateChangedFrom, from, state, andStatus);
-    if (!self) return;
-    auto announce = [this, from, state, andStatus] { emit scrubberStateChanged(from, state, andStatus); };
-    if (scheduler().isMainThread()) {
-        announce();
-    } else {
-        onMain(std::move(announce));
-    }
-}
-
-void ScrubberViewBase::startUpdates() {
-    trace(1, classPath, "startUpdates");
-}
-
-void ScrubberViewBase::stopUpdates() {
-    trace(1, classPath, "stopUpdates");
+    const auto holder = state_;  // the host may destroy this view
+    holder->set(state, andStatus);
 }
 
 void ScrubberViewBase::clean() {
-    stopUpdates();
     stopLastCell();
     setDataSourceDelegate(nullptr);
     position_ = -1;
@@ -157,16 +142,7 @@ void ScrubberViewBase::clean() {
     if (!self) return;
     environment_.toolkit->imageCache->clearMemory();
     environment_.toolkit->imageCache->clearDiskOnCompletion({});
-    if (const auto current = entries_.provider()) current->close();
-}
-
-void ScrubberViewBase::setPlayer(const std::shared_ptr<KorvanePlayer>& /*player*/) {
-    trace(3, classPath, "setPlayer");
-}
-
-void ScrubberViewBase::setCamera(const std::shared_ptr<KorvaneCamera>& /*camera*/) {
-    trace(3, classPath, "setCamera");
-    trace(3, classPath, "setCamera: time: ", 0);
+    if (const auto current = entries_->provider()) current->close();
 }
 
 void ScrubberViewBase::setSourceToken(const QString& token) {
@@ -251,6 +227,110 @@ void ScrubberViewBase::onReloadRequired(std::int32_t status, std::int32_t andSta
     setState(andState, status);
 }
 
+// Navigation and deletion
+
+void ScrubberViewBase::toEvent(const std::shared_ptr<ScrubberEvent>& event) {
+    toEvent(event, true);
+}
+
+void ScrubberViewBase::toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify) {
+    toEvent(event, withSendNotify, true);
+}
+
+void ScrubberViewBase::toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll) {
+    toEvent(event, withSendNotify, withScroll, alignSeconds);
+}
+
+void ScrubberViewBase::toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll,
+                               double withFixedAnimationTime) {
+    setPositionTime((event ? event : ScrubberEvent::build(-1))->timeAsValue());
+    if (withScroll) {
+        scrollToPosition(withSendNotify, withFixedAnimationTime);
+    } else {
+        restartLastCell();
+    }
+}
+
+void ScrubberViewBase::toFirstEvent() {
+    if (getEventsCount() >= 2) toEvent(getEventByIndex(1));
+}
+
+void ScrubberViewBase::toLastEvent() {
+    const std::int64_t count = getEventsCount();
+    if (count >= 2) toEvent(getEventByIndex(std::max<std::int64_t>(count - 2, 1)));
+}
+
+void ScrubberViewBase::toEvent(const ScrubberEventInfo& event) {
+    toEvent(event.valid ? ScrubberEvent::build(event.identificator, event.timeAsValue) : nullptr);
+}
+
+void ScrubberViewBase::toEventAt(qint64 index) {
+    if (const auto event = getEventByIndex(index)) {
+        toEvent(event);
+    } else {
+        logError(classPath, "toEventAt: there is no such entry");
+    }
+}
+
+std::int32_t ScrubberViewBase::deleteEvent(const std::shared_ptr<ScrubberEvent>& event,
+                                           ScrubberDataProvider::DeleteCompletion onComplete) {
+    const auto current = entries_->provider();
+    if (!event || !current) return StatusBadCall;
+    const QPointer<ScrubberViewBase> self(this);
+    setState(ScrubberStateDeleting, 0);
+    if (!self) return StatusBadCall;
+    current->deleteEvent(event, afterDeletion(current, event, std::move(onComplete)));
+    return StatusSuccess;
+}
+
+int ScrubberViewBase::deleteEvent(const ScrubberEventInfo& event) {
+    if (!event.valid) return StatusBadCall;
+    return deleteEvent(ScrubberEvent::build(event.identificator, event.timeAsValue),
+                       [this, event](std::int32_t, const std::string& message) {
+                           emit scrubberEventDeleted(event, QString::fromStdString(message));
+                       });
+}
+
+// The service answers on any thread, and maybe when this view has died.
+ScrubberDataProvider::DeleteCompletion ScrubberViewBase::afterDeletion(
+    const std::shared_ptr<ScrubberDataProvider>& asked, const std::shared_ptr<ScrubberEvent>& event,
+    ScrubberDataProvider::DeleteCompletion onComplete) {
+    auto leaveStrip = life_.guard([=, this](const std::shared_ptr<ScrubberEvent>& next, const std::string& message) {
+        if (entries_->provider() != asked) return;
+        takeOut(event, life_.guard([=, this](bool) {
+            toEvent(next, true, true, alignSeconds);
+            if (onComplete) onComplete(StatusSuccess, message);
+        }));
+    });
+    return [=, state = state_, weakEntries = std::weak_ptr(entries_), &onMainThread = scheduler(),
+            isAnswered = std::make_shared<std::atomic<bool>>(false)](std::int32_t status, const std::string& message) {
+        const auto list = weakEntries.lock();
+        if (!list || list->provider() != asked || isAnswered->exchange(true)) return;
+        state->set(ScrubberStateReady, status);
+        if (status != StatusSuccess) return;
+        onMainThread.post(
+            [leaveStrip, next = list->following(*event), message]() mutable { leaveStrip(next, message); });
+    };
+}
+
+/// Takes the entry out of the provider's list, and out of the strip where it shows that list.
+void ScrubberViewBase::takeOut(const std::shared_ptr<ScrubberEvent>& event, Completion completion) {
+    CollectionView* const shown = strip();
+    const auto update = [this, event, shown] {
+        const auto current = entries_->provider();
+        const std::int32_t index = current ? current->OnScrubberDeleteEvent(event) : -1;
+        if (shown && index >= 0 && !entries_->source()) shown->deleteItemsAtIndexPaths({index});
+    };
+    if (shown) {
+        shown->performBatchUpdates(update, std::move(completion));
+    } else {
+        update();
+        onMain([completion = std::move(completion)] { completion(true); });
+    }
+}
+
+// The host
+
 bool ScrubberViewBase::tellHost(EventCallback callback, EventSignal signal,
                                 const std::shared_ptr<ScrubberEvent>& event) {
     const QPointer<ScrubberViewBase> self(this);
@@ -273,9 +353,14 @@ std::int32_t ScrubberViewBase::OnScrubberEventPlayStarted(const std::shared_ptr<
 
 std::int32_t ScrubberViewBase::OnScrubberEventPlayFinished(const std::shared_ptr<ScrubberEvent>& event) {
     onMain([this, event] { emit scrubberEventPlayFinished(ScrubberEventInfo(event)); });
-    const std::int32_t answer = host_->call(&ScrubberViewDelegate::OnScrubberEventPlayFinished, event);
-    if (answer == hostWantsNext && config_.continuousEventPlaying()) {
-        scheduler().after(300ms, life_.guard([this] { toNextEvent(); }));
+    std::int32_t answer = playback_.nextEventFollows() ? hostWantsNext : 0;
+    if (host_->answers(&ScrubberViewDelegate::OnScrubberEventPlayFinished)) {
+        answer = host_->call(&ScrubberViewDelegate::OnScrubberEventPlayFinished, event);
+    }
+    if (answer == hostWantsNext) {
+        onMain([this] {
+            if (config_.continuousEventPlaying()) continuePlaying();
+        });
     }
     return answer;
 }
@@ -284,7 +369,12 @@ void ScrubberViewBase::OnScrubberGetRangeForPlayingEvent(const std::shared_ptr<S
                                                          TimeMs* startRange, TimeMs* endRange) {
     if (startRange) *startRange = event ? event->start() : 0;
     if (endRange) *endRange = event ? event->end() : 0;
-    host_->call(&ScrubberViewDelegate::OnScrubberGetRangeForPlayingEvent, event, startRange, endRange);
+    if (host_->answers(&ScrubberViewDelegate::OnScrubberGetRangeForPlayingEvent)) {
+        host_->call(&ScrubberViewDelegate::OnScrubberGetRangeForPlayingEvent, event, startRange, endRange);
+        return;
+    }
+    if (startRange && playback_.rangeStart() >= 0) *startRange = playback_.rangeStart();
+    if (endRange && playback_.rangeEnd() >= 0) *endRange = playback_.rangeEnd();
 }
 
 void ScrubberViewBase::OnScrubberSetCurrentPositionForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event,
@@ -296,6 +386,8 @@ void ScrubberViewBase::OnScrubberSetCurrentPositionForPlayingEvent(const std::sh
 }
 
 TimeMs ScrubberViewBase::OnScrubberGetCurrentPositionForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event) {
+    if (!host_->answers(&ScrubberViewDelegate::OnScrubberGetCurrentPositionForPlayingEvent))
+        return playback_.position();
     return host_->call(&ScrubberViewDelegate::OnScrubberGetCurrentPositionForPlayingEvent, event);
 }
 

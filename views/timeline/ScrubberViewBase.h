@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/LifeToken.h"
+#include "toolkit/IndexPath.h"
 #include "views/timeline/Presentation/ScrubberCellOwner.h"
 #include "views/timeline/ScrubberCommon/ScrubberConfig.h"
 #include "views/timeline/ScrubberCommon/ScrubberDataProvider.h"
@@ -19,12 +20,13 @@
 #include "views/timeline/ScrubberHostLink.h"
 #include "views/timeline/ScrubberProviderBridge.h"
 #include "views/timeline/ScrubberViewDelegate.h"
+#include "views/timeline/ScrubberViewPlayback.h"
+#include "views/timeline/ScrubberViewState.h"
 #include "views/timeline/TimelineEnvironment.h"
 
 namespace korvane {
 
-class KorvaneCamera;
-class KorvanePlayer;
+class CollectionView;
 class Scheduler;
 
 /// What the scrubber views have in common: settings, host, source and state. Times are ms, UTC; lengths are points;
@@ -39,11 +41,13 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     Q_PROPERTY(int sourceStatus READ sourceStatus NOTIFY sourceChanged)
     Q_PROPERTY(korvane::ScrubberConfig config READ config WRITE setConfig NOTIFY configChanged)
     Q_PROPERTY(int scrubberState READ getState NOTIFY scrubberStateChanged)
+    Q_PROPERTY(korvane::ScrubberViewPlayback* playback READ playback CONSTANT)
 
   public:
     static QString getVersion();
 
-    /// The settings in use, for editing in place; see ScrubberConfig for what takes effect when.
+    /// The settings in use, for editing in place; see ScrubberConfig for what takes effect when. setSource() reads
+    /// them, so they are left alone while it runs on another thread.
     ScrubberConfig& getConfig() override { return config_; }
     /// Brings spacing, mark and background colours to the views, on the next turn of the main loop. Any thread.
     Q_INVOKABLE virtual void applyConfig() = 0;
@@ -54,15 +58,9 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
 
     /// A list of the host's own: count and entries come from it while it is set. Shared. Any thread.
     void setDataSourceDelegate(const std::shared_ptr<ScrubberDataSourceDelegate>& source) {
-        entries_.setSource(source);
+        entries_->setSource(source);
     }
-    std::shared_ptr<ScrubberDataSourceDelegate> getDataSourceDelegate() const { return entries_.source(); }
-
-    /// The view takes its data through setSource() alone: these keep nothing, and what they were given stays absent.
-    void setPlayer(const std::shared_ptr<KorvanePlayer>& player);
-    void setCamera(const std::shared_ptr<KorvaneCamera>& camera);
-    std::shared_ptr<KorvanePlayer> getPlayer() const { return nullptr; }
-    std::shared_ptr<KorvaneCamera> getCamera() const { return nullptr; }
+    std::shared_ptr<ScrubberDataSourceDelegate> getDataSourceDelegate() const { return entries_->source(); }
 
     /// Closes the list in use and binds to the camera of a token: at the live end, or at the entry of a moment. Gives
     /// the provider's status (-1 without a service); how the load ends is told by the state. Any thread; blocks while
@@ -79,29 +77,55 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
 
     /// Takes any value, and tells the host each time. Any thread.
     void setState(std::int32_t state, std::int32_t andStatus);
-    int getState() const { return state_; }
+    int getState() const { return state_->get(); }
 
     /// Back to the first state, with host, settings and views kept; empties the image cache of the whole application.
-    Q_INVOKABLE void clean();
+    Q_INVOKABLE virtual void clean();
 
     /// Root of the loaded layout; null when it could not be loaded.
     QQuickItem* contentView() const { return contentView_; }
     void setContentView(QQuickItem* view) { contentView_ = view; }
 
     /// Length of the list, head and live entry included. Any thread.
-    std::int64_t getEventsCount() const { return entries_.count(); }
+    std::int64_t getEventsCount() const { return entries_->count(); }
     /// Null for an index outside of the list. Any thread.
-    std::shared_ptr<ScrubberEvent> getEvent(std::int64_t index) const { return entries_.at(index); }
-    std::shared_ptr<ScrubberEvent> getEventByIndex(std::int64_t index) const { return entries_.at(index); }
+    std::shared_ptr<ScrubberEvent> getEvent(std::int64_t index) const { return entries_->at(index); }
+    std::shared_ptr<ScrubberEvent> getEventByIndex(std::int64_t index) const { return entries_->at(index); }
     /// The provider's list; of a host's own source, all entries but the head. Any thread.
-    std::vector<std::shared_ptr<ScrubberEvent>> getEvents() const { return entries_.all(); }
+    std::vector<std::shared_ptr<ScrubberEvent>> getEvents() const { return entries_->all(); }
 
-    Q_INVOKABLE virtual void toNextEvent() = 0;
-    /// Data comes through the provider and progress through the cells: there is nothing to start or stop.
-    void startUpdates();
-    void stopUpdates();
+    /// The playing entry; null without one.
+    virtual std::shared_ptr<ScrubberEvent> getCurrentEvent() const = 0;
+    Q_INVOKABLE korvane::ScrubberEventInfo currentEventInfo() const { return ScrubberEventInfo(getCurrentEvent()); }
 
-    /// For cells; they ask the host. The answers are the host's, or 0. Any thread.
+    /// Makes the entry's moment the position, and scrolls there (null is the live end). With `withSendNotify` the host
+    /// hears of the selection. Without `withScroll` nothing moves, and the playing cell starts anew. The last argument
+    /// is in seconds.
+    void toEvent(const std::shared_ptr<ScrubberEvent>& event);
+    void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify);
+    void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll);
+    void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll,
+                 double withFixedAnimationTime);
+    /// To the entry after the head and to the one before the live entry. Nothing for a list of less than two entries.
+    Q_INVOKABLE void toFirstEvent();
+    Q_INVOKABLE void toLastEvent();
+
+    /// Deletes an event at the service. Gives -1, with nothing done, for null and without a provider, otherwise 0: how
+    /// it ends is told by the state, which stays at ScrubberStateDeleting when the provider refuses at once. Once the
+    /// service has deleted it the entry leaves the strip, which goes to the entry that followed it; then `onComplete`,
+    /// which may be empty, is called with 0 on the main thread. It is not called when the deletion fails, nor when the
+    /// view has been destroyed or has got another source by then. Any thread.
+    std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event,
+                             ScrubberDataProvider::DeleteCompletion onComplete);
+
+    /// The same for QML: to an event that a signal told of (one that is not valid is the live end), to an entry by its
+    /// index (one that does not exist is ignored), and deletion, with scrubberEventDeleted() as its completion.
+    Q_INVOKABLE void toEvent(const korvane::ScrubberEventInfo& event);
+    Q_INVOKABLE void toEventAt(qint64 index);
+    Q_INVOKABLE int deleteEvent(const korvane::ScrubberEventInfo& event);
+
+    /// For cells; they ask the host. The answers are the host's; where it does not answer, those of playback(), or 0.
+    /// Any thread.
     std::int32_t OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) override;
     std::int32_t OnScrubberEventPlayFinished(const std::shared_ptr<ScrubberEvent>& event) override;
     void OnScrubberGetRangeForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event, TimeMs* startRange,
@@ -118,6 +142,8 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     int sourceStatus() const { return sourceStatus_; }
     ScrubberConfig config() const { return config_; }
     void setConfig(const ScrubberConfig& config);
+    /// Owned by the view. What a host answers comes before what is set here.
+    ScrubberViewPlayback* playback() { return &playback_; }
 
   signals:
     /// The host's callbacks for QML, all on the main thread.
@@ -130,12 +156,16 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     void scrubberEventPlayFinished(const korvane::ScrubberEventInfo& event);
     void scrubberSetCurrentPositionForPlayingEvent(const korvane::ScrubberEventInfo& event, qint64 newPosition);
     void sharedTokenWillExpireIn(qint64 timeLeft);
+    /// A deleteEvent() from QML has succeeded. One that failed is told by scrubberStateChanged() alone.
+    void scrubberEventDeleted(const korvane::ScrubberEventInfo& event, const QString& message);
     void sourceChanged();
     void configChanged();
 
   protected:
     using EventSignal = void (ScrubberViewBase::*)(const ScrubberEventInfo&);
     using EventCallback = std::function<void(const ScrubberViewDelegate::Event&)> ScrubberViewDelegate::*;
+
+    static constexpr double alignSeconds = 0.002;  // a scroll to the position, all but at once
 
     ScrubberViewBase(const TimelineEnvironment& environment, QQuickItem* parent);
     /// A subclass begins its destructor with leave(), while its virtual functions still answer.
@@ -145,7 +175,14 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     QQuickItem* loadContentView(const QString& layoutName);
     /// Where a subclass brings its strip back to positionTime(): on each change of size.
     virtual void layoutSubviews() = 0;
+    /// The strip; null when the layout could not be loaded.
+    virtual CollectionView* strip() const = 0;
+    /// Queues a scroll to positionTime().
+    virtual void scrollToPosition(bool notify, double withFixedAnimationTime) = 0;
     virtual void stopLastCell() = 0;
+    virtual void restartLastCell() = 0;
+    /// An entry has played to its end, and the host wants the next one.
+    virtual void continuePlaying() = 0;
     virtual void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) = 0;
     void onReloadRequired(std::int32_t status, std::int32_t andState);
 
@@ -158,7 +195,7 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     /// The moment on which the strip is to rest; -1 is the live end.
     TimeMs positionTime() const { return position_; }
     void setPositionTime(TimeMs position) { position_ = position; }
-    ScrubberEntries& entries() { return entries_; }
+    ScrubberEntries& entries() { return *entries_; }
     const LifeToken& life() const { return life_; }
 
     void classBegin() override;
@@ -174,13 +211,18 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     std::int32_t bind(TimeMs position, const std::function<std::int32_t(ScrubberDataProvider&)>& setSource);
     void bindTo(const QString& token);
     void layoutIfNeeded();
+    ScrubberDataProvider::DeleteCompletion afterDeletion(const std::shared_ptr<ScrubberDataProvider>& asked,
+                                                         const std::shared_ptr<ScrubberEvent>& event,
+                                                         ScrubberDataProvider::DeleteCompletion onComplete);
+    void takeOut(const std::shared_ptr<ScrubberEvent>& event, Completion completion);
 
     const TimelineEnvironment environment_;
     const std::shared_ptr<ScrubberHostLink> host_;
     LifeToken life_;
-    ScrubberEntries entries_;
+    const std::shared_ptr<ScrubberViewState> state_;
+    const std::shared_ptr<ScrubberEntries> entries_;
     ScrubberConfig config_;
-    std::atomic<std::int32_t> state_ = ScrubberStateReady;
+    ScrubberViewPlayback playback_;
     std::atomic<TimeMs> position_ = -1;
     QString sourceToken_;
     int sourceStatus_ = 0;
