@@ -185,7 +185,21 @@ class RandomPages : public EventFilling, public ::testing::WithParamInterface<Mo
         return reply;
     }
 
+    // That of the default walks over the whole list.
+    void expectSameFinds() {
+        ScrubberDataSourceDelegate& list = *provider;
+        for (int i = 0; i < 20; ++i) {
+            const auto& sought = *plain.list[random() % plain.list.size()];
+            const auto from = static_cast<std::int64_t>(random() % plain.list.size());
+            auto query = ScrubberEventQuery::at(sought.time, from);
+            if (random() % 2 == 0) query.notAfter += static_cast<TimeMs>(random() % 100'000);
+            if (random() % 3 == 0) query.identificator = sought.id;
+            ASSERT_EQ(list.OnScrubberFindEvent(query), list.ScrubberDataSourceDelegate::OnScrubberFindEvent(query));
+        }
+    }
+
     void expectSameLists() {
+        expectSameFinds();
         ASSERT_EQ(provider->OnScrubberGetEventsCount(), static_cast<std::int64_t>(plain.list.size()));
         for (std::size_t i = 0; i < plain.list.size(); ++i) {
             const auto event = entry(static_cast<std::int64_t>(i))->fields();

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <random>
 
+#include "base/LoopScheduler.h"
+
 namespace korvane {
 namespace {
 
@@ -21,7 +23,39 @@ struct PlainList {
         for (std::uint64_t i = 0; i <= last && i < slots.size(); ++i) sum += slots[i].folded;
         return sum;
     }
+
+    std::optional<std::uint64_t> find(const ScrubberEventQuery& query) const {
+        const auto pending = ScrubberEvent::build();
+        for (auto i = static_cast<std::size_t>(std::max<std::int64_t>(query.fromIndex, 0)); i < slots.size(); ++i) {
+            if (query.fits(slots[i].entry ? *slots[i].entry : *pending)) return i;
+        }
+        return std::nullopt;
+    }
 };
+
+bool goOn() {
+    return false;
+}
+
+// Moments and ids that grow with the index, more or less; stragglers and the values for none among them.
+ScrubberEvent::Fields randomFields(std::mt19937& random, std::uint64_t index) {
+    const auto number = static_cast<std::int64_t>(index + random() % 50);
+    ScrubberEvent::Fields fields;
+    fields.timeAsValue = random() % 100 == 0 ? static_cast<TimeMs>(random() % 4) - 2 : number * 10;
+    fields.identificator = random() % 100 == 0 ? static_cast<std::int64_t>(random() % 3) - 1 : number;
+    if (random() % 50 == 0) fields.identificator.reset();
+    return fields;
+}
+
+ScrubberEventQuery randomQuery(std::mt19937& random, std::uint64_t size) {
+    const auto fields = randomFields(random, random() % (size + 50));
+    auto query = ScrubberEventQuery::at(fields.timeAsValue, static_cast<std::int64_t>(random() % (size + 2)) - 1);
+    if (random() % 2 == 0) query.fromIndex = 0;
+    if (random() % 3 == 0) query.notAfter += static_cast<std::int64_t>(random() % 1000);
+    if (random() % 3 == 0) query.identificator = fields.identificator;
+    if (random() % 2 == 0 && query.identificator) query = {query.fromIndex, -1000, 1'000'000, query.identificator};
+    return query;
+}
 
 // Lengths around the borders of the list's inner chunks, and one that has many of them.
 class PagedEventListModel : public ::testing::TestWithParam<std::uint64_t> {};
@@ -43,9 +77,11 @@ TEST_P(PagedEventListModel, AgreesWithAPlainVector) {
         const std::uint64_t index = random() % (plain.slots.size() + 1);
         const bool isInside = index < plain.slots.size();
         const auto folded = static_cast<std::uint32_t>(random() % 3);
-        switch (random() % 6) {
+        const auto query = randomQuery(random, plain.slots.size());
+        ASSERT_EQ(list.find(query, goOn), plain.find(query));
+        switch (random() % 8) {
             case 0: {
-                const auto entry = ScrubberEvent::build(1000);
+                const auto entry = std::make_shared<ScrubberEvent>(randomFields(random, index));
                 ASSERT_EQ(list.replace(index, entry, folded), isInside);
                 if (isInside) plain.slots[index] = {entry, folded};
                 break;
@@ -61,6 +97,31 @@ TEST_P(PagedEventListModel, AgreesWithAPlainVector) {
                 }
                 break;
             case 3: {
+                const auto found = plain.find(query);
+                ASSERT_EQ(list.eraseFirst(query, goOn), found);
+                if (found) plain.slots.erase(plain.slots.begin() + static_cast<std::ptrdiff_t>(*found));
+                break;
+            }
+            case 4:
+                for (std::uint64_t i = index; i < std::min<std::uint64_t>(index + 100, plain.slots.size()); ++i) {
+                    if (!plain.slots[i].entry) continue;
+                    auto fields = randomFields(random, i);
+                    switch (i % 4) {
+                        case 0:
+                            plain.slots[i].entry->assign(std::move(fields));
+                            break;
+                        case 1:
+                            plain.slots[i].entry->setTimeAsValue(fields.timeAsValue);
+                            break;
+                        case 2:
+                            plain.slots[i].entry->setIdentificator(fields.identificator);
+                            break;
+                        default:
+                            plain.slots[i].entry->resetToDefault();
+                    }
+                }
+                break;
+            case 5: {
                 const auto entry = list.at(index);
                 ASSERT_EQ(entry != nullptr, isInside);
                 if (!isInside) break;
@@ -90,7 +151,6 @@ TEST(PagedEventList, FindsTheFirstEntryWithoutMakingAny) {
     list.create(5000, 7);
     for (const std::uint64_t index : {3000, 4000}) list.replace(index, ScrubberEvent::build(99));
     for (int i = 0; i < 10; ++i) list.erase(500);
-    const auto goOn = [] { return false; };
     const auto hasMoment = [](TimeMs time) {
         return [time](const ScrubberEvent& event) { return event.timeAsValue() == time; };
     };
@@ -101,6 +161,38 @@ TEST(PagedEventList, FindsTheFirstEntryWithoutMakingAny) {
     EXPECT_FALSE(list.isPending(2990));
     EXPECT_FALSE(list.isPending(5000));
     EXPECT_EQ(list.findMade(hasMoment(98), goOn), std::nullopt);
+}
+
+// For the race detector, too: who has changed an entry finds it, whatever others do meanwhile.
+TEST(PagedEventList, FindsWhatIsChangedInPlaceAtOnce) {
+    constexpr std::uint64_t length = 1500;
+    PagedEventList list;
+    list.create(length, 7);
+    LoopScheduler scheduler;
+    std::vector<std::unique_ptr<Thread>> threads;
+    for (std::uint64_t t = 0; t < 3; ++t) {
+        threads.push_back(scheduler.spawn("changer", [&, t] {
+            for (std::uint64_t i = 1 + t; i <= length; i += 3) {
+                const auto value = static_cast<std::int64_t>(1'000'000 - i * 7 % length);
+                const auto entry = list.at(i);
+                entry->setTimeAsValue(value);
+                ASSERT_EQ(list.find(ScrubberEventQuery::at(value), goOn), i);
+                ScrubberEvent::Fields fields;
+                fields.identificator = value;
+                if (i % 2 == 0) {
+                    entry->setIdentificator(value);
+                } else if (i % 3 == 0) {
+                    entry->assign(fields);
+                } else {
+                    list.replace(i, std::make_shared<ScrubberEvent>(fields));
+                }
+                ScrubberEventQuery byId;
+                byId.identificator = value;
+                ASSERT_EQ(list.find(byId, goOn), i);
+            }
+        }));
+    }
+    threads.clear();
 }
 
 TEST(PagedEventList, RefusesAbsurdLengths) {

@@ -12,6 +12,7 @@
 #include "base/VirtualScheduler.h"
 #include "tests/support/service/ScriptedService.h"
 #include "views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
+#include "views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
 
 namespace korvane::test {
 
@@ -60,6 +61,12 @@ class ProviderTest : public ::testing::Test {
   protected:
     ProviderTest() { provider->setDelegate(delegate); }
 
+    /// From here on, recordings.
+    void useRecords() {
+        provider = std::make_shared<ScrubberRecordsDataProvider>(scheduler, service);
+        provider->setDelegate(delegate);
+    }
+
     std::int32_t bind() {
         const auto status = provider->setSource(service.makeToken());
         scheduler.runUntilIdle();
@@ -76,7 +83,7 @@ class ProviderTest : public ::testing::Test {
     VirtualScheduler scheduler;
     ScriptedService service{scheduler};
     std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
-    std::shared_ptr<ScrubberEventsDataProvider> provider =
+    std::shared_ptr<ScrubberPagedDataProvider> provider =
         std::make_shared<ScrubberEventsDataProvider>(scheduler, service);
 };
 

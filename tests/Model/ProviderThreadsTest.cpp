@@ -6,13 +6,13 @@
 namespace korvane::test {
 namespace {
 
-// On real threads, for the race detector: entries are read by index, and their fields with them, while pages fill, the
-// provider closes and binds again, and the delegate is replaced.
+// On real threads, for the race detector: entries are read by index, and their fields with them, sought and deleted,
+// while pages fill, the provider closes and binds again, and the delegate is replaced.
 TEST(ProviderThreads, ReadersPagesAndCloseGoTogether) {
     LoopScheduler scheduler;
     ScriptedService service(scheduler);
+    const TimeMs newest = scheduler.utcNow() - 60'000;
     service.withFootage([&](ScriptedFootage& f) {
-        const TimeMs newest = scheduler.utcNow() - 60'000;
         for (int i = 0; i < 600; ++i) f.addEvent({i + 1, newest - (600 - i) * 7000 - i % 3 * 5000, "motion", ""});
     });
     const auto provider = std::make_shared<ScrubberEventsDataProvider>(scheduler, service);
@@ -38,6 +38,13 @@ TEST(ProviderThreads, ReadersPagesAndCloseGoTogether) {
     threads.push_back(scheduler.spawn("pager", [&] {
         for (std::uint64_t i = 0; !isDone; i = (i + 61) % 600) {
             provider->checkPartNeedRequested(i, static_cast<std::int64_t>(i), i % 2 == 0 ? -1 : 12345);
+        }
+    }));
+    threads.push_back(scheduler.spawn("searcher", [&] {
+        for (TimeMs i = 0; !isDone; i = (i + 1) % 600) {
+            const auto found = provider->OnScrubberFindEvent({0, newest - i * 7000, newest, std::nullopt});
+            if (found >= 0 && i % 20 == 0) provider->OnScrubberDeleteEvent(provider->OnScrubberGetEventByIndex(found));
+            provider->OnScrubberFindEvent({0, 0, newest, i});
         }
     }));
 

@@ -1,0 +1,155 @@
+#include "base/UtcTime.h"
+#include "client/Status.h"
+#include "tests/Model/ProviderFixture.h"
+
+namespace korvane::test {
+namespace {
+
+Reply record(TimeMs start, TimeMs end, std::int64_t id) {
+    const auto text = std::to_string(id);
+    return {{"id", id}, {"start", formatUtc(start)}, {"end", formatUtc(end)}, {"url", "v" + text}, {"thumb_url", text}};
+}
+
+class RecordsProvider : public ProviderTest {
+  protected:
+    RecordsProvider() { useRecords(); }
+
+    // 250 recordings of 5 s each half minute, ids 1 and up from the oldest, with a thumbnail each.
+    void addRecords() {
+        service.withFootage([this](ScriptedFootage& f) {
+            for (std::int64_t id = 1; id <= 250; ++id) {
+                const TimeMs start = scheduler.utcNow() - (251 - id) * 30'000;
+                f.addRecord({id, start, start + 5000, "v", "t" + std::to_string(id)});
+            }
+        });
+    }
+
+    std::string imageAt(std::int64_t index) { return entry(index)->imageUrl().value_or("-"); }
+};
+
+TEST_F(RecordsProvider, ReadsAnElementByItsKeys) {
+    using Text = std::optional<std::string>;
+    const struct {
+        const char* element;
+        std::optional<std::int64_t> id, camid;
+        Text time, videoUrl, imageUrl;
+        TimeMs moment, start, end;
+    } cases[] = {
+        {R"({"ID":"5","Start":"1970-01-01T00:01:40Z","END":"1970-01-01T00:02:40Z","URL":"v","thumb_url":"t"})", 5, 7,
+         "1970-01-01T00:01:40Z", "v", "t", 100'000, 99'999, 160'000},
+        {R"({"id":5,"camid":9,"name":"n","time":"1970-01-01T00:01:40Z"})", 5, 9, "", "", "", -1, 0, 0},
+        {R"({"id":[],"camid":"x","start":7,"end":{},"url":null,"thumb_url":[1]})", std::nullopt, std::nullopt, Text(),
+         Text(), Text(), -1, -2, -1},
+        {R"([1])", 0, 7, "", "", "", -1, 0, 0},
+    };
+    addRecords();
+    bind();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.element);
+        provider->initStorageForEvents(1);
+        provider->fillEventsFromDictionary(Reply::array({Reply::parse(c.element)}), 1);
+        const auto fields = entry(1)->fields();
+        EXPECT_EQ(std::tuple(fields.type, fields.name, fields.timezone),
+                  std::tuple(ScrubberEventTypeItem, "record_segment", "UTC"));
+        EXPECT_EQ(std::tuple(fields.identificator, fields.camid), std::tuple(c.id, c.camid));
+        EXPECT_EQ(std::tuple(fields.time, fields.videoUrl, fields.imageUrl),
+                  std::tuple(c.time, c.videoUrl, c.imageUrl));
+        EXPECT_EQ(std::tuple(fields.timeAsValue, fields.start, fields.end), std::tuple(c.moment, c.start, c.end));
+    }
+}
+
+TEST_F(RecordsProvider, GroupsByTheGapBetweenRecordings) {
+    provider->enableEventGrouping(true);
+    for (const auto& [gap, isGroup] : {std::pair{10'001, true}, {10'002, false}, {-70'000, true}}) {
+        provider->initStorageForEvents(2);
+        provider->fillEventsFromDictionary({record(160'000 + gap, 400'000, 2), record(100'000, 160'000, 1)}, 2);
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), isGroup ? 3 : 4) << gap;
+        if (!isGroup) continue;
+        const auto group = entry(1)->fields();
+        EXPECT_EQ(std::tuple(group.identificator, group.timeAsValue, group.start, group.end),
+                  std::tuple(1, 100'000, 99'999, 400'000));
+        EXPECT_EQ(std::tuple(group.videoUrl, group.imageUrl, group.childs.size()), std::tuple("v1", "1", 2u));
+    }
+}
+
+TEST_F(RecordsProvider, AsksForTheThumbnailsOfEachPage) {
+    addRecords();
+    bind();
+    check(100);
+    EXPECT_EQ(delegate->take(), (Calls{"reload 0 0", "index 150 0 -1 252 252"}));
+    const auto pages = service.requests("getRecords");
+    const auto thumbnails = service.requests("getTimelineThumbnailsFull");
+    ASSERT_TRUE(pages.size() == 2 && thumbnails.size() == 2);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto values = [](const ScriptedRequest& r) {
+            return std::tuple(r.start, r.end, r.order, r.limit, r.offset);
+        };
+        EXPECT_EQ(values(pages[i]), std::tuple(-1, scheduler.utcNow(), 0, 100, static_cast<std::int64_t>(i) * 100));
+        EXPECT_EQ(values(thumbnails[i]), values(pages[i]));
+    }
+    for (std::int64_t i = 51; i <= 250; ++i) ASSERT_EQ(imageAt(i), "t" + std::to_string(i));
+    EXPECT_EQ(service.count("getEvents"), 0u);
+}
+
+TEST_F(RecordsProvider, ShowsAPageWhateverBecomesOfItsThumbnails) {
+    const TimeMs newest = 1'700'000'000'000;
+    const auto at = [&](Reply url, TimeMs before) -> Reply {
+        return {{"url", std::move(url)}, {"time", formatUtc(newest - before)}};
+    };
+    const auto answered = [](Reply objects) { return Script::answered({{"objects", std::move(objects)}}); };
+    Reply lowerCase = at("b", 0);
+    lowerCase["time"].get_ref<std::string&>()[10] = 't';
+    const std::pair<Script, std::string> cases[] = {
+        {Script::failed(503), "..."},
+        {Script{.reply = Reply{{"objects", Reply::array({at("a", 0)})}}, .status = 500}, "..."},
+        {Script::answered(Reply::array({at("a", 0)})), "..."},
+        {Script::answered({{"Objects", Reply::array({at("a", 0)})}}), "..."},
+        {answered({{"url", at("a", 0)}}), "..."},
+        {Script{.delay = std::chrono::seconds(5), .reply = Reply{{"objects", Reply::array({at("a", 0)})}}}, "a.."},
+        // Fewer, more, twice: the last one counts. The first of two recordings of one start gets it.
+        {answered(Reply::array({at("a", 0), at("x", 1), lowerCase, at("c", 1000)})), "bc."},
+        {answered(Reply::array({at("", 1000), at(nullptr, 0), at(5, 0), 5, nullptr, at("d", 0)})), "d.."},
+        {answered(Reply::array({{{"url", "a"}, {"time", ""}}, {{"url", "a"}}, {{"time", formatUtc(newest)}}})), "..."},
+    };
+    const Reply records = {record(newest, newest + 10, 3),
+                           record(newest - 1000, newest, 2),
+                           record(newest - 1000, newest, 1),
+                           Reply(5),
+                           {{"id", 1}, {"start", ""}}};
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        SCOPED_TRACE(i);
+        Reply page = {{"meta", {{"total_count", 5}}}, {"objects", records}};
+        for (Reply& element : page["objects"]) {
+            if (element.is_object()) element.erase("thumb_url");
+        }
+        service.scriptNext("getRecords", Script::answered(page));
+        service.scriptNext("getTimelineThumbnailsFull", cases[i].first);
+        bind();
+        scheduler.advance(std::chrono::seconds(10));
+        EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+        const auto shown = [&](std::int64_t index) { return imageAt(index).empty() ? "." : imageAt(index); };
+        EXPECT_EQ(shown(5) + shown(4) + shown(3), cases[i].second);
+        EXPECT_EQ(entry(1)->type(), ScrubberEventTypeItem);
+    }
+}
+
+TEST_F(RecordsProvider, ClosingBetweenTheTwoRequestsIsNotNoticedUntilThePageIsFilled) {
+    addRecords();
+    bind();
+    service.scriptNext("getTimelineThumbnailsFull", Script::held());
+    check(100);
+    provider->close();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(delegate->take(), (Calls{"reload 0 0", "index 150 0 -1 0 0"}));
+
+    service.scriptNext("getTimelineThumbnailsFull", Script::held());
+    bind();
+    provider->close();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 252);
+    EXPECT_EQ(std::tuple(imageAt(250), entry(250)->camid(), entry(250)->timezone()), std::tuple("", 7, ""));
+}
+
+}  // namespace
+}  // namespace korvane::test
