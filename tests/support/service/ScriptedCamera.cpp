@@ -68,7 +68,8 @@ class ScriptedService::Camera final : public KorvaneCamera {
     std::shared_ptr<Timeline> getTimelineSync(TimeMs start, TimeMs end) override {
         const auto find = [](ScriptedFootage& f, const ScriptedRequest& r) {
             Reply pairs = Reply::array();
-            for (const auto& period : *f.timeline(r.start, r.end).periods()) {
+            const Timeline stored = f.timeline(r.start, r.end);
+            for (const auto& period : *stored.periods()) {
                 pairs.push_back({period.start(), period.end()});
             }
             return pairs;
