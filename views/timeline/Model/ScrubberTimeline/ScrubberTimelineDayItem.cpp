@@ -14,6 +14,11 @@ void ScrubberTimelineDayItem::setTimelines(Timelines timelines) {
     timelines_.swap(timelines);
 }
 
+std::shared_ptr<ScrubberTimelineItem> ScrubberTimelineDayItem::timeline(std::size_t index) const {
+    const std::lock_guard guard(mutex_);
+    return index < timelines_.size() ? timelines_[index] : nullptr;
+}
+
 void ScrubberTimelineDayItem::clear() {
     Timelines removed;
     {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -32,6 +33,8 @@ class ScrubberTimelineDayItem {
     /// The recorded periods in the order in which the service gave them. A copy; the timelines are shared.
     Timelines timelines() const;
     void setTimelines(Timelines timelines);
+    /// The period at `index`; null past the end.
+    std::shared_ptr<ScrubberTimelineItem> timeline(std::size_t index) const;
 
     /// Clears and removes the timelines; time and status stay.
     void clear();

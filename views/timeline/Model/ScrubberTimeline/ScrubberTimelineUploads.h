@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -7,6 +8,8 @@
 #include <string_view>
 
 #include "base/SerialQueue.h"
+#include "base/Time.h"
+#include "client/Reply.h"
 #include "views/timeline/Model/ScrubberSourceBinding.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineTree.h"
 
@@ -26,7 +29,8 @@ class ScrubberTimelineUploads : public ScrubberSourceBinding {
     /// when a timeline that has been filled is on screen. Always 0.
     std::int32_t uploadEventsForTimelineDay(const std::shared_ptr<ScrubberTimelineDayItem>& day);
 
-    /// Fetches all pages of a timeline's events. Blocks for the network's time. Always 0.
+    /// Fetches all pages of a timeline's events, each of them added as it comes. Ends with the first empty page, or
+    /// once the service has given a whole page more than it said there was. Blocks for the network's time. Always 0.
     std::int32_t uploadEventsForTimelineItemSync(const std::shared_ptr<ScrubberTimelineItem>& timeline);
 
     /// Asks for one page of a timeline's events and returns. Always 0.
@@ -55,6 +59,19 @@ class ScrubberTimelineUploads : public ScrubberSourceBinding {
     virtual std::shared_ptr<const ScrubberTimelineTree> tree() const = 0;
 
   private:
+    std::shared_ptr<ScrubberTimelineUploads> self();
+
+    void uploadTimelineOfDay(ScrubberTimelineDayItem& day, std::size_t index);
+    void tellRedraw(const std::shared_ptr<ScrubberTimelineItem>& timeline) const;
+    std::int64_t fetchAllEvents(const std::shared_ptr<KorvaneCamera>& camera, ScrubberTimelineItem& timeline) const;
+    std::int64_t takeEvents(ScrubberTimelineItem& timeline, const Reply& reply, std::int32_t status);
+    std::int64_t takeRecords(ScrubberTimelineSegmentItem& segment, const Reply& reply, std::int32_t status) const;
+    void giveUrl(const ScrubberTimelineSegmentItem& segment, TimeMs time, const UrlCompletion& completion);
+
+    // What `fill` gives becomes the item's status, and is given back; an exception is a failure.
+    template <typename Item, typename Fill>
+    std::int64_t settle(Item& item, Fill fill);
+
     SerialQueue queueUploadEvents_;
     SerialQueue queueUploadRecords_;
 };
