@@ -109,9 +109,15 @@ TEST_F(EventFilling, PlacesAndGroupsAPage) {
         // More elements than slots: the fill ends at the head entry.
         {false, 2, 2, {300000, 200000, 100000, 0}, "21"},
         {true, 2, 2, {300000, 200000, 100000, 0}, "21"},
+        {true, 2, 2, {300000, 200000, 195000, 190000}, "21"},
+        // A page of an earlier, longer list.
+        {false, 2, 3, {300000}, ".."},
+        {true, 2, 3, {300000}, ".."},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(fill(c.slots, c.times, c.index, c.grouping), c.shape) << "grouping " << c.grouping;
+        EXPECT_EQ(entry(0)->type(), ScrubberEventTypeHead);
+        EXPECT_EQ(entry(provider->OnScrubberGetEventsCount() - 1)->type(), ScrubberEventTypeLive);
     }
 }
 

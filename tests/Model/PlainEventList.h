@@ -9,7 +9,8 @@
 
 namespace korvane::test {
 
-/// The paged and grouped list done the plain way, on a vector and step by step, to compare the provider with.
+/// The paged and grouped list done the plain way, on a vector and step by step, to compare the provider with. The head
+/// entry stays.
 struct PlainEventList {
     struct Event {
         int type = -1;
@@ -70,7 +71,7 @@ struct PlainEventList {
             if (isAscending) {
                 if (i + 1 < list.size()) ++i;
             } else {
-                i = i == 0 ? list.size() : i - 1;
+                i = i == 1 ? list.size() : i - 1;
             }
         }
     }
@@ -80,7 +81,7 @@ struct PlainEventList {
         Entry group;
         std::size_t prevIndex = 0;
         const auto advance = [&] {
-            if (isAscending ? i >= list.size() - 1 : i == 0) return false;
+            if (isAscending ? i >= list.size() - 1 : i == 1) return false;
             prevIndex = i;
             i = isAscending ? i + 1 : i - 1;
             return true;

@@ -27,6 +27,11 @@ bool holdsMoment(const ScrubberEvent& event, TimeMs time) {
     return std::ranges::any_of(event.childs(), [time](const auto& child) { return child && isItemAt(*child, time); });
 }
 
+// Where a page that begins at `start` and runs towards the head entry ends: before it, unless it begins there.
+std::uint64_t lowestIndex(std::uint64_t start) {
+    return start > 0 ? 1 : 0;
+}
+
 }  // namespace
 
 struct ScrubberPagedDataProvider::Page {
@@ -50,6 +55,7 @@ struct ScrubberPagedDataProvider::GroupFill {
     bool isAscending = false;
     // Where the next element goes.
     std::uint64_t index = 0;
+    std::uint64_t lowest = 0;
     PagedEventList::Entry previous;
     ScrubberEvent::Fields previousFields;
     std::uint64_t previousIndex = 0;
@@ -327,7 +333,10 @@ std::uint64_t ScrubberPagedDataProvider::endOfPendingRun(std::uint64_t index, st
 }
 
 bool ScrubberPagedDataProvider::takesPage(const Reply& objects, std::uint64_t startWithIndex) const {
-    return objects.is_array() && !isClosing() && startWithIndex < static_cast<std::uint64_t>(events_.size());
+    const auto size = static_cast<std::uint64_t>(events_.size());
+    if (!objects.is_array() || isClosing() || startWithIndex >= size) return false;
+    // A page of an earlier, longer list may begin at the live entry of this one.
+    return range().isAscending || startWithIndex == 0 || startWithIndex + 1 < size;
 }
 
 void ScrubberPagedDataProvider::fillEventsFromDictionary(const Reply& objects, std::uint64_t startWithIndex) {
@@ -371,7 +380,7 @@ void ScrubberPagedDataProvider::fillEventsFromDictionary2(const Reply& objects, 
         }
         if (isAscending) {
             if (index + 1 < static_cast<std::uint64_t>(events_.size())) ++index;
-        } else if (index > 0) {
+        } else if (index > lowestIndex(startWithIndex)) {
             --index;
         } else if (i + 1 < objects.size()) {
             logError(classPath(), "reply: the page is longer than the list");
@@ -385,6 +394,7 @@ void ScrubberPagedDataProvider::fillGrouped(const Reply& objects, std::uint64_t 
     GroupFill fill;
     fill.isAscending = range().isAscending;
     fill.index = startWithIndex;
+    fill.lowest = lowestIndex(startWithIndex);
     for (std::size_t i = 0; i < objects.size(); ++i) {
         const auto slot = events_.made(fill.index);
         ScrubberEvent::Fields fields;
@@ -456,7 +466,9 @@ bool ScrubberPagedDataProvider::foldSlot(GroupFill& fill, const std::shared_ptr<
 }
 
 bool ScrubberPagedDataProvider::advance(GroupFill& fill) const {
-    if (fill.isAscending ? fill.index + 1 >= static_cast<std::uint64_t>(events_.size()) : fill.index == 0) return false;
+    const bool isAtEnd =
+        fill.isAscending ? fill.index + 1 >= static_cast<std::uint64_t>(events_.size()) : fill.index <= fill.lowest;
+    if (isAtEnd) return false;
     fill.previousIndex = fill.index;
     fill.index = fill.isAscending ? fill.index + 1 : fill.index - 1;
     return true;
