@@ -51,6 +51,7 @@ CollectionView::CollectionView(QQuickItem* parent)
 CollectionView::~CollectionView() {
     ticker_->detach();
     context_->scheduler->cancel(wheelTimer_);
+    completeLayout(false);
     delegate_ = nullptr;
     dataSource_ = nullptr;
     const auto cells = std::move(cells_);
@@ -246,8 +247,12 @@ void CollectionView::layoutIfNeeded() {
     layoutSubviews();
     if (!self) return;
     isLayingOut_ = false;
+    completeLayout(true);
+}
+
+void CollectionView::completeLayout(bool finished) {
     for (auto& completion : std::exchange(afterLayout_, {})) {
-        context_->scheduler->post([completion = std::move(completion)] { completion(true); });
+        context_->scheduler->post([completion = std::move(completion), finished] { completion(finished); });
     }
 }
 

@@ -70,7 +70,7 @@ class CollectionView : public QQuickItem {
     void reloadData();
 
     /// Takes the layout over; null is ignored. There is one kind of layout, so `animated` changes nothing that can be
-    /// seen. `completion` runs after the next layout pass.
+    /// seen. `completion` runs once, after the next layout pass, or with finished false when the view dies before it.
     void setCollectionViewLayout(std::unique_ptr<FlowLayout> layout, bool animated, Completion completion);
 
     /// Never null.
@@ -153,6 +153,7 @@ class CollectionView : public QQuickItem {
     void invalidateLayout();
     bool updateBounds();
     void applyBatch();
+    void completeLayout(bool finished);
     void placeCells();
     bool makeCells(ItemRange items);
     ItemRange itemsAt(double offset) const;

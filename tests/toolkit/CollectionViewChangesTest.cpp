@@ -206,6 +206,9 @@ TEST_F(CollectionViewChanges, InsetsMoveTheContentAndCoordinatesFollowTheOffsetS
 }
 
 TEST_F(CollectionViewChanges, LayoutRunsWithoutAWindowAndCompletes) {
+    std::vector<bool> ofTheDead;
+    CollectionView().setCollectionViewLayout(std::make_unique<FlowLayout>(), true,
+                                             [&](bool finished) { ofTheDead.push_back(finished); });
     CollectionView lone;
     lone.registerFactory([] { return std::make_unique<NumberCell>(); }, QStringLiteral("cell"));
     lone.setSize({800, 120});
@@ -215,6 +218,7 @@ TEST_F(CollectionViewChanges, LayoutRunsWithoutAWindowAndCompletes) {
     lone.setCollectionViewLayout(nullptr, true, [&](bool) { ++completions; });
     ui.settle();
     EXPECT_EQ(completions, 1);
+    EXPECT_EQ(ofTheDead, std::vector<bool>{false});
     EXPECT_TRUE(lone.cellForItemAtIndexPath(1));
 }
 
