@@ -1,6 +1,7 @@
 // A window with an event strip, hosted from C++.
 #include <QGuiApplication>
 #include <QQuickWindow>
+#include <QShortcut>
 #include <QTextStream>
 #include <memory>
 
@@ -35,6 +36,19 @@ int main(int argc, char** argv) {
     strip.setDelegate(host);
     strip.getConfig().setScrubberApiProtocolDefaults(korvane::ScrubberApiProtocolHttps);
     strip.applyConfig();
+
+    const auto onKey = [&](Qt::Key key, auto action) {
+        QObject::connect(new QShortcut(key, &window), &QShortcut::activated, &strip, action);
+    };
+    onKey(Qt::Key_Home, &korvane::ScrubberView::toFirstEvent);
+    onKey(Qt::Key_Left, &korvane::ScrubberView::toPreviousEvent);
+    onKey(Qt::Key_Right, &korvane::ScrubberView::toNextEvent);
+    onKey(Qt::Key_End, &korvane::ScrubberView::toLastEvent);
+    onKey(Qt::Key_Delete, [&strip] {
+        strip.deleteEvent(strip.getCurrentEvent(), [](std::int32_t, const std::string& message) {
+            QTextStream(stdout) << "deleted: " << QString::fromStdString(message) << Qt::endl;
+        });
+    });
 
     if (const int status = strip.setSource(arguments[1]); status != 0) {
         QTextStream(stderr) << "the token was refused with status " << status << Qt::endl;

@@ -7,6 +7,16 @@ Rectangle {
     width: 900
     height: 170
     color: "#14161a"
+    focus: true
+    Keys.onLeftPressed: strip.toPreviousEvent()
+    Keys.onRightPressed: strip.toNextEvent()
+    Keys.onDeletePressed: strip.deleteEvent(strip.currentEventInfo())
+    Keys.onPressed: event => {
+        if (event.key === Qt.Key_Home)
+            strip.toFirstEvent()
+        else if (event.key === Qt.Key_End)
+            strip.toLastEvent()
+    }
 
     ScrubberView {
         id: strip
@@ -39,5 +49,32 @@ Rectangle {
         }
         color: "#d7dae0"
         text: strip.sourceStatus === 0 ? "" : "the token was refused with status " + strip.sourceStatus
+    }
+
+    Row {
+        anchors {
+            right: parent.right
+            bottom: parent.bottom
+            margins: 12
+        }
+        spacing: 24
+
+        Repeater {
+            model: [
+                { name: "previous", run: () => strip.toPreviousEvent() },
+                { name: "next", run: () => strip.toNextEvent() }
+            ]
+
+            Text {
+                required property var modelData
+
+                color: "#d7dae0"
+                text: modelData.name
+
+                TapHandler {
+                    onTapped: modelData.run()
+                }
+            }
+        }
     }
 }

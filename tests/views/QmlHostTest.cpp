@@ -19,6 +19,11 @@ constexpr const char* hostFile = R"(
         property alias strip: strip
         property string token
         property var heard: []
+        property var selected
+
+        function deleteSelected() {
+            return strip.deleteEvent(selected)
+        }
 
         ScrubberView {
             id: strip
@@ -27,8 +32,14 @@ constexpr const char* hostFile = R"(
             height: 100
             config.cellWidth: 80
             config.backgroundColor: "#101010"
+            config.eventTypeImages: ({ Motion: "qrc:/Korvane/Timeline/images/scrubberEventTypeMotion.png", door: "no" })
+            playback.position: parent.selected ? parent.selected.start + 1000 : -1
             source: parent.token
-            onScrubberDidSelectEvent: event => heard.push("select " + event.identificator)
+            onScrubberDidSelectEvent: event => {
+                heard.push("select " + event.identificator)
+                selected = event
+            }
+            onScrubberEventDeleted: (event, message) => heard.push("deleted " + event.identificator)
             onScrubberStateChanged: (from, toState, withStatus) => heard.push(from + ">" + toState)
         }
     }
@@ -63,6 +74,19 @@ TEST(QmlHostTest, NeedsNothingButProperties) {
     ui.tap({200, 60});
     ui.advance(1100ms);
     EXPECT_THAT(host->property("heard").toStringList(), testing::ElementsAre("0>1", "1>0", "select 29"));
+
+    const auto icons = view->getConfig().eventTypeImages();
+    ASSERT_TRUE(icons);
+    EXPECT_EQ(icons->keys(), QStringList("motion"));
+    EXPECT_EQ(view->OnScrubberGetCurrentPositionForPlayingEvent(nullptr), view->getCurrentEvent()->start() + 1000);
+    QMetaObject::invokeMethod(view, "toPreviousEvent");
+    ui.advance(1100ms);
+    QMetaObject::invokeMethod(host.get(), "deleteSelected");
+    ui.advance(1100ms);
+    EXPECT_EQ(view->getEventsCount(), 31);
+    EXPECT_THAT(host->property("heard").toStringList().mid(3),
+                testing::ElementsAre("select 28", "0>4", "4>0", "deleted 28", "select 29"));
+    host->setProperty("selected", QVariant());
 
     host->setProperty("token", "nonsense");
     ui.settle();

@@ -1,5 +1,8 @@
 #include "views/timeline/ScrubberCommon/ScrubberConfig.h"
 
+#include <QUrl>
+
+#include "base/Log.h"
 #include "base/UtcTime.h"
 #include "views/timeline/Utils/TimelineUtils.h"
 
@@ -14,6 +17,14 @@ QFont systemFont(int size) {
     QFont font;
     font.setPixelSize(size);
     return font;
+}
+
+/// An image, or what a local address holds; null for anything else.
+QImage imageOf(const QVariant& value) {
+    if (value.metaType() == QMetaType::fromType<QImage>()) return value.value<QImage>();
+    const QUrl url = value.toUrl();
+    if (url.scheme() == u"qrc") return QImage(QLatin1Char(':') + url.path());
+    return QImage(url.isLocalFile() ? url.toLocalFile() : value.toString());
 }
 
 }  // namespace
@@ -50,6 +61,28 @@ ScrubberConfig ScrubberConfig::makeCopy(const ScrubberConfig* config) {
     copy = *config;
     copy.dateTimeZone_ = localZone;
     return copy;
+}
+
+QVariantMap ScrubberConfig::eventTypeImageMap() const {
+    QVariantMap images;
+    if (!eventTypeImages_) return images;
+    for (auto icon = eventTypeImages_->begin(); icon != eventTypeImages_->end(); ++icon) {
+        images.insert(icon.key(), icon.value());
+    }
+    return images;
+}
+
+void ScrubberConfig::setEventTypeImageMap(const QVariantMap& images) {
+    QHash<QString, QImage> icons;
+    for (auto image = images.begin(); image != images.end(); ++image) {
+        const QImage icon = imageOf(image.value());
+        if (icon.isNull()) {
+            logError("ScrubberConfig", "eventTypeImages: no image for " + image.key().toStdString());
+        } else {
+            icons.insert(image.key().toLower(), icon);
+        }
+    }
+    eventTypeImages_ = icons;
 }
 
 QString ScrubberConfig::getScrubberApiProtocolAsString() const {

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QMetaType>
 #include <QString>
+#include <QVariantMap>
 #include <cstdint>
 #include <optional>
 
@@ -27,6 +28,9 @@ class ScrubberConfig {
     Q_PROPERTY(QColor backgroundCellColor READ backgroundCellColor WRITE setBackgroundCellColor)
     Q_PROPERTY(QColor scrubberCenterMarkColor READ scrubberCenterMarkColor WRITE setScrubberCenterMarkColor)
     Q_PROPERTY(double scrubberCenterMarkWidth READ scrubberCenterMarkWidth WRITE setScrubberCenterMarkWidth)
+    /// For QML: icons, or the addresses of icons in resources and local files, by event name in any case. What cannot be
+    /// read is left out, with a log line. Absent again with `undefined`.
+    Q_PROPERTY(QVariantMap eventTypeImages READ eventTypeImageMap WRITE setEventTypeImageMap RESET resetEventTypeImages)
     Q_PROPERTY(QColor eventTypeTintColor READ eventTypeTintColor WRITE setEventTypeTintColor)
     Q_PROPERTY(double cellSeparatorWidth READ cellSeparatorWidth WRITE setCellSeparatorWidth)
     Q_PROPERTY(double cellWidth READ cellWidth WRITE setCellWidth)
@@ -94,6 +98,9 @@ class ScrubberConfig {
     /// Icon by lower-case event name; absent means the built-in icons.
     const EventTypeImages& eventTypeImages() const { return eventTypeImages_; }
     void setEventTypeImages(const EventTypeImages& eventTypeImages) { eventTypeImages_ = eventTypeImages; }
+    void resetEventTypeImages() { eventTypeImages_.reset(); }
+    QVariantMap eventTypeImageMap() const;
+    void setEventTypeImageMap(const QVariantMap& images);
     /// Colour of the icon.
     const QColor& eventTypeTintColor() const { return eventTypeTintColor_; }
     void setEventTypeTintColor(const QColor& eventTypeTintColor) { eventTypeTintColor_ = eventTypeTintColor; }
