@@ -27,6 +27,8 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
     window.resize(800, 120);
     auto view = std::make_unique<ScrubberView>(TimelineEnvironment{toolkit, service}, Rect{}, window.contentItem());
     std::atomic<int> states = 0;
+    int deletions = 0;
+    service->scriptAll("deleteEvent", Script::answered("gone"));
     const auto host = std::make_shared<ScrubberViewDelegate>();
     host->OnScrubberStateChangedFrom = [&](auto, auto, auto) { ++states; };
     view->setDelegate(host);
@@ -41,6 +43,9 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
                 view->refresh();
                 view->getEvent(view->getEventsCount() - 1);
                 view->scrollToPosition(false);
+                view->toNextEvent();
+                view->toPreviousEvent();
+                view->deleteEvent(view->getEvent(view->getEventsCount() - 2), [&](auto, const auto&) { ++deletions; });
                 view->applyConfig();
                 if (turn % 7 == 0) view->setDelegate(turn % 2 == 0 ? host : nullptr);
             }
@@ -53,6 +58,8 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
     EXPECT_EQ(view->setSource(token), 0);
     pumpUntil([&] { return view->getState() == ScrubberStateReady && view->getEventsCount() == 152; });
     EXPECT_GT(states, 20);
+    view->deleteEvent(view->getEvent(1), [&](auto, const auto&) { ++deletions; });
+    pumpUntil([&] { return deletions > 0; });
     EXPECT_LE(service->openConnections(), 1);
 
     view->refresh();
