@@ -1,5 +1,6 @@
 // The event strip as a host has it, 800 x 120, drawn by the software renderer into an image: a frame of a strip that
-// scrolls by 7 points, and the way from a token to the first cells that are filled by a service over loopback.
+// scrolls by 7 points, a tick of playback, and the way from a token to the first cells that are filled by a service
+// over loopback.
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
@@ -138,6 +139,40 @@ void eventStripFrame(benchmark::State& state) {
 }
 
 BENCHMARK(eventStripFrame)->Arg(100)->Arg(1'000'000)->UseManualTime()->Iterations(3000)->Unit(benchmark::kMillisecond);
+
+/// What a tick costs the main thread: the turn that moves bar and strip, with the first frame of that.
+void playbackTickOnMain(benchmark::State& state) {
+    const auto service = std::make_shared<HttpService>(*ToolkitContext::shared()->scheduler);
+    Stage stage(service);
+    storePreviews();
+    stage.view->setDataSourceDelegate(std::make_shared<ManyEvents>(state.range(0)));
+    stage.view->reload();
+    for (int turn = 0; turn < 20; ++turn) QCoreApplication::processEvents();
+    stage.strip().setContentOffset({134.35 * static_cast<double>(state.range(0)) / 2, 0});
+    stage.draw();
+    auto* const cell =
+        qobject_cast<ScrubberCell*>(stage.strip().cellForItemAtIndexPath(stage.view->getIndexPathFromPointer()));
+    if (!cell) return state.SkipWithError("there is no cell under the mark");
+    cell->startProgress(stage.view.get());
+    const double from = stage.strip().contentOffset().x;
+    double base = 0;
+    double previous = 0;
+    TimeMs position = 0;
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        position = position % 60'000 + 1'000;
+        const auto begin = Clock::now();
+        cell->advanceProgressTo(position, 0, 60'000, base, previous);
+        QCoreApplication::processEvents();
+        stage.draw();
+        milliseconds.push_back(millisecondsSince(begin));
+        state.SetIterationTime(milliseconds.back() / 1000);
+    }
+    if (stage.strip().contentOffset().x == from) state.SkipWithError("the strip has not moved");
+    report(state, milliseconds);
+}
+
+BENCHMARK(playbackTickOnMain)->Arg(1'000'000)->UseManualTime()->Iterations(3000)->Unit(benchmark::kMillisecond);
 
 /// Every cell on screen shows an event that has come from the service.
 bool isFilled(const Stage& stage) {

@@ -26,6 +26,8 @@ TEST(CellScaleTest, PositionIsAWholeSecondOrTheStart) {
         {{1000500, 1060500, 0}, 0, 1000500},
         {{1000500, 1060500, 120}, std::numeric_limits<double>::quiet_NaN(), 1000500},
         {{5000, 5000, 120}, 60, 5000},
+        {{-1500, 10500, 120}, 0, -1000},            // truncated towards zero
+        {{1000999, 1061998, 120}, 119.9, 1059000},  // 60.9 s and 1000.9 s lose their parts before the sum
         {{earliest, latest, 100}, 1e300, earliest},
     };
     for (const Case& c : cases) EXPECT_EQ(c.scale.positionAt(c.offset), c.position) << c.offset;
@@ -46,6 +48,10 @@ TEST(CellScaleTest, OffsetIsAMultipleOfAHalf) {
         {{0, 4, 1}, -1, -0.5},
         {{5000, 5000, 134}, 9000, 0},
         {{60000, 120000, 0}, 90000, 0},
+        {{0, 4, 88.9999999999}, 1, 22.5},  // 22.25 in single precision
+        {{0, 4, 88.9999}, 1, 22},
+        {{earliest, latest, 100}, 0, 50},
+        {{120000, 60000, 134}, 105000, 33.5},
     };
     for (const Case& c : cases) EXPECT_DOUBLE_EQ(c.scale.offsetOf(c.position), c.offset) << c.position;
 }

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "tests/support/qt/VirtualUi.h"
+#include "tests/views/FakeOwner.h"
 #include "toolkit/ImageCache.h"
 #include "toolkit/InterfaceLoader.h"
 #include "views/timeline/Presentation/Outlets.h"
@@ -12,33 +13,6 @@
 
 namespace korvane {
 namespace {
-
-class FakeOwner final : public ScrubberCellOwner {
-  public:
-    using Event = std::shared_ptr<ScrubberEvent>;
-
-    ScrubberConfig& getConfig() override { return config; }
-    QString formatTime(TimeMs time, const QString& format, const QString& zone) const override {
-        return QStringLiteral("%1 %2 %3").arg(time).arg(format, zone);
-    }
-    Point getBaseOffset() const override { return {}; }
-    void scrollOnDeltaX(IndexPath /*index*/, double /*delta*/) override {}
-    std::int32_t OnScrubberEventPlayStarted(const Event& /*event*/) override { return 0; }
-    std::int32_t OnScrubberEventPlayFinished(const Event& /*event*/) override { return 0; }
-    void OnScrubberGetRangeForPlayingEvent(const Event& /*event*/, TimeMs* start, TimeMs* end) override {
-        *start = rangeStart;
-        *end = rangeEnd;
-    }
-    void OnScrubberSetCurrentPositionForPlayingEvent(const Event& /*event*/, TimeMs position) override {
-        sought.push_back(position);
-    }
-    TimeMs OnScrubberGetCurrentPositionForPlayingEvent(const Event& /*event*/) override { return 0; }
-
-    ScrubberConfig config;
-    TimeMs rangeStart = 0;
-    TimeMs rangeEnd = 0;
-    std::vector<TimeMs> sought;
-};
 
 class CellTest : public ::testing::Test {
   protected:
@@ -101,7 +75,7 @@ class CellTest : public ::testing::Test {
     }
 
     VirtualUi ui_;
-    FakeOwner owner_;
+    test::FakeOwner owner_;
     QTemporaryDir folder_;
     std::unique_ptr<ScrubberCell> cell_;
 };

@@ -12,8 +12,6 @@
 namespace korvane {
 namespace {
 
-constexpr std::chrono::milliseconds frame(16);
-
 QPoint toQt(Point point) {
     return QPointF(point.x, point.y).toPoint();
 }
@@ -50,8 +48,8 @@ class VirtualUi::Endless final : public QAbstractAnimation {
     void updateCurrentTime(int /*time*/) override {}
 };
 
-VirtualUi::VirtualUi(int width, int height)
-    : scheduler_(std::make_shared<VirtualScheduler>()),
+VirtualUi::VirtualUi(int width, int height, std::uint64_t seed)
+    : scheduler_(std::make_shared<VirtualScheduler>(seed)),
       driver_(std::make_unique<Driver>(*scheduler_)),
       endless_(std::make_unique<Endless>()),
       before_(ToolkitContext::shared()) {
@@ -84,7 +82,7 @@ void VirtualUi::settle() {
     }
 }
 
-void VirtualUi::advance(std::chrono::milliseconds duration) {
+void VirtualUi::advance(std::chrono::milliseconds duration, std::chrono::milliseconds frame) {
     settle();
     while (duration.count() > 0) {
         const auto step = std::min(duration, frame);
@@ -104,20 +102,18 @@ void VirtualUi::point(Point at, int pointer, QEventPoint::State state) {
         QTest::mouseEvent(action, window_.get(), button, {}, toQt(at));
         return settle();
     }
-    auto sequence = QTest::touchEvent(window_.get(), device_.get());
+    // Not by QTest's sequence of touches: it sleeps for a while of the real time.
+    QList<QEventPoint> points;
+    const auto add = [&](int finger, QEventPoint::State its, QPoint place) {
+        points.append(QEventPoint(finger, its, place, window_->mapToGlobal(place)));
+    };
     for (const auto& [other, place] : fingers_) {
-        if (other != pointer) sequence.move(other, place);
+        if (other != pointer) add(other, QEventPoint::Updated, place);
     }
+    add(pointer, state, toQt(at));
     fingers_[pointer] = toQt(at);
-    if (state == QEventPoint::Pressed) {
-        sequence.press(pointer, toQt(at));
-    } else if (state == QEventPoint::Released) {
-        sequence.release(pointer, toQt(at));
-        fingers_.erase(pointer);
-    } else {
-        sequence.move(pointer, toQt(at));
-    }
-    sequence.commit();
+    if (state == QEventPoint::Released) fingers_.erase(pointer);
+    qt_handleTouchEvent(window_.get(), device_.get(), points);
     settle();
 }
 
@@ -129,6 +125,7 @@ void VirtualUi::wheel(Point at, QPoint angleDelta, QPoint pixelDelta) {
 }
 
 void VirtualUi::drag(Point from, Point to, std::chrono::milliseconds duration, bool holds, int pointer) {
+    constexpr std::chrono::milliseconds frame(16);
     press(from, pointer);
     const auto steps = std::max<std::int64_t>(1, duration / frame);
     for (std::int64_t i = 1; i <= steps; ++i) {

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QQuickWindow>
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <memory>
 
@@ -20,7 +21,8 @@ namespace korvane {
 /// pointer events carry its clock. One at a time.
 class VirtualUi : public QObject {
   public:
-    explicit VirtualUi(int width = 800, int height = 120);
+    /// The seed draws the order of threads.
+    explicit VirtualUi(int width = 800, int height = 120, std::uint64_t seed = 1);
     ~VirtualUi() override;
 
     VirtualScheduler& scheduler() { return *scheduler_; }
@@ -30,8 +32,8 @@ class VirtualUi : public QObject {
     /// Runs what is posted, here and at Qt, until nothing is left. Time stands still.
     void settle();
 
-    /// Lets time pass in frames of 16 ms.
-    void advance(std::chrono::milliseconds duration);
+    /// Lets time pass in frames.
+    void advance(std::chrono::milliseconds duration, std::chrono::milliseconds frame = std::chrono::milliseconds(16));
 
     /// Lays out and draws now.
     QImage grab() { return window_->grabWindow(); }

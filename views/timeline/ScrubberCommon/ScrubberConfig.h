@@ -28,8 +28,8 @@ class ScrubberConfig {
     Q_PROPERTY(QColor backgroundCellColor READ backgroundCellColor WRITE setBackgroundCellColor)
     Q_PROPERTY(QColor scrubberCenterMarkColor READ scrubberCenterMarkColor WRITE setScrubberCenterMarkColor)
     Q_PROPERTY(double scrubberCenterMarkWidth READ scrubberCenterMarkWidth WRITE setScrubberCenterMarkWidth)
-    /// For QML: icons, or the addresses of icons in resources and local files, by event name in any case. What cannot be
-    /// read is left out, with a log line. Absent again with `undefined`.
+    /// For QML: icons, or the addresses of icons in resources and local files, by event name in any case. What cannot
+    /// be read is left out, with a log line. Absent again with `undefined`.
     Q_PROPERTY(QVariantMap eventTypeImages READ eventTypeImageMap WRITE setEventTypeImageMap RESET resetEventTypeImages)
     Q_PROPERTY(QColor eventTypeTintColor READ eventTypeTintColor WRITE setEventTypeTintColor)
     Q_PROPERTY(double cellSeparatorWidth READ cellSeparatorWidth WRITE setCellSeparatorWidth)

@@ -175,8 +175,11 @@ void ScrubberCell::advanceProgressTo(TimeMs position, TimeMs startRange, TimeMs 
     playback_.post([this, position, startRange, endRange, &baseOffset, &prevOffset] {
         if (owner_ && !(baseOffset > noBaseOffset)) baseOffset = owner_->getBaseOffset().x;
         const double offset = CellScale{startRange, endRange, scaleWidth()}.offsetOf(position);
+        // An animation that this one takes over from has not ended: were it to wake the thread, a position that moves
+        // would bring the next advance at once, and that one the next.
+        newestAdvance_ = LifeToken();
         Transaction::begin();
-        Transaction::setCompletionBlock(shown_.guard([this] { actionEnded(); }));
+        Transaction::setCompletionBlock(newestAdvance_.guard([this] { actionEnded(); }));
         animate(advanceSeconds, [this, offset, &prevOffset] { moveTo(offset, prevOffset); });
         Transaction::commit();
     });

@@ -91,6 +91,7 @@ class ScrubberCell : public CollectionViewCell {
     QPointer<LayoutConstraint> progress_;
     ScrubberPreview preview_;
     PlaybackEngine playback_;
+    LifeToken newestAdvance_;
     LifeToken shown_;  // a new one with each clean(): what was posted for another entry does nothing
 };
 

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "views/timeline/Presentation/ScrubberCellOwner.h"
+
+namespace korvane::test {
+
+/// A view of one cell, whose player does what the test sets. What playback asks for may be set from any thread.
+class FakeOwner final : public ScrubberCellOwner {
+  public:
+    using Event = std::shared_ptr<ScrubberEvent>;
+
+    ScrubberConfig& getConfig() override { return config; }
+    QString formatTime(TimeMs time, const QString& format, const QString& zone) const override {
+        return QStringLiteral("%1 %2 %3").arg(time).arg(format, zone);
+    }
+    Point getBaseOffset() const override { return {scrolled, 0}; }
+    void scrollOnDeltaX(IndexPath /*index*/, double delta) override { scrolled += delta; }
+    bool isScrolling() const override { return scrolls; }
+    std::int32_t OnScrubberEventPlayStarted(const Event& /*event*/) override { return ++started; }
+    std::int32_t OnScrubberEventPlayFinished(const Event& /*event*/) override { return ++finished; }
+    void OnScrubberGetRangeForPlayingEvent(const Event& /*event*/, TimeMs* start, TimeMs* end) override {
+        *start = rangeStart;
+        *end = rangeEnd;
+    }
+    void OnScrubberSetCurrentPositionForPlayingEvent(const Event& /*event*/, TimeMs newPosition) override {
+        sought.push_back(newPosition);
+    }
+    TimeMs OnScrubberGetCurrentPositionForPlayingEvent(const Event& /*event*/) override {
+        ++polls;
+        return position;
+    }
+
+    ScrubberConfig config;
+    double scrolled = 0;
+    std::vector<TimeMs> sought;
+    std::atomic<TimeMs> rangeStart = 0;
+    std::atomic<TimeMs> rangeEnd = 0;
+    std::atomic<TimeMs> position = 0;
+    std::atomic<bool> scrolls = false;
+    std::atomic<int> polls = 0;
+    std::atomic<int> started = 0;
+    std::atomic<int> finished = 0;
+};
+
+}  // namespace korvane::test

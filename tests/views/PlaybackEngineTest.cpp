@@ -1,0 +1,144 @@
+#include "views/timeline/Presentation/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <limits>
+#include <thread>
+#include <vector>
+
+#include "base/VirtualScheduler.h"
+#include "tests/views/FakeOwner.h"
+#include "toolkit/InterfaceLoader.h"
+#include "toolkit/QtScheduler.h"
+#include "toolkit/ToolkitContext.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "views/timeline/TimelineTypes.h"
+
+namespace korvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr TimeMs earliest = std::numeric_limits<TimeMs>::min();
+constexpr TimeMs latest = std::numeric_limits<TimeMs>::max();
+
+constexpr PlaybackRules eventRules{0, true, false};
+constexpr PlaybackRules treeRules{-1, false, true};
+
+TEST(PlaybackTickTest, DecidesByPositionAndEnd) {
+    constexpr TimeMs end = 5000;
+    struct Case {
+        const char* what;
+        PlaybackProgress before;
+        TimeMs end;
+        TimeMs position;
+        bool finishes;
+        bool eventAdvances;
+        bool treeAdvances;
+    };
+    const Case cases[] = {
+        {"no position", {3000, true, false}, end, -1, false, false, false},
+        {"a position and no end", {3000, true, false}, -1, 9000, false, true, true},
+        {"at the end", {3000, true, false}, end, end, true, true, false},
+        {"beyond the end", {3000, true, false}, end, latest, true, true, false},
+        {"the end was told", {3000, true, true}, end, end, false, true, false},
+        {"the same again", {3000, true, false}, end, 3000, false, false, false},
+        {"backwards", {3000, true, false}, end, 2000, false, true, true},
+        {"to 0", {3000, true, false}, end, 0, false, true, true},
+        {"long ago", {3000, true, false}, end, earliest, false, true, true},
+        {"an end long ago", {3000, true, false}, earliest, 4000, true, true, false},
+    };
+    for (const Case& c : cases) {
+        for (const bool isEvent : {true, false}) {
+            SCOPED_TRACE(std::string(c.what) + (isEvent ? ", event" : ", tree"));
+            const bool advances = isEvent ? c.eventAdvances : c.treeAdvances;
+            const auto tick = playbackTick(isEvent ? eventRules : treeRules, c.before, c.end, c.position);
+            EXPECT_FALSE(tick.tellsStarted);
+            EXPECT_EQ(tick.tellsFinished, c.finishes);
+            EXPECT_EQ(tick.advances, advances);
+            EXPECT_EQ(tick.wait, advances ? 3000ms : 1000ms);
+            EXPECT_EQ(tick.progress.lastPosition, advances ? c.position : c.before.lastPosition);
+            EXPECT_EQ(tick.progress.finished, c.before.finished || c.finishes);
+        }
+    }
+    for (const TimeMs position : {TimeMs(-1), TimeMs(0), TimeMs(4000)}) {
+        const auto tick = playbackTick(eventRules, {0}, end, position);
+        EXPECT_TRUE(tick.tellsStarted && tick.progress.played) << position;
+    }
+}
+
+TEST(PlaybackEngineTest, ARunOfTheTreeHoldsWhileTheStripMovesAndRestsAtTheEnd) {
+    const auto scheduler = std::make_shared<VirtualScheduler>();
+    FakeOwner owner;
+    owner.rangeEnd = 60'000;
+    owner.scrolls = true;
+    const auto event = ScrubberEvent::build(1, 30'000);
+    std::vector<TimeMs> advances;
+    PlaybackEngine engine(scheduler, treeRules, [&](TimeMs position, TimeMs, TimeMs) { advances.push_back(position); });
+    engine.start(&owner, event);
+    scheduler->advance(5s);
+    EXPECT_EQ(owner.polls + owner.started, 0);
+    owner.scrolls = false;
+    scheduler->advance(1s);
+    EXPECT_EQ(owner.started, 1);
+    EXPECT_EQ(advances, std::vector<TimeMs>{0}) << "0 is a position like any other";
+    engine.wake();
+    owner.position = 60'000;
+    scheduler->advance(2s);
+    owner.position = 50'000;
+    scheduler->advance(2s);
+    EXPECT_EQ(owner.finished, 1);
+    EXPECT_EQ(advances.size(), 1U);
+    EXPECT_GE(owner.polls, 5);
+
+    engine.start(nullptr, event);
+    scheduler->advance(5s);
+    EXPECT_EQ(advances.size(), 1U) << "nobody to ask is the end of an empty range";
+}
+
+/// Real threads, for the race detector: a player that moves all the time, and runs that begin and end at any moment.
+TEST(PlaybackEngineTest, RunsBeginAndEndWhileThePlayerMoves) {
+    const auto before = ToolkitContext::shared();
+    ToolkitContext::setShared(ToolkitContext::makeWith(std::make_shared<QtScheduler>()));
+    registerTimelineTypes();
+    {
+        auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
+        const std::unique_ptr<ScrubberCell> cell(qobject_cast<ScrubberCell*>(layout.root.release()));
+        ASSERT_TRUE(cell);
+        cell->awakeFromNib();
+        cell->setSize({134, 120});
+        FakeOwner owner;
+        owner.rangeEnd = 50'000;
+        const auto event = ScrubberEvent::build(1, 30'000);
+        std::atomic<bool> plays = true;
+        std::thread player([&] {
+            for (TimeMs position = 1; plays; position = position % 60'000 + 7) {
+                owner.position = position;
+                std::this_thread::yield();
+            }
+        });
+        cell->setEvent(event);
+        for (int turn = 0; turn < 100; ++turn) {
+            cell->startProgress(&owner);
+            const int until = owner.polls + turn % 4;
+            while (owner.polls < until) {
+                cell->actionEnded();
+                QCoreApplication::processEvents();
+            }
+            cell->setOwner(&owner);
+            cell->setPositionByOffset(turn % 134);
+            if (turn % 2 == 0) cell->stopProgress();
+        }
+        cell->clean();
+        plays = false;
+        player.join();
+        EXPECT_GE(owner.started, 50);
+        EXPECT_NE(owner.scrolled, 0);
+    }
+    QCoreApplication::processEvents();
+    ToolkitContext::setShared(before);
+}
+
+}  // namespace
+}  // namespace korvane::test
