@@ -1,0 +1,168 @@
+#include "tests/views/storm/Storm.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <iostream>
+#include <numeric>
+#include <utility>
+
+#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+
+namespace korvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t stepsTold = 30;
+constexpr auto coarse = 100ms;
+
+}  // namespace
+
+Storm::Storm(std::uint64_t seed)
+    : seed_(seed),
+      hasLies_(seed % 4 == 0),
+      dice_(seed),
+      ui_(800, 120, seed),
+      service_(ui_.scheduler()),
+      environment_{nullptr, std::shared_ptr<KorvaneService>(&service_, [](auto*) {})} {
+    fillFootage(dice_.pick({0, 1, 2, 3, 40, 150, 260, 260}));
+    makeView();
+    view_->setSource(QString::fromStdString(service_.makeToken()));
+    ui_.advance(50ms);
+    threadsOfService_ = ui_.scheduler().liveThreads();
+}
+
+Storm::~Storm() {
+    if (view_) endView();
+    service_.releaseAll();
+    ui_.settle();
+}
+
+std::string Storm::run(int steps) {
+    const auto& all = allSteps();
+    const int total = std::accumulate(all.begin(), all.end(), 0, [](int sum, const Step& s) { return sum + s.weight; });
+    for (step_ = 0; step_ < steps && fault_.empty(); ++step_) {
+        auto drawn = static_cast<int>(dice_.between(0, total - 1));
+        const auto step = std::find_if(all.begin(), all.end(), [&](const Step& s) { return (drawn -= s.weight) < 0; });
+        last_.push_back(std::to_string(step_) + " " + step->name);
+        if (last_.size() > stepsTold) last_.pop_front();
+        note("");
+        (this->*step->run)();
+        ui_.settle();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        check();
+        if (std::getenv("KORVANE_STORM_TRACE")) std::cerr << last_.back() << std::endl;
+    }
+    if (fault_.empty()) checkEnd();
+    return report();
+}
+
+void Storm::note(std::string_view text) {
+    if (last_.empty()) last_.emplace_back();
+    if (!text.empty()) last_.back() += ", ";
+    last_.back() += text;
+    for (const char c : text) digest_ = (digest_ ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+}
+
+void Storm::complain(const std::string& what) {
+    if (fault_.empty()) fault_ = what;
+}
+
+std::string Storm::report() const {
+    if (fault_.empty()) return {};
+    std::string text = "seed " + std::to_string(seed_) + ", step " + std::to_string(step_) + ": " + fault_ + "\n";
+    for (const std::string& line : last_) text += "  " + line + "\n";
+    return text;
+}
+
+std::shared_ptr<Storm::Promise> Storm::promise(const char* name, bool mustBeKept) {
+    return promises_.emplace_back(std::make_shared<Promise>(Promise{name, mustBeKept, hosts_.size()}));
+}
+
+ScrubberCollectionView& Storm::strip() const {
+    return *qvariant_cast<ScrubberCollectionView*>(view_->contentView()->property("scrubberEventsCollectionView"));
+}
+
+void Storm::makeView() {
+    StormHost::Link link;
+    link.hear = [this](const std::string& what) { note(what); };
+    link.isOnMark = [this] {
+        const auto under = view_ ? view_->getIndexPathFromPointer() : std::nullopt;
+        return under && std::abs(view_->getOffsetBetweenPointerAndItemBegin(under)) < 0.01;
+    };
+    link.meddle = [this] { meddle(); };
+    link.current = [this] { return view_ ? view_->getCurrentEvent() : nullptr; };
+    link.complain = [this](const std::string& what) { complain(what); };
+    hosts_.push_back(std::make_unique<StormHost>(ui_.scheduler(), dice_, std::move(link)));
+    view_ = std::make_unique<ScrubberView>(environment_, Rect{}, ui_.root());
+    view_->setDelegate(host().delegate());
+}
+
+void Storm::endView() {
+    StormHost& last = host();
+    view_.reset();
+    last.viewHasGone();
+}
+
+void Storm::check() {
+    if (ui_.scheduler().liveThreads() - threadsOfService_ > (view_ ? 1 : 0)) {
+        complain(std::to_string(ui_.scheduler().liveThreads() - threadsOfService_) + " cells play");
+    }
+    checkPromises(false);
+    if (!view_) return;
+    checkList();
+    checkPlayback();
+    note(std::to_string(strip().contentOffset().x));
+}
+
+void Storm::checkList() {
+    const std::int64_t count = view_->getEventsCount();
+    if (hasLies_ || view_->getDataSourceDelegate() || count == 0) return;
+    const auto first = view_->getEvent(0);
+    const auto last = view_->getEvent(count - 1);
+    if (count < 2 || !first || first->type() != ScrubberEventTypeHead || !last ||
+        last->type() != ScrubberEventTypeLive) {
+        complain("the list of " + std::to_string(count) + " has lost its head or its live entry");
+    }
+}
+
+void Storm::checkPlayback() {
+    const bool plays = ui_.scheduler().liveThreads() > threadsOfService_;
+    if (view_->getCurrentEvent() && !plays) complain("there is a current event, and no cell plays");
+}
+
+void Storm::checkPromises(bool isAtRest) {
+    for (const auto& each : promises_) {
+        const bool isDue = isAtRest && each->mustBeKept && view_ && each->view == hosts_.size();
+        if (each->calls > 1) complain(each->name + ": its completion ran twice");
+        if (isDue && each->calls == 0) complain(each->name + ": its completion did not run");
+    }
+    if (isAtRest) std::erase_if(promises_, [](const auto& each) { return each->mustBeKept; });
+}
+
+// An entry at an end of the list lies on the mark when the strip is beyond its bounds, the further the wider the mark
+// is. That much stays when the size changes and the strip's entry is not to be found.
+void Storm::checkRest() {
+    constexpr double beyond = 8 + 1.5 + widestMark / 2;
+    if (host().hasLedAstray() || view_->getEventsCount() < 2) return;
+    const double offset = strip().contentOffset().x;
+    const double most = std::max(0.0, strip().contentSize().width - strip().width());
+    if (offset < -beyond - 0.01 || offset > most + beyond + 0.01) {
+        complain("the strip rests at " + std::to_string(offset) + ", beyond 0 to " + std::to_string(most));
+    }
+}
+
+void Storm::checkEnd() {
+    liftAll();
+    if (view_) endView();
+    ui_.settle();
+    check();
+    service_.releaseAllReversed();
+    ui_.advance(5s, coarse);
+    check();
+    if (const int open = service_.openConnections()) complain(std::to_string(open) + " connections are left open");
+}
+
+}  // namespace korvane::test

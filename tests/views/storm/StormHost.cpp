@@ -1,0 +1,155 @@
+#include "tests/views/storm/StormHost.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "base/Semaphore.h"
+
+namespace korvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string nameOf(const StormHost::Event& event) {
+    return event ? std::to_string(event->identificator().value_or(-1)) : "null";
+}
+
+}  // namespace
+
+StormHost::StormHost(Scheduler& scheduler, Dice& dice, Link link)
+    : scheduler_(scheduler), dice_(dice), link_(std::move(link)) {
+    answerOnMain();
+    answerPlayback();
+}
+
+void StormHost::answerOnMain() {
+    delegate_->OnScrubberDidSelectEvent = [this](const Event& event) {
+        if (link_.isOnMark()) hasLedAstray_ = false;
+        hear("select " + nameOf(event));
+    };
+    delegate_->OnScrubberDraggingStartFlyOverEvent = [this](const Event& event) { hear("start " + nameOf(event)); };
+    delegate_->OnScrubberDraggingContinueFlyOverEvent = [this](const Event& event) { hear("over " + nameOf(event)); };
+    delegate_->OnScrubberDraggingEndFlyOverEvent = [this](const Event& event) { hear("end " + nameOf(event)); };
+    delegate_->OnScrubberStateChangedFrom = [this](auto from, auto to, auto status) {
+        hear("state " + std::to_string(from) + ">" + std::to_string(to) + " " + std::to_string(status));
+    };
+    delegate_->OnScrubberSetCurrentPositionForPlayingEvent = [this](const Event& event, TimeMs position) {
+        playsFrom_ = position;
+        playsSince_ = scheduler_.monotonicNow();
+        hear("seek " + nameOf(event));
+    };
+    delegate_->onSharedTokenWillExpireIn = [this](std::int64_t) {
+        hear("expires");
+        return 0;
+    };
+}
+
+void StormHost::answerPlayback() {
+    delegate_->OnScrubberEventPlayStarted = [this](const Event& event) {
+        playsFrom_ = std::max(rangeStart_, TimeMs{0});
+        playsSince_ = scheduler_.monotonicNow();
+        hear("started " + nameOf(event));
+        return 0;
+    };
+    delegate_->OnScrubberEventPlayFinished = [this](const Event& event) {
+        hear("finished " + nameOf(event));
+        return dice_.pick({1, 1, 0, 2});
+    };
+    delegate_->OnScrubberGetRangeForPlayingEvent = [this](const Event&, TimeMs* start, TimeMs* end) {
+        hear("range");
+        narrow(start, end);
+    };
+    delegate_->OnScrubberGetCurrentPositionForPlayingEvent = [this](const Event& event) { return positionOf(event); };
+}
+
+void StormHost::hear(const std::string& what) {
+    if (isGone_) link_.complain("the host hears '" + what + "' although its view is gone");
+    link_.hear(what);
+    if (blocks_ && dice_.oneIn(10)) Semaphore(scheduler_).waitFor(1s);
+    if (meddles_ && !isMeddling_ && dice_.oneIn(8)) {
+        isMeddling_ = true;
+        link_.meddle();
+        isMeddling_ = false;
+    }
+    if (throws_ && dice_.oneIn(20)) throw std::runtime_error("a host in a bad mood");
+}
+
+void StormHost::changeMood() {
+    using enum Player;
+    player_ = dice_.pick({Plays, Plays, Plays, Plays, Absent, Stands, Reverses, Overruns, AtTheEnd, Least, Most});
+    range_ = dice_.pick(
+        {Range::Whole, Range::Whole, Range::Whole, Range::Narrow, Range::Empty, Range::Reversed, Range::Endless});
+    blocks_ = dice_.oneIn(6);
+    meddles_ = dice_.oneIn(3);
+    throws_ = dice_.oneIn(10);
+}
+
+void StormHost::calmDown() {
+    player_ = Player::Plays;
+    range_ = Range::Whole;
+    blocks_ = meddles_ = throws_ = false;
+}
+
+void StormHost::narrow(TimeMs* start, TimeMs* end) {
+    if (!start || !end) return;
+    switch (range_) {
+        case Range::Whole:
+            break;
+        case Range::Narrow:
+            *start += 2'000;
+            *end -= 3'000;
+            break;
+        case Range::Empty:
+            *end = *start;
+            break;
+        case Range::Reversed:
+            std::swap(*start, *end);
+            break;
+        case Range::Endless:
+            *start = std::numeric_limits<TimeMs>::min();
+            *end = std::numeric_limits<TimeMs>::max();
+            break;
+    }
+    rangeStart_ = *start;
+    rangeEnd_ = *end;
+}
+
+TimeMs StormHost::positionOf(const Event& event) {
+    if (const Event current = link_.current(); event && !isGone_ && current != event) {
+        link_.complain("entry " + nameOf(event) + " plays, and the view says " + nameOf(current));
+    }
+    const TimeMs position = answer();
+    // Past the end of its range an entry holds the strip; before the begin it takes it along.
+    const double span = static_cast<double>(rangeEnd_) - static_cast<double>(rangeStart_);
+    const double way = static_cast<double>(position) - static_cast<double>(rangeStart_);
+    if (position != -1 && way * span < 0) hasLedAstray_ = true;
+    hear("position");
+    return position;
+}
+
+TimeMs StormHost::answer() {
+    const auto gone = std::chrono::duration_cast<std::chrono::milliseconds>(scheduler_.monotonicNow() - playsSince_);
+    switch (player_) {
+        case Player::Absent:
+            return -1;
+        case Player::Plays:
+            return playsFrom_ + gone.count();
+        case Player::Stands:
+            return playsFrom_;
+        case Player::Reverses:
+            return playsFrom_ - gone.count();
+        case Player::Overruns:
+            return rangeEnd_ == std::numeric_limits<TimeMs>::max() ? rangeEnd_ : rangeEnd_ + gone.count();
+        case Player::AtTheEnd:
+            return rangeEnd_;
+        case Player::Least:
+            return std::numeric_limits<TimeMs>::min();
+        case Player::Most:
+            return std::numeric_limits<TimeMs>::max();
+    }
+    return -1;
+}
+
+}  // namespace korvane::test

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/Scheduler.h"
+#include "tests/views/storm/Dice.h"
+#include "views/timeline/ScrubberViewDelegate.h"
+
+namespace korvane::test {
+
+/// A host of changing moods: its player may be sane or not, it may keep its callers waiting, and it may call back into
+/// the view while it is called. It is kept when its view goes, to hear what comes too late.
+class StormHost {
+  public:
+    using Event = ScrubberViewDelegate::Event;
+
+    /// The storm around it.
+    struct Link {
+        /// Something is heard; called on the thread that calls the host.
+        std::function<void(const std::string& what)> hear;
+        /// Whether an entry's begin lies on the mark.
+        std::function<bool()> isOnMark;
+        /// Does something to the view, which may end it.
+        std::function<void()> meddle;
+        /// The entry that the view says is playing.
+        std::function<Event()> current;
+        std::function<void(const std::string& what)> complain;
+    };
+
+    StormHost(Scheduler& scheduler, Dice& dice, Link link);
+
+    const std::shared_ptr<ScrubberViewDelegate>& delegate() const { return delegate_; }
+    void changeMood();
+    /// From now on it only listens, and its player plays.
+    void calmDown();
+    void viewHasGone() { isGone_ = true; }
+
+    /// Whether its positions have led the strip out of the entry that plays, since an entry was last put on the mark.
+    bool hasLedAstray() const { return hasLedAstray_; }
+
+  private:
+    enum class Player { Absent, Plays, Stands, Reverses, Overruns, AtTheEnd, Least, Most };
+    enum class Range { Whole, Narrow, Empty, Reversed, Endless };
+
+    void answerOnMain();
+    void answerPlayback();
+    void hear(const std::string& what);
+    TimeMs positionOf(const Event& event);
+    TimeMs answer();
+    void narrow(TimeMs* start, TimeMs* end);
+
+    Scheduler& scheduler_;
+    Dice& dice_;
+    const Link link_;
+    const std::shared_ptr<ScrubberViewDelegate> delegate_ = std::make_shared<ScrubberViewDelegate>();
+    Player player_ = Player::Plays;
+    Range range_ = Range::Whole;
+    bool blocks_ = false;
+    bool meddles_ = false;
+    bool throws_ = false;
+    bool isMeddling_ = false;
+    bool isGone_ = false;
+    bool hasLedAstray_ = false;
+    TimeMs rangeStart_ = 0;
+    TimeMs rangeEnd_ = 0;
+    TimeMs playsFrom_ = 0;
+    std::chrono::microseconds playsSince_{0};
+};
+
+}  // namespace korvane::test
