@@ -42,7 +42,7 @@ inline Spans spansOf(const ScrubberTimelineDataProvider& provider) {
     Spans spans;
     for (std::int64_t i = 0; const auto day = provider.getTimelineDayItemByIndex(i); ++i) {
         for (const auto& timeline : day->timelines()) {
-            for (const auto& segment : *timeline->segments()) spans.push_back(spanOf(segment));
+            for (const auto& segment : timeline->segments()) spans.push_back(spanOf(segment));
         }
     }
     return spans;

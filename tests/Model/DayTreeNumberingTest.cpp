@@ -59,7 +59,7 @@ class DayTreeNumbering : public DayTreeTest {
         for (std::int64_t d = 0; const auto day = provider->getTimelineDayItemByIndex(d); ++d) {
             for (const auto& timeline : day->timelines()) {
                 EXPECT_EQ(provider->getTimelineItemByIndex(timelines++), timeline);
-                for (const auto& segment : *timeline->segments()) found.push_back({day, timeline, &segment});
+                for (const auto& segment : timeline->segments()) found.push_back({day, timeline, &segment});
             }
         }
         EXPECT_EQ(provider->getTimelineItemByIndex(timelines), nullptr);
@@ -136,10 +136,9 @@ TEST_F(DayTreeNumbering, EqualsAPlainWalkOverRandomTrees) {
         EXPECT_EQ(entry(count + 1)->type(), ScrubberEventTypeLive);
         for (std::int64_t k = 0; k < count; ++k) expectEntry(k + 1, walked[static_cast<std::size_t>(k)]);
         for (const auto& each : walked) {
-            if (random() % 3 != 0) continue;
             const auto [start, end] = spanOf(*each.segment);
             for (const TimeMs time : {start, end, start - 1, end - 1, end + 1, (start + end) / 2}) {
-                expectSearches(random, time);
+                if (random() % 8 == 0) expectSearches(random, time);
             }
         }
     }
@@ -168,7 +167,7 @@ TEST(DayTreeSlicing, CutsPeriodsIntoFourMinutes) {
         const auto timeline = sliceTimeline(c.start, c.end);
         const auto boxed = [](TimeMs time) { return longLongValue(static_cast<double>(time)); };
         Spans spans, expected;
-        for (const auto& segment : *timeline->segments()) spans.push_back(spanOf(segment));
+        for (const auto& segment : timeline->segments()) spans.push_back(spanOf(segment));
         for (std::size_t i = 1; i < c.bounds.size(); ++i) {
             expected.emplace_back(boxed(c.bounds[i - 1]), boxed(c.bounds[i]));
         }
@@ -208,7 +207,7 @@ TEST(DayTreeItems, ClearEmptiesDownwardAndLeavesHeldPartsAlive) {
     day.clear();
     EXPECT_EQ(std::tuple(day.dateTime(), day.isUpdated()), std::tuple(5.0, ScrubberTimelineStatusDone));
     EXPECT_TRUE(day.timelines().empty());
-    EXPECT_EQ(std::tuple(timeline->segments()->size(), timeline->events().size(), timeline->eventsOfSegment(0).size()),
+    EXPECT_EQ(std::tuple(timeline->segments().size(), timeline->events().size(), timeline->eventsOfSegment(0).size()),
               std::tuple(0u, 0u, 0u));
     EXPECT_EQ(timeline->segment(0), nullptr);
     EXPECT_EQ(std::tuple(segment->records()->size(), segment->isUpdated()), std::tuple(0u, 1));

@@ -1,94 +1,89 @@
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
+#include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSlicing.h"
 
 namespace korvane {
 
-std::shared_ptr<ScrubberTimelineItem::Segments> ScrubberTimelineItem::segments() const {
-    {
-        const std::lock_guard guard(mutex_);
-        if (segments_) return segments_;
-    }
-    return std::make_shared<Segments>();
+ScrubberTimelineItem::SegmentSpan ScrubberTimelineItem::segments() {
+    return isCleared_ ? SegmentSpan() : segments_;
 }
 
 void ScrubberTimelineItem::setSegments(Segments segments) {
-    auto fresh = std::make_shared<Segments>(std::move(segments));
-    const std::lock_guard guard(mutex_);
-    segments_.swap(fresh);
-    noteSegments();
+    segments_ = std::move(segments);
+    isCleared_ = false;
 }
 
-std::shared_ptr<ScrubberTimelineSegmentItem> ScrubberTimelineItem::segment(std::size_t index) const {
-    const std::lock_guard guard(mutex_);
-    if (!segments_ || index >= segments_->size()) return nullptr;
-    return {segments_, &(*segments_)[index]};
+std::shared_ptr<ScrubberTimelineSegmentItem> ScrubberTimelineItem::segment(std::size_t index) {
+    const auto all = segments();
+    if (index >= all.size()) return nullptr;
+    return {weak_from_this().lock(), &all[index]};
+}
+
+std::size_t ScrubberTimelineItem::startedBy(SegmentSpan segments, TimeMs time) {
+    const auto hasStarted = [time](const auto& segment) { return longLongValue(segment.startDateTime()) <= time; };
+    if (segments.empty() || !hasStarted(segments.front())) return 0;
+    // Straight to the one that it must be: each step of a search would wait for memory.
+    const TimeMs passed = saturatingSubtract(time, longLongValue(segments.front().startDateTime()));
+    const auto place = std::min(static_cast<std::size_t>(passed / defaultSegmentSize), segments.size() - 1);
+    const bool isLast = place + 1 == segments.size() || !hasStarted(segments[place + 1]);
+    if (isLast && hasStarted(segments[place])) return place + 1;
+    return static_cast<std::size_t>(std::ranges::partition_point(segments, hasStarted) - segments.begin());
 }
 
 ScrubberTimelineItem::Events ScrubberTimelineItem::events() const {
-    const std::lock_guard guard(mutex_);
-    return events_;
+    EventShelf* const shelf = shelf_.get();
+    if (!shelf) return {};
+    const std::lock_guard guard(shelf->mutex);
+    return shelf->events;
 }
 
 void ScrubberTimelineItem::setEvents(Events events) {
-    const std::lock_guard guard(mutex_);
-    events_.swap(events);
-    noteSegments();
+    EventShelf& shelf = shelf_.make();
+    const std::lock_guard guard(shelf.mutex);
+    shelf.events.clear();
+    shelf.ofSegments.clear();
+    append(shelf, std::move(events));
 }
 
 void ScrubberTimelineItem::addEvents(Events events) {
-    const std::lock_guard guard(mutex_);
-    const std::size_t before = events_.size();
-    std::ranges::move(events, std::back_inserter(events_));
-    for (std::size_t i = before; i < events_.size(); ++i) noteSegmentOf(i);
+    EventShelf& shelf = shelf_.make();
+    const std::lock_guard guard(shelf.mutex);
+    append(shelf, std::move(events));
+}
+
+void ScrubberTimelineItem::append(EventShelf& shelf, Events events) {
+    const auto slices = segments();
+    for (auto& event : events) {
+        const TimeMs time = longLongValue(event.dateTime());
+        const std::size_t started = startedBy(slices, time);
+        if (started > 0 && time < longLongValue(slices[started - 1].endDateTime())) {
+            shelf.ofSegments[started - 1].push_back(shelf.events.size());
+        }
+        shelf.events.push_back(std::move(event));
+    }
 }
 
 ScrubberTimelineItem::Events ScrubberTimelineItem::eventsOfSegment(std::size_t index) const {
     Events found;
-    const std::lock_guard guard(mutex_);
-    const auto places = eventsOfSegments_.find(index);
-    if (places == eventsOfSegments_.end()) return found;
+    EventShelf* const shelf = shelf_.get();
+    if (!shelf) return found;
+    const std::lock_guard guard(shelf->mutex);
+    const auto places = shelf->ofSegments.find(index);
+    if (places == shelf->ofSegments.end()) return found;
     found.reserve(places->second.size());
-    for (const std::size_t place : places->second) found.push_back(events_[place]);
+    for (const std::size_t place : places->second) found.push_back(shelf->events[place]);
     return found;
 }
 
 void ScrubberTimelineItem::clear() {
-    // These go away outside of the lock.
-    std::shared_ptr<Segments> segments;
-    Events events;
-    EventsOfSegments eventsOfSegments;
-    {
-        const std::lock_guard guard(mutex_);
-        segments.swap(segments_);
-        events.swap(events_);
-        eventsOfSegments.swap(eventsOfSegments_);
-    }
-    if (!segments) return;
-    for (auto& segment : *segments) segment.clear();
-}
-
-std::size_t ScrubberTimelineItem::startedBy(const Segments& segments, TimeMs time) {
-    const auto after = std::ranges::partition_point(
-        segments, [time](const auto& segment) { return longLongValue(segment.startDateTime()) <= time; });
-    return static_cast<std::size_t>(after - segments.begin());
-}
-
-void ScrubberTimelineItem::noteSegmentOf(std::size_t event) {
-    if (!segments_) return;
-    const TimeMs time = longLongValue(events_[event].dateTime());
-    const std::size_t started = startedBy(*segments_, time);
-    if (started == 0 || time >= longLongValue((*segments_)[started - 1].endDateTime())) return;
-    eventsOfSegments_[started - 1].push_back(event);
-}
-
-void ScrubberTimelineItem::noteSegments() {
-    eventsOfSegments_.clear();
-    for (std::size_t i = 0; i < events_.size(); ++i) noteSegmentOf(i);
+    for (auto& segment : segments()) segment.clear();
+    isCleared_ = true;
+    if (shelf_.get()) setEvents({});
 }
 
 }  // namespace korvane

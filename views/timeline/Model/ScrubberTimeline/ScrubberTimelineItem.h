@@ -1,24 +1,28 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
 #include "base/Time.h"
+#include "views/timeline/Model/ScrubberTimeline/LazyBox.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineEventItem.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
 
 namespace korvane {
 
-/// One recorded period of a camera: its segments, and the events that fall into it. The times are set before the
-/// timeline is shared; all else may be called from any thread.
-class ScrubberTimelineItem {
+/// One recorded period of a camera: its segments, and the events that fall into it. Times and segments are set before
+/// the timeline is shared; all else may be called from any thread.
+class ScrubberTimelineItem : public std::enable_shared_from_this<ScrubberTimelineItem> {
   public:
     using Segments = std::vector<ScrubberTimelineSegmentItem>;
+    using SegmentSpan = std::span<ScrubberTimelineSegmentItem>;
     using Events = std::vector<ScrubberTimelineEventItem>;
 
     ScrubberTimelineItem() = default;
@@ -39,12 +43,14 @@ class ScrubberTimelineItem {
     double endDateTime() const { return endDateTime_; }
     void setEndDateTime(double endDateTime) { endDateTime_ = endDateTime; }
 
-    /// The slices. Never null; who holds them may use them after the timeline has been cleared.
-    std::shared_ptr<Segments> segments() const;
+    /// The slices; none once they have been cleared. What has been given lives as long as the timeline all the same.
+    SegmentSpan segments();
     /// In order of time and without overlaps.
     void setSegments(Segments segments);
-    /// The slice at `index`, which holds all of them; null past the end.
-    std::shared_ptr<ScrubberTimelineSegmentItem> segment(std::size_t index) const;
+    /// The slice at `index`, which holds the timeline; null past the end.
+    std::shared_ptr<ScrubberTimelineSegmentItem> segment(std::size_t index);
+    /// How many of a timeline's segments begin at `time`, ms, or before it.
+    static std::size_t startedBy(SegmentSpan segments, TimeMs time);
 
     /// A copy of the events, in order of arrival.
     Events events() const;
@@ -58,27 +64,23 @@ class ScrubberTimelineItem {
     /// Clears and removes the segments, and removes the events; times and status stay.
     void clear();
 
-    /// How many of `segments` begin at `time` or before it.
-    static std::size_t startedBy(const Segments& segments, TimeMs time);
-
   private:
-    using EventsOfSegments = std::unordered_map<std::size_t, std::vector<std::size_t>>;
+    struct EventShelf {
+        // Nothing is called out with it held.
+        std::mutex mutex;
+        Events events;
+        // Places in events by place in segments_.
+        std::unordered_map<std::size_t, std::vector<std::size_t>> ofSegments;
+    };
 
-    // Both with the lock held.
-    void noteSegmentOf(std::size_t event);
-    void noteSegments();
+    void append(EventShelf& shelf, Events events);
 
     ScrubberTimelineStatusField isUpdated_;
     double startDateTime_ = 0.0;
     double endDateTime_ = 0.0;
-
-    // Guards what follows; nothing is called out with it held.
-    mutable std::mutex mutex_;
-    // Null when there are none.
-    std::shared_ptr<Segments> segments_;
-    Events events_;
-    // Places in events_ by place in segments_.
-    EventsOfSegments eventsOfSegments_;
+    Segments segments_;
+    std::atomic<bool> isCleared_ = false;
+    LazyBox<EventShelf> shelf_;
 };
 
 }  // namespace korvane

@@ -1,48 +1,29 @@
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
 
-#include <mutex>
 #include <utility>
 
 namespace korvane {
 
-struct ScrubberTimelineSegmentItem::Box {
-    std::mutex mutex;
-    // Null when there are none.
-    std::shared_ptr<const Records> records;
-};
-
-ScrubberTimelineSegmentItem::~ScrubberTimelineSegmentItem() {
-    delete box_.load();
-}
-
 std::shared_ptr<const ScrubberTimelineSegmentItem::Records> ScrubberTimelineSegmentItem::records() const {
-    if (Box* const box = box_.load()) {
-        const std::lock_guard guard(box->mutex);
-        if (box->records) return box->records;
+    if (Shelf* const shelf = shelf_.get()) {
+        const std::lock_guard guard(shelf->mutex);
+        if (shelf->records) return shelf->records;
     }
     return std::make_shared<const Records>();
 }
 
 void ScrubberTimelineSegmentItem::setRecords(Records records) {
-    replace(std::make_shared<const Records>(std::move(records)));
+    replace(shelf_.make(), std::make_shared<const Records>(std::move(records)));
 }
 
 void ScrubberTimelineSegmentItem::clear() {
-    if (box_.load()) replace(nullptr);
+    if (Shelf* const shelf = shelf_.get()) replace(*shelf, nullptr);
 }
 
-ScrubberTimelineSegmentItem::Box& ScrubberTimelineSegmentItem::box() {
-    Box* existing = box_.load();
-    if (existing) return *existing;
-    auto fresh = std::make_unique<Box>();
-    return box_.compare_exchange_strong(existing, fresh.get()) ? *fresh.release() : *existing;
-}
-
-void ScrubberTimelineSegmentItem::replace(std::shared_ptr<const Records> records) {
-    Box& held = box();
+void ScrubberTimelineSegmentItem::replace(Shelf& shelf, std::shared_ptr<const Records> records) {
     // What is replaced goes away outside of the lock.
-    const std::lock_guard guard(held.mutex);
-    held.records.swap(records);
+    const std::lock_guard guard(shelf.mutex);
+    shelf.records.swap(records);
 }
 
 }  // namespace korvane

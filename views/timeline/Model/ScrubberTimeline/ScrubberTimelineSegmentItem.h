@@ -1,10 +1,11 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
+#include "views/timeline/Model/ScrubberTimeline/LazyBox.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentRecordItem.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
 
@@ -17,7 +18,6 @@ class ScrubberTimelineSegmentItem {
     using Records = std::vector<ScrubberTimelineSegmentRecordItem>;
 
     ScrubberTimelineSegmentItem() = default;
-    ~ScrubberTimelineSegmentItem();
     ScrubberTimelineSegmentItem(const ScrubberTimelineSegmentItem&) = delete;
     ScrubberTimelineSegmentItem& operator=(const ScrubberTimelineSegmentItem&) = delete;
 
@@ -43,16 +43,18 @@ class ScrubberTimelineSegmentItem {
     void clear();
 
   private:
-    struct Box;
+    struct Shelf {
+        std::mutex mutex;
+        // Null when there are none.
+        std::shared_ptr<const Records> records;
+    };
 
-    Box& box();
-    void replace(std::shared_ptr<const Records> records);
+    static void replace(Shelf& shelf, std::shared_ptr<const Records> records);
 
     ScrubberTimelineStatusField isUpdated_;
     double startDateTime_ = 0.0;
     double endDateTime_ = 0.0;
-    // Made with the first records, and gone with the segment only, since readers use it unlocked.
-    std::atomic<Box*> box_ = nullptr;
+    LazyBox<Shelf> shelf_;
 };
 
 }  // namespace korvane

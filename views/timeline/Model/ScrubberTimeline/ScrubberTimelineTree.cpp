@@ -9,7 +9,7 @@
 namespace korvane {
 namespace {
 
-using Segments = ScrubberTimelineItem::Segments;
+using Segments = ScrubberTimelineItem::SegmentSpan;
 
 struct Span {
     explicit Span(const ScrubberTimelineSegmentItem& segment)
@@ -37,7 +37,7 @@ void ScrubberTimelineTree::addTimeline(const std::shared_ptr<ScrubberTimelineIte
     const TimeMs start = longLongValue(timeline->startDateTime());
     const TimeMs end = longLongValue(timeline->endDateTime());
     runs_.push_back({timeline, segmentCount_, day, start, std::max(start, end)});
-    segmentCount_ += static_cast<std::int64_t>(timeline->segments()->size());
+    segmentCount_ += static_cast<std::int64_t>(timeline->segments().size());
 }
 
 void ScrubberTimelineTree::orderByTime() {
@@ -76,7 +76,7 @@ std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notB
     for (; run != runs_.end(); ++run) {
         if (run->start > notAfter && isAscending_) break;
         if (run->start > notAfter || run->reach < notBefore) continue;
-        if (const auto place = match(*run, *run->timeline->segments())) {
+        if (const auto place = match(*run, run->timeline->segments())) {
             return run->first + static_cast<std::int64_t>(*place);
         }
     }
@@ -84,7 +84,7 @@ std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notB
 }
 
 std::int64_t ScrubberTimelineTree::findSegment(TimeMs position) const {
-    return findFirst(0, position, position, [position](const Run&, const Segments& segments) {
+    return findFirst(0, position, position, [position](const Run&, Segments segments) {
         std::optional<std::size_t> found;
         const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
         if (started > 0 && Span(segments[started - 1]).holds(position)) found = started - 1;
@@ -97,7 +97,7 @@ ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) con
         const Span span(*first->segment);
         if (span.isSpan() && span.start >= position) return {0, span.start == position};
     }
-    const std::int64_t number = findFirst(0, position, position, [position](const Run&, const Segments& segments) {
+    const std::int64_t number = findFirst(0, position, position, [position](const Run&, Segments segments) {
         std::optional<std::size_t> found;
         const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
         // Where two segments meet, the earlier one holds the moment too.
@@ -110,7 +110,7 @@ ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) con
 }
 
 std::int64_t ScrubberTimelineTree::findSegmentByStart(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter) const {
-    return findFirst(fromIndex, notBefore, notAfter, [=](const Run& run, const Segments& segments) {
+    return findFirst(fromIndex, notBefore, notAfter, [=](const Run& run, Segments segments) {
         std::optional<std::size_t> found;
         auto place = static_cast<std::size_t>(std::max<std::int64_t>(fromIndex - run.first, 0));
         if (place >= segments.size()) return found;
