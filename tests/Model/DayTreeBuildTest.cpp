@@ -1,0 +1,279 @@
+#include <limits>
+
+#include "base/Log.h"
+#include "base/Semaphore.h"
+#include "client/Status.h"
+#include "tests/Model/DayTreeFixture.h"
+
+namespace korvane::test {
+namespace {
+
+constexpr TimeMs mostTime = std::numeric_limits<TimeMs>::max();
+constexpr TimeMs leastTime = std::numeric_limits<TimeMs>::min();
+
+class DayTreeBuild : public DayTreeTest {
+  protected:
+    DayTreeBuild() {
+        setLogSink([this](std::string_view line) { log.emplace_back(line); });
+    }
+    ~DayTreeBuild() override { setLogSink({}); }
+
+    // A day with one period of three segments an hour after midnight.
+    static ToldDay plainDay(int day) {
+        const TimeMs start = march1 + day * dayMs + 3'600'000;
+        return {"2024-03-0" + std::to_string(1 + day), {{start, start + 600'000}}};
+    }
+
+    static std::vector<ToldDay> threeDays() { return {plainDay(0), plainDay(1), plainDay(2)}; }
+
+    // Builds anew with a start position.
+    void loadAt(TimeMs position, const std::vector<ToldDay>& days) {
+        tellNext(service, days);
+        provider->clearAllDays();
+        EXPECT_EQ(provider->requestEvents(-1, scheduler.utcNow(), position), 0);
+        scheduler.runUntilIdle();
+    }
+
+    // Which days have been asked for, in seconds.
+    std::vector<double> fetchedDays() {
+        std::vector<double> found;
+        for (std::int64_t i = 0; const auto day = provider->getTimelineDayItemByIndex(i); ++i) {
+            if (day->isUpdated() != ScrubberTimelineStatusNotAsked) found.push_back(day->dateTime());
+        }
+        return found;
+    }
+
+    // While this thread waits for a lock, say.
+    std::unique_ptr<Thread> releaseLater() {
+        return scheduler.spawn("releaser", [this] {
+            Semaphore(scheduler).waitFor(std::chrono::milliseconds(10));
+            service.releaseAll();
+        });
+    }
+
+    static double secondsOf(int day) { return static_cast<double>(march1 + day * dayMs) / 1000; }
+
+    std::vector<std::string> log;
+};
+
+using Days = std::vector<double>;
+
+TEST_F(DayTreeBuild, AsksForTheDaysThenForEachDaysPeriodsThenForOneDaysEvents) {
+    load(threeDays());
+    const auto activity = service.requests("getActivity").at(0);
+    EXPECT_EQ(std::tuple(activity.start, activity.end, activity.events, activity.limit, activity.offset),
+              std::tuple(-1, scheduler.utcNow(), std::optional<std::string>(), 100, 0));
+    std::vector<std::pair<TimeMs, TimeMs>> asked;
+    for (const auto& request : service.requests("getTimelineSync")) asked.emplace_back(request.start, request.end);
+    EXPECT_EQ(asked, (Spans{{march1, march1 + dayMs},
+                            {march1 + dayMs, march1 + 2 * dayMs},
+                            {march1 + 2 * dayMs, march1 + 3 * dayMs}}));
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 11);
+    EXPECT_EQ(service.requests("getEventsSync").at(0).start, plainDay(2).periods[0].first);
+    EXPECT_EQ(fetchedDays(), Days{secondsOf(2)});
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+    EXPECT_TRUE(provider->getEvents().empty());
+    EXPECT_EQ(log, Calls{});
+}
+
+TEST_F(DayTreeBuild, FetchesTheDayOfThePosition) {
+    const std::pair<TimeMs, int> cases[] = {
+        {-1, 0},         {0, 0},       {march1 + dayMs, 1}, {march1 + 2 * dayMs - 1, 1}, {march1 + 2 * dayMs, 2},
+        {march1 - 1, 0}, {mostTime, 0}};
+    bind();
+    for (const auto& [position, day] : cases) {
+        // Not in order of time: the last day is the last that was told.
+        loadAt(position, {plainDay(2), plainDay(1), plainDay(0)});
+        EXPECT_EQ(fetchedDays(), Days{secondsOf(day)}) << position;
+        if (position < 1) continue;
+        EXPECT_EQ(provider->getTimelineDayByTime(static_cast<double>(position))->dateTime(), secondsOf(day));
+    }
+    loadAt(5, {{"1969-12-31", {}}, {"1970-01-01", {}}});
+    EXPECT_EQ(provider->getTimelineDayByTime(-0.5)->dateTime(), 0);
+    EXPECT_EQ(provider->getTimelineDayByTime(-1)->dateTime(), -86'400);
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+    EXPECT_EQ(provider->OnScrubberGetEventByIndex(0), nullptr);
+}
+
+TEST_F(DayTreeBuild, FetchesTheDayUnderTheViewOnce) {
+    load(threeDays());
+    constexpr auto past = std::numeric_limits<std::uint64_t>::max();
+    for (const std::uint64_t index : {std::uint64_t{0}, std::uint64_t{10}, std::uint64_t{11}, past}) {
+        EXPECT_EQ(provider->checkPartNeedRequested(index, 1, march1), 0);
+        scheduler.runUntilIdle();
+        EXPECT_EQ(fetchedDays(), Days{secondsOf(2)}) << index;
+    }
+    for (const std::uint64_t index : {4u, 6u, 4u}) provider->checkPartNeedRequested(index, -1, -1);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(fetchedDays(), (Days{secondsOf(1), secondsOf(2)}));
+    EXPECT_EQ(service.count("getEventsSync"), 2u);
+}
+
+TEST_F(DayTreeBuild, TakesAnyActivity) {
+    const struct {
+        Script script;
+        Calls calls;
+        Days days;
+        bool isLogged;
+    } cases[] = {
+        {Script::answered(Reply::object()), {"reload 0 0"}, {}, false},
+        {Script::answered(nullptr), {"reload 0 0"}, {}, false},
+        {Script::answered("2024-03-01"), {"reload 0 0"}, {}, false},
+        {Script::answered(Reply::array()), {"reload 0 0"}, {}, false},
+        {Script::failed(503), {"reload 503 0"}, {}, false},
+        {Script::answered({5, nullptr, "2024-02-30", "", "2024-03", Reply::array(), "2024-03-01T00:00:00Z"}),
+         {"reload 0 0"},
+         {},
+         true},
+        {Script::answered({1, "2024-03-02", "2024-13-01", "2024-03-01", "2024-03-02"}),
+         {"reload 0 0"},
+         {secondsOf(1), secondsOf(0), secondsOf(1)},
+         true},
+    };
+    bind();
+    for (const auto& c : cases) {
+        delegate->take();
+        log.clear();
+        service.clearRequests();
+        service.scriptNext("getActivity", c.script);
+        EXPECT_EQ(provider->refresh(), 0);
+        scheduler.runUntilIdle();
+        Days days;
+        for (std::int64_t i = 0; const auto day = provider->getTimelineDayItemByIndex(i); ++i) {
+            days.push_back(day->dateTime());
+        }
+        EXPECT_EQ(std::tuple(delegate->take(), days, log.size()), std::tuple(c.calls, c.days, c.isLogged ? 1u : 0u));
+        EXPECT_EQ(service.count("getTimelineSync"), c.days.size());
+    }
+}
+
+TEST_F(DayTreeBuild, TakesAnyPeriods) {
+    constexpr TimeMs year = 365 * dayMs;
+    const Script good = Script::answered({{march1, march1 + 1}});
+    const struct {
+        Script script;
+        std::size_t segments;
+        bool isLogged;
+    } cases[] = {
+        {Script::failed(500), 0, false},
+        {Script::answered(nullptr), 0, false},
+        {Script::answered(Reply::array()), 0, false},
+        {Script::answered({{march1, march1}, {march1, march1 - 5}}), 2, false},
+        {Script::answered({{mostTime, leastTime}, {leastTime, leastTime}, {mostTime, mostTime}}), 3, false},
+        {Script::answered({{march1, march1 + year}}), 131'400, false},
+        {Script::answered({{1, 2}, {0, 1'000'000'000'000'000'000}, {leastTime, mostTime}, {3, 4}}), 2, true},
+        {Script::answered({{0, 20 * year}, {0, 20 * year}, {0, 1}}), 20 * 131'400 + 1, true},
+    };
+    bind();
+    for (const auto& c : cases) {
+        log.clear();
+        delegate->take();
+        service.scriptNext("getActivity", Script::answered({"2024-03-01", "2024-03-02", "2024-03-03"}));
+        service.scriptNext("getTimelineSync", good);
+        service.scriptNext("getTimelineSync", c.script);
+        service.scriptNext("getTimelineSync", good);
+        EXPECT_EQ(provider->refresh(), 0);
+        scheduler.runUntilIdle();
+        EXPECT_EQ(provider->getTimelineDayItemByIndex(1)->dateTime(), secondsOf(1));
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), static_cast<std::int64_t>(c.segments) + 4);
+        EXPECT_EQ(std::tuple(delegate->take(), log.size()), std::tuple(Calls{"reload 0 0"}, c.isLogged ? 1u : 0u));
+    }
+}
+
+TEST_F(DayTreeBuild, AppendsUnlessCleared) {
+    load({plainDay(0)});
+    tellNext(service, {plainDay(1)});
+    const auto held = provider->getTimelineSegmentItemByIndex(2);
+    provider->requestEvents(-1, -1, -1);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 8);
+    EXPECT_EQ(provider->getTimelineSegmentItemByIndex(2)->segment, held->segment);
+    provider->clearAllDays();
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+    EXPECT_EQ(spanOf(*held->segment).second, plainDay(0).periods[0].second);
+    EXPECT_TRUE(held->day->timelines().empty());
+}
+
+// Each call of a load stands still while the provider is closed, and is answered then.
+TEST_F(DayTreeBuild, EndsWhenClosed) {
+    const struct {
+        std::string call;
+        bool isUnstoppable;
+        Calls calls;
+    } cases[] = {
+        {"getCamera", false, {"reload -8 0"}}, {"getActivity", false, {"reload -8 0"}}, {"getActivity", true, {}},
+        {"getTimelineSync", false, {}},        {"getTimelineSync", true, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.call);
+        service.clearRequests();
+        service.scriptAll("getActivity", Script::answered({"2024-03-01", "2024-03-02"}));
+        service.scriptAll("getTimelineSync", Script::answered({{march1, march1 + 600'000}}));
+        auto standing = c.call == "getActivity" ? Script::answered({"2024-03-01"}) : Script();
+        standing.isHeld = true;
+        standing.isUnstoppable = c.isUnstoppable;
+        service.scriptNext(c.call, standing);
+        bind();
+        ASSERT_EQ(service.held().size(), 1u);
+        const auto releaser = releaseLater();
+        provider->close();
+        releaser->join();
+        scheduler.runUntilIdle();
+        EXPECT_EQ(delegate->take(), c.calls);
+        EXPECT_EQ(service.count("getTimelineSync"), c.call == "getTimelineSync" ? 1u : 0u);
+        EXPECT_EQ(provider->getTimelineDayItemByIndex(0), nullptr);
+        bind();
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), 8);
+        provider->close();
+        delegate->take();
+    }
+}
+
+TEST_F(DayTreeBuild, LeavesTheTreeToTheLatestRefresh) {
+    for (const std::string call : {"getActivity", "getTimelineSync"}) {
+        SCOPED_TRACE(call);
+        bind();
+        delegate->take();
+        service.scriptAll("getActivity", Script::answered({"2024-03-01"}));
+        service.scriptAll("getTimelineSync", Script::answered({{march1, march1 + 600'000}}));
+        auto standing = call == "getActivity" ? Script::answered({"2024-03-02"}) : Script();
+        standing.isHeld = true;
+        service.scriptNext(call, standing);
+        provider->refresh();
+        scheduler.runUntilIdle();
+        const auto releaser = releaseLater();
+        EXPECT_EQ(provider->refresh(), 0);
+        scheduler.runUntilIdle();
+        releaser->join();
+        scheduler.runUntilIdle();
+        EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), 5);
+    }
+}
+
+TEST_F(DayTreeBuild, IsEmptyWhileItCloses) {
+    load(threeDays());
+    service.scriptNext("getActivity", Script::answered({"2024-03-04"}));
+    service.scriptNext("getTimelineSync", Script::held());
+    provider->requestEvents(-1, -1, -1);
+    scheduler.runUntilIdle();
+    ASSERT_EQ(provider->OnScrubberGetEventsCount(), 11);
+    EXPECT_EQ(provider->deleteEvent(ScrubberEvent::build(5), nullptr), 0);
+    const auto onlooker = scheduler.spawn("onlooker", [&] {
+        Semaphore(scheduler).waitFor(std::chrono::milliseconds(10));
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
+        EXPECT_EQ(provider->OnScrubberGetEventByIndex(0), nullptr);
+        EXPECT_EQ(provider->OnScrubberFindEventByPosition(-1), -1);
+        EXPECT_EQ(provider->getTimelineDayByTime(0), nullptr);
+        EXPECT_FALSE(provider->getTimelineSegmentItemByIndex(0));
+        EXPECT_EQ(provider->deleteEvent(ScrubberEvent::build(5), nullptr), -1);
+        EXPECT_EQ(provider->refresh(), -1);
+        EXPECT_EQ(provider->requestEvents(-1, -1, -1), 0);
+        service.releaseAll();
+    });
+    provider->close();
+    EXPECT_EQ(service.count("getActivity"), 2u);
+}
+
+}  // namespace
+}  // namespace korvane::test

@@ -1,0 +1,255 @@
+#include <limits>
+#include <tuple>
+
+#include "tests/Model/DayTreeUploadFixture.h"
+
+namespace korvane::test {
+namespace {
+
+constexpr TimeMs minute = 60'000;
+constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+
+class DayTreeUploadTest : public DayTreeTest {
+  protected:
+    DayTreeUploadTest() { provider->setDelegate(strip); }
+
+    /// A day with these periods, ms from its begin, that nothing has been asked of: the events fetched first are those
+    /// of the day after it.
+    std::shared_ptr<ScrubberTimelineDayItem> loadDay(const Spans& periods) {
+        ToldDay day{"2024-03-01", {}};
+        for (const auto& [start, end] : periods) day.periods.emplace_back(march1 + start, march1 + end);
+        load({day, {"2024-03-02", {}}});
+        service.clearRequests();
+        return provider->getTimelineDayItemByIndex(0);
+    }
+
+    std::shared_ptr<ScrubberTimelineItem> uploadOneTimeline() {
+        const auto day = loadDay({{0, 200 * minute}});
+        provider->uploadEventsForTimelineDay(day);
+        scheduler.runUntilIdle();
+        EXPECT_EQ(day->isUpdated(), ScrubberTimelineStatusDone);
+        return day->timeline(0);
+    }
+
+    std::vector<std::int64_t> offsets() const {
+        std::vector<std::int64_t> found;
+        for (const auto& request : service.requests("getEventsSync")) found.push_back(request.offset);
+        return found;
+    }
+
+    void askUrl(std::uint64_t index, TimeMs time) {
+        provider->getUrl(index, march1 + time, [this](const std::shared_ptr<ScrubberEvent>& event) {
+            url = event;
+            isOnMainThread = scheduler.isMainThread();
+            ++urls;
+        });
+    }
+
+    std::shared_ptr<StripDelegate> strip = std::make_shared<StripDelegate>();
+    std::shared_ptr<ScrubberEvent> url;
+    bool isOnMainThread = false;
+    int urls = 0;
+};
+
+TEST_F(DayTreeUploadTest, PagesFollowUntilOneIsEmpty) {
+    const auto failed = Script::failed(500);
+    struct Row {
+        std::int64_t events;
+        std::vector<Script> scripts;
+        std::vector<std::int64_t> offsets;
+        std::int64_t status;
+        std::size_t read;
+    };
+    const Row rows[] = {
+        {250, {}, {0, 100, 200, 250}, ScrubberTimelineStatusDone, 250},
+        {0, {}, {0}, ScrubberTimelineStatusDone, 0},
+        {250, {failed}, {0}, ScrubberTimelineStatusFailed, 0},
+        {250, {{}, {}, failed}, {0, 100, 200}, ScrubberTimelineStatusFailed, 200},
+        {250, {Script::answered(nullptr)}, {0}, ScrubberTimelineStatusFailed, 0},
+        {250, {Script::answered(Reply::array({1}))}, {0}, ScrubberTimelineStatusDone, 0},
+        {250, {{}, Script::answered({{"objects", "none"}})}, {0, 100}, ScrubberTimelineStatusDone, 100},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        service.withFootage([](ScriptedFootage& f) { f.clear(); });
+        service.addEvents(row.events, march1 + 190 * minute);
+        for (const Script& script : row.scripts) service.scriptNext("getEventsSync", script);
+        const auto timeline = uploadOneTimeline();
+        EXPECT_EQ(timeline->isUpdated(), row.status);
+        EXPECT_EQ(timeline->events().size(), row.read);
+        EXPECT_EQ(offsets(), row.offsets);
+        provider->uploadEventsForTimelineItemSync(timeline);
+        provider->uploadEventsForTimelineItem(timeline);
+        scheduler.runUntilIdle();
+        EXPECT_EQ(service.requests().size(), row.offsets.size());
+    }
+}
+
+TEST_F(DayTreeUploadTest, PagesThatNeverEndAreCutOff) {
+    struct Row {
+        Reply total;
+        std::size_t pageSize;
+        std::size_t requests;
+    };
+    const Row rows[] = {{250, 100, 4}, {200, 100, 3},   {"250", 100, 4},
+                        {10, 7, 16},   {{}, 100, 1000}, {std::numeric_limits<std::int64_t>::max(), 30'000, 4}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.total);
+        const Reply objects(std::vector<Reply>(row.pageSize, Reply::object()));
+        service.scriptAll("getEventsSync",
+                          Script::answered({{"meta", {{"total_count", row.total}}}, {"objects", objects}}));
+        EXPECT_EQ(uploadOneTimeline()->isUpdated(), ScrubberTimelineStatusDone);
+        EXPECT_EQ(service.count("getEventsSync"), row.requests);
+    }
+}
+
+TEST_F(DayTreeUploadTest, EventsOfAnyShapeAreRead) {
+    const Reply page = {{"objects",
+                         {{{"time", "2024-03-01T00:00:09.250Z"}, {"name", "doorbell"}, {"id", "x"}},
+                          3,
+                          nullptr,
+                          {{"time", 5}, {"name", {1}}},
+                          {{"Time", "2024-03-01T00:00:09Z"}},
+                          {{"time", "no time"}, {"name", ""}}}}};
+    const std::pair<double, std::string> expected[] = {
+        {march1 + 9250, "doorbell"}, {0, ""}, {0, ""}, {0, ""}, {0, ""}, {-1, ""}};
+    const auto expectEvents = [&](const ScrubberTimelineItem& timeline) {
+        EXPECT_EQ(timeline.isUpdated(), ScrubberTimelineStatusDone);
+        const auto events = timeline.events();
+        ASSERT_EQ(events.size(), std::size(expected));
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            EXPECT_EQ(std::pair(events[i].dateTime(), events[i].name()), expected[i]) << i;
+        }
+    };
+    service.scriptNext("getEventsSync", Script::answered(page));
+    expectEvents(*uploadOneTimeline());
+    service.scriptNext("getEvents", Script::answered(page));
+    const auto asked = loadDay({{0, minute}})->timeline(0);
+    provider->uploadEventsForTimelineItem(asked);
+    EXPECT_EQ(asked->isUpdated(), ScrubberTimelineStatusUnderWay);
+    scheduler.runUntilIdle();
+    expectEvents(*asked);
+    for (const auto& script : {Script::failed(404), Script::answered(Reply::array())}) {
+        service.scriptNext("getEvents", script);
+        const auto timeline = loadDay({{0, minute}})->timeline(0);
+        provider->uploadEventsForTimelineItem(timeline);
+        scheduler.runUntilIdle();
+        EXPECT_EQ(timeline->isUpdated(), ScrubberTimelineStatusFailed);
+    }
+}
+
+// The day is asked for twice before the first operation runs: the second round fetches nothing.
+TEST_F(DayTreeUploadTest, ADayIsFilledFromItsEndAndRedrawnWhereItIsSeen) {
+    const auto day = loadDay({{0, minute}, {minute, 2 * minute}, {2 * minute, 3 * minute}});
+    const auto states = [&] {
+        std::string text = std::to_string(day->isUpdated()) + ":";
+        for (const auto& timeline : day->timelines()) text += " " + std::to_string(timeline->isUpdated());
+        return text;
+    };
+    strip->visible = {std::numeric_limits<std::int64_t>::min(), 0, 99, 1, 1, 2};
+    strip->onAsked = [&] { strip->calls.push_back(states()); };
+    service.scriptNext("getEventsSync", {});
+    service.scriptNext("getEventsSync", Script::held());
+    provider->uploadEventsForTimelineDays();
+    provider->uploadEventsForTimelineDay(day);
+    EXPECT_EQ(states(), "0: 0 0 0");
+    scheduler.runUntilIdle();
+    EXPECT_EQ(states(), "1: 0 1 2");
+    EXPECT_EQ(strip->calls, Calls{"2: 0 0 2"});
+    provider->uploadEventsForTimelineDay(day);
+    service.releaseAll();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(strip->calls, (Calls{"2: 0 0 2", "2: 0 2 2", "redraw", "2: 2 2 2", "redraw", "2: 2 2 2", "2: 2 2 2",
+                                   "redraw", "2: 2 2 2", "redraw"}));
+    EXPECT_EQ(service.count("getEventsSync"), 3u);
+    EXPECT_EQ(service.requests("getEventsSync").front().start, march1 + 2 * minute);
+}
+
+TEST_F(DayTreeUploadTest, AnUrlIsThatOfTheFirstRecordThatEndsLater) {
+    service.withFootage([](ScriptedFootage& f) {
+        f.addRecord({1, march1, march1 + minute, "one", ""});
+        f.addRecord({2, march1 + minute, march1 + 2 * minute, "two", ""});
+        f.addRecord({3, march1 + 3 * minute, march1 + 5 * minute, "three", ""});
+    });
+    loadDay({{0, 8 * minute}});
+    askUrl(1, 0);
+    EXPECT_EQ(urls, 0);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(urls, 1);
+    EXPECT_FALSE(isOnMainThread);
+    struct Row {
+        std::uint64_t index;
+        TimeMs time;
+        std::string url;
+        Span span;
+    };
+    const Row rows[] = {{1, -1, "one", {0, 1}},
+                        {1, minute - 1, "one", {0, 1}},
+                        {1, minute, "two", {1, 2}},
+                        {1, 2 * minute, "three", {3, 5}},
+                        {1, 5 * minute, "", {}},
+                        {0, 0, "", {}},
+                        {3, 0, "", {}},
+                        {most, 0, "", {}}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::to_string(row.index) + " at " + std::to_string(row.time));
+        url = nullptr;
+        askUrl(row.index, row.time);
+        ASSERT_EQ(url != nullptr, !row.url.empty());
+        if (!url) continue;
+        EXPECT_TRUE(isOnMainThread);
+        const auto fields = url->fields();
+        EXPECT_EQ(fields.type, ScrubberEventTypeItem);
+        EXPECT_EQ(fields.timeAsValue, march1 + row.time);
+        EXPECT_EQ(fields.videoUrl, row.url);
+        EXPECT_EQ(Span(fields.start - march1, fields.end - march1),
+                  Span(row.span.first * minute, row.span.second * minute));
+    }
+    scheduler.runUntilIdle();
+    const auto asked = service.requests("getRecords");
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(std::tuple(asked[0].start, asked[0].end, asked[0].order, asked[0].limit),
+              std::tuple(march1, march1 + slice, 1, 100));
+}
+
+TEST_F(DayTreeUploadTest, ASegmentWithoutRecordsIsNotAskedAgain) {
+    struct Row {
+        Script script;
+        int urls;
+    };
+    const Reply odd = {3, {{"start", 5}, {"end", "no time"}, {"url", {}}}, {{"end", "2024-03-02T00:00:00Z"}}};
+    const Row rows[] = {{Script::failed(404), 0},
+                        {Script::answered(Reply::array({1})), 0},
+                        {Script::answered({{"objects", Reply::array()}}), 0},
+                        {Script::answered({{"objects", {{"a", 1}}}}), 0},
+                        {Script::answered({{"objects", odd}}), 2}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        urls = 0;
+        const auto segment = loadDay({{0, minute}})->timeline(0)->segment(0);
+        service.scriptNext("getRecords", row.script);
+        for (int i = 0; i < 2; ++i) {
+            askUrl(1, 0);
+            scheduler.runUntilIdle();
+        }
+        EXPECT_EQ(segment->isUpdated(), row.urls == 0 ? ScrubberTimelineStatusFailed : ScrubberTimelineStatusDone);
+        EXPECT_EQ(urls, row.urls);
+        EXPECT_EQ(service.count("getRecords"), 1u);
+    }
+}
+
+TEST_F(DayTreeUploadTest, RequestsBeyondSixAreDropped) {
+    service.withFootage([](ScriptedFootage& f) { f.addRecord({1, march1, march1 + dayMs, "all", ""}); });
+    const auto timeline = loadDay({{0, 8 * slice}})->timeline(0);
+    for (std::uint64_t index = 1; index <= 8; ++index) askUrl(index, 0);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(urls, 6);
+    EXPECT_EQ(service.count("getRecords"), 6u);
+    EXPECT_EQ(timeline->segment(6)->isUpdated(), ScrubberTimelineStatusNotAsked);
+    askUrl(7, 0);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(urls, 7);
+}
+
+}  // namespace
+}  // namespace korvane::test
