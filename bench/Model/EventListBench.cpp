@@ -1,6 +1,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include <limits>
 #include <memory>
 #include <random>
 
@@ -107,17 +108,64 @@ void checkAboveAMillionEntries(benchmark::State& state) {
 }
 BENCHMARK(checkAboveAMillionEntries)->Unit(benchmark::kMicrosecond);
 
-// A moment that is nowhere: the search that a jump in time makes.
-void searchAMillionEntriesByTime(benchmark::State& state) {
-    Host host;
-    const Reply single = makePage(1);
-    host.provider->initStorageForEvents(million);
-    for (std::uint64_t index = million; index > 0; index -= pageSize) {
-        host.provider->fillEventsFromDictionary(single, index);
+// A million entries a minute apart, ids 1 and up from the oldest, that went into their slots in place.
+struct FilledHost : Host {
+    static constexpr TimeMs first = 1'700'000'000'000;
+    static TimeMs momentOf(std::uint64_t id) { return first + static_cast<TimeMs>(id) * 60'000; }
+
+    FilledHost() {
+        provider->enableEventGrouping(false);
+        provider->initStorageForEvents(million);
+        for (std::uint64_t id = million; id > 0; --id) {
+            const Reply element = {{"id", id}, {"name", "motion"}, {"time", formatUtc(momentOf(id))}};
+            provider->fillEventsFromDictionary(Reply::array({element}), id);
+        }
+        // Locks and reference counts cost less as long as a process has never had a second thread.
+        LoopScheduler().spawn("second", [] {})->join();
     }
-    for (auto _ : state) host.provider->checkPartNeedRequested(million + 5, -1, 12345);
+
+    static FilledHost& shared() {
+        static FilledHost host;
+        return host;
+    }
+};
+
+void findInAMillion(benchmark::State& state, const ScrubberEventQuery& query, std::int64_t index) {
+    auto& provider = *FilledHost::shared().provider;
+    for (auto _ : state) {
+        if (provider.OnScrubberFindEvent(query) != index) state.SkipWithError("found elsewhere");
+    }
 }
-BENCHMARK(searchAMillionEntriesByTime)->Unit(benchmark::kMillisecond);
+
+constexpr TimeMs day = 86'400'000;
+constexpr TimeMs never = std::numeric_limits<TimeMs>::max();
+
+ScrubberEventQuery closestTo(TimeMs time) {
+    return {0, time, time + day - 1, std::nullopt};
+}
+
+ScrubberEventQuery withId(std::int64_t id) {
+    return {0, std::numeric_limits<TimeMs>::min(), never, id};
+}
+
+#define FIND(name, query, index) BENCHMARK_CAPTURE(findInAMillion, name, query, index)->Unit(benchmark::kMicrosecond)
+FIND(timeFirst, ScrubberEventQuery::at(FilledHost::momentOf(1)), 1);
+FIND(timeMiddle, ScrubberEventQuery::at(FilledHost::momentOf(million / 2)), million / 2);
+FIND(timeLast, ScrubberEventQuery::at(FilledHost::momentOf(million)), million);
+FIND(timeAbsentBetween, ScrubberEventQuery::at(FilledHost::momentOf(million) - 1), -1);
+FIND(timeAbsentBeyond, ScrubberEventQuery::at(FilledHost::momentOf(million) + 1), -1);
+FIND(closestFirst, closestTo(FilledHost::momentOf(1) - 1), 1);
+FIND(closestLast, closestTo(FilledHost::momentOf(million) - 1), million);
+FIND(closestAbsent, closestTo(FilledHost::momentOf(million) + 1), -1);
+FIND(idLast, withId(million), million);
+FIND(idAbsent, withId(million + 1), -1);
+
+// A moment that is nowhere, sought in groups, too: it looks at every entry.
+void checkAMillionEntriesByTime(benchmark::State& state) {
+    auto& provider = *FilledHost::shared().provider;
+    for (auto _ : state) provider.checkPartNeedRequested(million + 5, -1, 12345);
+}
+BENCHMARK(checkAMillionEntriesByTime)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace korvane
