@@ -1,6 +1,7 @@
 #include "apps/browser/Browser.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "apps/browser/StatusText.h"
 
@@ -13,12 +14,6 @@ QString sentence(QString text) {
     return text;
 }
 
-// A drag writes the moment under the mark into the entry, so an entry's own moment is in its text.
-TimeMs momentOf(const ScrubberEvent& event, const KorvaneHelpers& helpers) {
-    const TimeMs moment = helpers.parseUTCtime(event.time().value_or(std::string()));
-    return moment >= 0 ? moment : event.timeAsValue();
-}
-
 }  // namespace
 
 Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
@@ -27,7 +22,8 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
       service_(service),
       player_(scheduler, *service.helpers()),
       link_(scheduler, service),
-      strip_(scheduler, player_) {
+      strip_(scheduler, player_, *service.helpers()),
+      navigation_(strip_, player_, *service.helpers()) {
     connectParts();
 }
 
@@ -39,6 +35,11 @@ Browser::~Browser() {
 void Browser::connectParts() {
     connect(&strip_, &StripHost::selected, this, &Browser::onSelected);
     connect(&strip_, &StripHost::stateChanged, this, &Browser::onListState);
+    connect(&strip_, &StripHost::playFinished, this, [this](const std::shared_ptr<ScrubberEvent>& event) {
+        if (!playsOn() && event && event == navigation_.selected()) endEvent();
+    });
+    connect(&player_, &RecordingPlayer::boundReached, this, &Browser::endEvent);
+    connect(&strip_, &StripHost::sought, this, [this] { isEventOver_ = false; });
     connect(&strip_, &StripHost::flyOverEnded, this, [this] { setFlyOver(-1); });
     connect(&strip_, &StripHost::flownOver, this, [this](qint64 time, const QString& zone) {
         if (zone_.isEmpty()) setZone(zone);
@@ -53,6 +54,11 @@ void Browser::connectParts() {
         // A note on a jump or a failure stays until playing is somewhere else.
         if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
         emit messageChanged();
+        emit navigation_.changed();
+    });
+    connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
+    connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
+        setNote(tr("Not deleted: %1 (status %2)").arg(deletionFault(status)).arg(status), Mood::Warning);
     });
     connect(&player_, &RecordingPlayer::gapSkipped, this, [this](qint64 from, qint64 to) {
         setNote(tr("Nothing recorded for %1").arg(durationText(to - from)), Mood::Calm);
@@ -67,6 +73,7 @@ void Browser::attachStrip(ScrubberView* strip) {
 }
 
 void Browser::open(const QString& token, const QString& cameraName) {
+    token_ = token;
     cameraName_ = cameraName;
     zone_.clear();
     fault_.clear();
@@ -74,6 +81,9 @@ void Browser::open(const QString& token, const QString& cameraName) {
     note_.clear();
     isLive_ = false;
     isListSeen_ = false;
+    isEventOver_ = false;
+    isReloaded_ = false;
+    navigation_.forget();
     player_.setCamera(nullptr);
     setFlyOver(-1);
     link_.open(token.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& text,
@@ -98,26 +108,39 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
 }
 
 void Browser::onListState(int state, int status) {
-    // The strip goes to its live end by itself after a load, without a selection.
     const bool isLoaded = listState_ == ScrubberStateLoading && state == ScrubberStateReady && status == 0;
+    const bool isDeleted = listState_ == ScrubberStateDeleting;
     listState_ = state;
-    listStatus_ = status;
-    if (isLoaded && !isListSeen_) {
-        isListSeen_ = true;
-        goLive();
-    }
+    // Of a deletion that failed a note tells; the list is as good as before.
+    listStatus_ = isDeleted ? 0 : status;
+    if (isLoaded) onListLoaded();
     emit stateChanged();
     emit messageChanged();
 }
 
+void Browser::onListLoaded() {
+    isListSeen_ = true;
+    // The strip goes to its live end by itself after a load, without a selection.
+    if (!strip_.wanted() && !isLive_) goLive();
+}
+
 void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     const auto type = event ? event->type() : ScrubberEventTypePending;
+    boundPlayer();
+    // After a switch the player goes on where it is, and the mark moves there.
+    if (keepsPlaying(event)) return emit selectionChanged();
+    isEventOver_ = false;
     if (type == ScrubberEventTypeLive) return goLive();
     isLive_ = false;
     emit selectionChanged();
     // A slot that is not filled yet is selected once more when its page has come.
     if (type != ScrubberEventTypeItem && type != ScrubberEventTypeGroup) return player_.pause();
-    player_.open(momentOf(*event, *service_.helpers()), RecordingPlayer::Then::Play);
+    player_.open(strip_.momentOf(*event), RecordingPlayer::Then::Play);
+}
+
+bool Browser::keepsPlaying(const std::shared_ptr<ScrubberEvent>& event) {
+    const TimeMs position = player_.getPosition();
+    return std::exchange(isReloaded_, false) && event && position >= event->start() && position <= event->end();
 }
 
 void Browser::goLive() {
@@ -127,11 +150,59 @@ void Browser::goLive() {
     player_.openNewest(RecordingPlayer::Then::Pause);
 }
 
+void Browser::endEvent() {
+    isEventOver_ = true;
+    player_.pause();
+    emit messageChanged();
+}
+
+void Browser::boundPlayer() {
+    const auto& event = navigation_.selected();
+    player_.setBound(event && !playsOn() ? std::optional(event->end()) : std::nullopt);
+}
+
 void Browser::togglePlaying() {
     if (player_.state() == RecordingPlayer::State::Playing)
         player_.pause();
+    else if (isEventOver_ && navigation_.selected())
+        strip_.view()->toEvent(navigation_.selected());
     else
         player_.resume();
+}
+
+void Browser::setShowsRecordings(bool showsRecordings) {
+    if (showsRecordings == strip_.hasRecordings()) return;
+    const TimeMs moment = momentToKeep();
+    strip_.showRecordings(showsRecordings);
+    reopen(moment);
+}
+
+void Browser::setGroups(bool groups) {
+    if (groups == strip_.isGrouping()) return;
+    const TimeMs moment = momentToKeep();
+    strip_.group(groups);
+    reopen(moment);
+}
+
+void Browser::setPlaysOn(bool playsOn) {
+    strip_.playOn(playsOn);
+    boundPlayer();
+    emit switchesChanged();
+}
+
+TimeMs Browser::momentToKeep() const {
+    const auto& event = navigation_.selected();
+    if (!event) return strip_.wanted().value_or(-1);
+    // A single event is found again by its own moment; of all else the moment on screen counts.
+    const bool isSingle = !strip_.hasRecordings() && event->type() == ScrubberEventTypeItem;
+    return isSingle ? strip_.momentOf(*event) : player_.getPosition();
+}
+
+void Browser::reopen(TimeMs moment) {
+    navigation_.forget();
+    isReloaded_ = moment > 0;
+    if (!token_.isEmpty()) strip_.open(token_, moment);
+    emit switchesChanged();
 }
 
 void Browser::setRejected(const QStringList& rejected) {
@@ -175,24 +246,27 @@ QString Browser::date() const {
 }
 
 QString Browser::count() const {
-    return isListSeen_ ? countText(strip_.eventCount()) : QString();
+    if (!isListSeen_ || listState_ == ScrubberStateLoading) return {};
+    return countText(strip_.count(), strip_.hasRecordings() ? tr("recording") : tr("event"));
 }
 
 QString Browser::message() const {
     if (!fault_.isEmpty()) return fault_;
     if (listStatus_ != 0) return tr("%1 (status %2)").arg(sentence(statusText(listStatus_))).arg(listStatus_);
-    if (listState_ != ScrubberStateReady) return tr("Loading events");
+    if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
+    if (listState_ != ScrubberStateReady) return showsRecordings() ? tr("Loading recordings") : tr("Loading events");
     if (!note_.isEmpty()) return note_;
     if (!expiry_.isEmpty()) return expiry_;
     switch (player_.state()) {
         case RecordingPlayer::State::Idle:
-            return isListSeen_ && strip_.eventCount() == 0 ? tr("No events") : tr("Ready");
+            return isListSeen_ && strip_.count() == 0 ? tr("No events") : tr("Ready");
         case RecordingPlayer::State::Opening:
             return tr("Loading recording");
         case RecordingPlayer::State::Playing:
             return tr("Playing");
         case RecordingPlayer::State::Paused:
-            if (isLive_ && strip_.eventCount() == 0) return tr("No events");
+            if (isLive_ && strip_.count() == 0) return tr("No events");
+            if (isEventOver_) return showsRecordings() ? tr("End of the recording") : tr("End of the event");
             return isLive_ ? tr("Live end") : tr("Paused");
         case RecordingPlayer::State::Ended:
             return tr("End of the recordings");

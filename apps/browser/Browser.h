@@ -6,8 +6,10 @@
 #include <QStringList>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "apps/browser/CameraLink.h"
+#include "apps/browser/Navigation.h"
 #include "apps/browser/RecordingPlayer.h"
 #include "apps/browser/StripHost.h"
 #include "base/Scheduler.h"
@@ -22,6 +24,10 @@ class Browser : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the application")
     Q_PROPERTY(korvane::RecordingPlayer* player READ player CONSTANT)
+    Q_PROPERTY(korvane::Navigation* navigation READ navigation CONSTANT)
+    Q_PROPERTY(bool showsRecordings READ showsRecordings WRITE setShowsRecordings NOTIFY switchesChanged)
+    Q_PROPERTY(bool groups READ groups WRITE setGroups NOTIFY switchesChanged)
+    Q_PROPERTY(bool playsOn READ playsOn WRITE setPlaysOn NOTIFY switchesChanged)
     Q_PROPERTY(QString cameraName READ cameraName NOTIFY cameraChanged)
     Q_PROPERTY(QString zone READ zone NOTIFY cameraChanged)
     Q_PROPERTY(QString time READ time NOTIFY timeChanged)
@@ -34,8 +40,8 @@ class Browser : public QObject {
     Q_PROPERTY(QStringList rejected READ rejected NOTIFY rejectedChanged)
 
   public:
-    /// How the message is meant.
-    enum class Mood { Calm, Busy, Fault };
+    /// How the message is meant. After a Warning all goes on as before.
+    enum class Mood { Calm, Busy, Warning, Fault };
     Q_ENUM(Mood)
 
     /// Both outlive the browser.
@@ -45,7 +51,18 @@ class Browser : public QObject {
     Q_INVOKABLE void attachStrip(korvane::ScrubberView* strip);
     /// Shows the camera of a token. An empty name stands for the camera's number.
     void open(const QString& token, const QString& cameraName);
+    /// At the end of an event, plays it once more.
     Q_INVOKABLE void togglePlaying();
+
+    /// Recordings in the strip instead of events, and what lies within 10 s of each other as one. The strip is loaded
+    /// anew and keeps to the moment that is on screen.
+    bool showsRecordings() const { return strip_.hasRecordings(); }
+    void setShowsRecordings(bool showsRecordings);
+    bool groups() const { return strip_.isGrouping(); }
+    void setGroups(bool groups);
+    /// At the end of an entry the next one follows; otherwise the player stops there.
+    bool playsOn() const { return strip_.isPlayingOn(); }
+    void setPlaysOn(bool playsOn);
 
     /// Files that the import could not take, each "name: reason", for a notice that the person can put away.
     void setRejected(const QStringList& rejected);
@@ -53,6 +70,7 @@ class Browser : public QObject {
 
     RecordingPlayer* player() { return &player_; }
     StripHost& strip() { return strip_; }
+    Navigation* navigation() { return &navigation_; }
     QString cameraName() const { return cameraName_; }
     /// Of the camera, "America/New_York"; empty while unknown.
     QString zone() const { return zone_; }
@@ -77,11 +95,18 @@ class Browser : public QObject {
     void stateChanged();
     void messageChanged();
     void rejectedChanged();
+    void switchesChanged();
 
   private:
     void connectParts();
     void onSelected(const std::shared_ptr<ScrubberEvent>& event);
+    void endEvent();
+    void boundPlayer();
     void onListState(int state, int status);
+    void onListLoaded();
+    void reopen(TimeMs moment);
+    TimeMs momentToKeep() const;
+    bool keepsPlaying(const std::shared_ptr<ScrubberEvent>& event);
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
     void goLive();
     void setZone(const QString& zone);
@@ -95,12 +120,16 @@ class Browser : public QObject {
     RecordingPlayer player_;
     CameraLink link_;
     StripHost strip_;
+    Navigation navigation_;
+    QString token_;
     QString cameraName_;
     QString zone_;
     int listState_ = 0;
     int listStatus_ = 0;
     bool isListSeen_ = false;
     bool isLive_ = false;
+    bool isEventOver_ = false;  // the player has been stopped at the end of what is selected
+    bool isReloaded_ = false;   // the strip goes back to where it was before
     TimeMs flyOver_ = -1;
     QString fault_;  // of token or camera; stays until the next open()
     QString note_;   // of the player

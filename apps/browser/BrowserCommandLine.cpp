@@ -1,5 +1,6 @@
 #include "apps/browser/BrowserCommandLine.h"
 
+#include <cstdio>
 #include <string_view>
 #include <system_error>
 
@@ -34,16 +35,31 @@ std::string takeFolder(const std::string& word, BrowserArguments& arguments) {
     return {};
 }
 
+std::string takeSize(const std::string& word, BrowserArguments& arguments) {
+    int width = 0;
+    int height = 0;
+    char rest = 0;
+    if (std::sscanf(word.c_str(), "%4dx%4d%c", &width, &height, &rest) != 2 || width < 1 || height < 1)
+        return "A size is written like 1280x800.";
+    arguments.size = {width, height};
+    return {};
+}
+
 std::string takeOption(const std::vector<std::string>& words, std::size_t& index, BrowserArguments& arguments) {
     const Option option = splitOption(words[index]);
     if (option.name == "--help" || option.name == "-h") {
         arguments.help = true;
         return {};
     }
-    if (option.name != "--token" && option.name != "--capture")
+    if (option.name == "--delete" && !option.value) {
+        arguments.mayDelete = true;
+        return {};
+    }
+    if (option.name != "--token" && option.name != "--capture" && option.name != "--size")
         return "There is no option " + std::string(option.name) + ".";
     const auto value = valueOf(option, words, index);
     if (!value || value->empty()) return "The option " + std::string(option.name) + " needs a value.";
+    if (option.name == "--size") return takeSize(*value, arguments);
     if (option.name == "--token")
         arguments.token = *value;
     else
@@ -54,14 +70,16 @@ std::string takeOption(const std::vector<std::string>& words, std::size_t& index
 }  // namespace
 
 std::string browserUsage() {
-    return "Usage: korvane-browser FOLDER [--capture DIR]\n"
-           "       korvane-browser --token TOKEN [--capture DIR]\n"
+    return "Usage: korvane-browser FOLDER [OPTION...]\n"
+           "       korvane-browser --token TOKEN [OPTION...]\n"
            "\n"
            "Browses what a camera has stored.\n"
            "\n"
            "  FOLDER          a folder of video files: imports them and serves them to itself\n"
            "  --token TOKEN   a camera of a service that runs elsewhere\n"
            "  --capture DIR   without a display: runs a tour and writes its pictures to DIR\n"
+           "  --delete        the tour also deletes an event, for good\n"
+           "  --size WxH      of the window\n"
            "  --help          this text\n";
 }
 

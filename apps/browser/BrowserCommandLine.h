@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace korvane {
@@ -13,6 +14,10 @@ struct BrowserArguments {
     std::string token;
     /// Where the pictures of the tour go; absent for a window.
     std::optional<std::filesystem::path> capture;
+    /// The tour may delete an event.
+    bool mayDelete = false;
+    /// Of the window, points; absent for its own.
+    std::optional<std::pair<int, int>> size;
     bool help = false;
 };
 

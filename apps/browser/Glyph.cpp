@@ -55,10 +55,108 @@ void drawClose(QPainter& painter, const QColor& color) {
     painter.drawLine(QPointF(17.5, 6.5), QPointF(6.5, 17.5));
 }
 
+// To the left; mirrored it is the one to the right.
+void drawChevron(QPainter& painter, const QColor& color, double x) {
+    strokeWith(painter, color);
+    painter.drawPolyline(QPolygonF({{x + 6.5, 5.5}, {x, 12}, {x + 6.5, 18.5}}));
+}
+
+void drawFirst(QPainter& painter, const QColor& color) {
+    drawChevron(painter, color, 10.5);
+    painter.drawLine(QPointF(6.5, 6), QPointF(6.5, 18));
+}
+
+void mirror(QPainter& painter) {
+    painter.translate(grid, 0);
+    painter.scale(-1, 1);
+}
+
+void drawDelete(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawLine(QPointF(4.5, 6.5), QPointF(19.5, 6.5));
+    painter.drawPolyline(QPolygonF({{9, 6.5}, {9.6, 3.8}, {14.4, 3.8}, {15, 6.5}}));
+    painter.drawPolyline(QPolygonF({{6.5, 6.5}, {7.4, 20}, {16.6, 20}, {17.5, 6.5}}));
+    painter.drawLine(QPointF(10.3, 10.5), QPointF(10.5, 16));
+    painter.drawLine(QPointF(13.7, 10.5), QPointF(13.5, 16));
+}
+
+// A piece of film.
+void drawRecordings(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawRoundedRect(QRectF(3.5, 5, 17, 14), 2, 2);
+    painter.drawLine(QPointF(8, 5), QPointF(8, 19));
+    painter.drawLine(QPointF(16, 5), QPointF(16, 19));
+    for (const double y : {9.7, 14.3}) {
+        painter.drawLine(QPointF(3.5, y), QPointF(8, y));
+        painter.drawLine(QPointF(16, y), QPointF(20.5, y));
+    }
+}
+
+// Cards that lie on each other.
+void drawGroup(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawRoundedRect(QRectF(3.5, 11, 17, 9), 2, 2);
+    painter.drawLine(QPointF(5.5, 7.5), QPointF(18.5, 7.5));
+    painter.drawLine(QPointF(7.5, 4), QPointF(16.5, 4));
+}
+
+// A list, and what plays it.
+void drawPlayOn(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawLine(QPointF(3.5, 6), QPointF(18, 6));
+    painter.drawLine(QPointF(3.5, 12), QPointF(11, 12));
+    painter.drawLine(QPointF(3.5, 18), QPointF(11, 18));
+    painter.setBrush(color);
+    painter.drawPolygon(QPolygonF({{15, 11}, {21, 15}, {15, 19}}));
+}
+
+void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
+    switch (shape) {
+        case Glyph::Play:
+            return drawPlay(painter, color);
+        case Glyph::Pause:
+            return drawPause(painter, color);
+        case Glyph::Sound:
+            return drawSound(painter, color);
+        case Glyph::Muted:
+            return drawMuted(painter, color);
+        case Glyph::Close:
+            return drawClose(painter, color);
+        case Glyph::Last:
+            mirror(painter);
+            [[fallthrough]];
+        case Glyph::First:
+            return drawFirst(painter, color);
+        case Glyph::Next:
+            mirror(painter);
+            [[fallthrough]];
+        case Glyph::Previous:
+            return drawChevron(painter, color, 8.5);
+        case Glyph::Delete:
+            return drawDelete(painter, color);
+        case Glyph::Recordings:
+            return drawRecordings(painter, color);
+        case Glyph::Group:
+            return drawGroup(painter, color);
+        case Glyph::PlayOn:
+            return drawPlayOn(painter, color);
+    }
+}
+
 }  // namespace
 
 Glyph::Glyph(QQuickItem* parent) : QQuickPaintedItem(parent) {
     connect(this, &Glyph::changed, this, [this] { update(); });
+}
+
+QImage Glyph::image(Shape shape, int size) {
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(size / grid, size / grid);
+    draw(painter, shape, Qt::white);
+    return image;
 }
 
 void Glyph::paint(QPainter* painter) {
@@ -66,18 +164,7 @@ void Glyph::paint(QPainter* painter) {
     painter->setRenderHint(QPainter::Antialiasing);
     painter->translate((width() - grid * scale) / 2, (height() - grid * scale) / 2);
     painter->scale(scale, scale);
-    switch (shape_) {
-        case Play:
-            return drawPlay(*painter, color_);
-        case Pause:
-            return drawPause(*painter, color_);
-        case Sound:
-            return drawSound(*painter, color_);
-        case Muted:
-            return drawMuted(*painter, color_);
-        case Close:
-            return drawClose(*painter, color_);
-    }
+    draw(*painter, shape_, color_);
 }
 
 }  // namespace korvane

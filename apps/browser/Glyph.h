@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QImage>
 #include <QQuickPaintedItem>
 
 namespace korvane {
@@ -13,12 +14,15 @@ class Glyph : public QQuickPaintedItem {
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY changed)
 
   public:
-    enum Shape { Play, Pause, Sound, Muted, Close };
+    enum Shape { Play, Pause, Sound, Muted, Close, First, Previous, Next, Last, Delete, Recordings, Group, PlayOn };
     Q_ENUM(Shape)
 
     explicit Glyph(QQuickItem* parent = nullptr);
 
     void paint(QPainter* painter) override;
+
+    /// In white on nothing, to be tinted; `size` x `size` pixels.
+    static QImage image(Shape shape, int size);
 
   signals:
     void changed();

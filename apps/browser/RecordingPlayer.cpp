@@ -44,9 +44,7 @@ RecordingPlayer::RecordingPlayer(Scheduler& scheduler, const KorvaneHelpers& hel
     connect(media_, &QMediaPlayer::mediaStatusChanged, this, &RecordingPlayer::onMediaStatus);
     connect(media_, &QMediaPlayer::positionChanged, this, &RecordingPlayer::onMediaPosition);
     connect(media_, &QMediaPlayer::errorOccurred, this, &RecordingPlayer::onMediaError);
-    seekOnMain_ = life_.guard([this](TimeMs position) {
-        if (lookup_ && position >= 0) open(position, state_ == State::Paused ? Then::Pause : Then::Play);
-    });
+    seekOnMain_ = life_.guard([this](TimeMs position) { open(position, isHeld() ? Then::Pause : Then::Play); });
 }
 
 RecordingPlayer::~RecordingPlayer() {
@@ -66,8 +64,14 @@ std::shared_ptr<KorvaneCamera> RecordingPlayer::getSource() const {
     return camera_;
 }
 
+bool RecordingPlayer::isHeld() const {
+    return state_ == State::Paused || (state_ == State::Opening && then_ == Then::Pause);
+}
+
 void RecordingPlayer::setPosition(TimeMs position) {
-    scheduler_.post([seek = seekOnMain_, position] { seek(position); });
+    // At once where possible: who asks for the position right after a seek must not hear the one before.
+    if (scheduler_.isMainThread()) return seekOnMain_(position);
+    scheduler_.post([seek = seekOnMain_, position]() mutable { seek(position); });
 }
 
 void RecordingPlayer::open(TimeMs moment, Then then) {
@@ -77,27 +81,35 @@ void RecordingPlayer::open(TimeMs moment, Then then) {
 
 void RecordingPlayer::openNewest(Then then) {
     if (!lookup_) return;
+    then_ = then;
     setState(State::Opening);
-    lookup_->findNewest([this, then](const RecordingCatalog::Answer& answer, std::int32_t status) {
+    lookup_->findNewest([this](const RecordingCatalog::Answer& answer, std::int32_t status) {
         if (status != 0) return fail(tr("The service does not answer"), status);
         if (answer.kind == RecordingCatalog::Kind::Unknown) return stop();
-        load(answer.recording, std::max(answer.recording.start, answer.recording.end - newestStretch), then);
+        load(answer.recording, std::max(answer.recording.start, answer.recording.end - newestStretch));
     });
 }
 
-void RecordingPlayer::look(TimeMs moment, Then then) {
+void RecordingPlayer::look(TimeMs moment, Then then, std::optional<TimeMs> bound) {
     media_->pause();
+    then_ = then;
     setState(State::Opening);
-    lookup_->find(moment, [this, moment, then](const RecordingCatalog::Answer& answer, std::int32_t status) {
+    publish(moment);
+    lookup_->find(moment, [this, moment, bound](const RecordingCatalog::Answer& answer, std::int32_t status) {
         if (status != 0) return fail(tr("The service does not answer"), status);
         if (answer.kind == RecordingCatalog::Kind::Unknown) return setState(State::Ended);
         const bool isGap = answer.kind == RecordingCatalog::Kind::Gap && answer.position - moment > unnoticedGap;
-        load(answer.recording, answer.position, then);
+        if (isGap && bound && answer.position > *bound) {
+            setState(State::Paused);
+            emit boundReached();
+            return;
+        }
+        load(answer.recording, answer.position);
         if (isGap) emit gapSkipped(moment, answer.position);
     });
 }
 
-void RecordingPlayer::load(const Recording& recording, TimeMs position, Then then) {
+void RecordingPlayer::load(const Recording& recording, TimeMs position) {
     const bool isLoaded = recording_ && recording_->id == recording.id && recording_->url == recording.url &&
                           media_->mediaStatus() != QMediaPlayer::InvalidMedia &&
                           media_->mediaStatus() != QMediaPlayer::NoMedia;
@@ -109,7 +121,6 @@ void RecordingPlayer::load(const Recording& recording, TimeMs position, Then the
     if (!isLoaded) media_->setSource(QUrl(QString::fromStdString(recording.url)));
     recording_ = recording;
     target_ = position;
-    then_ = then;
     publish(position);
     if (loadError_ != QMediaPlayer::NoError)
         onMediaError(loadError_);
@@ -192,7 +203,7 @@ void RecordingPlayer::onMediaError(QMediaPlayer::Error error) {
 
 void RecordingPlayer::playNext() {
     // What the service says of a file's end and what the file holds may differ; time must not go back all the same.
-    look(std::max(recording_->end, position_.load()) + 1, Then::Play);
+    look(std::max(recording_->end, position_.load()) + 1, Then::Play, bound_);
 }
 
 void RecordingPlayer::fail(const QString& text, std::int32_t status) {

@@ -55,8 +55,11 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     /// Stops; null for none.
     void setCamera(const std::shared_ptr<KorvaneCamera>& camera);
 
-    /// Goes to a moment (ms, 0 and up), or to the next one that was recorded.
+    /// Goes to a moment (ms, 0 and up), or to the next one that was recorded. From now on it is the position.
     void open(TimeMs moment, Then then);
+    /// Playing does not jump by itself to a recording that begins after `bound` (ms); it pauses before the jump. None
+    /// for anything.
+    void setBound(std::optional<TimeMs> bound) { bound_ = bound; }
     /// Goes to the last seconds that were recorded.
     void openNewest(Then then);
     /// Plays on; at the end of all recordings the last seconds again, after a failure from where it happened.
@@ -71,7 +74,7 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     void setMuted(bool muted);
     QVideoSink* sink() const { return sink_; }
 
-    /// Any thread.
+    /// Any thread. On the way to a moment it is that moment already, so nobody sees where the player was before.
     TimeMs getPosition() const override { return position_; }
     void setPosition(TimeMs position) override;
     std::shared_ptr<KorvaneCamera> getSource() const override;
@@ -83,12 +86,15 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     void positionChanged(qint64 position);
     /// Nothing was recorded between the two moments, ms.
     void gapSkipped(qint64 from, qint64 to);
+    /// Paused, since what comes next begins after the bound.
+    void boundReached();
     /// A sentence, and the service's status or 0.
     void failed(const QString& text, int status);
 
   private:
-    void look(TimeMs moment, Then then);
-    void load(const Recording& recording, TimeMs position, Then then);
+    void look(TimeMs moment, Then then, std::optional<TimeMs> bound = {});
+    void load(const Recording& recording, TimeMs position);
+    bool isHeld() const;
     void arrive();
     void onMediaStatus(QMediaPlayer::MediaStatus status);
     void onMediaPosition(qint64 position);
@@ -111,7 +117,8 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     std::optional<Recording> recording_;
     // Where to go in recording_ as soon as it can be sought in.
     std::optional<TimeMs> target_;
-    Then then_ = Then::Play;
+    std::optional<TimeMs> bound_;
+    Then then_ = Then::Play;  // what follows State::Opening
     QMediaPlayer::Error loadError_ = QMediaPlayer::NoError;
     std::function<void(TimeMs)> seekOnMain_;
     LifeToken life_;

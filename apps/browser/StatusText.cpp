@@ -41,10 +41,16 @@ QString statusText(std::int32_t status) {
     }
 }
 
-QString countText(std::int64_t count) {
+QString deletionFault(std::int32_t status) {
+    if (status == 404) return QStringLiteral("the service does not know this event any more");
+    if (status == 401 || status == 403) return QStringLiteral("the service does not allow it");
+    return statusText(status);
+}
+
+QString countText(std::int64_t count, const QString& noun) {
     static const QLocale english(QLocale::English);
-    return count == 1 ? QStringLiteral("1 event")
-                      : english.toString(static_cast<qlonglong>(count)) + QStringLiteral(" events");
+    const QString text = english.toString(static_cast<qlonglong>(count)) + QLatin1Char(' ') + noun;
+    return count == 1 ? text : text + QLatin1Char('s');
 }
 
 QString durationText(std::int64_t duration) {

@@ -8,8 +8,11 @@ namespace korvane {
 /// A status of the client library or the service in a few words for a person, without the number.
 QString statusText(std::int32_t status);
 
+/// Why an event could not be deleted.
+QString deletionFault(std::int32_t status);
+
 /// "1 event", "312 events".
-QString countText(std::int64_t count);
+QString countText(std::int64_t count, const QString& noun);
 
 /// "40 s", "12 min", "3 h 5 min", "2 days": ms, rounded down to the unit.
 QString durationText(std::int64_t duration);

@@ -2,33 +2,61 @@
 
 #include <QObject>
 #include <QPointer>
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "base/LifeToken.h"
 #include "base/Scheduler.h"
+#include "client/KorvaneHelpers.h"
 #include "client/KorvanePlayer.h"
 #include "views/timeline/ScrubberView.h"
 
 namespace korvane {
 
 /// Hosts the event strip: its settings, its callbacks as signals on the main thread, and the player's position for the
-/// cell that plays. Main thread only.
+/// cell that plays. Keeps the strip's position on what is selected, and puts right what a drag leaves behind in the
+/// entries. Main thread only.
 class StripHost : public QObject {
     Q_OBJECT
 
   public:
-    /// Both outlive the host; the strip does not outlive the player.
-    StripHost(Scheduler& scheduler, KorvanePlayer& player, QObject* parent = nullptr);
+    using Event = std::shared_ptr<ScrubberEvent>;
+
+    /// All outlive the host, and an attached strip does not outlive it.
+    StripHost(Scheduler& scheduler, KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent = nullptr);
 
     /// Takes a strip over; it lives elsewhere.
     void attach(ScrubberView* view);
 
-    /// Shows the camera of a token, at the live end. A Status; -1 without a strip.
-    std::int32_t open(const QString& token);
+    /// What the list is made of. Takes effect with the next open().
+    void showRecordings(bool areRecordings);
+    void group(bool isGrouping);
+    bool hasRecordings() const { return hasRecordings_; }
+    bool isGrouping() const { return isGrouping_; }
+    /// When an entry has played to its end, the next one follows. Takes effect at once.
+    void playOn(bool isPlayingOn) { isPlayingOn_ = isPlayingOn; }
+    bool isPlayingOn() const { return isPlayingOn_; }
 
-    /// Events in the list, without head and live entry.
-    std::int64_t eventCount() const;
+    /// Shows the camera of a token at the live end, or selects the entry for a moment (ms, above 0) once the list is
+    /// there. A Status; -1 without a strip.
+    std::int32_t open(const QString& token, TimeMs moment = -1);
+    /// That moment, while the entry for it is still looked for.
+    std::optional<TimeMs> wanted() const { return wanted_; }
+
+    /// Entries in the list, without head and live entry.
+    std::int64_t count() const;
+    /// The list is there, and not empty.
+    bool isReady() const;
+    /// Null for an index outside of the list.
+    Event entry(std::int64_t index) const;
+    /// Absent between two entries.
+    std::optional<std::int64_t> indexUnderMark() const;
+    /// An entry's own moment, ms: a drag writes another one into it. -1 for an entry that has none (yet).
+    TimeMs momentOf(const ScrubberEvent& event) const;
+    /// Selects an entry as a tap on its cell does, which loads it if need be.
+    void tap(std::int64_t index);
 
     ScrubberView* view() const { return view_; }
 
@@ -38,19 +66,41 @@ class StripHost : public QObject {
     /// The finger moves the strip; ms, the moment under the mark.
     void flownOver(qint64 time, const QString& zone);
     void flyOverEnded();
+    /// The finger has moved the player within the entry that plays.
+    void sought();
+    void playFinished(const std::shared_ptr<korvane::ScrubberEvent>& event);
     /// A ScrubberState and a Status.
     void stateChanged(int state, int status);
     /// ms
     void tokenWillExpire(qint64 timeLeft);
 
   private:
-    std::shared_ptr<ScrubberEvent> eventUnderMark() const;
     void fill(ScrubberViewDelegate& delegate);
+    void fillPlayback(ScrubberViewDelegate& delegate);
+    void onState(int state, int status);
+    void onSelected(const Event& event);
+    void select(const Event& chosen);
+    Event entryFor(TimeMs moment) const;
+    void onFlownOver(const Event& event);
+    void endFlyOver();
+    void restore();
+    void realign();
+    void loadIfForgotten(const Event& event);
 
     Scheduler& scheduler_;
     KorvanePlayer& player_;
+    const KorvaneHelpers& helpers_;
     QPointer<ScrubberView> view_;
     const std::shared_ptr<ScrubberViewDelegate> delegate_;
+    bool hasRecordings_ = false;
+    bool isGrouping_ = false;
+    std::atomic<bool> isPlayingOn_ = false;
+    bool isDragging_ = false;
+    int state_ = ScrubberStateReady;
+    std::optional<TimeMs> wanted_;              // where the strip is to go after a load
+    std::weak_ptr<ScrubberEvent> asked_;        // the last entry that had to be asked for
+    Event flownOver_;                           // a drag may have written into it
+    std::atomic<std::int64_t> selectedId_ = 0;  // of the entry that was selected last; 0 for none, as at the live end
     LifeToken life_;
 };
 

@@ -25,9 +25,9 @@ using State = RecordingPlayer::State;
 constexpr auto importBound = 600s;
 constexpr auto stepBound = 20s;
 constexpr auto settleTime = 250ms;
-constexpr auto stillTime = 500ms;
 constexpr double importedEnough = 0.4;
-constexpr TimeMs playedEnough = 1'200;
+constexpr TimeMs glance = 1'200;
+constexpr TimeMs look = 6'000;
 constexpr double wheelTurn = 2'000;  // points
 
 template <typename Item>
@@ -44,8 +44,7 @@ std::vector<Item*> itemsIn(QQuickItem* root) {
     return found;
 }
 
-bool isEvent(const ScrubberCell& cell) {
-    const auto event = cell.getEvent();
+bool isRecorded(const std::shared_ptr<ScrubberEvent>& event) {
     return event && (event->type() == ScrubberEventTypeItem || event->type() == ScrubberEventTypeGroup);
 }
 
@@ -67,26 +66,30 @@ QString forged(const QString& token) {
 
 }  // namespace
 
-Tour::Tour(Application& application, std::filesystem::path pictures)
+Tour::Tour(Application& application, Options options)
     : application_(application),
-      pictures_(std::move(pictures)),
+      options_(std::move(options)),
       hand_(std::make_unique<TourHand>(application.scheduler(), *application.window())) {
     selection_ = QObject::connect(&application.browser().strip(), &StripHost::selected,
-                                  [this](const std::shared_ptr<ScrubberEvent>& event) { selected_ = event; });
+                                  [this](const std::shared_ptr<ScrubberEvent>& event) {
+                                      selected_ = event;
+                                      ++selections_;
+                                  });
 }
 
 Tour::~Tour() {
     QObject::disconnect(selection_);
 }
 
-int Tour::run(const std::optional<std::string>& token) {
+int Tour::run() {
     std::error_code error;
-    std::filesystem::create_directories(pictures_, error);
+    std::filesystem::create_directories(options_.pictures, error);
     if (error) {
-        std::fprintf(stderr, "korvane-browser: cannot make %s: %s\n", pictures_.c_str(), error.message().c_str());
+        std::fprintf(stderr, "korvane-browser: cannot make %s: %s\n", options_.pictures.c_str(),
+                     error.message().c_str());
         return 1;
     }
-    const bool isDone = walk(token);
+    const bool isDone = walk();
     if (!isDone) std::fprintf(stderr, "korvane-browser: %s\n", failure_.c_str());
     for (const QString& fault : application_.faults()) std::fprintf(stderr, "interface: %s\n", qPrintable(fault));
     if (!taken_.isEmpty()) std::printf("Pictures:\n");
@@ -96,17 +99,17 @@ int Tour::run(const std::optional<std::string>& token) {
     return isDone && application_.faults().isEmpty() ? 0 : 1;
 }
 
-bool Tour::walk(const std::optional<std::string>& token) {
-    if (token) {
-        application_.openToken(*token);
+bool Tour::walk() {
+    if (options_.token) {
+        application_.openToken(*options_.token);
     } else if (!importFolder()) {
         return false;
     }
     if (!seeLiveEnd()) return false;
     // Footage in which nothing moves: there is no more to see.
-    if (application_.browser().strip().eventCount() == 0) return true;
-    return goToMiddle() && selectEvent("03-event-playing") && flyOver() && seeHead() &&
-           seeInSize(390, 844, "06-narrow") && seeInSize(1680, 720, "07-wide") && (token || refuseToken());
+    if (application_.browser().strip().count() == 0) return true;
+    return goToMiddle() && selectEvent() && watch("03-event-playing", look) && flyOver() && seeNeighbours() &&
+           seeDeletion() && seePlayOn() && seeRecordings() && seeGroups() && seeFirst() && seeSizes() && refuseToken();
 }
 
 bool Tour::importFolder() {
@@ -152,26 +155,6 @@ bool Tour::seeLiveEnd() {
     return take("02-live-end");
 }
 
-bool Tour::selectEvent(const char* picture) {
-    const ScrubberCell* cell = nullptr;
-    double x = 0;
-    auto since = application_.scheduler().monotonicNow();
-    // The strip may still be on its way to where it rests: a cell that stays in its place for a while can be hit.
-    const auto isReady = [&] {
-        const auto now = application_.scheduler().monotonicNow();
-        const ScrubberCell* nearest = isAtRest() && isPreviewed() ? eventBesideMark() : nullptr;
-        const double place = nearest ? centreOf(*nearest) : 0;
-        if (nearest != cell || place != x) since = now;
-        cell = nearest;
-        x = place;
-        return cell && now - since > stillTime;
-    };
-    if (!wait("an event beside the mark", isReady)) return false;
-    const auto event = cell->getEvent();
-    hand_->tap(cell->mapToScene({cell->width() / 2, cell->height() / 2}));
-    return wait("the selection", [&] { return selected_ == event; }) && watch(picture);
-}
-
 bool Tour::goToMiddle() {
     const ScrubberView& strip = *application_.browser().strip().view();
     const double wanted = strip.getBaseOffset().x / 2;
@@ -184,6 +167,18 @@ bool Tour::goToMiddle() {
            wait("the events in the middle", [this] { return isAtRest() && isPreviewed(); });
 }
 
+bool Tour::selectEvent() {
+    const ScrubberCell* cell = nullptr;
+    const auto isReady = [&] {
+        cell = isAtRest() && isMarked() && isPreviewed() ? eventBesideMark() : nullptr;
+        return cell != nullptr;
+    };
+    if (!wait("an event beside the mark", isReady)) return false;
+    const auto event = cell->getEvent();
+    hand_->tap(cell->mapToScene({cell->width() / 2, cell->height() / 2}));
+    return wait("the selection", [&] { return selected_ == event && isMarked(); });
+}
+
 bool Tour::flyOver() {
     const ScrubberView& strip = *application_.browser().strip().view();
     const QPointF middle = markOf(strip);
@@ -194,49 +189,107 @@ bool Tour::flyOver() {
     if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
         return false;
     if (!settle() || !take("04-fly-over")) return false;
+    const int before = selections_;
     hand_->release();
-    RecordingPlayer& player = *application_.browser().player();
-    return wait("the event under the mark to play",
-                [&] { return player.state() == State::Playing && !application_.browser().isFlyingOver(); });
+    return wait("the event under the mark to be selected",
+                [&] { return selections_ > before && isMarked() && isAtRest(); });
 }
 
-bool Tour::seeHead() {
-    ScrubberView& strip = *application_.browser().strip().view();
-    // The first entries may still load while the wheel turns, so it turns until the strip no longer follows.
-    double before = strip.getBaseOffset().x + 1;
-    const bool isThere = wait("the head of the strip", [&] {
-        const bool isStuck = strip.getBaseOffset().x >= before;
-        before = strip.getBaseOffset().x;
-        hand_->wheel(markOf(strip), static_cast<int>(wheelTurn));
-        return isStuck;
-    });
-    const auto isFirstSelected = [&] { return isAtRest() && isPreviewed() && selected_ == strip.getEvent(1); };
-    return isThere && wait("the oldest event to be selected", isFirstSelected) && watch("05-head");
+bool Tour::go(Qt::Key key, const char* what) {
+    const int before = selections_;
+    hand_->key(key);
+    return wait(what, [&] { return selections_ > before && isMarked(); });
 }
 
-bool Tour::watch(const char* picture) {
+bool Tour::seeNeighbours() {
+    return go(Qt::Key_Right, "the next event") && watch("05-next", glance) && go(Qt::Key_Left, "the previous event") &&
+           watch("06-previous", glance) && go(Qt::Key_PageUp, "the events of an hour before") &&
+           watch("07-hour-back", glance);
+}
+
+bool Tour::seeDeletion() {
+    Navigation& navigation = *application_.browser().navigation();
+    hand_->key(Qt::Key_Delete);
+    if (!wait("the question before a deletion", [&] { return !navigation.doomed().isEmpty(); })) return false;
+    if (!take("08-delete")) return false;
+    if (!options_.mayDelete) {
+        hand_->key(Qt::Key_Escape);
+        return wait("the question to go", [&] { return navigation.doomed().isEmpty(); });
+    }
+    const StripHost& strip = application_.browser().strip();
+    const auto count = strip.count();
+    return go(Qt::Key_Return, "the event after the deleted one") &&
+           wait("the event to go", [&] { return strip.count() == count - 1; }) && watch("09-deleted", glance);
+}
+
+bool Tour::seePlayOn() {
+    StripHost& strip = application_.browser().strip();
+    if (!choose("Play on", "")) return false;
+    // Nearly to the end of the event that plays.
+    const auto index = strip.indexUnderMark();
+    const double passed = index ? strip.view()->getOffsetBetweenPointerAndItemBegin(*index) : 0;
+    const QPointF mark = markOf(*strip.view());
+    const auto before = selected_;
+    hand_->press(mark);
+    hand_->drag(mark - QPointF(strip.view()->getConfig().cellWidth() - passed, 0), 12);
+    hand_->release();
+    return wait("the next event to follow", [&] { return selected_ != before && isMarked(); }) &&
+           watch("10-played-on", glance) && choose("Play on", "");
+}
+
+bool Tour::seeRecordings() {
+    return choose("Recordings", "the recordings") && watch("11-recordings", glance) &&
+           choose("Recordings", "the events");
+}
+
+bool Tour::seeGroups() {
+    return choose("Group", "the groups") && watch("12-groups", glance) && choose("Group", "the single events");
+}
+
+bool Tour::seeFirst() {
+    const auto isFirst = [this] { return selected_ == application_.browser().strip().entry(1) && isMarked(); };
+    return go(Qt::Key_Home, "the first event") && wait("the first event to load", isFirst) && watch("13-first", glance);
+}
+
+bool Tour::choose(const char* label, const char* what) {
+    QQuickItem* button = nullptr;
+    for (QQuickItem* item : itemsIn<QQuickItem>(application_.window()->contentItem()))
+        if (item->property("label").toString() == QLatin1String(label)) button = item;
+    if (!button) return fail(std::string("there is no choice ") + label);
+    const int before = selections_;
+    hand_->tap(button->mapToScene({button->width() / 2, button->height() / 2}));
+    // Without a name there is nothing to wait for.
+    return *what == 0 || wait(what, [&] { return selections_ > before && isMarked(); });
+}
+
+bool Tour::watch(const char* picture, TimeMs enough) {
     RecordingPlayer& player = *application_.browser().player();
     if (!wait("the recording to begin", [&] { return player.state() == State::Playing; })) return false;
     const TimeMs from = player.getPosition();
-    const auto isPlaying = [&] { return player.getPosition() >= from + playedEnough && isAtRest() && isPreviewed(); };
+    const auto isPlaying = [&] { return player.getPosition() >= from + enough && isAtRest() && isPreviewed(); };
     return wait("the recording to play", isPlaying) && settle() && take(picture);
+}
+
+bool Tour::seeSizes() {
+    return !options_.isResizing || (seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide"));
 }
 
 bool Tour::seeInSize(int width, int height, const char* picture) {
     QQuickWindow& window = *application_.window();
     window.resize(width, height);
     const auto isResized = [&] {
-        return window.contentItem()->width() == width && window.contentItem()->height() == height && isAtRest();
+        return window.contentItem()->width() == width && window.contentItem()->height() == height && isAtRest() &&
+               isMarked();
     };
-    return wait("the window to change its size", isResized) && selectEvent(picture);
+    return wait("the window to change its size", isResized) && watch(picture, look);
 }
 
 bool Tour::refuseToken() {
-    application_.window()->resize(1280, 800);
+    if (options_.token) return true;
     application_.browser().open(forged(QString::fromStdString(started_->token)),
                                 QString::fromStdString(started_->cameraName));
     const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
-    return wait("the service to refuse a forged token", isRefused) && settle() && take("08-token-refused");
+    return wait("the service to refuse a forged token", isRefused) && settle() && take("16-token-refused");
 }
 
 const ScrubberCell* Tour::eventBesideMark() const {
@@ -246,7 +299,7 @@ const ScrubberCell* Tour::eventBesideMark() const {
     for (const ScrubberCell* cell : itemsIn<ScrubberCell>(strip)) {
         const double centre = centreOf(*cell);
         // Left of the mark, and with room for a finger.
-        if (!isEvent(*cell) || centre > mark - cell->width() / 2 || centre < 8) continue;
+        if (!isRecorded(cell->getEvent()) || centre > mark - cell->width() / 2 || centre < 8) continue;
         if (!nearest || centre > centreOf(*nearest)) nearest = cell;
     }
     return nearest;
@@ -256,7 +309,7 @@ bool Tour::isPreviewed() const {
     for (const ScrubberCell* cell : itemsIn<ScrubberCell>(application_.browser().strip().view())) {
         const auto event = cell->getEvent();
         if (!event || event->type() == ScrubberEventTypePending) return false;
-        if (!isEvent(*cell) || event->imageUrl().value_or("").empty()) continue;
+        if (!isRecorded(cell->getEvent()) || event->imageUrl().value_or("").empty()) continue;
         const auto* preview = cell->property("previewImageView").value<ImageView*>();
         if (!preview || preview->image().isNull()) return false;
     }
@@ -267,6 +320,12 @@ bool Tour::isAtRest() const {
     for (const auto* strip : itemsIn<ScrubberCollectionView>(application_.browser().strip().view()))
         if (strip->isDragging() || strip->isDecelerating()) return false;
     return !application_.browser().isFlyingOver();
+}
+
+bool Tour::isMarked() const {
+    const StripHost& strip = application_.browser().strip();
+    const auto index = strip.indexUnderMark();
+    return strip.isReady() && index && selected_ && strip.entry(*index) == selected_ && isRecorded(selected_);
 }
 
 bool Tour::wait(const char* what, const std::function<bool()>& done) {
@@ -286,7 +345,7 @@ bool Tour::take(const char* name) {
     pumpEventsUntil(
         application_.scheduler(), [] { return false; }, settleTime);
     const QImage picture = application_.window()->grabWindow();
-    const std::filesystem::path path = pictures_ / (std::string(name) + ".png");
+    const std::filesystem::path path = options_.pictures / (std::string(name) + ".png");
     if (picture.isNull() || !picture.save(QString::fromStdString(path.string())))
         return fail("cannot write " + path.string());
     taken_ << QString::fromStdString(path.string());

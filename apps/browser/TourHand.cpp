@@ -1,6 +1,7 @@
 #include "apps/browser/TourHand.h"
 
 #include <QCoreApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPointingDevice>
 #include <QWheelEvent>
@@ -31,6 +32,8 @@ void TourHand::turn() {
 }
 
 void TourHand::press(QPointF at) {
+    // A pointer comes from somewhere, and leaves what it rested on.
+    send(QEvent::MouseMove, at, Qt::NoButton, Qt::NoButton);
     send(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton);
 }
 
@@ -49,6 +52,14 @@ void TourHand::release() {
 void TourHand::tap(QPointF at) {
     press(at);
     send(QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton);
+}
+
+void TourHand::key(Qt::Key key) {
+    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+        QKeyEvent event(type, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window_, &event);
+    }
+    turn();
 }
 
 void TourHand::wheel(QPointF at, int points) {

@@ -22,6 +22,8 @@ class TourHand {
     void release();
     /// Turns the wheel sideways; positive goes back in time.
     void wheel(QPointF at, int points);
+    /// Presses and lifts.
+    void key(Qt::Key key);
 
   private:
     void send(QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons buttons);

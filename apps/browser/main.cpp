@@ -5,6 +5,7 @@ extern "C" {
 #include <QCoreApplication>
 #include <QFont>
 #include <QGuiApplication>
+#include <QQuickWindow>
 #include <QTemporaryDir>
 #include <cstdio>
 #include <optional>
@@ -56,9 +57,14 @@ int run(const korvane::BrowserArguments& arguments) {
         std::fprintf(stderr, "korvane-browser: the interface cannot be shown\n");
         return 1;
     }
+    if (arguments.size) application.window()->resize(arguments.size->first, arguments.size->second);
     if (!arguments.capture) return runWindow(application, arguments);
-    korvane::Tour tour(application, *arguments.capture);
-    return tour.run(arguments.folder ? std::nullopt : std::optional(arguments.token));
+    korvane::Tour::Options options;
+    options.pictures = *arguments.capture;
+    options.mayDelete = arguments.mayDelete;
+    options.isResizing = !arguments.size;
+    if (!arguments.folder) options.token = arguments.token;
+    return korvane::Tour(application, options).run();
 }
 
 }  // namespace

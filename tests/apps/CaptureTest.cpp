@@ -48,18 +48,19 @@ TEST(Capture, ShowsEachStateOfABrowsedFolder) {
     for (const char* file : {"20261118_070000.mp4", "20261118_070020.mp4", "20261118_090000.mp4"})
         clip.write(folder / file);
     folder.write("broken.mp4", "no film at all");
-    const Outcome outcome = runBrowser({nameOf(folder.path()), "--capture", nameOf(folder / "pictures")});
+    const Outcome outcome = runBrowser({nameOf(folder.path()), "--delete", "--capture", nameOf(folder / "pictures")});
     EXPECT_EQ(outcome.exitCode, 0) << qPrintable(outcome.errors);
     EXPECT_TRUE(outcome.output.contains("broken.mp4")) << qPrintable(outcome.output);
     EXPECT_FALSE(outcome.errors.contains("qrc:")) << qPrintable(outcome.errors);
-    for (const char* name : {"01-import", "02-not-imported", "02-live-end", "03-event-playing", "04-fly-over",
-                             "05-head", "06-narrow", "07-wide", "08-token-refused"}) {
+    for (const char* name :
+         {"01-import", "02-not-imported", "02-live-end", "03-event-playing", "04-fly-over", "05-next", "08-delete",
+          "09-deleted", "11-recordings", "12-groups", "13-first", "14-narrow", "15-wide", "16-token-refused"}) {
         const QImage picture(nameOf(folder / ("pictures/" + std::string(name) + ".png")));
         ASSERT_FALSE(picture.isNull()) << name;
         EXPECT_GT(colours(picture), 8U) << name;
         EXPECT_TRUE(outcome.output.contains(name)) << name;
     }
-    const QImage narrow(nameOf(folder / "pictures/06-narrow.png"));
+    const QImage narrow(nameOf(folder / "pictures/14-narrow.png"));
     EXPECT_LT(narrow.width(), narrow.height());
 }
 

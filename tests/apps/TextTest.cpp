@@ -27,9 +27,9 @@ TEST(StatusText, TellsThePlacesOfFailureApart) {
 }
 
 TEST(StatusText, WritesCountsAndDurations) {
-    EXPECT_EQ(countText(0), "0 events");
-    EXPECT_EQ(countText(1), "1 event");
-    EXPECT_EQ(countText(1'000'000), "1,000,000 events");
+    EXPECT_EQ(countText(0, "event"), "0 events");
+    EXPECT_EQ(countText(1, "recording"), "1 recording");
+    EXPECT_EQ(countText(1'000'000, "event"), "1,000,000 events");
     for (const auto& [duration, expected] : std::vector<std::pair<std::int64_t, QString>>{
              {0, "0 s"},
              {59'999, "59 s"},

@@ -6,9 +6,31 @@ Item {
     id: page
 
     required property Browser browser
+    readonly property Navigation navigation: browser.navigation
+
+    // Gives false for a key that does nothing here.
+    function press(key) {
+        switch (key) {
+        case Qt.Key_Home: navigation.toFirst(); return true
+        case Qt.Key_Left: navigation.toPrevious(); return true
+        case Qt.Key_Right: navigation.toNext(); return true
+        case Qt.Key_End: navigation.toLast(); return true
+        case Qt.Key_PageUp: navigation.goByHours(-1); return true
+        case Qt.Key_PageDown: navigation.goByHours(1); return true
+        }
+        return false
+    }
+
+    function pressOnce(key) {
+        switch (key) {
+        case Qt.Key_Space: browser.togglePlaying(); return true
+        case Qt.Key_Delete: navigation.askToDelete(); return true
+        }
+        return false
+    }
 
     focus: true
-    Keys.onSpacePressed: browser.togglePlaying()
+    Keys.onPressed: event => event.accepted = press(event.key) || (!event.isAutoRepeat && pressOnce(event.key))
 
     StateLine {
         id: line
@@ -43,5 +65,16 @@ Item {
         anchors.topMargin: 2 * Theme.unit
         lines: page.browser.rejected
         onDismissed: page.browser.dismissRejected()
+    }
+    Question {
+        anchors.fill: parent
+        visible: subject.length > 0
+        title: "Delete this event?"
+        subject: page.navigation.doomed
+        text: "The camera forgets it for good. The recording stays."
+        answer: "Delete"
+        onVisibleChanged: visible ? forceActiveFocus() : page.forceActiveFocus()
+        onAccepted: page.navigation.deleteDoomed()
+        onRefused: page.navigation.keep()
     }
 }

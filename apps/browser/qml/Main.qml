@@ -10,7 +10,7 @@ Window {
 
     width: 1280
     height: 800
-    minimumWidth: 320
+    minimumWidth: 360
     minimumHeight: 400
     color: Theme.window
     title: isImporting || browser.cameraName.length === 0 ? "Korvane" : browser.cameraName + " - Korvane"

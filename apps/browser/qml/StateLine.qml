@@ -9,7 +9,8 @@ Item {
 
     implicitHeight: 56
 
-    readonly property color moodColor: browser.mood === Browser.Fault ? Theme.fault
+    readonly property bool isTrouble: browser.mood === Browser.Fault || browser.mood === Browser.Warning
+    readonly property color moodColor: isTrouble ? Theme.fault
                                      : browser.player.state === RecordingPlayer.Playing ? Theme.accent : Theme.faint
 
     Rectangle {
@@ -52,7 +53,7 @@ Item {
         height: 18
         text: line.browser.message
         font.pixelSize: 12
-        color: line.browser.mood === Browser.Fault ? Theme.fault : Theme.secondary
+        color: line.isTrouble ? Theme.fault : Theme.secondary
     }
     Label {
         id: count

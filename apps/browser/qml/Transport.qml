@@ -1,13 +1,40 @@
 import QtQuick
 import Korvane.Browser
 
-// Between picture and strip: the time stands over the strip's mark.
+// Between picture and strip: the time stands over the strip's mark, and about it the ways along the strip. Beside
+// them, or below where there is little room, what leads the player and what the strip shows.
 Item {
     id: transport
 
     required property Browser browser
+    readonly property Navigation navigation: browser.navigation
+    readonly property bool isOneRow: width >= 840
+    readonly property bool isLabelled: width >= 1200
+    readonly property int touchSize: isOneRow ? 48 : 44
 
-    implicitHeight: 64
+    component Choice: IconButton {
+        property string label
+
+        touchSize: transport.touchSize
+        quiet: true
+        checkable: true
+        text: transport.isLabelled ? label : ""
+    }
+    component Way: IconButton {
+        touchSize: transport.touchSize
+        quiet: true
+    }
+    component HourWay: Way {
+        required property int hours
+
+        hasIcon: false
+        text: hours < 0 ? "\u22121 h" : "+1 h"
+        tip: hours < 0 ? "An hour back (Page Up)" : "An hour on (Page Down)"
+        enabled: transport.navigation.canGoByHours
+        onClicked: transport.navigation.goByHours(hours)
+    }
+
+    implicitHeight: isOneRow ? 72 : 64 + 52
 
     Rectangle {
         width: parent.width
@@ -15,37 +42,134 @@ Item {
         color: Theme.separator
     }
     Row {
-        anchors.verticalCenter: parent.verticalCenter
-        x: Theme.unit
+        id: middle
+
+        anchors.horizontalCenter: parent.horizontalCenter
+        height: transport.isOneRow ? parent.height : 64
+
+        Way {
+            anchors.verticalCenter: parent.verticalCenter
+            shape: Glyph.First
+            tip: "First (Home)"
+            enabled: transport.navigation.canGoBack
+            onClicked: transport.navigation.toFirst()
+        }
+        HourWay {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: transport.isOneRow
+            hours: -1
+        }
+        Way {
+            anchors.verticalCenter: parent.verticalCenter
+            shape: Glyph.Previous
+            tip: "Previous (Left)"
+            enabled: transport.navigation.canGoBack
+            onClicked: transport.navigation.toPrevious()
+        }
+        Item {
+            anchors.verticalCenter: parent.verticalCenter
+            width: 136
+            height: 44
+
+            Label {
+                anchors.horizontalCenter: parent.horizontalCenter
+                height: 26
+                text: transport.browser.time
+                font.pixelSize: 22
+                font.letterSpacing: 0.5
+                color: transport.browser.isFlyingOver ? Theme.accent : Theme.text
+            }
+            Label {
+                anchors.horizontalCenter: parent.horizontalCenter
+                y: 27
+                height: 16
+                text: transport.browser.date
+                font.pixelSize: 11
+                font.letterSpacing: 0.3
+                color: Theme.secondary
+            }
+        }
+        Way {
+            anchors.verticalCenter: parent.verticalCenter
+            shape: Glyph.Next
+            tip: "Next (Right)"
+            enabled: transport.navigation.canGoOn
+            onClicked: transport.navigation.toNext()
+        }
+        HourWay {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: transport.isOneRow
+            hours: 1
+        }
+        Way {
+            anchors.verticalCenter: parent.verticalCenter
+            shape: Glyph.Last
+            tip: "Last (End)"
+            enabled: transport.navigation.canGoToLast
+            onClicked: transport.navigation.toLast()
+        }
+    }
+    Row {
+        id: playing
+
+        x: 4
+        y: transport.isOneRow ? (parent.height - height) / 2 : 64
 
         IconButton {
+            readonly property bool isPlaying: transport.browser.player.state === RecordingPlayer.Playing
+
+            touchSize: transport.touchSize
             enabled: transport.browser.player.state !== RecordingPlayer.Idle
-            shape: transport.browser.player.state === RecordingPlayer.Playing ? Glyph.Pause : Glyph.Play
+            shape: isPlaying ? Glyph.Pause : Glyph.Play
+            tip: isPlaying ? "Pause (Space)" : "Play (Space)"
             onClicked: transport.browser.togglePlaying()
         }
-        IconButton {
-            quiet: true
+        Way {
             visible: transport.browser.player.hasSound
             shape: transport.browser.player.muted ? Glyph.Muted : Glyph.Sound
+            tip: transport.browser.player.muted ? "Sound on" : "Sound off"
             onClicked: transport.browser.player.muted = !transport.browser.player.muted
         }
+        HourWay {
+            visible: !transport.isOneRow
+            hours: -1
+        }
+        HourWay {
+            visible: !transport.isOneRow
+            hours: 1
+        }
     }
-    Label {
-        anchors.horizontalCenter: parent.horizontalCenter
-        y: 10
-        height: 26
-        text: transport.browser.time
-        font.pixelSize: 22
-        font.letterSpacing: 0.5
-        color: transport.browser.isFlyingOver ? Theme.accent : Theme.text
-    }
-    Label {
-        anchors.horizontalCenter: parent.horizontalCenter
-        y: 37
-        height: 16
-        text: transport.browser.date
-        font.pixelSize: 11
-        font.letterSpacing: 0.3
-        color: Theme.secondary
+    Row {
+        anchors.right: parent.right
+        anchors.rightMargin: 4
+        y: playing.y
+
+        Choice {
+            shape: Glyph.Recordings
+            label: "Recordings"
+            tip: checked ? "Show events" : "Show recordings"
+            checked: transport.browser.showsRecordings
+            onClicked: transport.browser.showsRecordings = !checked
+        }
+        Choice {
+            shape: Glyph.Group
+            label: "Group"
+            tip: "Show what is less than 10 s apart as one"
+            checked: transport.browser.groups
+            onClicked: transport.browser.groups = !checked
+        }
+        Choice {
+            shape: Glyph.PlayOn
+            label: "Play on"
+            tip: "Go on with the next when one is over"
+            checked: transport.browser.playsOn
+            onClicked: transport.browser.playsOn = !checked
+        }
+        Way {
+            shape: Glyph.Delete
+            tip: "Delete this event (Delete)"
+            enabled: transport.navigation.canDelete
+            onClicked: transport.navigation.askToDelete()
+        }
     }
 }

@@ -1,0 +1,128 @@
+#include "apps/browser/Navigation.h"
+
+#include <utility>
+
+namespace korvane {
+
+namespace {
+constexpr TimeMs hour = 3'600'000;
+}
+
+Navigation::Navigation(StripHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent)
+    : QObject(parent), strip_(strip), player_(player), helpers_(helpers) {
+    connect(&strip_, &StripHost::selected, this, &Navigation::onSelected);
+    connect(&strip_, &StripHost::stateChanged, this, &Navigation::onState);
+}
+
+void Navigation::onSelected(const StripHost::Event& event) {
+    const int type = event ? event->type() : ScrubberEventTypeLive;
+    const bool isEntry = type == ScrubberEventTypeItem || type == ScrubberEventTypeGroup;
+    isLoading_ = type == ScrubberEventTypePending;
+    selected_ = isEntry ? event : nullptr;
+    emit changed();
+}
+
+void Navigation::onState(int state, int status) {
+    // The strip tells of a refused deletion by its state alone.
+    const bool isRefused = isDeleting_ && state == ScrubberStateReady && status != 0;
+    if (isRefused) isDeleting_ = false;
+    emit changed();
+    if (isRefused) emit deletionFailed(status);
+}
+
+void Navigation::forget() {
+    selected_ = nullptr;
+    doomed_ = nullptr;
+    isLoading_ = false;
+    isDeleting_ = false;
+    emit changed();
+}
+
+// An entry that is still loading has no moment by which the strip could find its neighbours.
+
+bool Navigation::canGoBack() const {
+    return strip_.isReady() && !isLoading_ && selected_ != strip_.entry(1);
+}
+
+bool Navigation::canGoOn() const {
+    return strip_.isReady() && selected_;
+}
+
+bool Navigation::canGoToLast() const {
+    return strip_.isReady() && selected_ != strip_.entry(lastIndex());
+}
+
+bool Navigation::canGoByHours() const {
+    return strip_.isReady() && player_.getPosition() >= 0;
+}
+
+bool Navigation::canDelete() const {
+    return strip_.isReady() && selected_ && selected_->type() == ScrubberEventTypeItem && !strip_.hasRecordings();
+}
+
+void Navigation::toFirst() {
+    if (!strip_.isReady()) return;
+    const auto first = strip_.entry(1);
+    // The strip goes to entries by their moment, so one that is not loaded yet is gone to as a finger would.
+    if (first && first->type() == ScrubberEventTypePending)
+        strip_.tap(1);
+    else
+        strip_.view()->toFirstEvent();
+}
+
+void Navigation::toPrevious() {
+    if (canGoBack()) strip_.view()->toPreviousEvent();
+}
+
+void Navigation::toNext() {
+    if (canGoOn()) strip_.view()->toNextEvent();
+}
+
+void Navigation::toLast() {
+    if (canGoToLast()) strip_.view()->toLastEvent();
+}
+
+void Navigation::goByHours(int hours) {
+    if (!canGoByHours()) return;
+    const TimeMs target = player_.getPosition() + hours * hour;
+    const auto index = strip_.indexUnderMark();
+    const auto before = index && hours < 0 ? strip_.entry(*index - 1) : nullptr;
+    const TimeMs begin = before ? strip_.momentOf(*before) : -1;
+    // An hour in which nothing happened: the first entry after its beginning would be the one to go away from.
+    if (begin >= 0 && begin < target) return toPrevious();
+    if (target > 0) strip_.view()->toClosestEvent(ScrubberEvent::build(target));
+}
+
+void Navigation::askToDelete() {
+    if (!canDelete()) return;
+    doomed_ = selected_;
+    emit changed();
+}
+
+QString Navigation::doomed() const {
+    if (!doomed_) return {};
+    const auto event = doomed_->fields();
+    const QString name = QString::fromStdString(event.name.value_or(std::string()));
+    const QString moment = QString::fromStdString(
+        helpers_.formatTime(strip_.momentOf(*doomed_), "EEE d MMM yyyy, HH:mm:ss", event.timezone));
+    return name.isEmpty() ? moment : name.left(1).toUpper() + name.mid(1) + QStringLiteral(", ") + moment;
+}
+
+void Navigation::keep() {
+    doomed_ = nullptr;
+    emit changed();
+}
+
+void Navigation::deleteDoomed() {
+    const auto event = std::exchange(doomed_, nullptr);
+    if (!event || !strip_.view()) return;
+    isDeleting_ = true;
+    strip_.view()->deleteEvent(event, life_.guard([this](std::int32_t, const std::string&) {
+        isDeleting_ = false;
+        emit changed();
+        emit deleted();
+    }));
+    emit changed();
+}
+
+}  // namespace korvane

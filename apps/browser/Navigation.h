@@ -1,0 +1,84 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QObject>
+#include <QString>
+#include <cstdint>
+#include <memory>
+
+#include "apps/browser/StripHost.h"
+#include "base/LifeToken.h"
+#include "client/KorvaneHelpers.h"
+#include "client/KorvanePlayer.h"
+
+namespace korvane {
+
+/// The ways through the strip that are not by finger, and the deletion of what is selected. What makes no sense at the
+/// moment does nothing, and its `can` is false. Main thread only.
+class Navigation : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the browser")
+    Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY changed)
+    Q_PROPERTY(bool canGoOn READ canGoOn NOTIFY changed)
+    Q_PROPERTY(bool canGoToLast READ canGoToLast NOTIFY changed)
+    Q_PROPERTY(bool canGoByHours READ canGoByHours NOTIFY changed)
+    Q_PROPERTY(bool canDelete READ canDelete NOTIFY changed)
+    Q_PROPERTY(QString doomed READ doomed NOTIFY changed)
+
+  public:
+    /// All outlive the navigation.
+    Navigation(StripHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent = nullptr);
+
+    /// There is an entry before the selected one; the live end counts as the last.
+    bool canGoBack() const;
+    /// There is something after the selected entry, the live end included.
+    bool canGoOn() const;
+    bool canGoToLast() const;
+    bool canGoByHours() const;
+    /// Single events can be deleted; recordings and groups of events cannot.
+    bool canDelete() const;
+
+    Q_INVOKABLE void toFirst();
+    Q_INVOKABLE void toPrevious();
+    Q_INVOKABLE void toNext();
+    Q_INVOKABLE void toLast();
+    /// To the entry that comes first after the moment so many hours away from the player's; back in time at least to
+    /// the previous entry.
+    Q_INVOKABLE void goByHours(int hours);
+
+    /// Asks for a confirmation of the selected event's deletion.
+    Q_INVOKABLE void askToDelete();
+    /// Name and moment of the event that the question is about; empty while there is none.
+    QString doomed() const;
+    Q_INVOKABLE void keep();
+    /// Deletes it, at the service too.
+    Q_INVOKABLE void deleteDoomed();
+
+    /// What is selected; null for the live end, for nothing, and for an entry that is still loading.
+    const StripHost::Event& selected() const { return selected_; }
+    /// The list begins anew: nothing is selected.
+    void forget();
+
+  signals:
+    void changed();
+    void deleted();
+    /// The service has not deleted it; a Status.
+    void deletionFailed(int status);
+
+  private:
+    void onSelected(const StripHost::Event& event);
+    void onState(int state, int status);
+    std::int64_t lastIndex() const { return strip_.count(); }
+
+    StripHost& strip_;
+    const KorvanePlayer& player_;
+    const KorvaneHelpers& helpers_;
+    StripHost::Event selected_;
+    StripHost::Event doomed_;
+    bool isLoading_ = false;   // the selected entry
+    bool isDeleting_ = false;  // the service has been asked
+    LifeToken life_;
+};
+
+}  // namespace korvane
