@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <vector>
 
 #include "base/LoopScheduler.h"
 #include "tests/support/service/ScriptedService.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSlicing.h"
 
 namespace korvane {
 namespace {
@@ -51,7 +52,8 @@ void uploadEventsOfADay(benchmark::State& state) {
     std::size_t read = 0;
     std::chrono::microseconds whole{0};
     for (auto _ : state) {
-        const auto timeline = sliceTimeline(begin, begin + dayLength);
+        const auto block = std::make_shared<ScrubberTimelineBlock>(std::vector{TimelinePair(begin, begin + dayLength)});
+        const std::shared_ptr<ScrubberTimelineItem> timeline(block, &block->timelines().front());
         const auto before = scheduler.monotonicNow();
         for (std::int64_t offset = 0; offset <= events; offset += pageSize) {
             benchmark::DoNotOptimize(camera->getEventsSync(begin, begin + dayLength, {}, 0, pageSize, offset));

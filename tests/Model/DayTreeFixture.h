@@ -37,6 +37,12 @@ inline Span spanOf(const ScrubberTimelineSegmentItem& segment) {
     return {longLongValue(segment.startDateTime()), longLongValue(segment.endDateTime())};
 }
 
+/// Shares the timeline, and so all that it lies beside.
+inline std::shared_ptr<ScrubberTimelineSegmentItem> segmentOf(const std::shared_ptr<ScrubberTimelineItem>& timeline,
+                                                              std::size_t index) {
+    return {timeline, &timeline->segments()[index]};
+}
+
 /// The segments of a tree, day by day and timeline by timeline.
 inline Spans spansOf(const ScrubberTimelineDataProvider& provider) {
     Spans spans;

@@ -3,7 +3,7 @@
 
 #include "base/UtcTime.h"
 #include "tests/Model/DayTreeFixture.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSlicing.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 
 namespace korvane::test {
 namespace {
@@ -164,17 +164,18 @@ TEST(DayTreeSlicing, CutsPeriodsIntoFourMinutes) {
         {least, least + 2 * s, {least, least + s, least + 2 * s}},
     };
     for (const auto& c : cases) {
-        const auto timeline = sliceTimeline(c.start, c.end);
+        ScrubberTimelineBlock block({{c.start, c.end}});
         const auto boxed = [](TimeMs time) { return longLongValue(static_cast<double>(time)); };
         Spans spans, expected;
-        for (const auto& segment : timeline->segments()) spans.push_back(spanOf(segment));
+        for (const auto& segment : block.timelines().front().segments()) spans.push_back(spanOf(segment));
         for (std::size_t i = 1; i < c.bounds.size(); ++i) {
             expected.emplace_back(boxed(c.bounds[i - 1]), boxed(c.bounds[i]));
         }
         EXPECT_EQ(spans, expected) << c.start << " " << c.end;
-        EXPECT_EQ(segmentsOfPeriod(c.start, c.end), expected.size());
+        EXPECT_EQ(ScrubberTimelineBlock::segmentsOf({c.start, c.end}), expected.size());
     }
-    EXPECT_EQ(segmentsOfPeriod(least, most), std::numeric_limits<std::uint64_t>::max() / 240'000 + 1);
+    EXPECT_EQ(ScrubberTimelineBlock::segmentsOf({least, most}),
+              std::numeric_limits<std::uint64_t>::max() / 240'000 + 1);
 }
 
 TEST(DayTreeItems, ReadBoxedTimesAsIntegers) {
@@ -194,10 +195,10 @@ TEST(DayTreeItems, ClearEmptiesDownwardAndLeavesHeldPartsAlive) {
     ScrubberTimelineDayItem day;
     day.setDateTime(5);
     day.setIsUpdated(ScrubberTimelineStatusDone);
-    const auto timeline = sliceTimeline(0, 500'000);
-    day.setTimelines({timeline, sliceTimeline(1, 2), sliceTimeline(2, 3)});
+    day.setTimelines(std::make_shared<ScrubberTimelineBlock>(std::vector<TimelinePair>{{0, 500'000}, {1, 2}, {2, 3}}));
+    const auto timeline = day.timeline(0);
     timeline->addEvents(ScrubberTimelineItem::Events(3));
-    const auto segment = timeline->segment(1);
+    const auto segment = segmentOf(timeline, 1);
     EXPECT_TRUE(segment->records()->empty());
     EXPECT_TRUE(segment->beginUpdate());
     EXPECT_FALSE(segment->beginUpdate());
@@ -209,7 +210,6 @@ TEST(DayTreeItems, ClearEmptiesDownwardAndLeavesHeldPartsAlive) {
     EXPECT_TRUE(day.timelines().empty());
     EXPECT_EQ(std::tuple(timeline->segments().size(), timeline->events().size(), timeline->eventsOfSegment(0).size()),
               std::tuple(0u, 0u, 0u));
-    EXPECT_EQ(timeline->segment(0), nullptr);
     EXPECT_EQ(std::tuple(segment->records()->size(), segment->isUpdated()), std::tuple(0u, 1));
     EXPECT_EQ(spanOf(*segment), Span(240'000, 480'000));
     EXPECT_EQ(records->size(), 2u);

@@ -226,7 +226,7 @@ TEST_F(DayTreeUploadTest, ASegmentWithoutRecordsIsNotAskedAgain) {
     for (const Row& row : rows) {
         SCOPED_TRACE(&row - rows);
         urls = 0;
-        const auto segment = loadDay({{0, minute}})->timeline(0)->segment(0);
+        const auto segment = segmentOf(loadDay({{0, minute}})->timeline(0), 0);
         service.scriptNext("getRecords", row.script);
         for (int i = 0; i < 2; ++i) {
             askUrl(1, 0);
@@ -245,7 +245,7 @@ TEST_F(DayTreeUploadTest, RequestsBeyondSixAreDropped) {
     scheduler.runUntilIdle();
     EXPECT_EQ(urls, 6);
     EXPECT_EQ(service.count("getRecords"), 6u);
-    EXPECT_EQ(timeline->segment(6)->isUpdated(), ScrubberTimelineStatusNotAsked);
+    EXPECT_EQ(segmentOf(timeline, 6)->isUpdated(), ScrubberTimelineStatusNotAsked);
     askUrl(7, 0);
     scheduler.runUntilIdle();
     EXPECT_EQ(urls, 7);

@@ -38,8 +38,7 @@ void closeAt(Point point, std::uint64_t seed) {
     const auto day = provider->getTimelineDayItemByIndex(0);
     const auto first = day->timeline(0);
     const auto last = day->timeline(1);
-    const auto segment = first->segment(0);
-    ASSERT_TRUE(segment);
+    const auto segment = segmentOf(first, 0);
 
     bool isClosed = false;
     const auto close = [&] {

@@ -168,12 +168,13 @@ TEST_F(PagedWindow, TellsOfBadFirstPages) {
         {{{"meta", {{"total_count", 9}}}, {"objects", Reply::array()}}, 0},
         {page(-1), 0},
         {page(50'000'001), 0},
-        {page("9"), 0},
+        {page("nine"), 0},
         {page(2.5), 0},
         {page(~std::uint64_t{0}), 0},
         {page(nullptr), 2},
         {{{"objects", Reply::array({event, event, event})}}, 2},
         {page(9), 11},
+        {page("9"), 11},
         {page(50'000'000), 50'000'002},
     };
     service.scriptNext("getEvents", Script::failed(503));
@@ -204,8 +205,8 @@ TEST_F(PagedWindow, LeavesSlotsPendingAfterABadLaterPage) {
         {Script::failed(StatusTimedOut), "reload -3 0"},
         {Script::answered("no object"), "reload 0 0"},
         {Script::altered([](Reply& reply) { reply["objects"] = 5; }), "reload 0 0"},
-        {Script::altered([](Reply& reply) { reply["meta"]["total_count"] = -5; }), "reload 0 0"},
-        {Script::altered([](Reply& reply) { reply["meta"]["total_count"] = 5; }), "index 150 0 -1 252 252"},
+        // A total that cannot be is of no account here.
+        {Script::altered([](Reply& reply) { reply["meta"]["total_count"] = -5; }), "index 150 0 -1 252 252"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(entry(150)->type(), ScrubberEventTypePending);

@@ -135,11 +135,15 @@ TEST_P(PositionUpdate, ClosingEndsWhatIsUnderWay) {
     const std::vector<Script> stages[] = {{late}, {withoutElements, late}, {withoutElements}};
     for (const auto& scripts : stages) {
         bindAnew();
+        service.clearRequests();
         for (const auto& script : scripts) service.scriptNext(pageRequest(), script);
         service.scriptAll("getTimelineThumbnailsFull", late);
         update(momentOf(40));
         provider->close();
+        const auto thumbnailRequests = service.count("getTimelineThumbnailsFull");
         service.releaseAll();
+        scheduler.runUntilIdle();
+        EXPECT_EQ(service.count("getTimelineThumbnailsFull"), thumbnailRequests) << "nobody is left to ask for";
         EXPECT_EQ(callsAfterwards(), Calls{});
         EXPECT_EQ(update(momentOf(40)), Calls{});
         service.scriptAll("getTimelineThumbnailsFull", {});

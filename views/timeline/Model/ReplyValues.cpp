@@ -35,4 +35,11 @@ std::optional<std::int64_t> integerValue(const Reply* value) {
     return std::nullopt;
 }
 
+std::optional<std::int64_t> totalCount(const Reply& reply) {
+    const Reply* const meta = findMember(reply, "meta");
+    const Reply* const total = meta ? findMember(*meta, "total_count") : nullptr;
+    if (!total || total->is_null()) return 0;
+    return integerValue(total);
+}
+
 }  // namespace korvane

@@ -15,4 +15,8 @@ std::optional<std::string> textValue(const Reply* value);
 /// what 64 bits do not hold.
 std::optional<std::int64_t> integerValue(const Reply* value);
 
+/// What a page's reply says of all its service has, in "total_count" of "meta": 0 when it does not say, nothing when
+/// that is no integer.
+std::optional<std::int64_t> totalCount(const Reply& reply);
+
 }  // namespace korvane

@@ -1,7 +1,6 @@
 #include "views/timeline/Model/ScrubberPagedDataProvider.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 #include "base/Log.h"
@@ -35,14 +34,14 @@ std::uint64_t lowestIndex(std::uint64_t start) {
 }  // namespace
 
 struct ScrubberPagedDataProvider::Page {
-    std::uint64_t total = 0;
+    // Of the service's entries; nothing when the reply's number cannot be one.
+    std::optional<std::uint64_t> total;
     Reply objects;
 };
 
 // What came of a query: a page, which may have no elements, or nothing when the request failed or was answered by
 // something else.
 struct ScrubberPagedDataProvider::Answer {
-    std::shared_ptr<KorvaneCamera> camera;
     PageQuery query;
     std::int32_t status = StatusSuccess;
     std::optional<Page> page;
@@ -67,11 +66,6 @@ struct ScrubberPagedDataProvider::GroupFill {
 
 ScrubberPagedDataProvider::~ScrubberPagedDataProvider() {
     close();
-}
-
-std::int32_t ScrubberPagedDataProvider::to32Bit(std::int64_t value) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
 }
 
 std::int64_t ScrubberPagedDataProvider::OnScrubberGetEventsCount() {
@@ -129,7 +123,7 @@ std::int32_t ScrubberPagedDataProvider::updateForTime(TimeMs time, bool withScro
         ask({-1, saturatingAdd(time, 1000), asked.eventType, false, asked.limit, 0},
             [self = self(), time, withScroll, isClosest](const Answer& answer) {
                 if (answer.hasElements()) {
-                    self->goToEntryAfter(answer.page->total, time, isClosest);
+                    if (answer.page->total) self->goToEntryAfter(*answer.page->total, time, isClosest);
                 } else if (answer.page) {
                     self->scheduler().runInBackground(
                         [self, time, withScroll] { self->updateStartFrom(time, withScroll); });
@@ -212,13 +206,12 @@ std::int32_t ScrubberPagedDataProvider::updateEvents(std::int64_t offset, std::i
 void ScrubberPagedDataProvider::ask(const PageQuery& query, AnswerHandler onAnswer) {
     const auto camera = cam();
     if (!camera) return;
-    requestPage(
-        *camera, query,
-        [self = self(), camera, query, onAnswer = std::move(onAnswer)](const Reply& reply, std::int32_t status) {
-            Answer answer{camera, query, status, std::nullopt};
-            if (status == StatusSuccess) answer.page = self->readPage(reply, query.limit);
-            onAnswer(std::move(answer));
-        });
+    requestPage(*camera, query,
+                [self = self(), query, onAnswer = std::move(onAnswer)](const Reply& reply, std::int32_t status) {
+                    Answer answer{query, status, std::nullopt};
+                    if (status == StatusSuccess) answer.page = self->readPage(reply, query.limit);
+                    onAnswer(std::move(answer));
+                });
 }
 
 void ScrubberPagedDataProvider::fetchPage(const PageQuery& query, PageHandler onPage) {
@@ -232,13 +225,13 @@ void ScrubberPagedDataProvider::fetchPage(const PageQuery& query, PageHandler on
 }
 
 void ScrubberPagedDataProvider::complete(Answer answer, PageHandler onPage) {
-    completePage(*answer.camera, answer.query, std::move(answer.page->objects),
+    completePage(answer.query, std::move(answer.page->objects),
                  [total = answer.page->total, onPage = std::move(onPage)](Reply objects) {
                      onPage(Page{total, std::move(objects)});
                  });
 }
 
-void ScrubberPagedDataProvider::completePage(KorvaneCamera& /*camera*/, const PageQuery& /*query*/, Reply objects,
+void ScrubberPagedDataProvider::completePage(const PageQuery& /*query*/, Reply objects,
                                              const std::function<void(Reply objects)>& onComplete) {
     onComplete(std::move(objects));
 }
@@ -247,16 +240,8 @@ std::optional<ScrubberPagedDataProvider::Page> ScrubberPagedDataProvider::readPa
                                                                                    std::int64_t limit) const {
     if (!reply.is_object()) return std::nullopt;
     Page page;
-    const Reply* meta = findMember(reply, "meta");
-    const Reply* total = meta ? findMember(*meta, "total_count") : nullptr;
-    if (total && !total->is_null()) {
-        const auto count = total->is_number_integer() ? integerValue(total).value_or(-1) : -1;
-        if (count < 0 || static_cast<std::uint64_t>(count) > largestTotal) {
-            logError(classPath(), "reply: total_count is out of range");
-            return std::nullopt;
-        }
-        page.total = static_cast<std::uint64_t>(count);
-    }
+    const std::int64_t total = totalCount(reply).value_or(-1);
+    if (total >= 0 && static_cast<std::uint64_t>(total) <= largestTotal) page.total = static_cast<std::uint64_t>(total);
     const Reply* objects = findMember(reply, "objects");
     page.objects = Reply::array();
     if (!objects || !objects->is_array()) return page;
@@ -268,7 +253,12 @@ std::optional<ScrubberPagedDataProvider::Page> ScrubberPagedDataProvider::readPa
 }
 
 void ScrubberPagedDataProvider::onFirstPage(const Page& page, TimeMs position) {
-    const std::uint64_t size = initStorageForEvents(page.total);
+    if (!page.total) {
+        logError(classPath(), "reply: total_count is out of range");
+        tellReload(StatusSuccess, ScrubberStateReady);
+        return;
+    }
+    const std::uint64_t size = initStorageForEvents(*page.total);
     setSize(static_cast<std::int64_t>(size));
     fillEventsFromDictionary(page.objects, range().isAscending ? 1 : size - 2);
     tellReload(StatusSuccess, position > 0 ? ScrubberStateLoading : ScrubberStateReady);
@@ -285,7 +275,8 @@ void ScrubberPagedDataProvider::tellIndex(std::uint64_t index, std::int64_t with
                                           std::int64_t to) const {
     if (const auto delegate = getDelegate()) {
         delegate->OnScrubberDataProviderReloadIndexRequired(static_cast<std::int64_t>(index), StatusSuccess,
-                                                            withScrollToIndex, to32Bit(from), to32Bit(to));
+                                                            withScrollToIndex, static_cast<std::int32_t>(from),
+                                                            static_cast<std::int32_t>(to));
     }
 }
 

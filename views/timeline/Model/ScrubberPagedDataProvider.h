@@ -75,17 +75,14 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
 
     using ScrubberSourceBinding::ScrubberSourceBinding;
 
-    /// `value`, held at the ends of 32 bits.
-    static std::int32_t to32Bit(std::int64_t value);
-
     void emptyList() override;
 
     /// Asks for one page.
     virtual void requestPage(KorvaneCamera& camera, const PageQuery& query, ReplyCompletion onComplete) = 0;
 
     /// Adds to the elements of a page what its reply lacks, then calls `onComplete` with them, at once or after
-    /// further requests.
-    virtual void completePage(KorvaneCamera& camera, const PageQuery& query, Reply objects,
+    /// further requests; never when such a request is due and the provider has been closed.
+    virtual void completePage(const PageQuery& query, Reply objects,
                               const std::function<void(Reply objects)>& onComplete);
 
     /// Sets `event` from an element; `camera` is null once the provider has been closed. Type and time zone are set.

@@ -225,10 +225,13 @@ void ScrubberSourceBinding::onCamera(const std::shared_ptr<KorvaneCamera>& camer
         before.swap(source_.cam);
     }
     camera->setFullSharedToken(wholeToken);
-    const TimeMs end = beginLoad(now);
+    const FullLoad load = beginLoad(now);
     const Range asked = range();
-    scheduler_.runInBackground(
-        [self = shared_from_this(), asked, end] { self->requestEvents(asked.datetimeStart, end, asked.position); });
+    scheduler_.runInBackground([self = shared_from_this(), asked, load] {
+        // A refresh or another binding that came in between has asked for all that this would ask for.
+        const std::lock_guard lock(self->listLock_);
+        if (self->isNewest(load)) self->requestEvents(asked.datetimeStart, load.end, asked.position);
+    });
 }
 
 std::int32_t ScrubberSourceBinding::refresh() {
@@ -237,16 +240,21 @@ std::int32_t ScrubberSourceBinding::refresh() {
     return guarded([this] {
         emptyList();
         if (!cam()) return StatusBadCall;
-        const TimeMs end = beginLoad(helpers().currentTimestampUTC());
-        requestEvents(range().datetimeStart, end, -1);
+        const FullLoad load = beginLoad(helpers().currentTimestampUTC());
+        requestEvents(range().datetimeStart, load.end, -1);
         return StatusSuccess;
     });
 }
 
-TimeMs ScrubberSourceBinding::beginLoad(TimeMs now) {
+ScrubberSourceBinding::FullLoad ScrubberSourceBinding::beginLoad(TimeMs now) {
     const std::lock_guard guard(mutex_);
     range_.datetimeLastEnd = range_.datetimeEnd == -1 ? now : range_.datetimeEnd;
-    return range_.datetimeLastEnd;
+    return {++lastLoad_, range_.datetimeLastEnd};
+}
+
+bool ScrubberSourceBinding::isNewest(const FullLoad& load) const {
+    const std::lock_guard guard(mutex_);
+    return load.number == lastLoad_;
 }
 
 void ScrubberSourceBinding::close() {
@@ -267,6 +275,7 @@ void ScrubberSourceBinding::close() {
             source_.lastSvcp.clear();
             source_.token.clear();
             range_ = Range();
+            ++lastLoad_;
         }
         if (connection) connection->close();
         cancelQueues();

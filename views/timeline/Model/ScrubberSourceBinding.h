@@ -124,6 +124,11 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
 
     struct ParsedToken;
 
+    struct FullLoad {
+        std::uint64_t number = 0;
+        TimeMs end = -1;
+    };
+
     std::int32_t bind(const std::string& token);
     std::optional<ParsedToken> parse(const std::string& token);
     std::int32_t setSourceAfterClose(const std::string& token, std::optional<TimeMs> position);
@@ -134,7 +139,9 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     void armExpiryMonitor(KorvaneShareConnection& connection);
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error, std::int32_t status,
                   const std::string& wholeToken, TimeMs now);
-    TimeMs beginLoad(TimeMs now);
+    FullLoad beginLoad(TimeMs now);
+    // False once another load has begun, or the provider been closed.
+    bool isNewest(const FullLoad& load) const;
     void setLastError(std::int32_t code, std::string text);
 
     const std::string classPath_;
@@ -151,6 +158,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     std::weak_ptr<ScrubberDataProviderDelegate> delegate_;
     Source source_;
     Range range_;
+    std::uint64_t lastLoad_ = 0;
     std::string apiProtocol_ = "https";
     std::int32_t apiPort_ = 443;
     std::int32_t lastErrorCode_ = 0;

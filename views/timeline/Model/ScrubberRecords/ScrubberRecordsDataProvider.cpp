@@ -61,12 +61,15 @@ void ScrubberRecordsDataProvider::requestPage(KorvaneCamera& camera, const PageQ
                       std::move(onComplete));
 }
 
-void ScrubberRecordsDataProvider::completePage(KorvaneCamera& camera, const PageQuery& query, Reply objects,
+void ScrubberRecordsDataProvider::completePage(const PageQuery& query, Reply objects,
                                                const std::function<void(Reply objects)>& onComplete) {
+    const auto camera = cam();
+    if (!camera) return;
     const auto ids = idsOf(objects);
-    camera.getTimelineThumbnailsFull(
-        query.start, query.end, "recording_thumbnail", ids, to32Bit(query.limit), to32Bit(query.offset),
-        query.isAscending ? 1 : 0, [records = std::move(objects), onComplete](const Reply& reply, std::int32_t status) {
+    camera->getTimelineThumbnailsFull(
+        query.start, query.end, "recording_thumbnail", ids, static_cast<std::int32_t>(query.limit),
+        static_cast<std::int32_t>(query.offset), query.isAscending ? 1 : 0,
+        [records = std::move(objects), onComplete](const Reply& reply, std::int32_t status) {
             // A copy: a service that answers twice is to give the same page twice.
             Reply joined = records;
             const Reply* thumbnails = status == StatusSuccess ? findMember(reply, "objects") : nullptr;

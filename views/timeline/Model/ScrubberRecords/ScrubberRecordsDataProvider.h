@@ -15,7 +15,7 @@ class ScrubberRecordsDataProvider final : public ScrubberPagedDataProvider {
 
   protected:
     void requestPage(KorvaneCamera& camera, const PageQuery& query, ReplyCompletion onComplete) override;
-    void completePage(KorvaneCamera& camera, const PageQuery& query, Reply objects,
+    void completePage(const PageQuery& query, Reply objects,
                       const std::function<void(Reply objects)>& onComplete) override;
     void readElement(ScrubberEvent::Fields& event, const Reply& element, const KorvaneCamera* camera) const override;
     bool joins(const ScrubberEvent::Fields& previous, const ScrubberEvent::Fields& current) const override;

@@ -8,7 +8,6 @@
 #include "base/UtcTime.h"
 #include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSlicing.h"
 
 namespace korvane {
 namespace {
@@ -147,19 +146,17 @@ std::shared_ptr<Timeline> ScrubberTimelineDataProvider::fetchDay(const Load& loa
 
 void ScrubberTimelineDataProvider::fillDay(Load& load, ScrubberTimelineDayItem& day,
                                            const std::vector<TimelinePair>& periods) const {
-    ScrubberTimelineDayItem::Timelines timelines;
-    timelines.reserve(periods.size());
+    std::vector<TimelinePair> kept;
     for (const TimelinePair& period : periods) {
-        if (!isCurrent(load)) return;
-        const std::uint64_t segments = segmentsOfPeriod(period.start(), period.end());
+        const std::uint64_t segments = ScrubberTimelineBlock::segmentsOf(period);
         if (segments > load.segmentsLeft) {
             load.isCut = true;
             continue;
         }
         load.segmentsLeft -= segments;
-        timelines.push_back(sliceTimeline(period.start(), period.end()));
+        kept.push_back(period);
     }
-    day.setTimelines(std::move(timelines));
+    if (!kept.empty()) day.setTimelines(std::make_shared<ScrubberTimelineBlock>(kept));
 }
 
 void ScrubberTimelineDataProvider::publish(const Load& load) {

@@ -4,28 +4,37 @@
 
 namespace korvane {
 
-ScrubberTimelineDayItem::Timelines ScrubberTimelineDayItem::timelines() const {
+std::shared_ptr<ScrubberTimelineBlock> ScrubberTimelineDayItem::block() const {
     const std::lock_guard guard(mutex_);
-    return timelines_;
+    return block_;
 }
 
-void ScrubberTimelineDayItem::setTimelines(Timelines timelines) {
+void ScrubberTimelineDayItem::setTimelines(std::shared_ptr<ScrubberTimelineBlock> block) {
+    // What is replaced goes away outside of the lock.
     const std::lock_guard guard(mutex_);
-    timelines_.swap(timelines);
+    block_.swap(block);
+}
+
+ScrubberTimelineDayItem::Timelines ScrubberTimelineDayItem::timelines() const {
+    Timelines found;
+    if (const auto held = block()) {
+        found.reserve(held->timelines().size());
+        for (auto& timeline : held->timelines()) found.emplace_back(held, &timeline);
+    }
+    return found;
 }
 
 std::shared_ptr<ScrubberTimelineItem> ScrubberTimelineDayItem::timeline(std::size_t index) const {
-    const std::lock_guard guard(mutex_);
-    return index < timelines_.size() ? timelines_[index] : nullptr;
+    const auto held = block();
+    if (!held || index >= held->timelines().size()) return nullptr;
+    return {held, &held->timelines()[index]};
 }
 
 void ScrubberTimelineDayItem::clear() {
-    Timelines removed;
-    {
-        const std::lock_guard guard(mutex_);
-        removed.swap(timelines_);
-    }
-    for (const auto& timeline : removed) timeline->clear();
+    const auto held = block();
+    setTimelines(nullptr);
+    if (!held) return;
+    for (auto& timeline : held->timelines()) timeline.clear();
 }
 
 }  // namespace korvane

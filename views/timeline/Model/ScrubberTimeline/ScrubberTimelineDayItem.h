@@ -6,6 +6,7 @@
 #include <mutex>
 #include <vector>
 
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
 
@@ -30,11 +31,13 @@ class ScrubberTimelineDayItem {
     double dateTime() const { return dateTime_; }
     void setDateTime(double dateTime) { dateTime_ = dateTime; }
 
-    /// The recorded periods in the order in which the service gave them. A copy; the timelines are shared.
+    /// The recorded periods in the order in which the service gave them.
     Timelines timelines() const;
-    void setTimelines(Timelines timelines);
     /// The period at `index`; null past the end.
     std::shared_ptr<ScrubberTimelineItem> timeline(std::size_t index) const;
+    /// Where the timelines lie; null when there are none.
+    std::shared_ptr<ScrubberTimelineBlock> block() const;
+    void setTimelines(std::shared_ptr<ScrubberTimelineBlock> block);
 
     /// Clears and removes the timelines; time and status stay.
     void clear();
@@ -43,7 +46,7 @@ class ScrubberTimelineDayItem {
     ScrubberTimelineStatusField isUpdated_;
     double dateTime_ = 0.0;
     mutable std::mutex mutex_;
-    Timelines timelines_;
+    std::shared_ptr<ScrubberTimelineBlock> block_;
 };
 
 }  // namespace korvane

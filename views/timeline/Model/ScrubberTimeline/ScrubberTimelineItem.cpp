@@ -5,26 +5,16 @@
 
 #include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSlicing.h"
+#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 
 namespace korvane {
 
-ScrubberTimelineItem::SegmentSpan ScrubberTimelineItem::segments() {
-    return isCleared_ ? SegmentSpan() : segments_;
-}
-
 void ScrubberTimelineItem::setSegments(Segments segments) {
-    segments_ = std::move(segments);
+    segments_ = segments;
     isCleared_ = false;
 }
 
-std::shared_ptr<ScrubberTimelineSegmentItem> ScrubberTimelineItem::segment(std::size_t index) {
-    const auto all = segments();
-    if (index >= all.size()) return nullptr;
-    return {weak_from_this().lock(), &all[index]};
-}
-
-std::size_t ScrubberTimelineItem::startedBy(SegmentSpan segments, TimeMs time) {
+std::size_t ScrubberTimelineItem::startedBy(Segments segments, TimeMs time) {
     const auto hasStarted = [time](const auto& segment) { return longLongValue(segment.startDateTime()) <= time; };
     if (segments.empty() || !hasStarted(segments.front())) return 0;
     // Straight to the one that it must be: each step of a search would wait for memory.
@@ -81,7 +71,7 @@ ScrubberTimelineItem::Events ScrubberTimelineItem::eventsOfSegment(std::size_t i
 }
 
 void ScrubberTimelineItem::clear() {
-    for (auto& segment : segments()) segment.clear();
+    for (auto& segment : segments_) segment.clear();
     isCleared_ = true;
     if (shelf_.get()) setEvents({});
 }

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <span>
 #include <unordered_map>
@@ -19,10 +18,9 @@ namespace korvane {
 
 /// One recorded period of a camera: its segments, and the events that fall into it. Times and segments are set before
 /// the timeline is shared; all else may be called from any thread.
-class ScrubberTimelineItem : public std::enable_shared_from_this<ScrubberTimelineItem> {
+class ScrubberTimelineItem {
   public:
-    using Segments = std::vector<ScrubberTimelineSegmentItem>;
-    using SegmentSpan = std::span<ScrubberTimelineSegmentItem>;
+    using Segments = std::span<ScrubberTimelineSegmentItem>;
     using Events = std::vector<ScrubberTimelineEventItem>;
 
     ScrubberTimelineItem() = default;
@@ -44,13 +42,11 @@ class ScrubberTimelineItem : public std::enable_shared_from_this<ScrubberTimelin
     void setEndDateTime(double endDateTime) { endDateTime_ = endDateTime; }
 
     /// The slices; none once they have been cleared. What has been given lives as long as the timeline all the same.
-    SegmentSpan segments();
-    /// In order of time and without overlaps.
+    Segments segments() const { return isCleared_ ? Segments() : segments_; }
+    /// In order of time and without overlaps. They live as long as the timeline.
     void setSegments(Segments segments);
-    /// The slice at `index`, which holds the timeline; null past the end.
-    std::shared_ptr<ScrubberTimelineSegmentItem> segment(std::size_t index);
     /// How many of a timeline's segments begin at `time`, ms, or before it.
-    static std::size_t startedBy(SegmentSpan segments, TimeMs time);
+    static std::size_t startedBy(Segments segments, TimeMs time);
 
     /// A copy of the events, in order of arrival.
     Events events() const;

@@ -9,7 +9,7 @@
 namespace korvane {
 namespace {
 
-using Segments = ScrubberTimelineItem::SegmentSpan;
+using Segments = ScrubberTimelineItem::Segments;
 
 struct Span {
     explicit Span(const ScrubberTimelineSegmentItem& segment)
@@ -26,18 +26,17 @@ struct Span {
 }  // namespace
 
 ScrubberTimelineTree::ScrubberTimelineTree(Days days) : days_(std::move(days)) {
-    for (std::size_t day = 0; day < days_.size(); ++day) {
-        for (const auto& timeline : days_[day]->timelines()) addTimeline(timeline, day);
-    }
-    runs_.shrink_to_fit();
+    for (std::size_t day = 0; day < days_.size(); ++day) addDay(day);
     orderByTime();
 }
 
-void ScrubberTimelineTree::addTimeline(const std::shared_ptr<ScrubberTimelineItem>& timeline, std::size_t day) {
-    const TimeMs start = longLongValue(timeline->startDateTime());
-    const TimeMs end = longLongValue(timeline->endDateTime());
-    runs_.push_back({timeline, segmentCount_, day, start, std::max(start, end)});
-    segmentCount_ += static_cast<std::int64_t>(timeline->segments().size());
+void ScrubberTimelineTree::addDay(std::size_t day) {
+    auto block = days_[day]->block();
+    if (!block || block->timelines().empty()) return;
+    const Run run{block, day, segmentCount_, timelineCount_, block->start(), block->reach()};
+    segmentCount_ += static_cast<std::int64_t>(block->segmentCount());
+    timelineCount_ += block->timelines().size();
+    runs_.push_back(run);
 }
 
 void ScrubberTimelineTree::orderByTime() {
@@ -47,12 +46,14 @@ void ScrubberTimelineTree::orderByTime() {
 }
 
 std::shared_ptr<ScrubberTimelineItem> ScrubberTimelineTree::timeline(std::uint64_t index) const {
-    return index < runs_.size() ? runs_[index].timeline : nullptr;
+    if (index >= timelineCount_) return nullptr;
+    const Run& run = *(std::ranges::upper_bound(runs_, index, {}, &Run::firstTimeline) - 1);
+    return {run.block, &run.block->timelines()[index - run.firstTimeline]};
 }
 
-// The last one that begins at this number or before it: timelines without segments share theirs with the next one.
+// The day with that segment; the first one for a number below 0.
 ScrubberTimelineTree::Runs::const_iterator ScrubberTimelineTree::runOf(std::int64_t segment) const {
-    const auto after = std::ranges::upper_bound(runs_, segment, {}, &Run::first);
+    const auto after = std::ranges::upper_bound(runs_, segment, {}, &Run::firstSegment);
     return after == runs_.begin() ? after : after - 1;
 }
 
@@ -60,14 +61,18 @@ std::optional<ScrubberTimelineSegmentPath> ScrubberTimelineTree::segment(std::ui
     if (index >= static_cast<std::uint64_t>(segmentCount_)) return std::nullopt;
     const auto number = static_cast<std::int64_t>(index);
     const Run& run = *runOf(number);
-    const auto place = static_cast<std::size_t>(number - run.first);
-    auto segment = run.timeline->segment(place);
-    if (!segment) return std::nullopt;
-    return ScrubberTimelineSegmentPath{days_[run.day], run.timeline, std::move(segment), place};
+    const auto inDay = static_cast<std::size_t>(number - run.firstSegment);
+    const std::size_t place = run.block->timelineOfSegment(inDay);
+    auto& timeline = run.block->timelines()[place];
+    const std::size_t inTimeline = inDay - run.block->firstSegment(place);
+    const Segments segments = timeline.segments();
+    if (inTimeline >= segments.size()) return std::nullopt;
+    return ScrubberTimelineSegmentPath{
+        days_[run.day], {run.block, &timeline}, {run.block, &segments[inTimeline]}, inTimeline};
 }
 
-// The first place that `match` gives for a timeline and its segments. It is asked in order of the numbers, at least
-// about each timeline that has to do with the range of time.
+// The first number that `match` gives for a place in the row and the segments that begin there, those of a timeline. It
+// is asked in order of the numbers, at least about each timeline that has to do with the range of time.
 template <typename Match>
 std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter,
                                              const Match& match) const {
@@ -76,15 +81,19 @@ std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notB
     for (; run != runs_.end(); ++run) {
         if (run->start > notAfter && isAscending_) break;
         if (run->start > notAfter || run->reach < notBefore) continue;
-        if (const auto place = match(*run, run->timeline->segments())) {
-            return run->first + static_cast<std::int64_t>(*place);
+        const auto timelines = run->block->timelines();
+        for (std::size_t i = run->block->firstReaching(notBefore); i < timelines.size(); ++i) {
+            if (longLongValue(timelines[i].startDateTime()) > notAfter && run->block->isAscending()) break;
+            const auto first = run->firstSegment + static_cast<std::int64_t>(run->block->firstSegment(i));
+            if (const auto place = match(first, timelines[i].segments()))
+                return first + static_cast<std::int64_t>(*place);
         }
     }
     return -1;
 }
 
 std::int64_t ScrubberTimelineTree::findSegment(TimeMs position) const {
-    return findFirst(0, position, position, [position](const Run&, Segments segments) {
+    return findFirst(0, position, position, [position](std::int64_t, Segments segments) {
         std::optional<std::size_t> found;
         const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
         if (started > 0 && Span(segments[started - 1]).holds(position)) found = started - 1;
@@ -97,7 +106,7 @@ ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) con
         const Span span(*first->segment);
         if (span.isSpan() && span.start >= position) return {0, span.start == position};
     }
-    const std::int64_t number = findFirst(0, position, position, [position](const Run&, Segments segments) {
+    const std::int64_t number = findFirst(0, position, position, [position](std::int64_t, Segments segments) {
         std::optional<std::size_t> found;
         const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
         // Where two segments meet, the earlier one holds the moment too.
@@ -110,9 +119,9 @@ ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) con
 }
 
 std::int64_t ScrubberTimelineTree::findSegmentByStart(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter) const {
-    return findFirst(fromIndex, notBefore, notAfter, [=](const Run& run, Segments segments) {
+    return findFirst(fromIndex, notBefore, notAfter, [=](std::int64_t first, Segments segments) {
         std::optional<std::size_t> found;
-        auto place = static_cast<std::size_t>(std::max<std::int64_t>(fromIndex - run.first, 0));
+        auto place = static_cast<std::size_t>(std::max<std::int64_t>(fromIndex - first, 0));
         if (place >= segments.size()) return found;
         if (notBefore > std::numeric_limits<TimeMs>::min()) {
             place = std::max(place, ScrubberTimelineItem::startedBy(segments, notBefore - 1));

@@ -58,19 +58,21 @@ class ScrubberTimelineTree {
     std::int64_t findSegmentByStart(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter) const;
 
   private:
-    // A timeline in the flat run.
+    // A day with timelines.
     struct Run {
-        std::shared_ptr<ScrubberTimelineItem> timeline;
-        // Numbers of its first segment and of its day.
-        std::int64_t first = 0;
+        // Held, since the day lets go of it when it is cleared.
+        std::shared_ptr<ScrubberTimelineBlock> block;
         std::size_t day = 0;
+        // Numbers of its first segment and of its first timeline.
+        std::int64_t firstSegment = 0;
+        std::uint64_t firstTimeline = 0;
         TimeMs start = 0;
-        // The last moment that this timeline, or with isAscending_ one before it, has to do with.
+        // The last moment that this day's periods, or with isAscending_ those of one before it, have to do with.
         TimeMs reach = 0;
     };
     using Runs = std::vector<Run>;
 
-    void addTimeline(const std::shared_ptr<ScrubberTimelineItem>& timeline, std::size_t day);
+    void addDay(std::size_t day);
     void orderByTime();
     Runs::const_iterator runOf(std::int64_t segment) const;
     template <typename Match>
@@ -79,7 +81,8 @@ class ScrubberTimelineTree {
     Days days_;
     Runs runs_;
     std::int64_t segmentCount_ = 0;
-    // Timelines begin in ascending order: searches by time need not look at all of them.
+    std::uint64_t timelineCount_ = 0;
+    // The days' periods begin in ascending order: searches by time need not look at all of them.
     bool isAscending_ = true;
 };
 

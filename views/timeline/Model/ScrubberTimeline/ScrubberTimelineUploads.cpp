@@ -25,12 +25,6 @@ const Reply* elementsOf(const Reply& reply) {
     return objects && objects->is_array() && !objects->empty() ? objects : nullptr;
 }
 
-// 0 when the service does not say.
-std::int64_t totalOf(const Reply& reply) {
-    const Reply* meta = findMember(reply, "meta");
-    return meta ? integerValue(findMember(*meta, "total_count")).value_or(0) : 0;
-}
-
 // At so many events a timeline is taken for finished, whatever the service has still to give.
 std::int64_t mostEvents(std::int64_t total, std::int64_t limit) {
     if (total <= 0 || total > largestTotal) return maxUncountedEvents;
@@ -155,7 +149,7 @@ std::int64_t ScrubberTimelineUploads::fetchAllEvents(const std::shared_ptr<Korva
         if (!reply || reply->is_null()) return ScrubberTimelineStatusFailed;
         const Reply* objects = elementsOf(*reply);
         if (!objects) break;
-        if (total == 0) total = totalOf(*reply);
+        if (total == 0) total = totalCount(*reply).value_or(0);
         if (isClosing() || cam() != camera) break;
         timeline.addEvents(readEvents(helpers(), *objects));
         if (isClosing()) break;
@@ -189,7 +183,7 @@ std::int32_t ScrubberTimelineUploads::uploadEventsForTimelineItem(
 std::int64_t ScrubberTimelineUploads::takeEvents(ScrubberTimelineItem& timeline, const Reply& reply,
                                                  std::int32_t status) {
     if (status != StatusSuccess || !reply.is_object()) return ScrubberTimelineStatusFailed;
-    setSize(totalOf(reply));
+    setSize(totalCount(reply).value_or(0));
     if (const Reply* objects = elementsOf(reply)) timeline.addEvents(readEvents(helpers(), *objects));
     return ScrubberTimelineStatusDone;
 }
