@@ -414,6 +414,8 @@ void CollectionView::pressed(Point at, double time) {
 void CollectionView::moved(Point at, double time) {
     if (at == lastPointer_) return;
     lastPointer_ = at;
+    // A step that a new layout brings about comes before what the drag is told by.
+    if (!prepareLayoutIfNeeded()) return;
     // What is still on its way is caught before the drag takes its offset from it.
     ScrollPhysics probe = physics_;
     const auto next = probe.move(at, time);
@@ -543,7 +545,7 @@ void CollectionView::wheelEvent(QWheelEvent* event) {
     event->accept();
     if (delta == 0 || touchId_ >= 0) return;
     ticker_->stop();
-    if (!catchAnimation()) return;
+    if (!prepareLayoutIfNeeded() || !catchAnimation()) return;
     const auto change = physics_.wheel(-delta);
     context_->scheduler->cancel(wheelTimer_);
     wheelTimer_ = context_->scheduler->after(wheelQuietTime, life_.guard([this] { endWheel(); }));

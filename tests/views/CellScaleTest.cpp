@@ -51,6 +51,7 @@ TEST(CellScaleTest, OffsetIsAMultipleOfAHalf) {
         {{0, 4, 88.9999999999}, 1, 22.5},  // 22.25 in single precision
         {{0, 4, 88.9999}, 1, 22},
         {{earliest, latest, 100}, 0, 50},
+        {{latest - 1, latest, 100}, latest, 100},
         {{120000, 60000, 134}, 105000, 33.5},
     };
     for (const Case& c : cases) EXPECT_DOUBLE_EQ(c.scale.offsetOf(c.position), c.offset) << c.position;

@@ -118,7 +118,7 @@ TEST_F(DeletionTest, AnotherSourceOrTheEndOfTheViewSilencesIt) {
         [this] { EXPECT_EQ(view_->setSource(QString::fromStdString(service_.makeToken())), 0); },
         [this] { view_.reset(); },
     };
-    for (const std::string stage : {"state 0>4", "state 4>0", "asked", "done"}) {
+    for (const std::string stage : {"state 0>4", "state 4>0", "state 4>0, two turns on", "asked", "done"}) {
         for (const auto& end : ends) {
             if (!view_) makeView();
             load(5);
@@ -126,7 +126,11 @@ TEST_F(DeletionTest, AnotherSourceOrTheEndOfTheViewSilencesIt) {
             late.isUnstoppable = true;
             service_.scriptNext("deleteEvent", late);
             // The service's thread leaves the view's end to the main thread.
-            host_.on[stage] = [&] { ui_.scheduler().isMainThread() ? end() : ui_.scheduler().post(end); };
+            host_.on[stage.substr(0, stage.find(','))] = [&] {
+                if (ui_.scheduler().isMainThread()) return end();
+                if (stage == "state 4>0") return ui_.scheduler().post(end);
+                ui_.scheduler().post([&] { ui_.scheduler().post(end); });
+            };
             int completions = 0;
             view_->deleteEvent(view_->getEvent(2), [&](auto, const auto&) {
                 ++completions;
@@ -141,6 +145,19 @@ TEST_F(DeletionTest, AnotherSourceOrTheEndOfTheViewSilencesIt) {
             expectEachCellToShowItsEntry();
         }
     }
+}
+
+TEST_F(DeletionTest, ACopyOfAnEntryStandsForTheEntryAsItIsNow) {
+    load(5);
+    const ScrubberEventInfo copy(view_->getEvent(2));
+    const auto next = view_->getEvent(3);
+    view_->getEvent(2)->setTimeAsValue(next->timeAsValue() - 1'000);  // as a drag within it does
+    view_->toEvent(copy);
+    finish();
+    EXPECT_EQ(view_->getCurrentEvent(), view_->getEvent(2));
+    EXPECT_EQ(view_->deleteEvent(copy), 0);
+    finish();
+    EXPECT_EQ(view_->getCurrentEvent(), next);
 }
 
 TEST_F(DeletionTest, WorksWithoutALayoutAndFromOtherThreads) {

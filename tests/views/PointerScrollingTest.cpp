@@ -111,6 +111,12 @@ TEST_F(PointerScrollingTest, AFillThatGroupsKeepsTheStripUnderTheMark) {
     ASSERT_LT(before, 302);
     moveTo(120);
     drag(-20);
+    for (int ms = 0; ms < 1200 && host_.count("state 0>0 0") == 0; ++ms) ui_.advance(1ms);
+    ASSERT_EQ(view_->getCurrentEvent(), nullptr);
+    ui_.advance(9ms);
+    EXPECT_EQ(view_->getCurrentEvent(), nullptr) << "the new layout has not settled";
+    ui_.advance(2ms);
+    EXPECT_NE(view_->getCurrentEvent(), nullptr);
     ui_.advance(1200ms);
     EXPECT_LT(view_->getEventsCount(), before);
     EXPECT_EQ(strip().numberOfItems(), view_->getEventsCount());

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <type_traits>
+#include <utility>
 
-#include "base/Log.h"
+#include "base/TaskGuard.h"
 #include "views/timeline/ScrubberViewDelegate.h"
 
 namespace korvane {
@@ -36,14 +37,15 @@ class ScrubberHostLink {
         const auto host = get();
         if (!host || !((*host).*operation)) return Result();
         const auto function = (*host).*operation;  // a copy: the host may change its record while it is called
-        try {
-            return function(std::forward<Arguments>(arguments)...);
-        } catch (const std::exception& error) {
-            logError("ScrubberViewDelegate", error.what());
-        } catch (...) {
-            logError("ScrubberViewDelegate", "the host threw something that is no exception");
+        constexpr const char* place = "ScrubberViewDelegate";
+        const auto ask = [&]() -> Result { return function(std::forward<Arguments>(arguments)...); };
+        if constexpr (std::is_void_v<Result>) {
+            detail::runGuarded(ask, place);
+        } else {
+            auto result = Result();
+            detail::runGuarded([&] { result = ask(); }, place);
+            return result;
         }
-        return Result();
     }
 
   private:

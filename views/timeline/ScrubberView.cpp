@@ -279,6 +279,7 @@ void ScrubberView::reloadRegrouped(const ScrubberProviderBridge::ReloadIndex& wh
     if (!self) return;
     stopLastCell();
     const IndexPath target = what.withScrollToIndex < 0 ? getIndexPathFromPointer() : IndexPath(what.withScrollToIndex);
+    if (!self) return;
     // A moment for the new layout to settle.
     scheduler().after(10ms, life().guard([this, target] {
         scrollToPointer(target, 0.0, [this, target] { selectAndPlay(*target); });
@@ -341,7 +342,10 @@ void ScrubberView::scrollToPointer(IndexPath indexPath, double withFixedAnimatio
                                    std::function<void()> completion) {
     trace(1, classPath, "scrollToPointer: ", indexPath.value_or(-1));
     if (!strip() || !indexPath || *indexPath <= 0) return;
-    if (!strip()->layoutAttributesForItemAtIndexPath(indexPath)) {
+    const QPointer<ScrubberView> self(this);  // a new layout may move a strip that is dragged, which the host is told
+    const bool isThere = strip()->layoutAttributesForItemAtIndexPath(indexPath).has_value();
+    if (!self) return;
+    if (!isThere) {
         logError(classPath, "scrollToPointer: there is no such item, so the strip stays");
         if (completion) onMain(std::move(completion));
         return;
@@ -358,7 +362,8 @@ bool ScrubberView::selected(std::int64_t index) {
 void ScrubberView::play(std::int64_t index) {
     ScrubberCell* const cell = cellAt(index);
     if (lastCell_ && lastCell_ != cell) stopLastCell();
-    if (cell) cell->startProgress(this);
+    // What was under way when the list went away does not bring playback back.
+    if (cell && getEventByIndex(index)) cell->startProgress(this);
     lastCell_ = cell;
 }
 

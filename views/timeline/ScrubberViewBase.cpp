@@ -140,8 +140,9 @@ void ScrubberViewBase::clean() {
     const QPointer<ScrubberViewBase> self(this);
     setState(ScrubberStateReady, 0);
     if (!self) return;
-    environment_.toolkit->imageCache->clearMemory();
-    environment_.toolkit->imageCache->clearDiskOnCompletion({});
+    auto& cache = *ToolkitContext::shared()->imageCache;  // the one that the cells fill
+    cache.clearMemory();
+    cache.clearDiskOnCompletion({});
     if (const auto current = entries_->provider()) current->close();
 }
 
@@ -261,7 +262,16 @@ void ScrubberViewBase::toLastEvent() {
 }
 
 void ScrubberViewBase::toEvent(const ScrubberEventInfo& event) {
-    toEvent(event.valid ? ScrubberEvent::build(event.identificator, event.timeAsValue) : nullptr);
+    toEvent(entryOf(event));
+}
+
+// The entry itself where the list has it: the moment of a copy may be older than the last seek in that entry.
+std::shared_ptr<ScrubberEvent> ScrubberViewBase::entryOf(const ScrubberEventInfo& event) const {
+    if (!event.valid) return nullptr;
+    ScrubberEventQuery query;
+    query.identificator = event.identificator;
+    const auto entry = event.identificator != 0 ? entries_->at(entries_->find(query)) : nullptr;
+    return entry ? entry : ScrubberEvent::build(event.identificator, event.timeAsValue);
 }
 
 void ScrubberViewBase::toEventAt(qint64 index) {
@@ -284,11 +294,9 @@ std::int32_t ScrubberViewBase::deleteEvent(const std::shared_ptr<ScrubberEvent>&
 }
 
 int ScrubberViewBase::deleteEvent(const ScrubberEventInfo& event) {
-    if (!event.valid) return StatusBadCall;
-    return deleteEvent(ScrubberEvent::build(event.identificator, event.timeAsValue),
-                       [this, event](std::int32_t, const std::string& message) {
-                           emit scrubberEventDeleted(event, QString::fromStdString(message));
-                       });
+    return deleteEvent(entryOf(event), [this, event](std::int32_t, const std::string& message) {
+        emit scrubberEventDeleted(event, QString::fromStdString(message));
+    });
 }
 
 // The service answers on any thread, and maybe when this view has died.
@@ -298,6 +306,7 @@ ScrubberDataProvider::DeleteCompletion ScrubberViewBase::afterDeletion(
     auto leaveStrip = life_.guard([=, this](const std::shared_ptr<ScrubberEvent>& next, const std::string& message) {
         if (entries_->provider() != asked) return;
         takeOut(event, life_.guard([=, this](bool) {
+            if (entries_->provider() != asked) return;
             toEvent(next, true, true, alignSeconds);
             if (onComplete) onComplete(StatusSuccess, message);
         }));

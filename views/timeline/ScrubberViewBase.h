@@ -211,6 +211,7 @@ class ScrubberViewBase : public QQuickItem, public ScrubberCellOwner {
     std::int32_t bind(TimeMs position, const std::function<std::int32_t(ScrubberDataProvider&)>& setSource);
     void bindTo(const QString& token);
     void layoutIfNeeded();
+    std::shared_ptr<ScrubberEvent> entryOf(const ScrubberEventInfo& event) const;
     ScrubberDataProvider::DeleteCompletion afterDeletion(const std::shared_ptr<ScrubberDataProvider>& asked,
                                                          const std::shared_ptr<ScrubberEvent>& event,
                                                          ScrubberDataProvider::DeleteCompletion onComplete);

@@ -26,7 +26,11 @@ TimeMs CellScale::positionAt(double offset) const {
 
 double CellScale::offsetOf(TimeMs position) const {
     if (end == start) return 0;
-    const auto at = [this](TimeMs time) { return static_cast<double>(time) - static_cast<double>(start); };
+    const auto at = [this](TimeMs time) {
+        TimeMs exact = 0;
+        if (!__builtin_sub_overflow(time, start, &exact)) return static_cast<double>(exact);
+        return static_cast<double>(time) - static_cast<double>(start);
+    };
     return roundToHalfPoint(width / at(end) * at(position));
 }
 
