@@ -229,28 +229,6 @@ TEST_F(DayTreeBuild, EndsWhenClosed) {
     }
 }
 
-TEST_F(DayTreeBuild, LeavesTheTreeToTheLatestRefresh) {
-    for (const std::string call : {"getActivity", "getTimelineSync"}) {
-        SCOPED_TRACE(call);
-        bind();
-        delegate->take();
-        service.scriptAll("getActivity", Script::answered({"2024-03-01"}));
-        service.scriptAll("getTimelineSync", Script::answered({{march1, march1 + 600'000}}));
-        auto standing = call == "getActivity" ? Script::answered({"2024-03-02"}) : Script();
-        standing.isHeld = true;
-        service.scriptNext(call, standing);
-        provider->refresh();
-        scheduler.runUntilIdle();
-        const auto releaser = releaseLater();
-        EXPECT_EQ(provider->refresh(), 0);
-        scheduler.runUntilIdle();
-        releaser->join();
-        scheduler.runUntilIdle();
-        EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
-        EXPECT_EQ(provider->OnScrubberGetEventsCount(), 5);
-    }
-}
-
 TEST_F(DayTreeBuild, IsEmptyWhileItCloses) {
     load(threeDays());
     service.scriptNext("getActivity", Script::answered({"2024-03-04"}));

@@ -111,7 +111,7 @@ class DayTreeNumbering : public DayTreeTest {
 };
 
 TEST_F(DayTreeNumbering, EqualsAPlainWalkOverRandomTrees) {
-    for (unsigned seed = 0; seed < 2000 && !HasFailure(); ++seed) {
+    for (unsigned seed = 0; seed < roundsOf(2000) && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
         load(drawTree(random, seed % 2 == 0));

@@ -8,7 +8,7 @@
 #include "server/CameraServer.h"
 #include "server/Storage.h"
 #include "server/sample/SamplePlan.h"
-#include "tests/Model/DayTreeUploadFixture.h"
+#include "tests/Model/DayTreeFixture.h"
 #include "tests/server/TempFolder.h"
 
 namespace korvane::test {
@@ -39,8 +39,8 @@ class DayTreeServiceTest : public ::testing::Test {
         all.oldestFirst = true;
         records = storage->records(camera, all)->rows;
 
-        strip->onReload = strip->onAsked = [this] { scheduler.post([] {}); };
-        provider->setDelegate(strip);
+        delegate->onCall = delegate->onAskedForVisible = [this] { scheduler.post([] {}); };
+        provider->setDelegate(delegate);
         ASSERT_EQ(provider->setSource(*server.issueToken(camera, std::chrono::hours(1))), 0);
         scheduler.runUntil([this] { return provider->OnScrubberGetEventsCount() > 0; });
         for (std::int64_t i = 0; const auto day = provider->getTimelineDayItemByIndex(i); ++i) days.push_back(day);
@@ -71,7 +71,7 @@ class DayTreeServiceTest : public ::testing::Test {
     CameraServer server{folder / "camera.db"};
     LoopScheduler scheduler;
     HttpService service{scheduler};
-    std::shared_ptr<StripDelegate> strip = std::make_shared<StripDelegate>();
+    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
     std::shared_ptr<ScrubberTimelineDataProvider> provider =
         std::make_shared<ScrubberTimelineDataProvider>(scheduler, service);
     std::vector<std::shared_ptr<ScrubberTimelineDayItem>> days;

@@ -1,7 +1,6 @@
 #include <limits>
-#include <tuple>
 
-#include "tests/Model/DayTreeUploadFixture.h"
+#include "tests/Model/DayTreeFixture.h"
 
 namespace korvane::test {
 namespace {
@@ -11,8 +10,6 @@ constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
 
 class DayTreeUploadTest : public DayTreeTest {
   protected:
-    DayTreeUploadTest() { provider->setDelegate(strip); }
-
     /// A day with these periods, ms from its begin, that nothing has been asked of: the events fetched first are those
     /// of the day after it.
     std::shared_ptr<ScrubberTimelineDayItem> loadDay(const Spans& periods) {
@@ -45,7 +42,6 @@ class DayTreeUploadTest : public DayTreeTest {
         });
     }
 
-    std::shared_ptr<StripDelegate> strip = std::make_shared<StripDelegate>();
     std::shared_ptr<ScrubberEvent> url;
     bool isOnMainThread = false;
     int urls = 0;
@@ -86,18 +82,26 @@ TEST_F(DayTreeUploadTest, PagesFollowUntilOneIsEmpty) {
 }
 
 TEST_F(DayTreeUploadTest, PagesThatNeverEndAreCutOff) {
-    struct Row {
+    const struct {
         Reply total;
-        std::size_t pageSize;
-        std::size_t requests;
+        // 0 is without end.
+        int pages;
+        std::size_t pageSize, requests;
+    } rows[] = {
+        {250, 0, 100, 4},
+        {200, 0, 100, 3},
+        {"250", 0, 100, 4},
+        {10, 0, 7, 16},
+        {{}, 0, 1000, 100},
+        // The end comes before the bound.
+        {std::numeric_limits<std::int64_t>::max(), 2, 100, 3},
     };
-    const Row rows[] = {{250, 100, 4}, {200, 100, 3},   {"250", 100, 4},
-                        {10, 7, 16},   {{}, 100, 1000}, {std::numeric_limits<std::int64_t>::max(), 30'000, 4}};
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.total);
         const Reply objects(std::vector<Reply>(row.pageSize, Reply::object()));
-        service.scriptAll("getEventsSync",
-                          Script::answered({{"meta", {{"total_count", row.total}}}, {"objects", objects}}));
+        const auto page = Script::answered({{"meta", {{"total_count", row.total}}}, {"objects", objects}});
+        service.scriptAll("getEventsSync", row.pages == 0 ? page : Script());
+        for (int i = 0; i < row.pages; ++i) service.scriptNext("getEventsSync", page);
         EXPECT_EQ(uploadOneTimeline()->isUpdated(), ScrubberTimelineStatusDone);
         EXPECT_EQ(service.count("getEventsSync"), row.requests);
     }
@@ -146,8 +150,9 @@ TEST_F(DayTreeUploadTest, ADayIsFilledFromItsEndAndRedrawnWhereItIsSeen) {
         for (const auto& timeline : day->timelines()) text += " " + std::to_string(timeline->isUpdated());
         return text;
     };
-    strip->visible = {std::numeric_limits<std::int64_t>::min(), 0, 99, 1, 1, 2};
-    strip->onAsked = [&] { strip->calls.push_back(states()); };
+    delegate->visible = {std::numeric_limits<std::int64_t>::min(), 0, 99, 1, 1, 2};
+    delegate->onAskedForVisible = [&] { delegate->note(states()); };
+    delegate->take();
     service.scriptNext("getEventsSync", {});
     service.scriptNext("getEventsSync", Script::held());
     provider->uploadEventsForTimelineDays();
@@ -155,12 +160,12 @@ TEST_F(DayTreeUploadTest, ADayIsFilledFromItsEndAndRedrawnWhereItIsSeen) {
     EXPECT_EQ(states(), "0: 0 0 0");
     scheduler.runUntilIdle();
     EXPECT_EQ(states(), "1: 0 1 2");
-    EXPECT_EQ(strip->calls, Calls{"2: 0 0 2"});
+    EXPECT_EQ(delegate->take(), Calls{"2: 0 0 2"});
     provider->uploadEventsForTimelineDay(day);
     service.releaseAll();
     scheduler.runUntilIdle();
-    EXPECT_EQ(strip->calls, (Calls{"2: 0 0 2", "2: 0 2 2", "redraw", "2: 2 2 2", "redraw", "2: 2 2 2", "2: 2 2 2",
-                                   "redraw", "2: 2 2 2", "redraw"}));
+    EXPECT_EQ(delegate->take(), (Calls{"2: 0 2 2", "redraw", "2: 2 2 2", "redraw", "2: 2 2 2", "2: 2 2 2", "redraw",
+                                       "2: 2 2 2", "redraw"}));
     EXPECT_EQ(service.count("getEventsSync"), 3u);
     EXPECT_EQ(service.requests("getEventsSync").front().start, march1 + 2 * minute);
 }

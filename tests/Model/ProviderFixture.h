@@ -16,7 +16,17 @@
 
 namespace korvane::test {
 
-/// Writes down what a provider tells: "reload STATUS STATE", "index INDEX STATUS SCROLL FROM TO", "expires LEFT".
+/// Rounds of a test that goes by seeds: a tenth of them where a sanitizer makes each change of threads slow.
+constexpr unsigned roundsOf(unsigned full) {
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    return (full + 9) / 10;
+#else
+    return full;
+#endif
+}
+
+/// Writes down what a provider tells: "reload STATUS STATE", "index INDEX STATUS SCROLL FROM TO", "expires LEFT",
+/// "redraw".
 class RecordingDelegate final : public ScrubberDataProviderDelegate {
   public:
     void OnScrubberDataProviderReloadRequired(std::int32_t status, std::int32_t andState) override {
@@ -31,6 +41,11 @@ class RecordingDelegate final : public ScrubberDataProviderDelegate {
         note("expires", {timeLeft});
         return 5;
     }
+    std::vector<std::int64_t> OnScrubberDataProviderGetVisibleIndexes() override {
+        if (onAskedForVisible) onAskedForVisible();
+        return visible;
+    }
+    void OnScrubberDataProviderReloadVisible() override { note("redraw"); }
 
     /// The calls since the last take().
     std::vector<std::string> take() {
@@ -38,11 +53,7 @@ class RecordingDelegate final : public ScrubberDataProviderDelegate {
         return std::exchange(calls_, {});
     }
 
-    /// Runs within each call.
-    std::function<void()> onCall;
-
-  private:
-    void note(std::string call, std::initializer_list<std::int64_t> numbers) {
+    void note(std::string call, std::initializer_list<std::int64_t> numbers = {}) {
         for (const auto number : numbers) call += " " + std::to_string(number);
         {
             const std::lock_guard guard(mutex_);
@@ -51,6 +62,12 @@ class RecordingDelegate final : public ScrubberDataProviderDelegate {
         if (onCall) onCall();
     }
 
+    /// Runs within each call that is written down.
+    std::function<void()> onCall;
+    std::function<void()> onAskedForVisible;
+    std::vector<std::int64_t> visible;
+
+  private:
     std::mutex mutex_;
     std::vector<std::string> calls_;
 };

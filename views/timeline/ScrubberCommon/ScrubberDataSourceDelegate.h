@@ -33,9 +33,12 @@ class ScrubberDataSourceDelegate {
         return -1;
     }
 
-    /// Index of the first entry that is of the moment `position` or covers it, its end excluded; -1 without one.
+    /// Index of the first entry that is of the moment `position`, ms, or covers it, its end excluded; for -1, of the
+    /// live entry. -1 without one, and in a list without real entries.
     virtual std::int64_t OnScrubberFindEventByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
+        if (count < 3) return -1;
+        if (position == -1) return count - 1;
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
             if (!event) continue;
@@ -47,10 +50,12 @@ class ScrubberDataSourceDelegate {
         return -1;
     }
 
-    /// The first entry that is of the moment `position`, or covers it, its end included and the head left out, or, for
-    /// a moment before the first real entry, that one.
+    /// As OnScrubberFindEventByPosition(), the end of what an entry covers included; and a moment before the first real
+    /// entry gives that one.
     virtual ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
+        if (count < 3) return {};
+        if (position == -1) return {count - 1, true};
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
             if (!event) continue;

@@ -273,14 +273,18 @@ std::int64_t ScrubberTimelineDataProvider::OnScrubberFindEvent(const ScrubberEve
 
 std::int64_t ScrubberTimelineDataProvider::OnScrubberFindEventByPosition(TimeMs position) {
     const auto shown = shownTree();
-    if (position == noMoment) return entryCount(*shown) > 0 ? 0 : -1;
+    const std::int64_t count = entryCount(*shown);
+    if (count == 0) return -1;
+    if (position == noMoment) return count - 1;
     const std::int64_t number = shown->findSegment(position);
     return number < 0 ? -1 : number + 1;
 }
 
 ScrubberEventPlace ScrubberTimelineDataProvider::OnScrubberFindClosestEventByPosition(TimeMs position) {
     const auto shown = shownTree();
-    if (position == noMoment) return entryCount(*shown) > 0 ? ScrubberEventPlace{0, true} : ScrubberEventPlace{};
+    const std::int64_t count = entryCount(*shown);
+    if (count == 0) return {};
+    if (position == noMoment) return {count - 1, true};
     auto place = shown->findClosestSegment(position);
     if (place.index >= 0) ++place.index;
     return place;

@@ -16,7 +16,7 @@ constexpr std::size_t maxRecordRequests = 6;
 
 // Events of a timeline that are read when the service does not say how many there are.
 constexpr std::int64_t maxUncountedEvents = 100'000;
-// More than ten a second, all day: above this a total is no total.
+// More than ten a second, all day: a total above this counts as this.
 constexpr std::int64_t largestTotal = 1'000'000;
 
 // The elements of a page; null when it has none.
@@ -27,8 +27,8 @@ const Reply* elementsOf(const Reply& reply) {
 
 // At so many events a timeline is taken for finished, whatever the service has still to give.
 std::int64_t mostEvents(std::int64_t total, std::int64_t limit) {
-    if (total <= 0 || total > largestTotal) return maxUncountedEvents;
-    return total + std::clamp<std::int64_t>(limit, 1, maxUncountedEvents);
+    if (total <= 0) return maxUncountedEvents;
+    return std::min(total, largestTotal) + std::clamp<std::int64_t>(limit, 1, maxUncountedEvents);
 }
 
 // Nothing for what is missing or no text.
