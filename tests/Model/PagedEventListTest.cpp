@@ -154,13 +154,13 @@ TEST(PagedEventList, FindsTheFirstEntryWithoutMakingAny) {
     const auto hasMoment = [](TimeMs time) {
         return [time](const ScrubberEvent& event) { return event.timeAsValue() == time; };
     };
-    EXPECT_EQ(list.findMade(hasMoment(99), goOn), 2990u);
-    EXPECT_EQ(list.findMade(hasMoment(99), [] { return true; }), std::nullopt);
+    EXPECT_EQ(list.findMade(0, hasMoment(99), goOn), 2990u);
+    EXPECT_EQ(list.findMade(0, hasMoment(99), [] { return true; }), std::nullopt);
     EXPECT_EQ(list.made(2000), nullptr);
     EXPECT_TRUE(list.isPending(2000));
     EXPECT_FALSE(list.isPending(2990));
     EXPECT_FALSE(list.isPending(5000));
-    EXPECT_EQ(list.findMade(hasMoment(98), goOn), std::nullopt);
+    EXPECT_EQ(list.findMade(0, hasMoment(98), goOn), std::nullopt);
 }
 
 // For the race detector, too: who has changed an entry finds it, whatever others do meanwhile.

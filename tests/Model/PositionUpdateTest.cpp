@@ -150,6 +150,26 @@ TEST_P(PositionUpdate, ClosingEndsWhatIsUnderWay) {
     }
 }
 
+TEST_P(PositionUpdate, FindsAMomentAsAPlainWalkDoes) {
+    ScrubberDataSourceDelegate& list = *provider;
+    EXPECT_EQ(list.OnScrubberFindEventByPosition(momentOf(0)), -1) << "unbound";
+    for (const bool isGrouped : {false, true}) {
+        bindAnew(isGrouped);
+        update(momentOf(40));
+        for (std::int64_t event = -2; event < 253; ++event) {
+            for (const TimeMs beside : {-1, 0, 1, 999, 5'000, 20'000}) {
+                const TimeMs at = event == 252 ? -beside : momentOf(event) + beside;
+                const auto closest = list.OnScrubberFindClosestEventByPosition(at);
+                const auto plain = list.ScrubberDataSourceDelegate::OnScrubberFindClosestEventByPosition(at);
+                ASSERT_EQ(std::pair(closest.index, closest.isPositionExist),
+                          std::pair(plain.index, plain.isPositionExist));
+                ASSERT_EQ(list.OnScrubberFindEventByPosition(at),
+                          list.ScrubberDataSourceDelegate::OnScrubberFindEventByPosition(at));
+            }
+        }
+    }
+}
+
 TEST_P(PositionUpdate, DeletesAtTheServiceAndLeavesTheList) {
     Calls answers;
     const auto remove = [&](const std::shared_ptr<ScrubberEvent>& event) {

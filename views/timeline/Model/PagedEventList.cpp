@@ -163,11 +163,12 @@ std::optional<std::uint64_t> PagedEventList::eraseFirst(const ScrubberEventQuery
     return index;
 }
 
-std::optional<std::uint64_t> PagedEventList::findMade(const std::function<bool(const ScrubberEvent&)>& matches,
+std::optional<std::uint64_t> PagedEventList::findMade(std::uint64_t from,
+                                                      const std::function<bool(const ScrubberEvent&)>& matches,
                                                       const IsStopped& isStopped) const {
     std::unique_lock lock(mutex_);
     const auto place = search(
-        lock, 0, [](const Chunk& chunk) { return !chunk.entries.empty(); },
+        lock, from, [](const Chunk& chunk) { return !chunk.entries.empty(); },
         [&](const ScrubberEvent* entry) { return entry && matches(*entry); }, isStopped);
     if (!place) return std::nullopt;
     return indexOf(*place);

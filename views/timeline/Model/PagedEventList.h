@@ -74,9 +74,9 @@ class PagedEventList {
     /// Takes out what find() finds; its former index, or nothing.
     std::optional<std::uint64_t> eraseFirst(const ScrubberEventQuery& query, const IsStopped& isStopped);
 
-    /// Index of the first entry for which `matches` gives true, or nothing. Slots that nobody has asked for are passed
-    /// over. `matches` runs with the list locked and must not call it.
-    std::optional<std::uint64_t> findMade(const std::function<bool(const ScrubberEvent&)>& matches,
+    /// Index of the first entry from `from` on for which `matches` gives true, or nothing. Slots that nobody has asked
+    /// for are passed over. `matches` runs with the list locked and must not call it.
+    std::optional<std::uint64_t> findMade(std::uint64_t from, const std::function<bool(const ScrubberEvent&)>& matches,
                                           const IsStopped& isStopped) const;
 
     /// The whole list; makes an entry of every slot.

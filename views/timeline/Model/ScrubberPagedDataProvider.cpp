@@ -91,6 +91,38 @@ std::int64_t ScrubberPagedDataProvider::OnScrubberFindEvent(const ScrubberEventQ
     return found && !isClosing() ? static_cast<std::int64_t>(*found) : -1;
 }
 
+// A pending slot is of no moment and covers none.
+std::int64_t ScrubberPagedDataProvider::OnScrubberFindEventByPosition(TimeMs position) {
+    const std::int64_t count = OnScrubberGetEventsCount();
+    if (count < 3) return -1;
+    if (position == -1) return count - 1;
+    return findMade(0, [position](const ScrubberEvent& event) {
+        return event.timeAsValue() == position || event.covers(position, false);
+    });
+}
+
+ScrubberEventPlace ScrubberPagedDataProvider::OnScrubberFindClosestEventByPosition(TimeMs position) {
+    const std::int64_t count = OnScrubberGetEventsCount();
+    if (count < 3) return {};
+    if (position == -1) return {count - 1, true};
+    const auto head = events_.made(0);
+    if (head && head->timeAsValue() == position) return {0, true};
+    const auto isThere = [position](const ScrubberEvent& event) {
+        return event.timeAsValue() == position || event.covers(position, true);
+    };
+    const auto first = events_.made(1);
+    const bool isBefore = first && first->hasSpan() && first->start() > position;
+    if (isBefore && !isThere(*first)) return {1, false};
+    const std::int64_t index = findMade(1, isThere);
+    return {index, index >= 0};
+}
+
+std::int64_t ScrubberPagedDataProvider::findMade(std::uint64_t from,
+                                                 const std::function<bool(const ScrubberEvent&)>& matches) const {
+    const auto found = events_.findMade(from, matches, [this] { return isClosing(); });
+    return found && !isClosing() ? static_cast<std::int64_t>(*found) : -1;
+}
+
 std::vector<std::shared_ptr<ScrubberEvent>> ScrubberPagedDataProvider::getEvents() {
     std::vector<std::shared_ptr<ScrubberEvent>> entries;
     guarded([&] {
@@ -292,11 +324,10 @@ std::int32_t ScrubberPagedDataProvider::checkPartNeedRequested(std::uint64_t ind
 }
 
 bool ScrubberPagedDataProvider::tellLoadedMoment(TimeMs time) const {
-    const auto found = events_.findMade([time](const ScrubberEvent& event) { return holdsMoment(event, time); },
-                                        [this] { return isClosing(); });
-    if (!found) return false;
+    const std::int64_t found = findMade(0, [time](const ScrubberEvent& event) { return holdsMoment(event, time); });
+    if (found < 0) return false;
     const std::int64_t count = events_.size();
-    if (!isClosing()) tellIndex(*found, static_cast<std::int64_t>(*found), count, count);
+    if (!isClosing()) tellIndex(static_cast<std::uint64_t>(found), found, count, count);
     return true;
 }
 

@@ -29,8 +29,10 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
     /// Finds it by its id. Members of a group are not found, a group is by the id of its oldest member.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
-    /// Makes no entries; -1 while closing.
+    /// This and the next two make no entries; -1 while closing.
     std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) override;
+    std::int64_t OnScrubberFindEventByPosition(TimeMs position) override;
+    ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) override;
 
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() override;
     std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event, DeleteCompletion onComplete) override;
@@ -115,6 +117,7 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     void goToEntryAfter(std::uint64_t count, TimeMs time, bool isClosest);
     void tellIndex(std::uint64_t index, std::int64_t withScrollToIndex, std::int64_t from, std::int64_t to) const;
     bool tellLoadedMoment(TimeMs time) const;
+    std::int64_t findMade(std::uint64_t from, const std::function<bool(const ScrubberEvent&)>& matches) const;
     void tellOrFetch(std::uint64_t index, std::int64_t withScrollToIndex);
     std::uint64_t endOfPendingRun(std::uint64_t index, std::int64_t limit) const;
     bool takesPage(const Reply& objects, std::uint64_t startWithIndex) const;

@@ -41,11 +41,7 @@ class ScrubberDataSourceDelegate {
         if (position == -1) return count - 1;
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
-            if (!event) continue;
-            const auto fields = event->fields();
-            const bool isSpan = fields.start >= 0 && fields.end > 0;
-            if (fields.timeAsValue == position || (isSpan && fields.start <= position && position < fields.end))
-                return i;
+            if (event && (event->timeAsValue() == position || event->covers(position, false))) return i;
         }
         return -1;
     }
@@ -59,11 +55,8 @@ class ScrubberDataSourceDelegate {
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
             if (!event) continue;
-            const auto fields = event->fields();
-            if (fields.timeAsValue == position) return {i, true};
-            if (i == 0 || fields.start < 0 || fields.end <= 0) continue;
-            const bool covers = fields.start <= position && position <= fields.end;
-            if (covers || (i == 1 && fields.start >= position)) return {i, covers};
+            if (event->timeAsValue() == position || (i > 0 && event->covers(position, true))) return {i, true};
+            if (i == 1 && event->hasSpan() && event->start() > position) return {i, false};
         }
         return {};
     }

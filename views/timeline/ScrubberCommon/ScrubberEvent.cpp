@@ -123,6 +123,17 @@ void ScrubberEvent::setVideoUrl(std::optional<std::string> videoUrl) {
     std::swap(fields_.videoUrl, videoUrl);
 }
 
+bool ScrubberEvent::hasSpan() const {
+    const std::lock_guard guard(mutex_);
+    return fields_.start >= 0 && fields_.end > 0;
+}
+
+bool ScrubberEvent::covers(TimeMs time, bool endIncluded) const {
+    const std::lock_guard guard(mutex_);
+    if (fields_.start < 0 || fields_.end <= 0 || time < fields_.start) return false;
+    return endIncluded ? time <= fields_.end : time < fields_.end;
+}
+
 TimeMs ScrubberEvent::start() const {
     const std::lock_guard guard(mutex_);
     return fields_.start;

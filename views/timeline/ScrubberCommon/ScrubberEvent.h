@@ -84,6 +84,10 @@ class ScrubberEvent {
     void setStart(TimeMs start);
     TimeMs end() const;
     void setEnd(TimeMs end);
+    /// Whether the entry covers a span of time at all; head, live and pending entries do not.
+    bool hasSpan() const;
+    /// Whether `time`, ms, lies in that span.
+    bool covers(TimeMs time, bool endIncluded) const;
     ImageViewSlot imageView() const;
     void setImageView(ImageViewSlot imageView);
     TimeMs timeAsValue() const;
