@@ -247,7 +247,8 @@ QString Browser::date() const {
 
 QString Browser::count() const {
     if (!isListSeen_ || listState_ == ScrubberStateLoading) return {};
-    return countText(strip_.count(), strip_.hasRecordings() ? tr("recording") : tr("event"));
+    const QString noun = strip_.isGrouping() ? tr("group") : strip_.hasRecordings() ? tr("recording") : tr("event");
+    return countText(strip_.count(), noun);
 }
 
 QString Browser::message() const {

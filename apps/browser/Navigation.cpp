@@ -52,8 +52,12 @@ bool Navigation::canGoToLast() const {
     return strip_.isReady() && selected_ != strip_.entry(lastIndex());
 }
 
-bool Navigation::canGoByHours() const {
-    return strip_.isReady() && player_.getPosition() >= 0;
+bool Navigation::canGoBackByHours() const {
+    return canGoBack() && player_.getPosition() >= 0;
+}
+
+bool Navigation::canGoOnByHours() const {
+    return canGoOn() && player_.getPosition() >= 0;
 }
 
 bool Navigation::canDelete() const {
@@ -83,7 +87,7 @@ void Navigation::toLast() {
 }
 
 void Navigation::goByHours(int hours) {
-    if (!canGoByHours()) return;
+    if (!(hours < 0 ? canGoBackByHours() : canGoOnByHours())) return;
     const TimeMs target = player_.getPosition() + hours * hour;
     const auto index = strip_.indexUnderMark();
     const auto before = index && hours < 0 ? strip_.entry(*index - 1) : nullptr;

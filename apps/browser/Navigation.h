@@ -22,7 +22,8 @@ class Navigation : public QObject {
     Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY changed)
     Q_PROPERTY(bool canGoOn READ canGoOn NOTIFY changed)
     Q_PROPERTY(bool canGoToLast READ canGoToLast NOTIFY changed)
-    Q_PROPERTY(bool canGoByHours READ canGoByHours NOTIFY changed)
+    Q_PROPERTY(bool canGoBackByHours READ canGoBackByHours NOTIFY changed)
+    Q_PROPERTY(bool canGoOnByHours READ canGoOnByHours NOTIFY changed)
     Q_PROPERTY(bool canDelete READ canDelete NOTIFY changed)
     Q_PROPERTY(QString doomed READ doomed NOTIFY changed)
 
@@ -35,7 +36,8 @@ class Navigation : public QObject {
     /// There is something after the selected entry, the live end included.
     bool canGoOn() const;
     bool canGoToLast() const;
-    bool canGoByHours() const;
+    bool canGoBackByHours() const;
+    bool canGoOnByHours() const;
     /// Single events can be deleted; recordings and groups of events cannot.
     bool canDelete() const;
 

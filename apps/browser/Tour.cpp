@@ -258,6 +258,7 @@ bool Tour::choose(const char* label, const char* what) {
     if (!button) return fail(std::string("there is no choice ") + label);
     const int before = selections_;
     hand_->tap(button->mapToScene({button->width() / 2, button->height() / 2}));
+    hand_->leave();
     // Without a name there is nothing to wait for.
     return *what == 0 || wait(what, [&] { return selections_ > before && isMarked(); });
 }

@@ -54,6 +54,10 @@ void TourHand::tap(QPointF at) {
     send(QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton);
 }
 
+void TourHand::leave() {
+    send(QEvent::MouseMove, {1, 1}, Qt::NoButton, Qt::NoButton);
+}
+
 void TourHand::key(Qt::Key key) {
     for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
         QKeyEvent event(type, key, Qt::NoModifier);

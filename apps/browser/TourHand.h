@@ -18,6 +18,8 @@ class TourHand {
     /// Moves without letting go.
     void press(QPointF at);
     void drag(QPointF to, int steps);
+    /// Rests on nothing.
+    void leave();
     /// Lifts after a rest, so that nothing goes on moving.
     void release();
     /// Turns the wheel sideways; positive goes back in time.

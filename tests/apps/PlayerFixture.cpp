@@ -6,17 +6,21 @@
 
 namespace korvane::test {
 
-void PlayerFixture::SetUp() {
-    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    first = parseUtc("2026-11-18T07:00:00Z").value();
-    second = first + length;
-    last = first + 600'000;
+void PlayerFixture::writeFootage() {
     for (const char* file : {firstFile, "20261118_070003.mp4", lastFile}) {
         TestClip clip;
         clip.seconds = static_cast<int>(length / 1000);
         clip.movements = {{1, 2}};
         clip.write(folder / file);
     }
+}
+
+void PlayerFixture::SetUp() {
+    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
+    first = parseUtc("2026-11-18T07:00:00Z").value();
+    second = first + length;
+    last = first + 600'000;
+    writeFootage();
     std::string fault;
     footage = std::make_unique<FootageService>(
         scheduler, FootageService::Handlers{[](const auto&) {}, [this](const auto& started) { token = started.token; },

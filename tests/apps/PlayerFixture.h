@@ -28,6 +28,9 @@ class PlayerFixture : public testing::Test {
     void SetUp() override;
     void TearDown() override;
 
+    /// The films that are served.
+    virtual void writeFootage();
+
     /// Waits for a condition, with a bound that only a failure reaches.
     bool until(const std::function<bool()>& done);
 

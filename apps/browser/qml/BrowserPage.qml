@@ -71,7 +71,7 @@ Item {
         visible: subject.length > 0
         title: "Delete this event?"
         subject: page.navigation.doomed
-        text: "The camera forgets it for good. The recording stays."
+        text: "It cannot be brought back. The recording stays."
         answer: "Delete"
         onVisibleChanged: visible ? forceActiveFocus() : page.forceActiveFocus()
         onAccepted: page.navigation.deleteDoomed()

@@ -49,7 +49,7 @@ Rectangle {
         visible: stage.browser.isLive && !stage.browser.isFlyingOver && stage.hasPicture && !faultCaption.visible
                  && stage.browser.player.state !== RecordingPlayer.Playing
         title: "Live"
-        text: "There is no live picture. This is the newest recording."
+        text: "No live picture. This is the newest recording."
     }
     Caption {
         anchors.centerIn: parent

@@ -11,7 +11,7 @@ QtObject {
     readonly property color separator: "#1e2228"
     readonly property color text: "#eceef1"
     readonly property color secondary: "#9aa1ab"
-    readonly property color faint: "#6c737d"
+    readonly property color faint: "#7e8690"
     readonly property color accent: "#e5484d"
     readonly property color fault: "#f5b94a"
 

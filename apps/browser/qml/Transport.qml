@@ -30,7 +30,7 @@ Item {
         hasIcon: false
         text: hours < 0 ? "\u22121 h" : "+1 h"
         tip: hours < 0 ? "An hour back (Page Up)" : "An hour on (Page Down)"
-        enabled: transport.navigation.canGoByHours
+        enabled: hours < 0 ? transport.navigation.canGoBackByHours : transport.navigation.canGoOnByHours
         onClicked: transport.navigation.goByHours(hours)
     }
 

@@ -1,0 +1,289 @@
+// The strip in the whole application, led by keys and pointer, against the real service.
+#include <gtest/gtest.h>
+
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <atomic>
+#include <cmath>
+
+#include "apps/browser/Application.h"
+#include "apps/browser/TourHand.h"
+#include "tests/apps/PlayerFixture.h"
+#include "tests/server/TestClip.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+
+namespace korvane::test {
+namespace {
+
+using State = RecordingPlayer::State;
+
+constexpr int live = 0;
+constexpr double halfAPoint = 0.5;
+
+// A tip ends with its key: "Next (Right)".
+QQuickItem* visibleItem(QQuickItem* root, const char* property, const QString& wanted) {
+    if (!root->isVisible()) return nullptr;
+    const QString text = root->property(property).toString();
+    if (text == wanted || text.startsWith(wanted + QLatin1String(" ("))) return root;
+    for (QQuickItem* child : root->childItems())
+        if (QQuickItem* found = visibleItem(child, property, wanted)) return found;
+    return nullptr;
+}
+
+/// Nine events of about two seconds, in three films: two that touch, and one two hours later.
+class StripTest : public PlayerFixture {
+  protected:
+    void writeFootage() override {
+        TestClip clip;
+        clip.seconds = 20;
+        clip.movements = {{2, 4}, {9, 11}, {15, 17}};
+        for (const char* file : {"20261118_070000.mp4", "20261118_070020.mp4", "20261118_090000.mp4"})
+            clip.write(folder / file);
+    }
+
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
+        application.emplace(folder.path());
+        ASSERT_NE(application->window(), nullptr);
+        application->openToken(token);
+        ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));
+        ASSERT_EQ(browser().count(), "9 events");
+    }
+
+    void TearDown() override {
+        const QStringList faults = application ? application->faults() : QStringList();
+        EXPECT_TRUE(faults.isEmpty()) << qPrintable(faults.join('\n'));
+        application.reset();
+        PlayerFixture::TearDown();
+    }
+
+    QQuickWindow& window() { return *application->window(); }
+    Browser& browser() { return application->browser(); }
+    RecordingPlayer& player() { return *browser().player(); }
+    Navigation& navigation() { return *browser().navigation(); }
+    StripHost& strip() { return browser().strip(); }
+
+    void press(Qt::Key key) { QTest::keyClick(&window(), key); }
+
+    void click(const char* property, const QString& wanted) {
+        QQuickItem* button = visibleItem(window().contentItem(), property, wanted);
+        ASSERT_NE(button, nullptr) << qPrintable(wanted);
+        const QPointF middle = button->mapToScene({button->width() / 2, button->height() / 2});
+        QTest::mouseClick(&window(), Qt::LeftButton, {}, middle.toPoint());
+    }
+
+    bool comesTo(int index) {
+        return until([this, index] { return index == live ? isAtLiveEnd() : plays(index); });
+    }
+
+    bool isAtLiveEnd() {
+        return browser().isLive() && !navigation().selected() && strip().indexUnderMark() == strip().count() + 1;
+    }
+
+    bool plays(std::int64_t index) {
+        const auto& event = navigation().selected();
+        return event && strip().isReady() && strip().indexUnderMark() == index && strip().entry(index) == event &&
+               player().state() == State::Playing && player().getPosition() >= event->start() &&
+               player().getPosition() <= event->end();
+    }
+
+    /// Points from the beginning of the selected entry's cell to where the player is.
+    double offsetOfPlayer() {
+        const auto& event = navigation().selected();
+        const auto duration = static_cast<double>(event->end() - event->start());
+        return strip().view()->getConfig().cellWidth() * static_cast<double>(player().getPosition() - event->start()) /
+               duration;
+    }
+
+    /// The same of the mark, as a person sees it while the strip moves.
+    double offsetOfMark() {
+        const auto index = strip().indexUnderMark();
+        const auto* const cells = strip().view()->findChild<ScrubberCollectionView*>();
+        if (!index || !cells) return -1;
+        const double ahead = cells->contentOffset().x - cells->seenContentOffset().x;
+        return strip().view()->getOffsetBetweenPointerAndItemBegin(*index) - ahead;
+    }
+
+    /// Holds the player, so that the strip's next advance goes to where it is.
+    void expectMarkAtPlayer(const char* way) {
+        press(Qt::Key_Space);
+        ASSERT_TRUE(until([this] { return player().state() == State::Paused; })) << way;
+        EXPECT_TRUE(until([this] { return std::abs(offsetOfMark() - offsetOfPlayer()) <= halfAPoint; }))
+            << way << ": mark " << offsetOfMark() << ", player " << offsetOfPlayer();
+    }
+
+    /// Drags the strip by so many points; to the left is on in time.
+    void drag(double points) {
+        TourHand hand(application->scheduler(), window());
+        const ScrubberView& view = *strip().view();
+        const QPointF mark = view.mapToScene({view.width() / 2, view.height() / 2});
+        hand.press(mark);
+        hand.drag(mark + QPointF(points, 0), 8);
+        hand.release();
+    }
+
+    std::optional<Application> application;
+};
+
+TEST_F(StripTest, KeysAndButtonsGoFromEventToEvent) {
+    struct Step {
+        Qt::Key key;      // or
+        const char* tip;  // of a button
+        int expected;
+    };
+    constexpr auto none = Qt::Key_unknown;
+    for (const Step& step : std::vector<Step>{
+             {none, "Previous", 9},
+             {Qt::Key_Home, "", 1},
+             {Qt::Key_Right, "", 2},
+             {none, "Next", 3},
+             {none, "Last", 9},
+             {Qt::Key_Left, "", 8},
+             {Qt::Key_PageUp, "", 7},  // the first within the last hour
+             {Qt::Key_PageUp, "", 6},  // nothing within it: the one before
+             {none, "An hour back", 1},
+             {none, "An hour on", 7},
+             {Qt::Key_PageDown, "", live},
+             {none, "First", 1},
+             {Qt::Key_End, "", 9},
+             {Qt::Key_Right, "", live},
+         }) {
+        if (step.key == none)
+            ASSERT_NO_FATAL_FAILURE(click("tip", QLatin1String(step.tip)));
+        else
+            press(step.key);
+        ASSERT_TRUE(comesTo(step.expected))
+            << step.key << step.tip << " to " << step.expected << ", is at " << strip().indexUnderMark().value_or(-1);
+        EXPECT_EQ(navigation().canGoBack(), step.expected != 1);
+        EXPECT_EQ(navigation().canGoOn(), step.expected != live);
+        EXPECT_EQ(navigation().canDelete(), step.expected != live);
+    }
+}
+
+TEST_F(StripTest, DeletesOnlyWhatWasConfirmedAndSaysWhatWasRefused) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    const auto next = strip().entry(2);
+    press(Qt::Key_Delete);
+    EXPECT_FALSE(navigation().doomed().isEmpty());
+    press(Qt::Key_Right);
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(navigation().doomed().isEmpty());
+    EXPECT_TRUE(plays(1)) << "what the question stands over stays";
+
+    press(Qt::Key_Delete);
+    press(Qt::Key_Return);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_TRUE(until([&] { return navigation().selected() == next && browser().count() == "8 events"; }));
+
+    // Gone at the service already.
+    std::atomic<bool> isGone = false;
+    camera->deleteEvent(next->identificator().value(), [&](const auto&, std::int32_t) { isGone = true; });
+    ASSERT_TRUE(until([&] { return isGone.load(); }));
+    ASSERT_NO_FATAL_FAILURE(click("tip", "Delete this event"));
+    ASSERT_NO_FATAL_FAILURE(click("text", "Delete"));
+    ASSERT_TRUE(until([this] { return browser().mood() == Browser::Mood::Warning; }));
+    EXPECT_TRUE(browser().message().startsWith("Not deleted")) << qPrintable(browser().message());
+    EXPECT_TRUE(browser().message().contains("404")) << qPrintable(browser().message());
+    EXPECT_EQ(browser().count(), "8 events");
+    press(Qt::Key_Right);
+    EXPECT_TRUE(comesTo(2)) << "all goes on as before";
+}
+
+TEST_F(StripTest, SwitchesChangeTheListAndKeepTheMoment) {
+    press(Qt::Key_End);
+    ASSERT_TRUE(comesTo(9));
+    struct Step {
+        const char* label;
+        const char* count;
+        int index;
+    };
+    for (const Step& step : std::vector<Step>{
+             {"Recordings", "3 recordings", 3},
+             {"Group", "2 groups", 2},
+             {"Recordings", "2 groups", 2},
+             {"Group", "9 events", 9},
+         }) {
+        const TimeMs before = player().getPosition();
+        ASSERT_NO_FATAL_FAILURE(click("label", QLatin1String(step.label)));
+        ASSERT_TRUE(until([&] { return browser().count() == QLatin1String(step.count); }))
+            << step.label << ": " << qPrintable(browser().count());
+        ASSERT_TRUE(comesTo(step.index)) << step.label << ", is at " << strip().indexUnderMark().value_or(-1);
+        EXPECT_GE(player().getPosition(), before) << step.label;
+        EXPECT_FALSE(navigation().selected()->imageUrl().value_or("").empty()) << step.label;
+        EXPECT_EQ(navigation().canDelete(), step.index == 9);
+    }
+}
+
+TEST_F(StripTest, TheMarkStandsWhereThePlayerIs) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("a jump"));
+
+    const TimeMs before = player().getPosition();
+    drag(-40);
+    ASSERT_TRUE(until([&] { return player().state() == State::Paused && player().getPosition() > before + 5'000; }));
+    EXPECT_EQ(navigation().selected(), strip().entry(1)) << "a drag within the entry seeks in it";
+    press(Qt::Key_Space);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("a drag"));
+
+    drag(-160);
+    ASSERT_TRUE(comesTo(2)) << "a drag to another entry plays it";
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("a snap"));
+
+    // The entry outlasts the film that holds it, and the next film begins when the entry is over.
+    press(Qt::Key_Left);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(click("label", "Play on"));
+    player().setPosition(first + 39'500);
+    ASSERT_TRUE(comesTo(2));
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("playing on"));
+}
+
+TEST_F(StripTest, StopsAtTheEndOfAnEntryAndPlaysItOnceMore) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    player().setPosition(first + 39'500);
+    ASSERT_TRUE(until([this] { return browser().message() == "End of the event"; }));
+    EXPECT_EQ(player().state(), State::Paused);
+    EXPECT_EQ(strip().indexUnderMark(), 1);
+    press(Qt::Key_Space);
+    EXPECT_TRUE(until([this] { return plays(1) && player().getPosition() < first + 10'000; }));
+}
+
+TEST_F(StripTest, ANewSizeKeepsTheEntryUnderTheMark) {
+    press(Qt::Key_End);
+    ASSERT_TRUE(comesTo(9));
+    press(Qt::Key_Left);
+    ASSERT_TRUE(comesTo(8));
+    for (const auto& [width, height] : std::vector<std::pair<int, int>>{{390, 844}, {844, 390}, {1680, 720}}) {
+        window().resize(width, height);
+        ASSERT_TRUE(until([&, width = width] { return window().contentItem()->width() == width && plays(8); }))
+            << width << " x " << height << ", is at " << strip().indexUnderMark().value_or(-1);
+        ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("a new size"));
+        press(Qt::Key_Space);
+    }
+    press(Qt::Key_End);
+    ASSERT_TRUE(comesTo(9));
+    press(Qt::Key_Right);
+    ASSERT_TRUE(comesTo(live));
+    window().resize(390, 844);
+    EXPECT_TRUE(until([this] { return window().contentItem()->width() == 390 && isAtLiveEnd(); }));
+}
+
+TEST_F(StripTest, SaysThatTheServiceIsGone) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    footage.reset();
+    ASSERT_NO_FATAL_FAILURE(click("label", "Recordings"));
+    ASSERT_TRUE(until([this] { return browser().mood() == Browser::Mood::Fault; }));
+    EXPECT_TRUE(browser().message().startsWith("The service cannot be reached")) << qPrintable(browser().message());
+    for (const auto key : {Qt::Key_Home, Qt::Key_Left, Qt::Key_Right, Qt::Key_End, Qt::Key_Delete, Qt::Key_PageUp})
+        press(key);
+    EXPECT_TRUE(navigation().doomed().isEmpty());
+}
+
+}  // namespace
+}  // namespace korvane::test
