@@ -43,14 +43,6 @@ class DayTreeBuild : public DayTreeTest {
         return found;
     }
 
-    // While this thread waits for a lock, say.
-    std::unique_ptr<Thread> releaseLater() {
-        return scheduler.spawn("releaser", [this] {
-            Semaphore(scheduler).waitFor(std::chrono::milliseconds(10));
-            service.releaseAll();
-        });
-    }
-
     static double secondsOf(int day) { return static_cast<double>(march1 + day * dayMs) / 1000; }
 
     std::vector<std::string> log;
@@ -194,46 +186,12 @@ TEST_F(DayTreeBuild, AppendsUnlessCleared) {
     EXPECT_TRUE(held->day->timelines().empty());
 }
 
-// Each call of a load stands still while the provider is closed, and is answered then.
-TEST_F(DayTreeBuild, EndsWhenClosed) {
-    const struct {
-        std::string call;
-        bool isUnstoppable;
-        Calls calls;
-    } cases[] = {
-        {"getCamera", false, {"reload -8 0"}}, {"getActivity", false, {"reload -8 0"}}, {"getActivity", true, {}},
-        {"getTimelineSync", false, {}},        {"getTimelineSync", true, {}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.call);
-        service.clearRequests();
-        service.scriptAll("getActivity", Script::answered({"2024-03-01", "2024-03-02"}));
-        service.scriptAll("getTimelineSync", Script::answered({{march1, march1 + 600'000}}));
-        auto standing = c.call == "getActivity" ? Script::answered({"2024-03-01"}) : Script();
-        standing.isHeld = true;
-        standing.isUnstoppable = c.isUnstoppable;
-        service.scriptNext(c.call, standing);
-        bind();
-        ASSERT_EQ(service.held().size(), 1u);
-        const auto releaser = releaseLater();
-        provider->close();
-        releaser->join();
-        scheduler.runUntilIdle();
-        EXPECT_EQ(delegate->take(), c.calls);
-        EXPECT_EQ(service.count("getTimelineSync"), c.call == "getTimelineSync" ? 1u : 0u);
-        EXPECT_EQ(provider->getTimelineDayItemByIndex(0), nullptr);
-        bind();
-        EXPECT_EQ(provider->OnScrubberGetEventsCount(), 8);
-        provider->close();
-        delegate->take();
-    }
-}
-
 TEST_F(DayTreeBuild, IsEmptyWhileItCloses) {
     load(threeDays());
     service.scriptNext("getActivity", Script::answered({"2024-03-04"}));
     service.scriptNext("getTimelineSync", Script::held());
-    provider->requestEvents(-1, -1, -1);
+    service.scriptNext("getActivity", {.isHeld = true, .reply = Reply{"2024-03-05"}, .isUnstoppable = true});
+    for (int load = 0; load < 2; ++load) provider->requestEvents(-1, -1, -1);
     scheduler.runUntilIdle();
     ASSERT_EQ(provider->OnScrubberGetEventsCount(), 11);
     EXPECT_EQ(provider->deleteEvent(ScrubberEvent::build(5), nullptr), 0);
@@ -250,7 +208,13 @@ TEST_F(DayTreeBuild, IsEmptyWhileItCloses) {
         service.releaseAll();
     });
     provider->close();
-    EXPECT_EQ(service.count("getActivity"), 2u);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(std::tuple(service.count("getActivity"), service.count("getTimelineSync")), std::tuple(3u, 4u));
+    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
+    // And whole again when it is bound anew.
+    onlooker->join();
+    load(threeDays());
+    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 11);
 }
 
 }  // namespace

@@ -131,41 +131,6 @@ TEST_F(EventFilling, OldestFirstWhatDoesNotFitEndsAtTheLastEntry) {
     EXPECT_EQ(fill(4, {1, 90'000, 500'000, 600'000}, 1, true), "[321].");
 }
 
-TEST_F(EventFilling, TiesTheMembersToTheirGroup) {
-    fill(4, {20000, 15000, 10000}, 4, true);
-    const auto group = entry(2)->fields();
-    ASSERT_EQ(group.childs.size(), 3u);
-    EXPECT_EQ(std::tuple(group.identificator, group.timeAsValue, group.start, group.end),
-              std::tuple(3, 10000, 5000, 65000));
-    for (const auto& child : group.childs) EXPECT_EQ(child->parent(), entry(2));
-}
-
-TEST_F(EventFilling, KeepsADoorbellOnTheGroup) {
-    provider->enableEventGrouping(true);
-    const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{"motion", "sound", "face"}, "face"},
-        {{"DoorBell", "motion", "motion"}, "DoorBell"},
-        {{"motion", "doorbell", "motion"}, "doorbell"},
-        {{"motion", "motion", "DOORBELL"}, "DOORBELL"},
-    };
-    for (const auto& [names, name] : cases) {
-        provider->initStorageForEvents(3);
-        provider->fillEventsFromDictionary({at(9, 1, names[0]), at(8, 1, names[1]), at(7, 1, names[2])}, 3);
-        EXPECT_EQ(entry(1)->name(), name);
-    }
-}
-
-TEST_F(EventFilling, ChangesEntriesInPlaceWithoutGroupingOnly) {
-    for (const bool grouping : {false, true}) {
-        provider->initStorageForEvents(3);
-        const auto before = entry(3);
-        provider->enableEventGrouping(grouping);
-        provider->fillEventsFromDictionary(pageOf({1000}), 3);
-        EXPECT_EQ(entry(3) == before, !grouping);
-        EXPECT_EQ(before->type(), grouping ? ScrubberEventTypePending : ScrubberEventTypeItem);
-    }
-}
-
 struct Mode {
     bool isGrouping;
     bool isAscending;
@@ -180,7 +145,11 @@ class RandomPages : public EventFilling, public ::testing::WithParamInterface<Mo
             for (int id = 1; id <= count; ++id) {
                 constexpr TimeMs gaps[] = {0, 1000, 5000, 10000, 10001, 40000, 90000};
                 time += gaps[random() % std::size(gaps)];
-                footage.addEvent({id, time, random() % 20 == 0 ? "Doorbell" : "motion", ""});
+                footage.addEvent({id, time,
+                                  random() % 20 == 0  ? "Doorbell"
+                                  : random() % 5 == 0 ? "sound"
+                                                      : "motion",
+                                  ""});
             }
         });
     }
@@ -211,7 +180,10 @@ class RandomPages : public EventFilling, public ::testing::WithParamInterface<Mo
             const auto event = entry(static_cast<std::int64_t>(i))->fields();
             const auto& expected = *plain.list[i];
             std::vector<std::int64_t> ids, expectedIds;
-            for (const auto& child : event.childs) ids.push_back(child->identificator().value());
+            for (const auto& child : event.childs) {
+                ids.push_back(child->identificator().value());
+                ASSERT_EQ(child->parent(), entry(static_cast<std::int64_t>(i)));
+            }
             for (const auto& child : expected.childs) expectedIds.push_back(child->id);
             ASSERT_EQ(std::tuple(event.type, event.identificator.value(), event.timeAsValue, event.start, event.end,
                                  event.name.value(), ids),
@@ -245,7 +217,7 @@ TEST_P(RandomPages, AgreeWithThePlainList) {
     plain.fill(answerTo(service.requests("getEvents").back())["objects"], plain.isAscending ? 1 : total);
     expectSameLists();
 
-    for (int round = 0; round < 60 && !HasFatalFailure(); ++round) {
+    for (int round = 0; round < static_cast<int>(roundsOf(60)) && !HasFatalFailure(); ++round) {
         const std::size_t index = random() % (plain.list.size() + 2);
         service.clearRequests();
         const bool asks = index < plain.list.size() && plain.list[index]->type == -1;

@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <tuple>
 
-#include "base/UtcTime.h"
 #include "views/timeline/Model/ReplyValues.h"
-#include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Model/TimelineSearch.h"
 #include "views/timeline/ScrubberCommon/ScrubberEvent.h"
 
@@ -64,40 +61,6 @@ TEST(ScrubberEvent, IsBuiltLiveForTheUnsetTimeOnly) {
         EXPECT_EQ(event->identificator(), 12);
         EXPECT_EQ(ScrubberEvent::build(c.time)->identificator(), 0);
     }
-}
-
-TEST(ScrubberEvent, ResetGivesEveryFieldItsDefault) {
-    using Text = std::optional<std::string>;
-    const auto values = [](const ScrubberEvent& e) {
-        return std::tuple(e.type(), e.identificator(), e.camid(), e.time(), e.name(), e.imageUrl(), e.videoUrl(),
-                          e.start(), e.end(), e.timeAsValue(), e.timezone(), e.imageView(), e.parent(), e.childs());
-    };
-    const auto event = ScrubberEvent::build(12, 1'700'000'000'123);
-    event->setCamid(2);
-    event->setName("n");
-    event->setImageUrl("i");
-    event->setVideoUrl(std::nullopt);
-    event->setStart(4);
-    event->setEnd(5);
-    event->setTimezone("z");
-    event->setImageView(event);
-    event->setParent(event);
-    event->setChilds({ScrubberEvent::build()});
-    event->resetToDefault();
-    for (const auto& e : {event, ScrubberEvent::build()}) {
-        EXPECT_EQ(values(*e), std::tuple(-1, 0, 0, Text(""), Text(""), Text(""), Text(""), 0, 0, -1,
-                                         localTimeZoneName(), nullptr, nullptr, ScrubberEvent::Childs()));
-    }
-}
-
-TEST(SaturatingTime, StaysAtTheEndsOfTheRange) {
-    constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
-    constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
-    EXPECT_EQ(saturatingAdd(most - 1, 5), most);
-    EXPECT_EQ(saturatingAdd(least + 1, -5), least);
-    EXPECT_EQ(saturatingAdd(-5, 5), 0);
-    EXPECT_EQ(saturatingSubtract(most, -1), most);
-    EXPECT_EQ(saturatingSubtract(least, 1), least);
 }
 
 TEST(ReplyValues, TakesIntegersInTheirUsualDisguises) {

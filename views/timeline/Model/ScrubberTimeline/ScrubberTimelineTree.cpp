@@ -31,12 +31,11 @@ ScrubberTimelineTree::ScrubberTimelineTree(Days days) : days_(std::move(days)) {
 }
 
 void ScrubberTimelineTree::addDay(std::size_t day) {
-    auto block = days_[day]->block();
+    const auto block = days_[day]->block();
     if (!block || block->timelines().empty()) return;
-    const Run run{block, day, segmentCount_, timelineCount_, block->start(), block->reach()};
+    runs_.push_back({block, day, segmentCount_, timelineCount_, block->start(), block->reach()});
     segmentCount_ += static_cast<std::int64_t>(block->segmentCount());
     timelineCount_ += block->timelines().size();
-    runs_.push_back(run);
 }
 
 void ScrubberTimelineTree::orderByTime() {
@@ -51,7 +50,7 @@ std::shared_ptr<ScrubberTimelineItem> ScrubberTimelineTree::timeline(std::uint64
     return {run.block, &run.block->timelines()[index - run.firstTimeline]};
 }
 
-// The day with that segment; the first one for a number below 0.
+// The day with that segment; the last one past the end.
 ScrubberTimelineTree::Runs::const_iterator ScrubberTimelineTree::runOf(std::int64_t segment) const {
     const auto after = std::ranges::upper_bound(runs_, segment, {}, &Run::firstSegment);
     return after == runs_.begin() ? after : after - 1;
@@ -71,12 +70,12 @@ std::optional<ScrubberTimelineSegmentPath> ScrubberTimelineTree::segment(std::ui
         days_[run.day], {run.block, &timeline}, {run.block, &segments[inTimeline]}, inTimeline};
 }
 
-// The first number that `match` gives for a place in the row and the segments that begin there, those of a timeline. It
-// is asked in order of the numbers, at least about each timeline that has to do with the range of time.
+// `match` is given the number of a timeline's first segment and its segments, and gives the place among them of one
+// that fits. It is asked in order of the numbers, at least about each timeline that has to do with the range of time.
 template <typename Match>
 std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter,
                                              const Match& match) const {
-    auto run = runOf(fromIndex);
+    auto run = fromIndex > 0 ? runOf(fromIndex) : runs_.begin();
     if (isAscending_) run = std::max(run, std::ranges::lower_bound(runs_, notBefore, {}, &Run::reach));
     for (; run != runs_.end(); ++run) {
         if (run->start > notAfter && isAscending_) break;
