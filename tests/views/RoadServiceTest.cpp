@@ -1,4 +1,6 @@
 // The whole way of a host with an event strip against the real service, on real time.
+#include <filesystem>
+
 #include "tests/views/RealStrip.h"
 #include "tests/views/Road.h"
 
@@ -39,6 +41,28 @@ TEST_F(RoadServiceTest, RecordingsShowThemselvesAndAnEventGoes) {
     EXPECT_EQ(storage_->events(camera_, {})->totalCount, eventCount - 1);
     ASSERT_EQ(view_->setSource(QString::fromStdString(token())), 0);
     EXPECT_TRUE(until([&] { return isBound() && view_->getEventsCount() == eventCount + 1; }));
+}
+
+TEST_F(RoadServiceTest, CyclesLeaveNoThreadAndNoSocket) {
+    const auto count = [](const char* folder) {
+        return std::distance(std::filesystem::directory_iterator(folder), {});
+    };
+    const auto threads = [&] { return count("/proc/self/task"); };
+    const auto files = [&] { return count("/proc/self/fd"); };
+    std::ptrdiff_t threadsAtRest = 0, filesAtRest = 0;
+    for (int cycle = 0; cycle < 50; ++cycle) {
+        ASSERT_EQ(view_->setSource(QString::fromStdString(token())), 0);
+        ASSERT_TRUE(until([this] { return view_->getIndexPathFromPointer() == eventCount + 1; }));
+        view_->toEvent(view_->getEvent(eventCount - 10));
+        ASSERT_TRUE(until([this] { return view_->getCurrentEvent() != nullptr; }));
+        view_->clean();
+        if (cycle == 9) {
+            threadsAtRest = threads();
+            filesAtRest = files();
+        }
+    }
+    EXPECT_TRUE(until([&] { return threads() <= threadsAtRest; })) << threads() << " of " << threadsAtRest;
+    EXPECT_TRUE(until([&] { return files() <= filesAtRest; })) << files() << " of " << filesAtRest;
 }
 
 }  // namespace

@@ -1,0 +1,175 @@
+// A strip that is bound, plays and is cleaned again and again leaves nothing behind, and neither does one that is
+// destroyed at any point of that.
+#include <malloc.h>
+
+#include <QCoreApplication>
+#include <atomic>
+#include <filesystem>
+#include <limits>
+
+#include "tests/views/StripFixture.h"
+
+// Sanitizers have a heap of their own, which keeps what was freed for a while.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KORVANE_COUNTS_MEMORY 0
+#else
+#define KORVANE_COUNTS_MEMORY 1
+#endif
+
+namespace korvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Step = std::function<void()>;
+
+std::ptrdiff_t openFiles() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+std::int64_t bytesInUse() {
+    const auto info = mallinfo2();
+    return static_cast<std::int64_t>(info.uordblks + info.hblkhd);
+}
+
+class LifeCyclesTest : public StripTest {
+  protected:
+    LifeCyclesTest() {
+        // Without pictures: what they are loaded by runs on real time.
+        service_.withFootage([this](ScriptedFootage& footage) {
+            for (std::int64_t id = 1; id <= 250; ++id) {
+                footage.addEvent({id, ui_.scheduler().utcNow() - 8'000'000 + id * 30'000, "motion", ""});
+            }
+        });
+        service_.scriptAll("deleteEvent", Script::answered("gone"));
+        view_->getConfig().setContinuousEventPlaying(true);
+        host_.delegate->OnScrubberGetCurrentPositionForPlayingEvent = [this](const auto& event) {
+            return event ? event->end() - 1'000 + played_++ * 700 : -1;
+        };
+        host_.delegate->OnScrubberEventPlayFinished = [](const auto&) { return 1; };
+        // The thread of the service's expiry monitors stays.
+        bind();
+        view_->clean();
+        settle();
+        threadsOfService_ = ui_.scheduler().liveThreads();
+    }
+
+    void bind() { view_->setSource(QString::fromStdString(service_.makeToken())); }
+
+    void playAnEvent() {
+        played_ = 0;
+        view_->toEvent(view_->getEvent(200));
+        ui_.advance(50ms);
+    }
+
+    void expectNothingLeft(const std::string& when) {
+        ui_.advance(4s, 100ms);
+        EXPECT_EQ(ui_.scheduler().liveThreads(), threadsOfService_) << when;
+        EXPECT_EQ(service_.openConnections(), 0) << when;
+        host_.take();
+    }
+
+    int threadsOfService_ = 0;
+    std::atomic<int> played_ = 0;
+};
+
+TEST_F(LifeCyclesTest, AThousandLeaveNothingBehind) {
+    std::int64_t bytes = 0;
+    std::ptrdiff_t files = 0;
+    for (int cycle = 1; cycle <= 1'000; ++cycle) {
+        bind();
+        settle();
+        playAnEvent();
+        ASSERT_TRUE(view_->getCurrentEvent());
+        ASSERT_EQ(ui_.scheduler().liveThreads(), threadsOfService_ + 1);
+        view_->clean();
+        settle();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        ASSERT_EQ(ui_.scheduler().liveThreads(), threadsOfService_);
+        ASSERT_EQ(service_.openConnections(), 0);
+        host_.take();
+        service_.clearRequests();
+        if (cycle == 200) {
+            bytes = bytesInUse();
+            files = openFiles();
+        }
+    }
+    EXPECT_EQ(openFiles(), files);
+    if (KORVANE_COUNTS_MEMORY) {
+        EXPECT_LT(bytesInUse() - bytes, 800 * 100) << "more than 100 bytes a cycle";
+    }
+}
+
+TEST_F(LifeCyclesTest, AViewMayDieAfterEachStep) {
+    const Step steps[] = {
+        [this] { service_.scriptNext("getEvents", Script::late(20ms)); },
+        [this] { bind(); },
+        [this] { settle(); },
+        [this] { ui_.advance(10ms); },
+        [this] { ui_.advance(50ms); },
+        [this] {
+            ui_.press({400, 60});
+        },
+        [this] {
+            ui_.move({600, 60});
+        },
+        [this] {
+            ui_.release({600, 60});
+        },
+        [this] { ui_.advance(3s); },
+        [this] { view_->toEvent(view_->getEvent(200)); },
+        [this] { ui_.advance(50ms); },
+        [this] { view_->toNextEvent(); },
+        [this] { ui_.advance(200ms); },
+        [this] { view_->toClosestEvent(view_->getEvent(1)); },
+        [this] { view_->deleteEvent(view_->getEvent(240), {}); },
+        [this] { settle(); },
+        [this] { view_->refresh(); },
+        [this] { view_->clean(); },
+    };
+    for (std::size_t count = 0; count <= std::size(steps); ++count) {
+        for (std::size_t step = 0; step < count; ++step) steps[step]();
+        view_.reset();
+        if (count >= 6 && count < 8) ui_.release({600, 60});
+        expectNothingLeft("after " + std::to_string(count) + " steps");
+        makeView();
+    }
+}
+
+TEST_F(LifeCyclesTest, AViewMayDieInEachOfItsCallbacks) {
+    int left = 0;
+    for (const char* line : {"select", "start", "continue", "end", "state", "seek"}) {
+        host_.on[line] = [&] {
+            if (left-- == 0) view_.reset();
+        };
+    }
+    const Step steps[] = {
+        [this] { bind(); },
+        [this] { ui_.advance(50ms); },
+        [this] { playAnEvent(); },
+        [this] { ui_.advance(4s); },
+        [this] { dragToRest(-30); },
+        [this] { dragToRest(-130); },
+        [this] { view_->deleteEvent(view_->getEvent(200), {}); },
+        [this] { ui_.advance(2s); },
+        [this] { view_->refresh(); },
+        [this] { ui_.advance(2s); },
+        [this] { view_->clean(); },
+    };
+    int callbacks = 0;
+    for (bool died = true; died; ++callbacks) {
+        left = callbacks;
+        for (const Step& step : steps) {
+            if (view_) step();
+        }
+        died = !view_;
+        view_.reset();
+        left = std::numeric_limits<int>::max();
+        expectNothingLeft("in callback " + std::to_string(callbacks));
+        makeView();
+        view_->getConfig().setContinuousEventPlaying(true);
+    }
+    EXPECT_GT(callbacks, 20);
+}
+
+}  // namespace
+}  // namespace korvane::test
