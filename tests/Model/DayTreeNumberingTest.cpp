@@ -26,7 +26,7 @@ class DayTreeNumbering : public DayTreeTest {
             const TimeMs begin = first + (isTidy ? static_cast<TimeMs>(d) : draw(random, 4)) * dayMs;
             days[d].date = formatUtc(begin).substr(0, 10);
             next = std::max(next, begin);
-            for (auto count = random() % 4; count > 0; --count) {
+            for (auto count = random() % (random() % 8 == 0 ? 16 : 4); count > 0; --count) {
                 const TimeMs start = isTidy ? next : begin + (draw(random, 7) - 1) * slice / 2;
                 TimeMs length = draw(random, 4) * slice + (random() % 2 ? draw(random, slice) : 0);
                 if (!isTidy && random() % 6 == 0) length = -length;

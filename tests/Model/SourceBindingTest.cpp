@@ -215,7 +215,7 @@ TEST_F(SourceBinding, ALateCameraOfAnEarlierBindingStartsItsLoad) {
 }
 
 TEST_F(SourceBinding, AStormOfSourcesLeavesOneBindingAndNoStrayCalls) {
-    for (unsigned seed = 1; seed <= 20; ++seed) {
+    for (unsigned seed = 1; seed <= roundsOf(20); ++seed) {
         std::mt19937 random(seed);
         std::shared_ptr<RecordingDelegate> last;
         for (int i = 0; i < 15; ++i) {
