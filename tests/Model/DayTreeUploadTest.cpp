@@ -246,7 +246,14 @@ TEST_F(DayTreeUploadTest, ASegmentWithoutRecordsIsNotAskedAgain) {
 TEST_F(DayTreeUploadTest, RequestsBeyondSixAreDropped) {
     service.withFootage([](ScriptedFootage& f) { f.addRecord({1, march1, march1 + dayMs, "all", ""}); });
     const auto timeline = loadDay({{0, 8 * slice}})->timeline(0);
+    service.scriptNext("getRecords", Script::held());
     for (std::uint64_t index = 1; index <= 8; ++index) askUrl(index, 0);
+    scheduler.runUntilIdle();
+    EXPECT_EQ(urls, 5);
+    // A request under way has one asker only.
+    EXPECT_EQ(segmentOf(timeline, 0)->isUpdated(), ScrubberTimelineStatusUnderWay);
+    askUrl(1, 0);
+    service.releaseAll();
     scheduler.runUntilIdle();
     EXPECT_EQ(urls, 6);
     EXPECT_EQ(service.count("getRecords"), 6u);

@@ -23,6 +23,11 @@ TimeMs startOf(const ScrubberTimelineItem& timeline) {
     return longLongValue(timeline.startDateTime());
 }
 
+// The last moment that a timeline has to do with.
+TimeMs reachOf(const ScrubberTimelineItem& timeline) {
+    return std::max(startOf(timeline), longLongValue(timeline.endDateTime()));
+}
+
 void slice(const TimelinePair& period, std::span<ScrubberTimelineSegmentItem> segments) {
     for (std::size_t k = 0; k < segments.size(); ++k) {
         const bool isLast = k + 1 == segments.size();
@@ -68,10 +73,6 @@ ScrubberTimelineBlock::ScrubberTimelineBlock(const std::vector<TimelinePair>& pe
 std::size_t ScrubberTimelineBlock::timelineOfSegment(std::size_t segment) const {
     const auto after = std::ranges::upper_bound(firstSegments_, segment);
     return static_cast<std::size_t>(after - firstSegments_.begin()) - 1;
-}
-
-TimeMs ScrubberTimelineBlock::reachOf(const ScrubberTimelineItem& timeline) {
-    return std::max(startOf(timeline), longLongValue(timeline.endDateTime()));
 }
 
 std::size_t ScrubberTimelineBlock::firstReaching(TimeMs time) const {

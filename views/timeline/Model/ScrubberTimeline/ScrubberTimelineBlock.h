@@ -43,8 +43,6 @@ class ScrubberTimelineBlock {
     TimeMs reach() const { return reach_; }
     /// Whether the periods begin and end in order of time.
     bool isAscending() const { return isAscending_; }
-    /// The last moment that a timeline has to do with.
-    static TimeMs reachOf(const ScrubberTimelineItem& timeline);
     /// The first timeline that may have to do with `time`, ms, or with what comes after it.
     std::size_t firstReaching(TimeMs time) const;
 
