@@ -28,7 +28,8 @@ constexpr auto settleTime = 250ms;
 constexpr double importedEnough = 0.4;
 constexpr TimeMs glance = 1'200;
 constexpr TimeMs look = 6'000;
-constexpr double wheelTurn = 2'000;  // points
+constexpr double wheelTurn = 2'000;       // points
+constexpr std::int64_t enoughToWalk = 5;  // events
 
 template <typename Item>
 void collect(QQuickItem* root, std::vector<Item*>& found) {
@@ -107,7 +108,9 @@ bool Tour::walk() {
     }
     if (!seeLiveEnd()) return false;
     // Footage in which nothing moves: there is no more to see.
-    if (application_.browser().strip().count() == 0) return true;
+    const auto count = application_.browser().strip().count();
+    if (count == 0) return true;
+    if (count < enoughToWalk) return seeFirst() && seeSizes() && refuseToken();
     return goToMiddle() && selectEvent() && watch("03-event-playing", look) && flyOver() && seeNeighbours() &&
            seeDeletion() && seePlayOn() && seeRecordings() && seeGroups() && seeFirst() && seeSizes() && refuseToken();
 }
@@ -188,7 +191,7 @@ bool Tour::flyOver() {
     hand_->drag(middle + reach, 12);
     if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
         return false;
-    if (!settle() || !take("04-fly-over")) return false;
+    if (!take("04-fly-over")) return false;
     const int before = selections_;
     hand_->release();
     return wait("the event under the mark to be selected",
@@ -203,8 +206,13 @@ bool Tour::go(Qt::Key key, const char* what) {
 
 bool Tour::seeNeighbours() {
     return go(Qt::Key_Right, "the next event") && watch("05-next", glance) && go(Qt::Key_Left, "the previous event") &&
-           watch("06-previous", glance) && go(Qt::Key_PageUp, "the events of an hour before") &&
-           watch("07-hour-back", glance);
+           watch("06-previous", glance) && seeHourBack();
+}
+
+bool Tour::seeHourBack() {
+    // The first event has none before it.
+    if (!application_.browser().navigation()->canGoBackByHours()) return true;
+    return go(Qt::Key_PageUp, "the events of an hour before") && watch("07-hour-back", glance);
 }
 
 bool Tour::seeDeletion() {
@@ -265,10 +273,15 @@ bool Tour::choose(const char* label, const char* what) {
 
 bool Tour::watch(const char* picture, TimeMs enough) {
     RecordingPlayer& player = *application_.browser().player();
+    const auto isOver = [&] { return player.state() == State::Ended || player.state() == State::Paused; };
+    // What has come to its end before is played once more.
+    if (isOver()) hand_->key(Qt::Key_Space);
     if (!wait("the recording to begin", [&] { return player.state() == State::Playing; })) return false;
     const TimeMs from = player.getPosition();
-    const auto isPlaying = [&] { return player.getPosition() >= from + enough && isAtRest() && isPreviewed(); };
-    return wait("the recording to play", isPlaying) && settle() && take(picture);
+    const auto isSeen = [&] {
+        return (isOver() || player.getPosition() >= from + enough) && isAtRest() && isPreviewed();
+    };
+    return wait("the recording to play", isSeen) && take(picture);
 }
 
 bool Tour::seeSizes() {
@@ -290,7 +303,7 @@ bool Tour::refuseToken() {
     application_.browser().open(forged(QString::fromStdString(started_->token)),
                                 QString::fromStdString(started_->cameraName));
     const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
-    return wait("the service to refuse a forged token", isRefused) && settle() && take("16-token-refused");
+    return wait("the service to refuse a forged token", isRefused) && take("16-token-refused");
 }
 
 const ScrubberCell* Tour::eventBesideMark() const {
@@ -318,8 +331,10 @@ bool Tour::isPreviewed() const {
 }
 
 bool Tour::isAtRest() const {
-    for (const auto* strip : itemsIn<ScrubberCollectionView>(application_.browser().strip().view()))
-        if (strip->isDragging() || strip->isDecelerating()) return false;
+    for (const auto* strip : itemsIn<ScrubberCollectionView>(application_.browser().strip().view())) {
+        const bool isSeenToMove = strip->seenContentOffset() != strip->contentOffset();
+        if (strip->isDragging() || strip->isDecelerating() || isSeenToMove) return false;
+    }
     return !application_.browser().isFlyingOver();
 }
 
@@ -332,13 +347,6 @@ bool Tour::isMarked() const {
 bool Tour::wait(const char* what, const std::function<bool()>& done) {
     return pumpEventsUntil(application_.scheduler(), done, stepBound) ||
            fail(std::string("waited in vain for ") + what);
-}
-
-bool Tour::settle() {
-    // Short animations of the interface come to their end.
-    pumpEventsUntil(
-        application_.scheduler(), [] { return false; }, settleTime);
-    return true;
 }
 
 bool Tour::take(const char* name) {

@@ -50,6 +50,7 @@ class Tour {
     bool selectEvent();
     bool flyOver();
     bool seeNeighbours();
+    bool seeHourBack();
     bool seeDeletion();
     bool seePlayOn();
     bool seeRecordings();
@@ -67,7 +68,6 @@ class Tour {
     bool isAtRest() const;
     bool isMarked() const;
     bool wait(const char* what, const std::function<bool()>& done);
-    bool settle();
     bool take(const char* name);
     bool fail(const std::string& what);
 
