@@ -360,10 +360,10 @@ bool ScrubberView::selected(std::int64_t index) {
 }
 
 void ScrubberView::play(std::int64_t index) {
-    ScrubberCell* const cell = cellAt(index);
-    if (lastCell_ && lastCell_ != cell) stopLastCell();
     // What was under way when the list went away does not bring playback back.
-    if (cell && getEventByIndex(index)) cell->startProgress(this);
+    ScrubberCell* const cell = getEventByIndex(index) ? cellAt(index) : nullptr;
+    if (lastCell_ && lastCell_ != cell) stopLastCell();
+    if (cell) cell->startProgress(this);
     lastCell_ = cell;
 }
 

@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t stepsTold = 30;
-constexpr auto coarse = 100ms;
+constexpr auto coarse = 250ms;
 
 }  // namespace
 
@@ -93,7 +93,7 @@ void Storm::makeView() {
         return under && std::abs(view_->getOffsetBetweenPointerAndItemBegin(under)) < 0.01;
     };
     link.meddle = [this] { meddle(); };
-    link.current = [this] { return view_ ? view_->getCurrentEvent() : nullptr; };
+    link.isCurrent = [this](const auto& event) { return !view_ || view_->getCurrentEvent() == event; };
     link.complain = [this](const std::string& what) { complain(what); };
     hosts_.push_back(std::make_unique<StormHost>(ui_.scheduler(), dice_, std::move(link)));
     view_ = std::make_unique<ScrubberView>(environment_, Rect{}, ui_.root());

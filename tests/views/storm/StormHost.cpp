@@ -50,10 +50,12 @@ void StormHost::answerPlayback() {
     delegate_->OnScrubberEventPlayStarted = [this](const Event& event) {
         playsFrom_ = std::max(rangeStart_, TimeMs{0});
         playsSince_ = scheduler_.monotonicNow();
+        hasFinished_ = false;
         hear("started " + nameOf(event));
         return 0;
     };
     delegate_->OnScrubberEventPlayFinished = [this](const Event& event) {
+        hasFinished_ = true;
         hear("finished " + nameOf(event));
         return dice_.pick({1, 1, 0, 2});
     };
@@ -117,14 +119,15 @@ void StormHost::narrow(TimeMs* start, TimeMs* end) {
 }
 
 TimeMs StormHost::positionOf(const Event& event) {
-    if (const Event current = link_.current(); event && !isGone_ && current != event) {
-        link_.complain("entry " + nameOf(event) + " plays, and the view says " + nameOf(current));
+    if (event && !isGone_ && !link_.isCurrent(event)) {
+        link_.complain("entry " + nameOf(event) + " plays, and the view says otherwise");
     }
     const TimeMs position = answer();
-    // Past the end of its range an entry holds the strip; before the begin it takes it along.
+    // Past the end of its range an entry holds the strip. Before the begin it takes it along, and so does one that is
+    // told to have ended and goes back, while the strip is on its way to the next one.
     const double span = static_cast<double>(rangeEnd_) - static_cast<double>(rangeStart_);
     const double way = static_cast<double>(position) - static_cast<double>(rangeStart_);
-    if (position != -1 && way * span < 0) hasLedAstray_ = true;
+    if (position != -1 && (way * span < 0 || (hasFinished_ && position < rangeEnd_))) hasLedAstray_ = true;
     hear("position");
     return position;
 }

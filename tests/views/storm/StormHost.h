@@ -25,8 +25,8 @@ class StormHost {
         std::function<bool()> isOnMark;
         /// Does something to the view, which may end it.
         std::function<void()> meddle;
-        /// The entry that the view says is playing.
-        std::function<Event()> current;
+        /// Whether the view says that this entry plays; one that is being destroyed says nothing.
+        std::function<bool(const Event&)> isCurrent;
         std::function<void(const std::string& what)> complain;
     };
 
@@ -64,6 +64,7 @@ class StormHost {
     bool isMeddling_ = false;
     bool isGone_ = false;
     bool hasLedAstray_ = false;
+    bool hasFinished_ = false;
     TimeMs rangeStart_ = 0;
     TimeMs rangeEnd_ = 0;
     TimeMs playsFrom_ = 0;

@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 
 constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
 constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
-constexpr auto coarse = 100ms;
+constexpr auto coarse = 250ms;
 
 /// Replies that no service in its right mind gives. The second half breaks what a list is made of.
 std::function<void(Reply&)> drawDistortion(Dice& dice, bool isLie) {
