@@ -148,7 +148,7 @@ TEST(DayTreeStorm, RefreshesAndBindingsInBetweenGiveTheWholeTreeOnce) {
 }
 
 // What a view on the main thread does: counts, entries, searches, paths, uploads.
-int readAll(ScrubberTimelineDataProvider& provider, std::atomic<int>& urls) {
+int readAll(ScrubberTimelineDataProvider& provider, const ScrubberTimelineDataProvider::UrlCompletion& onUrl) {
     int seen = 0;
     const std::int64_t count = provider.OnScrubberGetEventsCount();
     for (std::int64_t i = 0; i <= count; ++i) {
@@ -156,7 +156,7 @@ int readAll(ScrubberTimelineDataProvider& provider, std::atomic<int>& urls) {
         const auto path = provider.getTimelineSegmentItemByIndex(i - 1);
         if (path && spanOf(*path->segment).first >= begin) seen += static_cast<int>(path->segment->records()->size());
         provider.checkPartNeedRequested(static_cast<std::uint64_t>(i), -1, -1);
-        provider.getUrl(static_cast<std::uint64_t>(i), begin + minute, [&](const auto&) { ++urls; });
+        provider.getUrl(static_cast<std::uint64_t>(i), begin + minute, onUrl);
     }
     const auto place = provider.OnScrubberFindClosestEventByPosition(begin + 700'000);
     if (place.index >= 0 && provider.getTimelineDayByTime(begin)) ++seen;
@@ -166,6 +166,9 @@ int readAll(ScrubberTimelineDataProvider& provider, std::atomic<int>& urls) {
 // On real threads, for the race detector: everything is read while it arrives, and the tree is built anew, cleared and
 // closed meanwhile.
 TEST(DayTreeThreads, ReadersUploadsAndRebuildsGoTogether) {
+    // The last answer may come after the test has ended.
+    std::atomic<int> urls = 0;
+    const auto onUrl = [&](const std::shared_ptr<ScrubberEvent>&) { ++urls; };
     LoopScheduler scheduler;
     ScriptedService service(scheduler);
     storeThreeDays(service);
@@ -173,11 +176,10 @@ TEST(DayTreeThreads, ReadersUploadsAndRebuildsGoTogether) {
 
     std::atomic<bool> isDone = false;
     std::atomic<int> seen = 0;
-    std::atomic<int> urls = 0;
     std::vector<std::unique_ptr<Thread>> threads;
     for (int reader = 0; reader < 2; ++reader) {
         threads.push_back(scheduler.spawn("reader", [&] {
-            while (!isDone) seen += readAll(*provider, urls);
+            while (!isDone) seen += readAll(*provider, onUrl);
         }));
     }
     // Each tree that is told of is built anew.
@@ -198,7 +200,7 @@ TEST(DayTreeThreads, ReadersUploadsAndRebuildsGoTogether) {
     for (int round = 0; round < 20; ++round) {
         calls = 0;
         EXPECT_EQ(provider->setSource(service.makeToken()), 0);
-        scheduler.runUntil([&] { return calls >= 3; });
+        scheduler.runUntil([&] { return calls >= 3 && urls > 0; });
         provider->close();
     }
     provider->setDelegate(nullptr);
@@ -208,7 +210,6 @@ TEST(DayTreeThreads, ReadersUploadsAndRebuildsGoTogether) {
     provider->close();
     EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
     EXPECT_GT(seen, 0);
-    EXPECT_GT(urls, 0);
 }
 
 }  // namespace

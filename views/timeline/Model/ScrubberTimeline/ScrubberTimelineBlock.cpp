@@ -4,6 +4,7 @@
 #include <ranges>
 
 #include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "views/timeline/Model/ScrubberTimeline/SearchNear.h"
 
 namespace korvane {
 namespace {
@@ -71,13 +72,17 @@ ScrubberTimelineBlock::ScrubberTimelineBlock(const std::vector<TimelinePair>& pe
 }
 
 std::size_t ScrubberTimelineBlock::timelineOfSegment(std::size_t segment) const {
-    const auto after = std::ranges::upper_bound(firstSegments_, segment);
-    return static_cast<std::size_t>(after - firstSegments_.begin()) - 1;
+    const std::size_t evenly = segment * timelines_.size() / segments_.size();
+    return searchNear(firstSegments_, evenly + 1, [segment](std::uint32_t first) { return first <= segment; }) - 1;
 }
 
 std::size_t ScrubberTimelineBlock::firstReaching(TimeMs time) const {
-    if (!isAscending_) return 0;
-    return static_cast<std::size_t>(std::ranges::lower_bound(timelines_, time, {}, reachOf) - timelines_.begin());
+    if (!isAscending_ || time <= start_) return 0;
+    // As numbers that cannot overflow. Above 0, since the day ends no earlier than it starts.
+    const double length = static_cast<double>(reach_) - static_cast<double>(start_) + 1;
+    const double share = std::min((static_cast<double>(time) - static_cast<double>(start_)) / length, 1.0);
+    const auto evenly = static_cast<std::size_t>(share * static_cast<double>(timelines_.size()));
+    return searchNear(timelines_, evenly, [time](const auto& timeline) { return reachOf(timeline) < time; });
 }
 
 }  // namespace korvane

@@ -1,11 +1,11 @@
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
+#include "views/timeline/Model/ScrubberTimeline/SearchNear.h"
 
 namespace korvane {
 
@@ -17,12 +17,8 @@ void ScrubberTimelineItem::setSegments(Segments segments) {
 std::size_t ScrubberTimelineItem::startedBy(Segments segments, TimeMs time) {
     const auto hasStarted = [time](const auto& segment) { return longLongValue(segment.startDateTime()) <= time; };
     if (segments.empty() || !hasStarted(segments.front())) return 0;
-    // Straight to the one that it must be: each step of a search would wait for memory.
     const TimeMs passed = saturatingSubtract(time, longLongValue(segments.front().startDateTime()));
-    const auto place = std::min(static_cast<std::size_t>(passed / defaultSegmentSize), segments.size() - 1);
-    const bool isLast = place + 1 == segments.size() || !hasStarted(segments[place + 1]);
-    if (isLast && hasStarted(segments[place])) return place + 1;
-    return static_cast<std::size_t>(std::ranges::partition_point(segments, hasStarted) - segments.begin());
+    return searchNear(segments, static_cast<std::size_t>(passed / defaultSegmentSize) + 1, hasStarted);
 }
 
 ScrubberTimelineItem::Events ScrubberTimelineItem::events() const {
