@@ -24,11 +24,12 @@ using State = RecordingPlayer::State;
 
 constexpr auto importBound = 600s;
 constexpr auto stepBound = 20s;
-constexpr auto settleTime = 250ms;
+constexpr auto settleTime = 300ms;  // for animations and answers
 constexpr double importedEnough = 0.4;
 constexpr TimeMs glance = 1'200;
 constexpr TimeMs look = 6'000;
 constexpr double wheelTurn = 2'000;       // points
+constexpr double creep = 20;              // points that the strip of a playing event is on its way
 constexpr std::int64_t enoughToWalk = 5;  // events
 
 template <typename Item>
@@ -176,6 +177,9 @@ bool Tour::selectEvent() {
         cell = isAtRest() && isMarked() && isPreviewed() ? eventBesideMark() : nullptr;
         return cell != nullptr;
     };
+    if (!wait("an event beside the mark", isReady)) return false;
+    // The page about the event that came to rest may be on its way, and moves the strip once more.
+    settle();
     if (!wait("an event beside the mark", isReady)) return false;
     const auto event = cell->getEvent();
     hand_->tap(cell->mapToScene({cell->width() / 2, cell->height() / 2}));
@@ -332,8 +336,8 @@ bool Tour::isPreviewed() const {
 
 bool Tour::isAtRest() const {
     for (const auto* strip : itemsIn<ScrubberCollectionView>(application_.browser().strip().view())) {
-        const bool isSeenToMove = strip->seenContentOffset() != strip->contentOffset();
-        if (strip->isDragging() || strip->isDecelerating() || isSeenToMove) return false;
+        const double way = std::abs(strip->seenContentOffset().x - strip->contentOffset().x);
+        if (strip->isDragging() || strip->isDecelerating() || way > creep) return false;
     }
     return !application_.browser().isFlyingOver();
 }
@@ -349,10 +353,13 @@ bool Tour::wait(const char* what, const std::function<bool()>& done) {
            fail(std::string("waited in vain for ") + what);
 }
 
-bool Tour::take(const char* name) {
-    // Animations come to their end.
+void Tour::settle() {
     pumpEventsUntil(
         application_.scheduler(), [] { return false; }, settleTime);
+}
+
+bool Tour::take(const char* name) {
+    settle();
     const QImage picture = application_.window()->grabWindow();
     const std::filesystem::path path = options_.pictures / (std::string(name) + ".png");
     if (picture.isNull() || !picture.save(QString::fromStdString(path.string())))

@@ -68,6 +68,7 @@ class Tour {
     bool isAtRest() const;
     bool isMarked() const;
     bool wait(const char* what, const std::function<bool()>& done);
+    void settle();
     bool take(const char* name);
     bool fail(const std::string& what);
 
