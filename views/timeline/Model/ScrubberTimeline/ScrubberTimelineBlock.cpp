@@ -78,7 +78,7 @@ std::size_t ScrubberTimelineBlock::timelineOfSegment(std::size_t segment) const 
 
 std::size_t ScrubberTimelineBlock::firstReaching(TimeMs time) const {
     if (!isAscending_ || time <= start_) return 0;
-    // As numbers that cannot overflow. Above 0, since the day ends no earlier than it starts.
+    // In floating point, which does not overflow; the 1 is for a day of no length.
     const double length = static_cast<double>(reach_) - static_cast<double>(start_) + 1;
     const double share = std::min((static_cast<double>(time) - static_cast<double>(start_)) / length, 1.0);
     const auto evenly = static_cast<std::size_t>(share * static_cast<double>(timelines_.size()));
