@@ -345,7 +345,9 @@ bool Tour::isAtRest() const {
 bool Tour::isMarked() const {
     const StripHost& strip = application_.browser().strip();
     const auto index = strip.indexUnderMark();
-    return strip.isReady() && index && selected_ && strip.entry(*index) == selected_ && isRecorded(selected_);
+    // An entry that was selected while it was loading is selected once more, and plays from then on.
+    const bool isLoaded = selected_ && application_.browser().navigation()->selected() == selected_;
+    return strip.isReady() && index && isLoaded && strip.entry(*index) == selected_;
 }
 
 bool Tour::wait(const char* what, const std::function<bool()>& done) {

@@ -29,6 +29,9 @@ TEST(BrowserCommandLine, TakesAFolderOrAToken) {
         EXPECT_EQ(line.arguments.capture.value_or("").string(), c.capture) << c.words.front();
     }
     EXPECT_TRUE(readBrowserCommandLine({"--help"}).arguments.help);
+    const auto tour = readBrowserCommandLine({"films", "--delete", "--size", "390x844"}).arguments;
+    EXPECT_TRUE(tour.mayDelete);
+    EXPECT_EQ(tour.size, std::pair(390, 844));
 }
 
 TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
@@ -41,6 +44,10 @@ TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
              {"films", "--token", "s3cret"},
              {"--tokens=s3cret"},
              {"films", "--capture"},
+             {"films", "--size", "390"},
+             {"films", "--size=0x844"},
+             {"films", "--size=390x844x2"},
+             {"films", "--delete=all"},
              {"-x"},
              {"--capture", "out"},
          }) {
