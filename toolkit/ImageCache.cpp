@@ -11,6 +11,11 @@ namespace {
 
 constexpr std::int64_t defaultMaxCost = 100 * 1024 * 1024;
 
+/// What is opaque does without its fourth byte while it is not drawn.
+QImage packed(const QImage& image) {
+    return image.format() == QImage::Format_RGB32 ? image.convertToFormat(QImage::Format_RGB888) : image;
+}
+
 }  // namespace
 
 /// The folder, and whether something may be in it: files of an earlier process may, until it was emptied once.
@@ -62,14 +67,15 @@ void ImageCache::storeImageToMemory(const QImage& image, const QString& forKey) 
     if (image.isNull()) return;
     const std::lock_guard lock(mutex_);
     if (const auto found = byKey_.find(forKey); found != byKey_.end()) {
-        cost_ -= found->second->image.sizeInBytes();
+        cost_ -= found->second->cost;
         entries_.erase(found->second);
         byKey_.erase(found);
     }
-    if (maxCost_ > 0 && image.sizeInBytes() > maxCost_) return;
-    entries_.push_front({forKey, image});
+    const std::int64_t cost = image.sizeInBytes();
+    if (maxCost_ > 0 && cost > maxCost_) return;
+    entries_.push_front({forKey, packed(image), cost});
     byKey_.emplace(forKey, entries_.begin());
-    cost_ += image.sizeInBytes();
+    cost_ += cost;
     evict();
 }
 
@@ -106,7 +112,7 @@ void ImageCache::clearDiskOnCompletion(std::function<void()> completion) {
 
 void ImageCache::evict() {
     while (maxCost_ > 0 && cost_ > maxCost_ && !entries_.empty()) {
-        cost_ -= entries_.back().image.sizeInBytes();
+        cost_ -= entries_.back().cost;
         byKey_.erase(entries_.back().key);
         entries_.pop_back();
     }

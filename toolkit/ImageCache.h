@@ -25,7 +25,8 @@ class ImageCache {
     ImageCache(const ImageCache&) = delete;
     ImageCache& operator=(const ImageCache&) = delete;
 
-    /// Limit in bytes of pixels; 0 or below is no limit. Starts at 100 MiB. What is over it goes at once.
+    /// Limit in bytes of pixels as they were handed over; 0 or below is no limit. Starts at 100 MiB. What is over it
+    /// goes at once. Opaque pictures take up less than they count.
     void setMaxMemoryCost(std::int64_t bytes);
     std::int64_t maxMemoryCost() const;
     std::int64_t memoryCost() const;
@@ -50,6 +51,7 @@ class ImageCache {
     struct Entry {
         QString key;
         QImage image;
+        std::int64_t cost;
     };
     struct Disk;
 

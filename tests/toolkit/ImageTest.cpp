@@ -61,6 +61,8 @@ TEST(ImageCache, KeepsTheMostRecentlyUsedWithinItsLimit) {
     cache.storeImageToMemory(picture(100, 100), "huge");
     EXPECT_TRUE(cache.imageFromMemoryCacheForKey("huge").isNull());
     EXPECT_FALSE(cache.imageFromMemoryCacheForKey("c").isNull()) << "and it drove nothing else out";
+    EXPECT_LE(cache.imageFromMemoryCacheForKey("c").sizeInBytes(), one * 4 / 5) << "opaque ones are packed";
+    EXPECT_EQ(cache.imageFromMemoryCacheForKey("c").pixelColor(9, 9), QColor(Qt::red));
     cache.setMaxMemoryCost(one);
     EXPECT_LE(cache.memoryCost(), one);
 }
