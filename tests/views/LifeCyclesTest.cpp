@@ -187,6 +187,7 @@ TEST_F(LifeCyclesTest, AViewMayDieInEachOfItsCallbacks) {
         view_->getConfig().setContinuousEventPlaying(true);
     }
     EXPECT_GT(callbacks, 20);
+    host_.on.clear();
 }
 
 }  // namespace

@@ -114,7 +114,7 @@ void Road::seekWithinIt() {
     };
     ASSERT_TRUE(until([&] { return seeks() == 1; }));
     EXPECT_EQ(view_.getCurrentEvent(), event);
-    EXPECT_GT(std::stoll(host_.lines.back().substr(host_.lines.back().rfind(' '))), event->start() + 20'000);
+    EXPECT_GT(std::stoll(host_.lines.back().substr(host_.lines.back().rfind(' '))), event->start() + 12'000);
     EXPECT_EQ(heard("select " + idOf(event)), 0U);
     expectMarkFollows(index);
     host_.take();
