@@ -43,7 +43,7 @@ class Worker final : public Mailbox {
     }
 
     void abort(Queue::Id id) {
-        if (const auto found = replies_.find(id); found != replies_.end()) found->second->abort();
+        if (const auto found = replies_.find(id); found != replies_.end()) stop(found->second);
     }
 
   private:
@@ -67,13 +67,21 @@ class Worker final : public Mailbox {
         connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
             if (reply->bytesAvailable() > limits_.maxBytes) giveUp(reply, QStringLiteral("too large"));
         });
-        QTimer::singleShot(limits_.totalTimeout, reply, [reply] { giveUp(reply, QStringLiteral("timed out")); });
+        auto* const timer = new QTimer(reply);  // QTimer::singleShot() would outlast the reply
+        timer->setSingleShot(true);
+        connect(timer, &QTimer::timeout, reply, [reply] { giveUp(reply, QStringLiteral("timed out")); });
+        timer->start(limits_.totalTimeout);
         connect(reply, &QNetworkReply::finished, this, [this, id, request, reply] { downloaded(id, request, reply); });
     }
 
     static void giveUp(QNetworkReply* reply, const QString& why) {
         reply->setProperty("why", why);
-        reply->abort();
+        stop(reply);
+    }
+
+    // A reply that has failed is about to finish by itself.
+    static void stop(QNetworkReply* reply) {
+        if (reply->error() == QNetworkReply::NoError) reply->abort();
     }
 
     void downloaded(Queue::Id id, const Queue::Request& request, QNetworkReply* reply) {
