@@ -3,6 +3,7 @@
 
 #include "base/UtcTime.h"
 #include "tests/Model/DayTreeFixture.h"
+#include "views/timeline/Model/SaturatingTime.h"
 #include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 
 namespace korvane::test {
@@ -100,7 +101,8 @@ class DayTreeNumbering : public DayTreeTest {
         const auto plain = provider->Plain::OnScrubberFindClosestEventByPosition(position);
         EXPECT_EQ(std::tuple(place.index, place.isPositionExist), std::tuple(plain.index, plain.isPositionExist))
             << position;
-        ScrubberEventQuery query{draw(random, 12) - 2, position, position + draw(random, slice * 2), std::nullopt};
+        ScrubberEventQuery query{draw(random, 12) - 2, position, saturatingAdd(position, draw(random, slice * 2)),
+                                 std::nullopt};
         if (random() % 4 == 0) query = {query.fromIndex, -dayMs, position, draw(random, 12) - 2};
         if (random() % 8 == 0) query.notBefore = std::numeric_limits<TimeMs>::min();
         EXPECT_EQ(provider->OnScrubberFindEvent(query), provider->Plain::OnScrubberFindEvent(query))
@@ -140,6 +142,26 @@ TEST_F(DayTreeNumbering, EqualsAPlainWalkOverRandomTrees) {
             for (const TimeMs time : {start, end, start - 1, end - 1, end + 1, (start + end) / 2}) {
                 if (random() % 8 == 0) expectSearches(random, time);
             }
+        }
+    }
+}
+
+TEST_F(DayTreeNumbering, SearchesEqualPlainOnesFarAndWide) {
+    constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
+    constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
+    const std::vector<ToldDay> trees[] = {
+        {{"2024-03-01", {{march1, march1 + 3 * dayMs}}}, {"2024-03-02", {{march1 + dayMs, march1 + dayMs + slice}}}},
+        {{"2024-03-02", {{march1 + dayMs, march1 + dayMs + 1}}}, {"2024-03-01", {{march1 - dayMs, march1 + dayMs}}}},
+        {{"2024-03-01", {{least, least + 500'000}, {0, 0}, {march1 + 10, march1}, {most - 500'000, most}}}},
+        {{"2024-03-01", {{most - 500'000, most}, {march1, march1 + slice}}}, {"1970-01-01", {{-slice, 1}}}},
+    };
+    for (const auto& tree : trees) {
+        SCOPED_TRACE(&tree - trees);
+        load(tree);
+        ASSERT_GT(provider->OnScrubberGetEventsCount(), 3);
+        Random random;
+        for (const TimeMs around : {least + 1, TimeMs{0}, march1, march1 + dayMs, march1 + 3 * dayMs, most - 1}) {
+            for (const TimeMs beside : {-1, 0, 1}) expectSearches(random, around + beside);
         }
     }
 }

@@ -182,30 +182,30 @@ TEST(DayTreeThreads, ReadersUploadsAndRebuildsGoTogether) {
             while (!isDone) seen += readAll(*provider, onUrl);
         }));
     }
-    // Each tree that is told of is built anew.
-    Semaphore told(scheduler);
+    // Each tree that is told of is built anew. Held by the delegate too: an upload may tell it after the test's end.
+    const auto told = std::make_shared<Semaphore>(scheduler);
+    const auto calls = std::make_shared<std::atomic<int>>(0);
     threads.push_back(scheduler.spawn("refresher", [&] {
-        for (told.wait(); !isDone; told.wait()) provider->refresh();
+        for (told->wait(); !isDone; told->wait()) provider->refresh();
     }));
 
-    std::atomic<int> calls = 0;
     const auto delegate = std::make_shared<RecordingDelegate>();
     delegate->visible = {1, 2, 3};
-    delegate->onCall = [&] {
-        ++calls;
-        told.signal();
+    delegate->onCall = [calls, told, &scheduler] {
+        ++*calls;
+        told->signal();
         scheduler.post([] {});
     };
     provider->setDelegate(delegate);
     for (int round = 0; round < 20; ++round) {
-        calls = 0;
+        *calls = 0;
         EXPECT_EQ(provider->setSource(service.makeToken()), 0);
-        scheduler.runUntil([&] { return calls >= 3 && urls > 0; });
+        scheduler.runUntil([&] { return *calls >= 3 && urls > 0; });
         provider->close();
     }
     provider->setDelegate(nullptr);
     isDone = true;
-    told.signal();
+    told->signal();
     threads.clear();
     provider->close();
     EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);

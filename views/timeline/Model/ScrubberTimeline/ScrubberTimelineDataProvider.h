@@ -50,8 +50,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     /// events of the day of `withStartFrom` are fetched, or of the last day when that is below 1.
     std::int32_t requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) override;
 
-    /// Drops the tree, and what a load under way has got so far; that load ends without a word. Waits for a request
-    /// for one day's periods that is under way.
+    /// Drops the tree, and what a load under way has got so far; that load, once it has its days, ends without a word.
+    /// Waits for a request for one day's periods that is under way.
     void clearAllDays();
 
     /// The day of UTC that `time`, ms, lies on, or the last one when that day is not in the tree. Nothing while

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,6 +28,10 @@ class ScrubberTimelineDayItem {
     std::int64_t isUpdated() const { return isUpdated_.get(); }
     void setIsUpdated(std::int64_t isUpdated) { isUpdated_.set(isUpdated); }
 
+    /// Whether the events of the day may be asked for: nobody has, or one other whose turn has not come. A strip that
+    /// scrolls over a day asks at each step.
+    bool beginRequest() { return isUpdated() == ScrubberTimelineStatusNotAsked && requests_++ < 2; }
+
     /// Midnight of UTC in seconds since the epoch, not in ms as all else in the tree.
     double dateTime() const { return dateTime_; }
     void setDateTime(double dateTime) { dateTime_ = dateTime; }
@@ -44,6 +49,7 @@ class ScrubberTimelineDayItem {
 
   private:
     ScrubberTimelineStatusField isUpdated_;
+    std::atomic<std::uint32_t> requests_ = 0;
     double dateTime_ = 0.0;
     mutable std::mutex mutex_;
     std::shared_ptr<ScrubberTimelineBlock> block_;

@@ -47,10 +47,11 @@ void ScrubberTimelineItem::append(EventShelf& shelf, Events events) {
     for (auto& event : events) {
         const TimeMs time = longLongValue(event.dateTime());
         const std::size_t started = startedBy(slices, time);
-        if (started > 0 && time < longLongValue(slices[started - 1].endDateTime())) {
-            shelf.ofSegments[started - 1].push_back(shelf.events.size());
-        }
+        const std::size_t place = shelf.events.size();
         shelf.events.push_back(std::move(event));
+        if (started > 0 && time < longLongValue(slices[started - 1].endDateTime())) {
+            shelf.ofSegments[started - 1].push_back(place);
+        }
     }
 }
 

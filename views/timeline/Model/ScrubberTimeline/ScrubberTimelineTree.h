@@ -30,7 +30,7 @@ class ScrubberTimelineTree {
   public:
     using Days = std::vector<std::shared_ptr<ScrubberTimelineDayItem>>;
 
-    /// The most segments that a provider lets into its tree: thirty years round the clock.
+    /// The most segments up to which a load fills a provider's tree: thirty years round the clock.
     static constexpr std::uint64_t maxSegments = 4'000'000;
 
     ScrubberTimelineTree() = default;

@@ -16,8 +16,8 @@ constexpr std::size_t maxRecordRequests = 6;
 
 // Events of a timeline that are read when the service does not say how many there are.
 constexpr std::int64_t maxUncountedEvents = 100'000;
-// More than ten a second, all day: a total above this counts as this.
-constexpr std::int64_t largestTotal = 1'000'000;
+// One every three seconds, all year: a total above this counts as this.
+constexpr std::int64_t largestTotal = 10'000'000;
 
 // The elements of a page; null when it has none.
 const Reply* elementsOf(const Reply& reply) {
@@ -93,10 +93,12 @@ std::int32_t ScrubberTimelineUploads::uploadEventsForTimelineDays() {
 }
 
 std::int32_t ScrubberTimelineUploads::uploadEventsForTimelineDay(const std::shared_ptr<ScrubberTimelineDayItem>& day) {
-    if (isClosing() || !day || !cam() || day->isUpdated() != ScrubberTimelineStatusNotAsked) return 0;
+    if (isClosing() || !day || !cam()) return 0;
+    const auto block = day->block();
+    if (!block || !day->beginRequest()) return 0;
     trace(1, classPath(), "uploadEventsForTimelineDay");
     guarded([&] {
-        for (std::size_t i = day->timelines().size(); i-- > 0;) {
+        for (std::size_t i = block->timelines().size(); i-- > 0;) {
             queueUploadEvents_.addOperation([self = self(), day, i] { self->uploadTimelineOfDay(*day, i); });
         }
         return StatusSuccess;
@@ -155,7 +157,7 @@ std::int64_t ScrubberTimelineUploads::fetchAllEvents(const std::shared_ptr<Korva
         if (isClosing()) break;
         fetched += static_cast<std::int64_t>(objects->size());
         if (fetched >= mostEvents(total, asked.limit)) {
-            logError(classPath(), "events: the service goes on beyond its total");
+            logError(classPath(), "events: no end of pages, so the timeline is cut off");
             break;
         }
     }

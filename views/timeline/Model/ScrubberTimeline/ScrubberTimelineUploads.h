@@ -25,8 +25,8 @@ class ScrubberTimelineUploads : public ScrubberSourceBinding {
     /// Queues all days, the last one first. Always 0.
     std::int32_t uploadEventsForTimelineDays();
 
-    /// Queues the timelines of a day that has not been asked for, the last one first. The delegate is told to redraw
-    /// when a timeline that has been filled is on screen. Always 0.
+    /// Queues the timelines of a day that has not been asked for, or once only and waits, the last one first. The
+    /// delegate is told to redraw when a timeline that has been filled is on screen. Always 0.
     std::int32_t uploadEventsForTimelineDay(const std::shared_ptr<ScrubberTimelineDayItem>& day);
 
     /// Fetches all pages of a timeline's events, each of them added as it comes. Ends with the first empty page, or
@@ -43,8 +43,8 @@ class ScrubberTimelineUploads : public ScrubberSourceBinding {
 
     /// The recording that covers `withDateTime`, ms, in the segment of the list entry `index`, or the next one there:
     /// a new entry with the recording's span and URL and that moment. `completion` runs on the caller's thread or on
-    /// one of the client library, and never when there is no such recording, nor when its segment is being asked for
-    /// already: the next call may have more luck.
+    /// one of the client library, and never when there is no such recording or its segment's request has failed, nor
+    /// when that segment is being asked for already or six others wait: then the next call may have more luck.
     void getUrl(std::uint64_t index, TimeMs withDateTime, UrlCompletion completion) override;
 
     /// The segment of that number with its parents; nothing past the end, for a negative number, and while closing.
