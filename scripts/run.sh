@@ -15,7 +15,7 @@ if [ $# -gt 0 ] && [ "${1#-}" = "$1" ]; then
   folder="$1"; shift
   [ -d "$folder" ] || { echo "run: no such folder: $folder" >&2; exit 2; }
 fi
-has_option() { local wanted="$1" option; shift; for option in "$@"; do [ "$option" = "$wanted" ] && return 0; done; return 1; }
+has_option() { local wanted="$1" option; shift; for option in "$@"; do case "$option" in "$wanted"|"$wanted="*) return 0 ;; esac; done; return 1; }
 
 "$root/scripts/bootstrap.sh"
 (cd "$root"
