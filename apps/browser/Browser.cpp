@@ -39,7 +39,7 @@ void Browser::connectParts() {
         if (!playsOn() && event && event == navigation_.selected()) endEvent();
     });
     connect(&player_, &RecordingPlayer::boundReached, this, &Browser::endEvent);
-    connect(&strip_, &StripHost::sought, this, [this] { isEventOver_ = false; });
+    connect(&strip_, &StripHost::sought, this, &Browser::onSought);
     connect(&strip_, &StripHost::flyOverEnded, this, [this] { setFlyOver(-1); });
     connect(&strip_, &StripHost::flownOver, this, [this](qint64 time, const QString& zone) {
         if (zone_.isEmpty()) setZone(zone);
@@ -53,11 +53,13 @@ void Browser::connectParts() {
     connect(&player_, &RecordingPlayer::stateChanged, this, [this] {
         // A note on a jump or a failure stays until playing is somewhere else.
         if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
+        if (player_.state() == RecordingPlayer::State::Ended) scheduler_.post(life_.guard([this] { onPlayerEnded(); }));
         emit messageChanged();
         emit navigation_.changed();
     });
     connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
     connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
+        isRefused_ = true;
         setNote(tr("Not deleted: %1 (status %2)").arg(deletionFault(status)).arg(status), Mood::Warning);
     });
     connect(&player_, &RecordingPlayer::gapSkipped, this, [this](qint64 from, qint64 to) {
@@ -104,15 +106,17 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
     if (cameraName_.isEmpty()) cameraName_ = tr("Camera %1").arg(camera->getID());
     setZone(QString::fromStdString(camera->getTimezone()));
     player_.setCamera(camera);
-    if (isLive_) goLive();
+    if (isLive_)
+        goLive();
+    else if (const auto& event = navigation_.selected())
+        player_.open(strip_.momentOf(*event), RecordingPlayer::Then::Play);
 }
 
 void Browser::onListState(int state, int status) {
     const bool isLoaded = listState_ == ScrubberStateLoading && state == ScrubberStateReady && status == 0;
-    const bool isDeleted = listState_ == ScrubberStateDeleting;
     listState_ = state;
     // Of a deletion that failed a note tells; the list is as good as before.
-    listStatus_ = isDeleted ? 0 : status;
+    listStatus_ = std::exchange(isRefused_, false) ? 0 : status;
     if (isLoaded) onListLoaded();
     emit stateChanged();
     emit messageChanged();
@@ -126,15 +130,21 @@ void Browser::onListLoaded() {
 
 void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     const auto type = event ? event->type() : ScrubberEventTypePending;
+    const bool isEntry = type == ScrubberEventTypeItem || type == ScrubberEventTypeGroup;
     boundPlayer();
+    isEventOver_ = false;
+    if (isEntry && std::exchange(listStatus_, 0) != 0) {
+        // Something else could not be loaded; the person goes on with what is there.
+        emit stateChanged();
+        emit messageChanged();
+    }
     // After a switch the player goes on where it is, and the mark moves there.
     if (keepsPlaying(event)) return emit selectionChanged();
-    isEventOver_ = false;
     if (type == ScrubberEventTypeLive) return goLive();
     isLive_ = false;
     emit selectionChanged();
     // A slot that is not filled yet is selected once more when its page has come.
-    if (type != ScrubberEventTypeItem && type != ScrubberEventTypeGroup) return player_.pause();
+    if (!isEntry) return player_.pause();
     player_.open(strip_.momentOf(*event), RecordingPlayer::Then::Play);
 }
 
@@ -148,6 +158,22 @@ void Browser::goLive() {
     emit selectionChanged();
     // There is no live picture; the newest that there is stands in for it.
     player_.openNewest(RecordingPlayer::Then::Pause);
+}
+
+void Browser::onSought() {
+    // The strip tells of an end once in a run, and a seek is none of its own.
+    if (std::exchange(isEventOver_, false) && navigation_.selected())
+        strip_.view()->toEvent(navigation_.selected(), false);
+}
+
+// The strip tells of no end to which the player does not come, since nothing was recorded that late.
+void Browser::onPlayerEnded() {
+    const auto& event = navigation_.selected();
+    if (!event || player_.state() != RecordingPlayer::State::Ended) return;
+    if (!playsOn())
+        endEvent();
+    else if (player_.getPosition() < event->end())
+        navigation_.toNext();
 }
 
 void Browser::endEvent() {
@@ -246,7 +272,7 @@ QString Browser::date() const {
 }
 
 QString Browser::count() const {
-    if (!isListSeen_ || listState_ == ScrubberStateLoading) return {};
+    if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0) return {};
     const QString noun = strip_.isGrouping() ? tr("group") : strip_.hasRecordings() ? tr("recording") : tr("event");
     return countText(strip_.count(), noun);
 }

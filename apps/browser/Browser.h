@@ -12,6 +12,7 @@
 #include "apps/browser/Navigation.h"
 #include "apps/browser/RecordingPlayer.h"
 #include "apps/browser/StripHost.h"
+#include "base/LifeToken.h"
 #include "base/Scheduler.h"
 #include "client/KorvaneService.h"
 
@@ -100,6 +101,8 @@ class Browser : public QObject {
   private:
     void connectParts();
     void onSelected(const std::shared_ptr<ScrubberEvent>& event);
+    void onSought();
+    void onPlayerEnded();
     void endEvent();
     void boundPlayer();
     void onListState(int state, int status);
@@ -130,12 +133,14 @@ class Browser : public QObject {
     bool isLive_ = false;
     bool isEventOver_ = false;  // the player has been stopped at the end of what is selected
     bool isReloaded_ = false;   // the strip goes back to where it was before
+    bool isRefused_ = false;    // the list's next status is a deletion's
     TimeMs flyOver_ = -1;
     QString fault_;  // of token or camera; stays until the next open()
     QString note_;   // of the player
     Mood noteMood_ = Mood::Calm;
     QString expiry_;
     QStringList rejected_;
+    LifeToken life_;
 };
 
 }  // namespace korvane

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "client/Status.h"
+
 namespace korvane {
 
 namespace {
@@ -61,7 +63,8 @@ bool Navigation::canGoOnByHours() const {
 }
 
 bool Navigation::canDelete() const {
-    return strip_.isReady() && selected_ && selected_->type() == ScrubberEventTypeItem && !strip_.hasRecordings();
+    const bool isFree = strip_.isReady() && !isDeleting_;
+    return isFree && selected_ && selected_->type() == ScrubberEventTypeItem && !strip_.hasRecordings();
 }
 
 void Navigation::toFirst() {
@@ -120,12 +123,13 @@ void Navigation::keep() {
 void Navigation::deleteDoomed() {
     const auto event = std::exchange(doomed_, nullptr);
     if (!event || !strip_.view()) return;
-    isDeleting_ = true;
-    strip_.view()->deleteEvent(event, life_.guard([this](std::int32_t, const std::string&) {
+    // The answer comes on a later turn.
+    const std::int32_t status = strip_.view()->deleteEvent(event, life_.guard([this](std::int32_t, const std::string&) {
         isDeleting_ = false;
         emit changed();
         emit deleted();
     }));
+    isDeleting_ = status == StatusSuccess;
     emit changed();
 }
 

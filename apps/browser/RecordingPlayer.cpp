@@ -81,10 +81,13 @@ void RecordingPlayer::open(TimeMs moment, Then then) {
 
 void RecordingPlayer::openNewest(Then then) {
     if (!lookup_) return;
+    media_->pause();
     then_ = then;
+    isAfterNewest_ = true;
     setState(State::Opening);
     lookup_->findNewest([this](const RecordingCatalog::Answer& answer, std::int32_t status) {
         if (status != 0) return fail(tr("The service does not answer"), status);
+        isAfterNewest_ = false;
         if (answer.kind == RecordingCatalog::Kind::Unknown) return stop();
         load(answer.recording, std::max(answer.recording.start, answer.recording.end - newestStretch));
     });
@@ -93,6 +96,7 @@ void RecordingPlayer::openNewest(Then then) {
 void RecordingPlayer::look(TimeMs moment, Then then, std::optional<TimeMs> bound) {
     media_->pause();
     then_ = then;
+    isAfterNewest_ = false;
     setState(State::Opening);
     publish(moment);
     lookup_->find(moment, [this, moment, bound](const RecordingCatalog::Answer& answer, std::int32_t status) {
@@ -142,12 +146,14 @@ void RecordingPlayer::arrive() {
 void RecordingPlayer::resume() {
     if (state_ == State::Opening) {
         then_ = Then::Play;
+    } else if (state_ == State::Paused && position_ > recording_->end) {
+        playNext();  // it has stopped at its bound
     } else if (state_ == State::Paused) {
         media_->play();
         setState(State::Playing);
-    } else if (state_ == State::Ended) {
+    } else if (state_ == State::Ended || (state_ == State::Failed && isAfterNewest_)) {
         openNewest(Then::Play);
-    } else if (state_ == State::Failed && position_ >= 0) {
+    } else if (state_ == State::Failed) {
         open(position_, Then::Play);
     }
 }

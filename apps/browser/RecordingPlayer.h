@@ -118,7 +118,8 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     // Where to go in recording_ as soon as it can be sought in.
     std::optional<TimeMs> target_;
     std::optional<TimeMs> bound_;
-    Then then_ = Then::Play;  // what follows State::Opening
+    Then then_ = Then::Play;      // what follows State::Opening
+    bool isAfterNewest_ = false;  // the newest has been asked for and not been found yet
     QMediaPlayer::Error loadError_ = QMediaPlayer::NoError;
     std::function<void(TimeMs)> seekOnMain_;
     LifeToken life_;

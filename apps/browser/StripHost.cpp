@@ -7,7 +7,10 @@
 #include <utility>
 
 #include "apps/browser/Glyph.h"
+#include "toolkit/ImageCache.h"
+#include "toolkit/ToolkitContext.h"
 #include "views/timeline/Presentation/Outlets.h"
+#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
 #include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
 
 namespace korvane {
@@ -92,7 +95,15 @@ std::int32_t StripHost::open(const QString& token, TimeMs moment) {
     if (!view_) return -1;
     view_->getConfig().setDataSourceType(hasRecordings_ ? ScrubberDataSourceTypeRecords : ScrubberDataSourceTypeEvents);
     view_->getConfig().setEventGrouping(isGrouping_);
+    forgetPictures();
     return view_->setSource(token);
+}
+
+// They are kept by camera and number alone, and an event and a recording may have the same; so may two services.
+void StripHost::forgetPictures() {
+    // Nor may a picture that is on its way come in later.
+    for (ScrubberCell* const cell : view_->findChildren<ScrubberCell*>()) cell->clean();
+    ToolkitContext::shared()->imageCache->clearMemory();
 }
 
 std::int64_t StripHost::count() const {
@@ -162,9 +173,12 @@ void StripHost::fillPlayback(ScrubberViewDelegate& delegate) {
         const TimeMs position = player_.getPosition();
         return id != 0 && id == selectedId_ && position >= event->start() ? position : -1;
     };
-    delegate.OnScrubberSetCurrentPositionForPlayingEvent = [this](const Event&, TimeMs newPosition) {
-        player_.setPosition(newPosition);
+    delegate.OnScrubberSetCurrentPositionForPlayingEvent = [this](const Event& event, TimeMs newPosition) {
+        const bool isSelected = idOf(event) == selectedId_;
+        if (isSelected) player_.setPosition(newPosition);
         endFlyOver();
+        // A page that came in under the finger has put its own cell to play.
+        if (!isSelected) return scheduler_.post(life_.guard([this] { realign(); }));
         emit sought();
     };
     delegate.OnScrubberEventPlayFinished =
@@ -192,9 +206,11 @@ void StripHost::onSelected(const Event& event) {
     }
     const Event chosen = event ? event : under;
     if (const auto moment = std::exchange(wanted_, std::nullopt)) {
-        // The strip goes to what begins after a moment; its neighbour may hold it.
+        // The strip goes to what begins after a moment; its neighbour may hold it. What lies further off the person has
+        // chosen meanwhile; but among groups the strip only guesses at first.
         const Event wanted = entryFor(*moment);
-        if (wanted && wanted != chosen) return view_->toEvent(wanted);
+        const bool isNear = index && (wanted == entry(*index - 1) || wanted == entry(*index + 1));
+        if (wanted && wanted != chosen && (isNear || isGrouping_)) return view_->toEvent(wanted);
     }
     select(chosen);
 }

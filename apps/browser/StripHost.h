@@ -75,6 +75,7 @@ class StripHost : public QObject {
     void tokenWillExpire(qint64 timeLeft);
 
   private:
+    void forgetPictures();
     void fill(ScrubberViewDelegate& delegate);
     void fillPlayback(ScrubberViewDelegate& delegate);
     void onState(int state, int status);

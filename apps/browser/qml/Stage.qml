@@ -39,6 +39,7 @@ Rectangle {
 
         anchors.centerIn: parent
         visible: stage.browser.mood === Browser.Fault && !stage.browser.isFlyingOver
+                 && stage.browser.player.state !== RecordingPlayer.Playing
         title: "Nothing to play"
         text: stage.browser.message
     }
