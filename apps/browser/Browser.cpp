@@ -53,7 +53,7 @@ void Browser::connectParts() {
     connect(&player_, &RecordingPlayer::stateChanged, this, [this] {
         // A note on a jump or a failure stays until playing is somewhere else.
         if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
-        if (player_.state() == RecordingPlayer::State::Ended) scheduler_.post(life_.guard([this] { onPlayerEnded(); }));
+        if (player_.state() == RecordingPlayer::State::Ended) onPlayerEnded();
         emit messageChanged();
         emit navigation_.changed();
     });
@@ -169,11 +169,13 @@ void Browser::onSought() {
 // The strip tells of no end to which the player does not come, since nothing was recorded that late.
 void Browser::onPlayerEnded() {
     const auto& event = navigation_.selected();
-    if (!event || player_.state() != RecordingPlayer::State::Ended) return;
-    if (!playsOn())
-        endEvent();
-    else if (player_.getPosition() < event->end())
-        navigation_.toNext();
+    if (!event) return;
+    if (!playsOn()) return endEvent();
+    if (player_.getPosition() >= event->end()) return;
+    // Later: it may be the strip that is going to this entry now.
+    scheduler_.post(life_.guard([this] {
+        if (player_.state() == RecordingPlayer::State::Ended) navigation_.toNext();
+    }));
 }
 
 void Browser::endEvent() {

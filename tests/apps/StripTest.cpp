@@ -11,6 +11,8 @@
 #include "apps/browser/TourHand.h"
 #include "tests/apps/PlayerFixture.h"
 #include "tests/server/TestClip.h"
+#include "toolkit/ImageCache.h"
+#include "toolkit/ToolkitContext.h"
 #include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
 
 namespace korvane::test {
@@ -194,6 +196,9 @@ TEST_F(StripTest, DeletesOnlyWhatWasConfirmedAndSaysWhatWasRefused) {
 TEST_F(StripTest, SwitchesChangeTheListAndKeepTheMoment) {
     press(Qt::Key_End);
     ASSERT_TRUE(comesTo(9));
+    QImage oldPicture(1, 1, QImage::Format_RGB32);
+    oldPicture.fill(Qt::red);
+    const auto pictureKey = [](std::int64_t number) { return QStringLiteral("1_%1").arg(number); };
     struct Step {
         const char* label;
         const char* count;
@@ -206,6 +211,8 @@ TEST_F(StripTest, SwitchesChangeTheListAndKeepTheMoment) {
              {"Group", "9 events", 9},
          }) {
         const TimeMs before = player().getPosition();
+        ImageCache& pictures = *ToolkitContext::shared()->imageCache;
+        for (int number = 1; number <= 9; ++number) pictures.storeImageToMemory(oldPicture, pictureKey(number));
         ASSERT_NO_FATAL_FAILURE(click("label", QLatin1String(step.label)));
         ASSERT_TRUE(until([&] { return browser().count() == QLatin1String(step.count); }))
             << step.label << ": " << qPrintable(browser().count());
@@ -213,6 +220,9 @@ TEST_F(StripTest, SwitchesChangeTheListAndKeepTheMoment) {
         EXPECT_GE(player().getPosition(), before) << step.label;
         EXPECT_FALSE(navigation().selected()->imageUrl().value_or("").empty()) << step.label;
         EXPECT_EQ(navigation().canDelete(), step.index == 9);
+        const QString key = pictureKey(navigation().selected()->identificator().value());
+        ASSERT_TRUE(until([&] { return !pictures.imageFromMemoryCacheForKey(key).isNull(); })) << step.label;
+        EXPECT_NE(pictures.imageFromMemoryCacheForKey(key).size(), oldPicture.size()) << step.label;
     }
 }
 
@@ -251,6 +261,57 @@ TEST_F(StripTest, StopsAtTheEndOfAnEntryAndPlaysItOnceMore) {
     EXPECT_EQ(strip().indexUnderMark(), 1);
     press(Qt::Key_Space);
     EXPECT_TRUE(until([this] { return plays(1) && player().getPosition() < first + 10'000; }));
+}
+
+TEST_F(StripTest, EndsAnEntryOnceMoreAfterASeekBack) {
+    const auto isOver = [this] { return browser().message() == "End of the recording"; };
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(click("label", "Recordings"));
+    ASSERT_TRUE(until([this] { return browser().count() == "3 recordings"; }));
+    ASSERT_TRUE(comesTo(1));
+    // The next film touches this one, so nothing but the strip stops the player.
+    player().setPosition(first + 19'000);
+    ASSERT_TRUE(until(isOver));
+    const TimeMs over = player().getPosition();
+    drag(40);
+    ASSERT_TRUE(until([&] { return player().state() == State::Paused && player().getPosition() < over - 2'000; }));
+    EXPECT_FALSE(isOver());
+    press(Qt::Key_Space);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("a seek back"));
+    press(Qt::Key_Space);
+    player().setPosition(first + 19'000);
+    EXPECT_TRUE(until(isOver));
+}
+
+TEST_F(StripTest, EndsAnEntryThatOutlastsTheFootage) {
+    const TimeMs lastFilm = first + 7'200'000;
+    for (const bool playsOn : {false, true}) {
+        browser().setPlaysOn(playsOn);
+        press(Qt::Key_End);
+        ASSERT_TRUE(comesTo(9));
+        player().setPosition(lastFilm + 19'000);
+        if (playsOn) {
+            EXPECT_TRUE(comesTo(live));
+        } else {
+            ASSERT_TRUE(until([this] { return player().state() == State::Ended; }));
+            press(Qt::Key_Space);
+            EXPECT_TRUE(until([&] { return plays(9) && player().getPosition() < lastFilm + 18'000; }));
+        }
+    }
+}
+
+TEST_F(StripTest, ASwitchLeavesTheEndBehind) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    player().setPosition(first + 39'500);
+    ASSERT_TRUE(until([this] { return browser().message() == "End of the event"; }));
+    ASSERT_NO_FATAL_FAILURE(click("label", "Group"));
+    ASSERT_TRUE(until([this] { return browser().count() == "2 groups" && navigation().selected(); }));
+    EXPECT_EQ(browser().message(), "Paused");
+    press(Qt::Key_Space);
+    EXPECT_TRUE(until([this] { return browser().message() == "End of the event"; })) << "nothing more was recorded";
 }
 
 TEST_F(StripTest, ANewSizeKeepsTheEntryUnderTheMark) {
