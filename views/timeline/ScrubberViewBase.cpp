@@ -97,7 +97,10 @@ std::int32_t ScrubberViewBase::bind(TimeMs position,
     position_ = position;
     fresh->enableEventGrouping(config_.eventGrouping());
     fresh->setApiProtocol(config_.getScrubberApiProtocolAsString().toStdString(), config_.getScrubberApiPort());
-    return setSource(*fresh);
+    const auto entries = entries_;  // the host may destroy this view
+    const std::int32_t status = setSource(*fresh);
+    if (entries->provider() != fresh) fresh->close();  // another source has taken its place while it was bound
+    return status;
 }
 
 int ScrubberViewBase::setSource(const QString& token) {

@@ -144,6 +144,8 @@ void VirtualUi::tap(Point at, int pointer) {
 }
 
 bool VirtualUi::eventFilter(QObject* watched, QEvent* event) {
+    // Frames come by the real clock, and would lay out at their moment what otherwise is laid out by a task.
+    if (event->type() == QEvent::UpdateRequest) return true;
     if (event->isPointerEvent()) {
         const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(scheduler_->monotonicNow());
         static_cast<QInputEvent*>(event)->setTimestamp(static_cast<quint64>(time.count()));

@@ -26,7 +26,7 @@ std::function<void(Reply&)> drawDistortion(Dice& dice, bool isLie) {
         [](Reply& reply) { reply["objects"] = Reply::array(); },
         [](Reply& reply) { reply["objects"] = "none"; },
         [](Reply& reply) {
-            for (Reply& object : reply["objects"]) object = {{"id", "seven"}, {"time", 5}, {"thumb", "x"}};
+            for (Reply& object : reply["objects"]) object = {{"id", "seven"}, {"time", 5}, {"thumb", 5}};
         },
         [](Reply& reply) {
             if (reply["objects"].size() > 1) reply["objects"].erase(0);
