@@ -65,15 +65,16 @@ QImage ImageCache::imageFromMemoryCacheForKey(const QString& key) {
 
 void ImageCache::storeImageToMemory(const QImage& image, const QString& forKey) {
     if (image.isNull()) return;
+    const std::int64_t cost = image.sizeInBytes();
+    QImage kept = packed(image);  // not under the lock, for which the cells that look for a picture would wait
     const std::lock_guard lock(mutex_);
     if (const auto found = byKey_.find(forKey); found != byKey_.end()) {
         cost_ -= found->second->cost;
         entries_.erase(found->second);
         byKey_.erase(found);
     }
-    const std::int64_t cost = image.sizeInBytes();
     if (maxCost_ > 0 && cost > maxCost_) return;
-    entries_.push_front({forKey, packed(image), cost});
+    entries_.push_front({forKey, std::move(kept), cost});
     byKey_.emplace(forKey, entries_.begin());
     cost_ += cost;
     evict();

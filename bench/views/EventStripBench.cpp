@@ -72,13 +72,17 @@ void storePreviews() {
     }
 }
 
+void showEvents(Stage& stage, std::int64_t count) {
+    storePreviews();
+    stage.view->setDataSourceDelegate(std::make_shared<ManyEvents>(count));
+    stage.view->reload();
+    for (int turn = 0; turn < 20; ++turn) QCoreApplication::processEvents();
+}
+
 void eventStripFrame(benchmark::State& state) {
     const auto service = std::make_shared<HttpService>(*ToolkitContext::shared()->scheduler);
     Stage stage(service);
-    storePreviews();
-    stage.view->setDataSourceDelegate(std::make_shared<ManyEvents>(state.range(0)));
-    stage.view->reload();
-    for (int turn = 0; turn < 20; ++turn) QCoreApplication::processEvents();
+    showEvents(stage, state.range(0));
     double x = 134.35 * static_cast<double>(state.range(0)) / 2;
     double direction = step;
     const auto frame = [&] {
@@ -107,10 +111,7 @@ BENCHMARK(eventStripFrame)->Arg(100)->Arg(1'000'000)->UseManualTime()->Iteration
 void playbackTickOnMain(benchmark::State& state) {
     const auto service = std::make_shared<HttpService>(*ToolkitContext::shared()->scheduler);
     Stage stage(service);
-    storePreviews();
-    stage.view->setDataSourceDelegate(std::make_shared<ManyEvents>(state.range(0)));
-    stage.view->reload();
-    for (int turn = 0; turn < 20; ++turn) QCoreApplication::processEvents();
+    showEvents(stage, state.range(0));
     stage.strip().setContentOffset({134.35 * static_cast<double>(state.range(0)) / 2, 0});
     stage.draw();
     auto* const cell =
