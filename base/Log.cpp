@@ -1,4 +1,4 @@
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 #include <cstdio>
 #include <memory>
@@ -17,7 +17,7 @@ struct SinkHolder {
     std::shared_ptr<const LogSink> sink = std::make_shared<LogSink>();
 };
 
-// Never destroyed: threads may log while the process goes down.
+// Never destroyed: threads may log while the process ends.
 SinkHolder& sinkHolder() {
     static auto& holder = *new SinkHolder;
     return holder;

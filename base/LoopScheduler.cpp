@@ -1,4 +1,4 @@
-#include "base/LoopScheduler.h"
+#include "korvane/base/LoopScheduler.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -7,14 +7,14 @@
 #include <thread>
 #include <utility>
 
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 
 using std::chrono::steady_clock;
 
 struct LoopScheduler::Loop {
-    // Posted tasks stand among the timers under the moment of their posting; equal moments keep the order of arrival.
+    // A posted task is a timer that is due at once; tasks of the same moment keep the order of arrival.
     using Key = std::pair<steady_clock::time_point, TimerId>;
 
     TimerId add(std::chrono::milliseconds delay, Task task) {

@@ -1,8 +1,8 @@
-#include "base/RecursiveLock.h"
+#include "korvane/base/RecursiveLock.h"
 
 #include <mutex>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
 

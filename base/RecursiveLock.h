@@ -4,7 +4,7 @@
 #include <memory>
 #include <thread>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
@@ -74,10 +74,13 @@ class Scheduler {
     /// Takes back a task of after() that has not begun. Anything else is ignored.
     virtual void cancel(TimerId timer) = 0;
 
-    /// Runs `task` on some worker thread. Tasks may block; their number at a time is bounded.
+    /// Runs `task` on some worker thread. Tasks may block; their number at a time is bounded. A task for which the
+    /// system gives no thread waits for one that exists, or for a later call that gets one.
     virtual void runInBackground(Task task) = 0;
 
-    /// Starts a thread of its own for work that ticks or waits. `name` shows in debuggers.
+    /// Starts a thread of its own for work that ticks or waits. `name` shows in debuggers. Null, with a line in the
+    /// log, when the system gives no further thread: `body` then never runs, and the caller says what that means for
+    /// its own callers. It may ask again later.
     virtual std::unique_ptr<Thread> spawn(std::string name, Task body) = 0;
 
     virtual std::unique_ptr<Monitor> makeMonitor() = 0;

@@ -1,4 +1,4 @@
-#include "base/Semaphore.h"
+#include "korvane/base/Semaphore.h"
 
 #include <algorithm>
 #include <mutex>

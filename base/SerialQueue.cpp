@@ -1,10 +1,10 @@
-#include "base/SerialQueue.h"
+#include "korvane/base/SerialQueue.h"
 
 #include <deque>
 #include <mutex>
 #include <utility>
 
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 

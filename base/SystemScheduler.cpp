@@ -1,4 +1,4 @@
-#include "base/SystemScheduler.h"
+#include "korvane/base/SystemScheduler.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -7,8 +7,8 @@
 #include <thread>
 #include <utility>
 
-#include "base/Log.h"
-#include "base/TaskGuard.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 namespace {
@@ -44,16 +44,12 @@ class SystemMonitor final : public Monitor {
 
 class SystemThread final : public Thread {
   public:
-    SystemThread(std::string name, Scheduler::Task body) {
-        try {
-            thread_ = std::thread([name = std::move(name), body = std::move(body)]() mutable {
-                detail::nameThisThread(name);
-                detail::runGuarded(std::move(body), name);
-            });
-        } catch (const std::system_error&) {
-            logError("SystemScheduler", "the system gives no further thread");
-        }
-    }
+    /// Throws std::system_error when the system gives no further thread.
+    SystemThread(std::string name, Scheduler::Task body)
+        : thread_([name = std::move(name), body = std::move(body)]() mutable {
+              detail::nameThisThread(name);
+              detail::runGuarded(std::move(body), name);
+          }) {}
     ~SystemThread() override { joinOnce(); }
 
     void join() override { joinOnce(); }
@@ -86,7 +82,12 @@ void SystemScheduler::runInBackground(Task task) {
 }
 
 std::unique_ptr<Thread> SystemScheduler::spawn(std::string name, Task body) {
-    return std::make_unique<SystemThread>(std::move(name), std::move(body));
+    try {
+        return std::make_unique<SystemThread>(std::move(name), std::move(body));
+    } catch (const std::system_error&) {
+        logError("SystemScheduler", "the system gives no further thread");
+        return nullptr;
+    }
 }
 
 std::unique_ptr<Monitor> SystemScheduler::makeMonitor() {

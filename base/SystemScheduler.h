@@ -3,8 +3,8 @@
 #include <chrono>
 #include <memory>
 
-#include "base/Scheduler.h"
-#include "base/WorkerPool.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/base/WorkerPool.h"
 
 namespace korvane {
 

@@ -1,4 +1,4 @@
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 #include <cxxabi.h>
 #include <pthread.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <typeinfo>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane::detail {
 namespace {

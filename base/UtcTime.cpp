@@ -1,4 +1,4 @@
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 

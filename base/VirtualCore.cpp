@@ -1,10 +1,10 @@
-#include "base/VirtualCore.h"
+#include "korvane/base/VirtualCore.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "base/Log.h"
-#include "base/TaskGuard.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane::detail {
 namespace {
@@ -26,7 +26,7 @@ thread_local Participant* ownParticipant = nullptr;
 
 VirtualCore::VirtualCore(std::uint64_t seed, TimeMs start) : utcBase(start), random_(seed) {}
 
-// A thread from outside that has called once may call again: from then on, standing still is no deadlock.
+// A thread from outside that has called once may call again: from then on, idle participants are no deadlock.
 void VirtualCore::noteCaller() {
     if (std::this_thread::get_id() != mainThread && ownCore != this) foreignSeen_ = true;
 }
@@ -78,7 +78,7 @@ void VirtualCore::passBaton() {
             ready.push_back(&main_);
         }
         if (!ready.empty()) {
-            // Not a distribution of the library: their results differ between implementations.
+            // No distribution of the standard library: its results differ between implementations.
             current_ = ready[random_() % ready.size()];
             current_->resumed.notify_all();
             return;

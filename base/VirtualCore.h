@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane::detail {
 
@@ -81,6 +81,7 @@ class VirtualCore : public std::enable_shared_from_this<VirtualCore> {
     };
     using TimerKey = std::pair<std::chrono::microseconds, TimerId>;
 
+    // `mutex` held; those that take the lock release it while they wait or run a task.
     void noteCaller();
     void passBaton();
     bool jumpToNextDeadline();
@@ -92,9 +93,11 @@ class VirtualCore : public std::enable_shared_from_this<VirtualCore> {
     void callTimeHook(Lock& lock);
     std::shared_ptr<Participant> enter(std::string name);
     void leave(Participant& participant);
+    [[noreturn]] void reportDeadlock();
+
+    // Bodies of threads: `mutex` not held.
     void runAs(Participant& participant, const Task& body);
     void work(Participant& participant);
-    [[noreturn]] void reportDeadlock();
 
     Participant main_{"main"};
     Participant* current_ = &main_;

@@ -1,4 +1,4 @@
-#include "base/VirtualMonitor.h"
+#include "korvane/base/VirtualMonitor.h"
 
 #include <algorithm>
 #include <utility>

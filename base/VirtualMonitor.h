@@ -5,11 +5,11 @@
 #include <optional>
 #include <vector>
 
-#include "base/VirtualCore.h"
+#include "korvane/base/VirtualCore.h"
 
 namespace korvane::detail {
 
-// The monitor of a VirtualScheduler: who waits hands the baton on.
+// The monitor of a VirtualScheduler: a thread that waits hands the baton on.
 class VirtualMonitor final : public Monitor {
   public:
     explicit VirtualMonitor(std::shared_ptr<VirtualCore> core);
@@ -21,8 +21,10 @@ class VirtualMonitor final : public Monitor {
     void notifyAll() override;
 
   private:
+    // The core's mutex held.
     void acquire(Participant& self, VirtualCore::Lock& lock);
     void release();
+    // Takes the core's mutex itself.
     bool waitUntil(std::optional<std::chrono::milliseconds> timeout);
 
     const std::shared_ptr<VirtualCore> core_;

@@ -1,11 +1,11 @@
-#include "base/VirtualScheduler.h"
+#include "korvane/base/VirtualScheduler.h"
 
 #include <mutex>
 #include <thread>
 #include <utility>
 
-#include "base/VirtualCore.h"
-#include "base/VirtualMonitor.h"
+#include "korvane/base/VirtualCore.h"
+#include "korvane/base/VirtualMonitor.h"
 
 namespace korvane {
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 namespace detail {
@@ -31,7 +31,7 @@ class VirtualScheduler final : public Scheduler {
     explicit VirtualScheduler(std::uint64_t seed = 1, TimeMs start = 1'700'000'000'000);
 
     /// Runs no further task. Threads must have ended or be able to end; they are waited for, while time jumps to
-    /// the deadlines of their waits. One that waits without limit or time and again counts as a deadlock.
+    /// the deadlines of their waits. One that waits without limit, or again and again, counts as a deadlock.
     ~VirtualScheduler() override;
 
     /// Runs everything that is due now, on all threads, until nothing is: time does not move. Main thread only.

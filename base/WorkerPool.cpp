@@ -1,4 +1,4 @@
-#include "base/WorkerPool.h"
+#include "korvane/base/WorkerPool.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/Log.h"
-#include "base/TaskGuard.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 

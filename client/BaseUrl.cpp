@@ -1,11 +1,10 @@
-#include "client/BaseUrl.h"
+#include "korvane/client/BaseUrl.h"
 
 #include <curl/curl.h>
 
 #include <memory>
 
 namespace korvane {
-
 namespace {
 
 using UrlHandle = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;

@@ -13,7 +13,7 @@ struct BaseUrl {
     std::string text;
     bool hasPath = false;
 
-    /// Nothing when `url` is no such address. Slashes at its end do not count as a path.
+    /// Nothing when `url` is anything else. Slashes at its end do not count as a path.
     static std::optional<BaseUrl> parse(std::string_view url);
 };
 

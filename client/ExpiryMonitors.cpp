@@ -1,15 +1,14 @@
-#include "client/ExpiryMonitors.h"
+#include "korvane/client/ExpiryMonitors.h"
 
 #include <algorithm>
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 
@@ -38,17 +37,25 @@ struct ExpiryMonitors::State {
         std::optional<TimeMs> expiry;
         milliseconds due;
         // Empty while a connection holds the monitor.
-        std::string heirKey;
+        std::string leftUnder;
+    };
+
+    struct Opened {
+        std::uint64_t opening;
+        std::weak_ptr<Connection> connection;
     };
 
     void run();
+    // Lock held; released while the callback runs.
     void look(std::unique_lock<Monitor>& lock, Id id);
 
     Scheduler& scheduler;
     std::unique_ptr<Monitor> monitor;
     std::map<Id, Entry> entries;
-    std::multimap<std::string, std::weak_ptr<Heir>> heirs;
+    // By key; the openings of one key ascend.
+    std::multimap<std::string, Opened> connections;
     Id lastId = 0;
+    std::uint64_t lastOpening = 0;
     bool isEnding = false;
     std::thread::id threadId;
 };
@@ -118,12 +125,13 @@ ExpiryMonitors::Id ExpiryMonitors::start(Plan plan) {
     {
         const std::lock_guard lock(*state_->monitor);
         if (state_->isEnding) return 0;
+        if (!thread_) thread_ = state_->scheduler.spawn("korvane-expiry", [state = state_] { state->run(); });
+        if (!thread_) return 0;
         id = ++state_->lastId;
         auto callback = std::make_shared<const KorvaneApi::ExpireMonitorCallback>(std::move(plan.callback));
         state_->entries.emplace(
             id, State::Entry{
                     std::move(callback), period, plan.guard, plan.expiry, elapsed(state_->scheduler) + period, {}});
-        if (!thread_) thread_ = state_->scheduler.spawn("korvane-expiry", [state = state_] { state->run(); });
     }
     state_->monitor->notifyAll();
     return id;
@@ -142,48 +150,47 @@ void ExpiryMonitors::stop(Id id) {
     dropped = state_->entries.extract(id);
 }
 
-void ExpiryMonitors::leave(Id id, const std::string& key) {
-    std::set<std::shared_ptr<Heir>> asked;
-    for (;;) {
-        std::shared_ptr<Heir> next;
-        Heirloom heirloom;
+void ExpiryMonitors::leave(Id id, const std::string& key, std::uint64_t opening) {
+    for (std::uint64_t asked = opening;;) {
+        std::shared_ptr<Connection> next;
+        LeftMonitor left;
         {
             const std::lock_guard lock(*state_->monitor);
             const auto found = state_->entries.find(id);
             if (found == state_->entries.end()) return;
-            heirloom = {id, found->second.expiry};
-            const auto [begin, end] = state_->heirs.equal_range(key);
-            for (auto entry = begin; entry != end; ++entry) {
-                auto heir = entry->second.lock();
-                if (heir && !asked.contains(heir)) next = std::move(heir);  // the last to come
+            left = {id, found->second.expiry};
+            // In the order of their opening.
+            auto [entry, end] = state_->connections.equal_range(key);
+            for (; entry != end && !next; ++entry) {
+                if (entry->second.opening <= asked) continue;
+                asked = entry->second.opening;
+                next = entry->second.connection.lock();
             }
-            // Under the lock that found nobody: who comes from now on finds the monitor.
-            if (!next) found->second.heirKey = key;
+            // Under the same lock, so that a connection opened from now on finds the monitor.
+            if (!next) found->second.leftUnder = key;
         }
-        if (!next || next->inherit(heirloom)) return;
-        asked.insert(std::move(next));
+        if (!next || next->takeOver(key, left)) return;
     }
 }
 
-std::optional<ExpiryMonitors::Heirloom> ExpiryMonitors::takeOver(const std::string& key,
-                                                                 const std::shared_ptr<Heir>& heir) {
+ExpiryMonitors::Opening ExpiryMonitors::opened(const std::string& key, const std::shared_ptr<Connection>& connection) {
     std::vector<State::Entry> dropped;
     const std::lock_guard lock(*state_->monitor);
-    std::optional<Heirloom> result;
+    Opening result{++state_->lastOpening, std::nullopt};
     for (auto entry = state_->entries.rbegin(); entry != state_->entries.rend();) {
-        if (entry->second.heirKey != key) {
+        if (entry->second.leftUnder != key) {
             ++entry;
-        } else if (!result) {
-            entry->second.heirKey.clear();
-            result = Heirloom{entry->first, entry->second.expiry};
+        } else if (!result.left) {
+            entry->second.leftUnder.clear();
+            result.left = LeftMonitor{entry->first, entry->second.expiry};
             ++entry;
         } else {
             dropped.push_back(std::move(entry->second));
             entry = std::make_reverse_iterator(state_->entries.erase(std::next(entry).base()));
         }
     }
-    std::erase_if(state_->heirs, [](const auto& waiting) { return waiting.second.expired(); });
-    if (!result) state_->heirs.emplace(key, heir);
+    std::erase_if(state_->connections, [](const auto& other) { return other.second.connection.expired(); });
+    if (!result.left) state_->connections.emplace(key, State::Opened{result.number, connection});
     return result;
 }
 

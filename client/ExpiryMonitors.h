@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "base/Scheduler.h"
-#include "client/KorvaneApi.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneApi.h"
 
 namespace korvane {
 
@@ -29,7 +29,7 @@ class ExpiryMonitors {
         std::optional<TimeMs> expiry;
     };
 
-    /// `scheduler` outlives the monitors, their thread included.
+    /// `scheduler` outlives the monitors and their thread.
     explicit ExpiryMonitors(Scheduler& scheduler);
 
     /// As end().
@@ -41,32 +41,41 @@ class ExpiryMonitors {
     /// Ends all of them for good and waits for a callback that runs, unless it is the one that calls.
     void end();
 
-    /// The first look comes one period from now.
+    /// The first look comes one period from now. 0 when the system gives no thread for it, or after end().
     Id start(Plan plan);
 
     void setExpiry(Id id, std::optional<TimeMs> expiry);
 
     void stop(Id id);
 
-    struct Heirloom {
+    /// A monitor that its connection has left.
+    struct LeftMonitor {
         Id id = 0;
         std::optional<TimeMs> expiry;
     };
 
-    /// Who has been opened under a key and has no monitor of its own so far.
-    class Heir {
+    /// A connection that may take over the monitor of another one.
+    class Connection {
       public:
-        virtual ~Heir() = default;
-        /// False when it does not want it any more. Called with no lock held.
-        virtual bool inherit(const Heirloom& heirloom) = 0;
+        virtual ~Connection() = default;
+        /// False when it has a monitor, has been closed, or lives under another key by now. Called with no lock held.
+        virtual bool takeOver(const std::string& key, const LeftMonitor& left) = 0;
     };
 
-    /// Leaves a monitor to the heir that came last under `key`, or to the next one that comes.
-    void leave(Id id, const std::string& key);
+    struct Opening {
+        /// Counts openings, from 1.
+        std::uint64_t number = 0;
+        /// The monitor that was left last under the key.
+        std::optional<LeftMonitor> left;
+    };
 
-    /// The monitor that was left last under `key`; stops those that were left there before it. When there is none,
-    /// `heir` gets the next one.
-    std::optional<Heirloom> takeOver(const std::string& key, const std::shared_ptr<Heir>& heir);
+    /// `connection` has been opened under `key`, and takes over what an earlier one has left there or is going to
+    /// leave. Of several monitors that were left, those before the last are stopped.
+    Opening opened(const std::string& key, const std::shared_ptr<Connection>& connection);
+
+    /// The connection of that opening goes and leaves its monitor to the first one that was opened after it under
+    /// `key`, or else to the next one that will be.
+    void leave(Id id, const std::string& key, std::uint64_t opening);
 
   private:
     struct State;

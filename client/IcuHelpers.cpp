@@ -1,4 +1,4 @@
-#include "client/IcuHelpers.h"
+#include "korvane/client/IcuHelpers.h"
 
 #include <unicode/gregocal.h>
 #include <unicode/smpdtfmt.h>
@@ -9,8 +9,8 @@
 #include <mutex>
 #include <utility>
 
-#include "base/UtcTime.h"
-#include "client/TokenReader.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/client/TokenReader.h"
 
 namespace korvane {
 
@@ -35,12 +35,9 @@ class IcuHelpers::Formatters {
         const Entry& entry = find(pattern, zone);
         if (!entry.formatter) return std::nullopt;
         const auto input = icu::UnicodeString::fromUTF8(text);
-        icu::ParsePosition position(0);
-        const UDate date = entry.formatter->parse(input, position);
-        if (position.getErrorIndex() >= 0 || position.getIndex() == 0 || position.getIndex() != input.length()) {
-            return std::nullopt;
-        }
-        return static_cast<TimeMs>(std::llround(date));
+        // The zone's own calendar is lenient, to get over the gaps of its clock; UTC has none.
+        if (!parse(*entry.formatter, input, *entry.utc)) return std::nullopt;
+        return parse(*entry.formatter, input, *entry.calendar);
     }
 
   private:
@@ -48,7 +45,21 @@ class IcuHelpers::Formatters {
         // Null when the pattern is bad.
         std::unique_ptr<icu::SimpleDateFormat> formatter;
         std::unique_ptr<icu::Calendar> calendar;
+        std::unique_ptr<icu::Calendar> utc;
     };
+
+    static std::optional<TimeMs> parse(const icu::SimpleDateFormat& formatter, const icu::UnicodeString& text,
+                                       icu::Calendar& calendar) {
+        calendar.clear();
+        icu::ParsePosition position(0);
+        formatter.parse(text, calendar, position);
+        UErrorCode status = U_ZERO_ERROR;
+        const UDate date = calendar.getTime(status);
+        const bool isWhole =
+            position.getErrorIndex() < 0 && position.getIndex() > 0 && position.getIndex() == text.length();
+        if (!isWhole || U_FAILURE(status)) return std::nullopt;
+        return static_cast<TimeMs>(std::llround(date));
+    }
 
     const Entry& find(const std::string& pattern, const std::string& zone) {
         auto key = std::make_pair(pattern, zone);
@@ -67,6 +78,10 @@ class IcuHelpers::Formatters {
             icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zoneName)));
         Entry entry;
         entry.calendar = std::make_unique<icu::GregorianCalendar>(*zone, locale, status);
+        entry.calendar->setSkippedWallTimeOption(UCAL_WALLTIME_NEXT_VALID);
+        entry.calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
+        entry.utc = std::make_unique<icu::GregorianCalendar>(*icu::TimeZone::getGMT(), locale, status);
+        entry.utc->setLenient(false);
         entry.formatter =
             std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString::fromUTF8(pattern), locale, status);
         if (U_FAILURE(status)) return {};
@@ -109,6 +124,12 @@ std::string IcuHelpers::formatTimeWithSSS(TimeMs time) const {
 std::string IcuHelpers::formatTime(TimeMs time) const {
     constexpr std::size_t toSeconds = std::string_view("2026-03-09T07:05:01").size();
     return formatUtc(time).substr(0, toSeconds) + "Z";
+}
+
+bool IcuHelpers::isKnownTimezone(const std::string& name) const {
+    const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
+    icu::UnicodeString id;
+    return zone->getID(id) != icu::UnicodeString(UCAL_UNKNOWN_ZONE_ID);
 }
 
 std::string IcuHelpers::formatTime(TimeMs time, const std::string& withFormat, const std::string& withTimezone) const {

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "base/Scheduler.h"
-#include "client/KorvaneHelpers.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneHelpers.h"
 
 namespace korvane {
 
@@ -22,6 +22,7 @@ class IcuHelpers final : public KorvaneHelpers {
     TimeMs parseUTCtime(std::string_view time) const override;
     std::string formatTimeWithSSS(TimeMs time) const override;
     std::string formatTime(TimeMs time) const override;
+    bool isKnownTimezone(const std::string& name) const override;
     std::string formatTime(TimeMs time, const std::string& withFormat, const std::string& withTimezone) const override;
     std::string formatTime_AMPM(TimeMs time, const std::string& withFormat,
                                 const std::string& withTimezone) const override;

@@ -1,14 +1,13 @@
-#include "client/JsonReader.h"
+#include "korvane/client/JsonReader.h"
 
 #include <array>
 
 namespace korvane {
-
 namespace {
 
-// Looks at what stands between strings only; whether the brackets match is left to the parser.
+// Looks only outside of strings; whether the brackets match is left to the parser.
 bool isExcessive(std::string_view text) {
-    std::array<int, maxJsonDepth + 1> members{};  // of what is open, by depth
+    std::array<int, maxJsonDepth + 1> members{};  // of the open objects, by depth
     std::size_t depth = 0;
     int parts = 0;
     bool inString = false;

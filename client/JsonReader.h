@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "client/Reply.h"
+#include "korvane/client/Reply.h"
 
 namespace korvane {
 

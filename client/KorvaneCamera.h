@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "client/Reply.h"
-#include "client/Timeline.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/Reply.h"
+#include "korvane/client/Timeline.h"
 
 namespace korvane {
 
@@ -48,8 +48,9 @@ class KorvaneCamera {
     /// Deletes an event. The reply is a message string, or null.
     virtual void deleteEvent(std::int64_t event, ReplyCompletion onComplete) = 0;
 
-    /// Days with activity, an array of "yyyy-MM-dd" strings: of UTC, or of the camera's zone with `daysincamtz` 1.
-    /// The first argument and `boundstime` are the service's own.
+    /// Days with activity, an array of "yyyy-MM-dd" strings: of UTC, or of the camera's zone with `daysincamtz` 1. Our
+    /// service gives all days of the range, whatever `limit` and `offset` say. The first argument and `boundstime` are
+    /// the service's own.
     virtual void getActivity(int activity, TimeMs start, TimeMs end, const std::optional<std::string>& events,
                              int boundstime, int daysincamtz, std::int32_t limit, std::int32_t offset,
                              ReplyCompletion onComplete) = 0;

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "client/KorvaneCamera.h"
+#include "korvane/client/KorvaneCamera.h"
 
 namespace korvane {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/Time.h"
-#include "client/Reply.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/Reply.h"
 
 namespace korvane {
 
@@ -27,7 +27,7 @@ class KorvaneHelpers {
 
     virtual TimeMs currentTimestampUTC() const = 0;
 
-    /// A time of the service as a number; -1 for text that is no time.
+    /// A time of the service as a number; -1 for a text that cannot be read.
     virtual TimeMs parseUTCtime(std::string_view time) const = 0;
 
     /// "2026-03-09T07:05:01.250Z".
@@ -36,8 +36,11 @@ class KorvaneHelpers {
     /// "2026-03-09T07:05:01Z".
     virtual std::string formatTime(TimeMs time) const = 0;
 
-    /// `time` in the named zone by a Unicode TS 35 pattern. An unknown zone counts as UTC, a bad pattern gives an empty
-    /// string. The language is English, whatever the device's is.
+    /// Whether the zone's name, "America/New_York" say, is known. The functions below take an unknown one for UTC.
+    virtual bool isKnownTimezone(const std::string& name) const = 0;
+
+    /// `time` in the named zone by a Unicode TS 35 pattern. A bad pattern gives an empty string. The language is
+    /// English, whatever the device's is.
     virtual std::string formatTime(TimeMs time, const std::string& withFormat,
                                    const std::string& withTimezone) const = 0;
 
@@ -46,7 +49,8 @@ class KorvaneHelpers {
                                         const std::string& withTimezone) const = 0;
 
     /// Reads `time` as a date by a Unicode TS 35 pattern in the named zone; nothing when it does not fit whole, or
-    /// names a day that the calendar does not have.
+    /// names a day that the calendar does not have. Where the zone's clock skips that time, as it skips midnight in
+    /// some places, this is the first moment after the gap; where it comes twice, the first of the two.
     virtual std::optional<TimeMs> convertTimeIntoDate(const std::string& time, const std::string& withFormat,
                                                       const std::string& withTimezone) const = 0;
 };

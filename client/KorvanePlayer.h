@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 

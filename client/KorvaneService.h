@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "client/KorvaneCameraList.h"
-#include "client/KorvaneHelpers.h"
-#include "client/KorvaneShareConnection.h"
+#include "korvane/client/KorvaneCameraList.h"
+#include "korvane/client/KorvaneHelpers.h"
+#include "korvane/client/KorvaneShareConnection.h"
 
 namespace korvane {
 

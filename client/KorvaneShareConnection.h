@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "client/KorvaneApi.h"
+#include "korvane/client/KorvaneApi.h"
 
 namespace korvane {
 
@@ -24,6 +24,10 @@ class KorvaneShareConnection {
 
     /// Swaps the token of an open connection: requests from now on carry the new one.
     virtual void update(const std::string& token, const std::string& expire, const std::string& sSvcpBaseUrl) = 0;
+
+    /// Breaks off the requests under way that read: they complete with StatusClosed. Deletions go on, and the
+    /// connection stays open. Does not wait for anything.
+    virtual void cancelRequests() = 0;
 
     /// Ends the connection. Requests under way complete with StatusClosed. Does not wait for them, nor for a callback.
     virtual void close() = 0;

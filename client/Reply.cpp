@@ -1,9 +1,8 @@
-#include "client/Reply.h"
+#include "korvane/client/Reply.h"
 
 #include <algorithm>
 
 namespace korvane {
-
 namespace {
 
 char lower(char c) {

@@ -17,10 +17,10 @@ using ReplyCompletion = std::function<void(Reply reply, std::int32_t status)>;
 /// True when two keys are the same but for the case of ASCII letters.
 bool equalKeys(std::string_view a, std::string_view b);
 
-/// Calls visit(key, value) for each member of `object` in order; does nothing when it is no object.
+/// Calls visit(key, value) for each member of `object` in order; does nothing when it is not an object.
 void forEachMember(const Reply& object, const std::function<void(std::string_view key, const Reply& value)>& visit);
 
-/// The member of exactly that name, or null when there is none or `object` is no object.
+/// The member of exactly that name, or null when there is none or `object` is not an object.
 const Reply* findMember(const Reply& object, std::string_view key);
 
 /// The first member of that name in any case, or null.

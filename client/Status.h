@@ -16,7 +16,7 @@ enum Status : std::int32_t {
     StatusTimedOut = -3,
     /// The certificate or the TLS handshake was refused.
     StatusInsecure = -4,
-    /// The reply is no JSON, is cut short, is nested too deeply, or has too many parts.
+    /// The reply is not JSON, is cut short, is nested too deeply, or has too many parts.
     StatusMalformedReply = -5,
     /// The reply is JSON of the wrong kind for this request.
     StatusUnexpectedReply = -6,
@@ -26,9 +26,9 @@ enum Status : std::int32_t {
     StatusClosed = -8,
     /// A token that is empty or longer than any token is.
     StatusTokenSize = -20,
-    /// A token that is no base64url.
+    /// A token that is not base64url.
     StatusTokenEncoding = -21,
-    /// A token whose content is no JSON object.
+    /// A token whose content is not a JSON object.
     StatusTokenFormat = -22,
     /// A token that lacks a key, or has one of a wrong type.
     StatusTokenKeys = -23,

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "client/TimelinePair.h"
+#include "korvane/client/TimelinePair.h"
 
 namespace korvane {
 

@@ -1,8 +1,8 @@
-#include "client/TokenExpiryApi.h"
+#include "korvane/client/TokenExpiryApi.h"
 
 #include <utility>
 
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
 
@@ -10,7 +10,7 @@ TokenExpiryApi::TokenExpiryApi(std::shared_ptr<ExpiryMonitors> monitors) : monit
 
 void TokenExpiryApi::setShareTokenExpire(const std::string& expire) {
     const std::lock_guard lock(mutex_);
-    setExpiry(expire);
+    setExpiryLocked(expire);
 }
 
 void TokenExpiryApi::setExpireMonitorCallback(ExpireMonitorCallback callback, std::int64_t withCheckingRate,
@@ -30,14 +30,15 @@ void TokenExpiryApi::setExpireMonitorCallback(ExpireMonitorCallback callback, st
 
 void TokenExpiryApi::opened(const std::string& token, const std::string& baseUrl) {
     std::string key = keyOf(token, baseUrl);
-    const auto heirloom = monitors_->takeOver(key, shared_from_this());
+    const auto opening = monitors_->opened(key, shared_from_this());
     ExpiryMonitors::Id former = 0;
     {
         const std::lock_guard lock(mutex_);
         key_ = std::move(key);
-        if (!heirloom) return;
-        former = isClosed_ ? heirloom->id : std::exchange(monitor_, heirloom->id);
-        expiry_ = heirloom->expiry;
+        opening_ = opening.number;
+        if (!opening.left) return;
+        former = isClosed_ ? opening.left->id : std::exchange(monitor_, opening.left->id);
+        expiry_ = opening.left->expiry;
     }
     monitors_->stop(former);
 }
@@ -45,7 +46,7 @@ void TokenExpiryApi::opened(const std::string& token, const std::string& baseUrl
 void TokenExpiryApi::updated(const std::string& token, const std::string& expire, const std::string& baseUrl) {
     const std::lock_guard lock(mutex_);
     key_ = keyOf(token, baseUrl);
-    setExpiry(expire);
+    setExpiryLocked(expire);
 }
 
 void TokenExpiryApi::closed() {
@@ -57,19 +58,19 @@ void TokenExpiryApi::dropped() {
     if (key_.empty()) {
         monitors_->stop(monitor);
     } else {
-        monitors_->leave(monitor, key_);
+        monitors_->leave(monitor, key_, opening_);
     }
 }
 
-bool TokenExpiryApi::inherit(const ExpiryMonitors::Heirloom& heirloom) {
+bool TokenExpiryApi::takeOver(const std::string& key, const ExpiryMonitors::LeftMonitor& left) {
     const std::lock_guard lock(mutex_);
-    if (isClosed_ || monitor_ != 0) return false;
-    monitor_ = heirloom.id;
-    // An update may have come before the inheritance.
+    if (isClosed_ || monitor_ != 0 || key_ != key) return false;
+    monitor_ = left.id;
+    // The expiry may have been set before the monitor came.
     if (expiry_) {
         monitors_->setExpiry(monitor_, expiry_);
     } else {
-        expiry_ = heirloom.expiry;
+        expiry_ = left.expiry;
     }
     return true;
 }
@@ -84,7 +85,7 @@ std::string TokenExpiryApi::keyOf(const std::string& token, const std::string& b
     return baseUrl + ' ' + token;
 }
 
-void TokenExpiryApi::setExpiry(const std::string& expire) {
+void TokenExpiryApi::setExpiryLocked(const std::string& expire) {
     expiry_ = parseUtc(expire);
     monitors_->setExpiry(monitor_, expiry_);
 }

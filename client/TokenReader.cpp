@@ -1,22 +1,19 @@
-#include "client/TokenReader.h"
-
-#include <openssl/evp.h>
+#include "korvane/client/TokenReader.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <limits>
 #include <optional>
 #include <utility>
-#include <vector>
 
-#include "base/UtcTime.h"
-#include "client/BaseUrl.h"
-#include "client/JsonReader.h"
-#include "client/Status.h"
+#include "korvane/base/Base64Url.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/client/BaseUrl.h"
+#include "korvane/client/Bearer.h"
+#include "korvane/client/JsonReader.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
-
 namespace {
 
 constexpr std::size_t longestToken = 64 * 1024;
@@ -35,23 +32,10 @@ std::string_view trimmed(std::string_view text) {
 
 std::optional<std::string> decodeBase64(std::string_view text) {
     for (int pads = 0; pads < 2 && text.ends_with('='); ++pads) text.remove_suffix(1);
-    if (text.size() % 4 == 1) return std::nullopt;
-
     std::string input(text);
-    std::replace(input.begin(), input.end(), '-', '+');
-    std::replace(input.begin(), input.end(), '_', '/');
-    const auto isDigit = [](char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
-    };
-    if (!std::all_of(input.begin(), input.end(), isDigit)) return std::nullopt;
-
-    const std::size_t pads = (4 - input.size() % 4) % 4;
-    input.append(pads, '=');
-    std::vector<unsigned char> bytes(input.size() / 4 * 3 + 1);
-    const int length = EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(input.data()),
-                                       static_cast<int>(input.size()));
-    if (length < 0) return std::nullopt;
-    return std::string(bytes.begin(), bytes.begin() + length - static_cast<std::ptrdiff_t>(pads));
+    std::replace(input.begin(), input.end(), '+', '-');
+    std::replace(input.begin(), input.end(), '/', '_');
+    return decodeBase64Url(input);
 }
 
 std::optional<std::int32_t> toPort(const std::string& text) {
@@ -76,8 +60,8 @@ std::optional<Fault> takeKeys(const Reply& content, Reply& token) {
         if (!isRight) return Fault{StatusTokenKeys, std::string("The token's \"") + key + "\" is of a wrong type."};
         token[key] = *value;
     }
-    if (token["token"].get_ref<const std::string&>().empty()) {
-        return Fault{StatusTokenKeys, "The token's \"token\" is empty."};
+    if (!isBearer(token["token"].get_ref<const std::string&>())) {
+        return Fault{StatusTokenKeys, "The token's \"token\" is empty, or has characters that no header takes."};
     }
     for (const char* key : {"svcp", "api", "api_p", "api_sp", "path"}) {
         const Reply* value = findMember(content, key);

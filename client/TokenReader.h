@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/Time.h"
-#include "client/Reply.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/Reply.h"
 
 namespace korvane {
 

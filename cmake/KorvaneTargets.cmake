@@ -2,14 +2,21 @@
 include_guard(GLOBAL)
 find_package(Threads REQUIRED)
 
-set(CMAKE_CXX_STANDARD 20)
-set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# The libraries are static. What a host makes of them, a shared library say, exports none of our symbols.
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
-find_program(KORVANE_CCACHE ccache)
-if(KORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${KORVANE_CCACHE}")
+if(PROJECT_IS_TOP_LEVEL)
+  find_program(KORVANE_CCACHE ccache)
+  if(KORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${KORVANE_CCACHE}")
+  endif()
+  find_program(KORVANE_LLD ld.lld)
+  if(KORVANE_LLD)
+    add_link_options(-fuse-ld=lld)
+  endif()
 endif()
 
 if(KORVANE_SANITIZE)
@@ -19,15 +26,48 @@ if(KORVANE_SANITIZE)
   add_link_options(-fsanitize=${KORVANE_SANITIZE})
 endif()
 
+# What is under test is optimised under a sanitizer, the tests themselves need not be; -fPIC as in their precompiled header.
+set(KORVANE_TEST_OPTIONS -fPIC)
+if(KORVANE_SANITIZE)
+  list(APPEND KORVANE_TEST_OPTIONS -O0)
+endif()
+if(KORVANE_PCH)
+  add_compile_options(-fpch-preprocess)  # ccache sees the header's contents
+endif()
+
 # g++ 12 takes "text" + string for an overlapping copy once it optimises.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   add_compile_options(-Wno-restrict)
 endif()
 
-# korvane_target(NAME): the compile rules of this repository for a target that exists.
+# Headers are included as "korvane/<room>/...", so that none of ours meets another library's: the include root holds nothing
+# but a link of that name to the source tree.
+set(KORVANE_INCLUDE_ROOT "${PROJECT_BINARY_DIR}/include")
+file(MAKE_DIRECTORY "${KORVANE_INCLUDE_ROOT}")
+file(CREATE_LINK "${PROJECT_SOURCE_DIR}" "${KORVANE_INCLUDE_ROOT}/korvane" SYMBOLIC)
+
+# korvane_target(NAME [PCH KIND]): the compile rules of this repository for a target that exists, and the precompiled header
+# that it shares with its like (see cmake/pch).
 function(korvane_target name)
-  target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
-  target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+  cmake_parse_arguments(arg "" "PCH" "" ${ARGN})
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_include_directories(${name} PRIVATE "${KORVANE_INCLUDE_ROOT}")
+  target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${KORVANE_WERROR}>:-Werror>)
+  if(KORVANE_PCH AND arg_PCH)
+    target_precompile_headers(${name} REUSE_FROM korvane_pch_${arg_PCH})
+  endif()
+endfunction()
+
+# korvane_public_headers(NAME HEADERS ...): headers of a target that others include, and that are installed with it. The
+# target all_verify_interface_header_sets compiles each by itself.
+function(korvane_public_headers name)
+  set(headers "")
+  foreach(header ${ARGN})
+    file(RELATIVE_PATH header "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/${header}")
+    list(APPEND headers "${KORVANE_INCLUDE_ROOT}/korvane/${header}")
+  endforeach()
+  set_source_files_properties(${headers} PROPERTIES SKIP_AUTOMOC ON)  # moc reads them in the source tree
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS "${KORVANE_INCLUDE_ROOT}" FILES ${headers})
 endfunction()
 
 # korvane_test(NAME SOURCES ... LIBRARIES ...): one GoogleTest program, which is one entry of ctest.
@@ -35,33 +75,15 @@ function(korvane_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
   find_package(GTest REQUIRED)
   add_executable(${name} ${arg_SOURCES})
-  korvane_target(${name})
-  if(KORVANE_SANITIZE)
-    target_compile_options(${name} PRIVATE -O0)  # what is under test is optimised, the tests themselves need not be
-  endif()
+  target_compile_options(${name} PRIVATE ${KORVANE_TEST_OPTIONS})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest GTest::gmock)
-  if(NOT arg_LIBRARIES MATCHES "korvane_qt_test_main")
+  if(arg_LIBRARIES MATCHES "korvane_qt_test_main")
+    korvane_target(${name} PCH qt_test)
+  else()
+    korvane_target(${name} PCH test)
     target_link_libraries(${name} PRIVATE GTest::gtest_main)
   endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_QUICK_BACKEND=software;QML_NO_TOUCH_COMPRESSION=1")
-endfunction()
-
-# korvane_headers_alone(NAME LIBRARY HEADERS ...): each public header must compile by itself. Once is enough: not under a
-# sanitizer.
-function(korvane_headers_alone name library)
-  if(KORVANE_SANITIZE)
-    return()
-  endif()
-  set(sources "")
-  foreach(header ${ARGN})
-    string(MAKE_C_IDENTIFIER "${header}" id)
-    set(source "${CMAKE_CURRENT_BINARY_DIR}/alone/${name}/${id}.cpp")
-    file(CONFIGURE OUTPUT "${source}" CONTENT "#include \"${header}\" // IWYU pragma: keep\n")
-    list(APPEND sources "${source}")
-  endforeach()
-  add_library(${name} OBJECT ${sources})
-  korvane_target(${name})
-  target_link_libraries(${name} PRIVATE ${library})
 endfunction()

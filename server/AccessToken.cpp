@@ -1,4 +1,4 @@
-#include "server/AccessToken.h"
+#include "korvane/server/AccessToken.h"
 
 #include <fcntl.h>
 #include <openssl/crypto.h>
@@ -15,17 +15,16 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "base/UtcTime.h"
-#include "server/Base64Url.h"
+#include "korvane/base/Base64Url.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr std::size_t kSecretBytes = 32;
-constexpr std::size_t kLongestBearer = 1024;
+constexpr std::size_t secretBytes = 32;
+constexpr std::size_t longestBearer = 1024;
 // The last second of the year 9999: the calendar of "expires" ends there.
-constexpr TimeSec kLatest = 253'402'300'799;
+constexpr TimeSec latest = 253'402'300'799;
 
 Error fileError(const std::filesystem::path& file) {
     return Error{"cannot keep the secret in " + file.string() + ": " + std::strerror(errno)};
@@ -34,7 +33,7 @@ Error fileError(const std::filesystem::path& file) {
 std::optional<std::string> readSecret(const std::filesystem::path& file) {
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) return std::nullopt;
-    std::array<char, kSecretBytes> bytes{};
+    std::array<char, secretBytes> bytes{};
     const ssize_t size = ::read(descriptor, bytes.data(), bytes.size());
     ::close(descriptor);
     if (size != static_cast<ssize_t>(bytes.size())) return std::nullopt;
@@ -44,7 +43,7 @@ std::optional<std::string> readSecret(const std::filesystem::path& file) {
 /// Writes a fresh secret under a name of its own and links it to `file`, so that of two processes that come at the same
 /// time one wins whole.
 Failure makeSecret(const std::filesystem::path& file) {
-    std::array<unsigned char, kSecretBytes> bytes{};
+    std::array<unsigned char, secretBytes> bytes{};
     if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) return Error{"no source of randomness"};
     std::string draft = file.string() + ".XXXXXX";
     const int descriptor = ::mkostemp(draft.data(), O_CLOEXEC);  // mode 0600
@@ -88,7 +87,7 @@ std::string AccessToken::issueBearer(std::int64_t cameraId, TimeSec expires) con
 
 std::optional<std::int64_t> AccessToken::verify(std::string_view bearer, TimeSec now) const {
     const std::size_t dot = bearer.find('.');
-    if (bearer.size() > kLongestBearer || dot == std::string_view::npos) return std::nullopt;
+    if (bearer.size() > longestBearer || dot == std::string_view::npos) return std::nullopt;
     const auto payload = decodeBase64Url(bearer.substr(0, dot));
     const auto claimed = decodeBase64Url(bearer.substr(dot + 1));
     if (!payload || !claimed) return std::nullopt;
@@ -126,7 +125,7 @@ Result<std::string> AccessToken::issue(std::int64_t cameraId, TimeSec expires, c
         return Error{"the address has no proper host"};
     const std::string root = (secure ? "https://" : "http://") + rest + ":" + std::to_string(port) + path;
     const nlohmann::ordered_json token = {{"token", issueBearer(cameraId, expires)},
-                                          {"expires", formatUtc(std::clamp<TimeSec>(expires, 0, kLatest) * 1000)},
+                                          {"expires", formatUtc(std::clamp<TimeSec>(expires, 0, latest) * 1000)},
                                           {"camid", cameraId},
                                           {"svcp", root},
                                           {"api", rest},

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/Time.h"
-#include "server/Result.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 
@@ -17,7 +17,7 @@ namespace korvane {
 /// which a host is given, is base64url of a JSON object that holds a bearer and tells where the service is.
 class AccessToken {
   public:
-    /// The secret that stands beside `database` (its name with ".key" appended, mode 0600); made on first use.
+    /// The secret in the file beside `database` (its name with ".key" appended, mode 0600); made on first use.
     static Result<AccessToken> forDatabase(const std::filesystem::path& database);
 
     /// `secret` must not be empty.

@@ -1,17 +1,16 @@
-#include "server/Api.h"
+#include "korvane/server/Api.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "base/Log.h"
-#include "base/UtcTime.h"
-#include "server/AccessToken.h"
-#include "server/ApiRequest.h"
-#include "server/Storage.h"
-#include "server/VideoReply.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/server/AccessToken.h"
+#include "korvane/server/ApiRequest.h"
+#include "korvane/server/Storage.h"
+#include "korvane/server/VideoReply.h"
 
 namespace korvane {
-
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -129,6 +128,7 @@ class CameraCall {
         reply(response_, {{"start", range.start}, {"end", range.end}, {"periods", std::move(periods)}});
     }
 
+    /// Ascending days, all of them: a page of days would leave whole days of footage out of a day tree.
     void activity() {
         const TimeRange range = request_.range();
         const std::string zone = request_.flag("daysincamtz") ? camera_.timezone : "UTC";
@@ -139,25 +139,14 @@ class CameraCall {
         days.insert(days.end(), eventDays.begin(), eventDays.end());
         std::inplace_merge(days.begin(), days.begin() + middle, days.end());
         days.erase(std::unique(days.begin(), days.end()), days.end());
-        replyWithDays(std::move(days));
+        reply(response_, days);
     }
 
     void calendar() {
         TimeRange range = request_.range();
         if (range.start <= 0) range.start = -1;
         if (range.end <= 0) range.end = -1;
-        replyWithDays(take(storage_.recordedDays(camera_.id, range, camera_.timezone)));
-    }
-
-    /// Ascending days; an offset passes over the newest and a limit keeps the newest of the rest.
-    void replyWithDays(std::vector<std::string> days) {
-        const std::int64_t limit = request_.integer("limit", -1);
-        const std::int64_t offset = request_.integer("offset", -1);
-        const auto count = static_cast<std::int64_t>(days.size());
-        if (offset > 0) days.resize(static_cast<std::size_t>(std::max<std::int64_t>(count - offset, 0)));
-        if (limit > 0 && static_cast<std::int64_t>(days.size()) > limit)
-            days.erase(days.begin(), days.end() - static_cast<std::ptrdiff_t>(limit));
-        reply(response_, days);
+        reply(response_, take(storage_.recordedDays(camera_.id, range, camera_.timezone)));
     }
 
     void deleteEvent(std::int64_t id) {

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
@@ -16,8 +16,8 @@ class Storage;
 class Api {
   public:
     /// Pages without a limit, or with a negative one, hold this many; none holds more than the most.
-    static constexpr std::int64_t kDefaultLimit = 100;
-    static constexpr std::int64_t kMostRows = 1000;
+    static constexpr std::int64_t defaultLimit = 100;
+    static constexpr std::int64_t mostRows = 1000;
 
     /// Both must outlive this object.
     Api(Storage& storage, const AccessToken& tokens, std::function<TimeMs()> now);

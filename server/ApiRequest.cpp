@@ -1,21 +1,20 @@
-#include "server/ApiRequest.h"
+#include "korvane/server/ApiRequest.h"
 
 #include <algorithm>
 #include <charconv>
 
-#include "server/Api.h"
+#include "korvane/server/Api.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr std::string_view kBearer = "Bearer ";
-constexpr std::size_t kMostIds = 1000;
+constexpr std::string_view bearerPrefix = "Bearer ";
+constexpr std::size_t mostIds = 1000;
 
 bool isHost(const std::string& text) {
-    constexpr std::string_view kExtra = ".-_:[]";
+    constexpr std::string_view extra = ".-_:[]";
     return !text.empty() && text.size() < 256 && std::all_of(text.begin(), text.end(), [&](unsigned char c) {
-        return std::isalnum(c) != 0 || kExtra.find(static_cast<char>(c)) != std::string_view::npos;
+        return std::isalnum(c) != 0 || extra.find(static_cast<char>(c)) != std::string_view::npos;
     });
 }
 
@@ -38,7 +37,7 @@ std::vector<std::string> ApiRequest::pathPieces() const {
 
 std::string ApiRequest::bearer() const {
     const std::string header = request_.get_header_value("Authorization");
-    if (header.starts_with(kBearer)) return header.substr(kBearer.size());
+    if (header.starts_with(bearerPrefix)) return header.substr(bearerPrefix.size());
     return text("access");
 }
 
@@ -60,7 +59,7 @@ std::vector<std::int64_t> ApiRequest::integers(const char* name) const {
     if (value.empty()) return {};
     std::vector<std::int64_t> numbers;
     for (const std::string& piece : split(value, ',')) numbers.push_back(parseInteger(piece, name));
-    if (numbers.size() > kMostIds) throw ApiFailure(400, std::string("too many ") + name);
+    if (numbers.size() > mostIds) throw ApiFailure(400, std::string("too many ") + name);
     return numbers;
 }
 
@@ -74,7 +73,7 @@ PageQuery ApiRequest::page() const {
     query.range = range();
     query.type = text("type");
     query.oldestFirst = flag("order");
-    query.limit = limit < 0 ? Api::kDefaultLimit : std::min(limit, Api::kMostRows);
+    query.limit = limit < 0 ? Api::defaultLimit : std::min(limit, Api::mostRows);
     query.offset = std::max<std::int64_t>(integer("offset", 0), 0);
     return query;
 }

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "server/Storage.h"
+#include "korvane/server/Storage.h"
 
 namespace korvane {
 

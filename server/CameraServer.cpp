@@ -1,16 +1,15 @@
-#include "server/CameraServer.h"
+#include "korvane/server/CameraServer.h"
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
-#include "server/AccessToken.h"
-#include "server/Api.h"
-#include "server/HttpListener.h"
-#include "server/Storage.h"
+#include "korvane/server/AccessToken.h"
+#include "korvane/server/Api.h"
+#include "korvane/server/HttpListener.h"
+#include "korvane/server/Storage.h"
 
 namespace korvane {
-
 namespace {
 
 TimeMs systemNow() {

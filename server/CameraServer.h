@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "base/Time.h"
-#include "server/Result.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 
@@ -28,8 +28,8 @@ struct CameraServerOptions {
 };
 
 /// The camera service: answers the requests of the client library for the cameras of one data base, on threads of its
-/// own. start(), stop() and the destructor belong to one thread; the rest may be called from
-/// any while none of those runs.
+/// own. start(), stop() and the destructor are called on one thread; while none of them runs, the rest may be called
+/// from any.
 class CameraServer {
   public:
     explicit CameraServer(std::filesystem::path database, CameraServerOptions options = {});

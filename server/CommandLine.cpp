@@ -1,4 +1,4 @@
-#include "server/CommandLine.h"
+#include "korvane/server/CommandLine.h"
 
 #include <charconv>
 

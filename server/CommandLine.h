@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "server/Result.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 

@@ -1,14 +1,13 @@
-#include "server/Database.h"
+#include "korvane/server/Database.h"
 
 #include <sqlite3.h>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr int kBusyTimeoutMs = 10'000;
+constexpr int busyTimeoutMs = 10'000;
 
 [[noreturn]] void fail(sqlite3* handle) {
     throw DatabaseError(handle != nullptr ? sqlite3_errmsg(handle) : "out of memory");
@@ -81,7 +80,7 @@ Database::Database(const std::filesystem::path& file) {
         throw DatabaseError(reason);
     }
     try {
-        sqlite3_busy_timeout(handle_, kBusyTimeoutMs);
+        sqlite3_busy_timeout(handle_, busyTimeoutMs);
         execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA cache_size=-32000;");
     } catch (...) {
         sqlite3_close(handle_);

@@ -1,16 +1,15 @@
-#include "server/EventRanks.h"
+#include "korvane/server/EventRanks.h"
 
 #include <array>
 #include <limits>
 
-#include "server/Database.h"
+#include "korvane/server/Database.h"
 
 namespace korvane {
-
 namespace {
 
-// The widths stand in the triggers below too. Each is a multiple of the one before.
-constexpr std::array<TimeMs, 3> kWidths = {900'000, 86'400'000, 5'529'600'000};
+// The triggers below repeat the widths. Each is a multiple of the one before.
+constexpr std::array<TimeMs, 3> widths = {900'000, 86'400'000, 5'529'600'000};
 
 }  // namespace
 
@@ -45,14 +44,14 @@ const char* EventRanks::dropTriggers() {
 
 void EventRanks::recount(Database& database, std::int64_t camera) {
     database.query("DELETE FROM event_counts WHERE camera = ?").bind(camera).run();
-    for (std::size_t level = 0; level < kWidths.size(); ++level) {
+    for (std::size_t level = 0; level < widths.size(); ++level) {
         const auto number = static_cast<std::int64_t>(level);
         database
             .query(
                 "INSERT INTO event_counts(camera, name, level, bucket, n) "
                 "SELECT camera, name, ?, time / ?, count(*) FROM events WHERE camera = ? GROUP BY name, 4")
             .bind(number)
-            .bind(kWidths[level])
+            .bind(widths[level])
             .bind(camera)
             .run();
         database
@@ -79,9 +78,9 @@ std::int64_t EventRanks::countUpTo(TimeMs time) const {
     if (time < 0) return 0;
     std::int64_t count = 0;
     TimeMs from = 0;
-    for (std::size_t level = kWidths.size(); level-- > 0;) {
-        const TimeMs to = time / kWidths[level] * kWidths[level];
-        count += sum(static_cast<int>(level), from / kWidths[level], to / kWidths[level]);
+    for (std::size_t level = widths.size(); level-- > 0;) {
+        const TimeMs to = time / widths[level] * widths[level];
+        count += sum(static_cast<int>(level), from / widths[level], to / widths[level]);
         from = to;
     }
     Query query = database_.query(
@@ -95,8 +94,8 @@ std::int64_t EventRanks::countUpTo(TimeMs time) const {
 
 EventRanks::Place EventRanks::placeOf(std::int64_t position) const {
     Place place{0, std::numeric_limits<TimeMs>::max(), 0, 0};
-    for (std::size_t level = kWidths.size(); level-- > 0;) {
-        const TimeMs width = kWidths[level];
+    for (std::size_t level = widths.size(); level-- > 0;) {
+        const TimeMs width = widths[level];
         Query query = database_.query(
             "SELECT bucket, n FROM event_counts "
             "WHERE camera = ? AND name = ? AND level = ? AND bucket >= ? AND bucket < ? ORDER BY bucket");

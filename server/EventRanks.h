@@ -3,14 +3,14 @@
 #include <cstdint>
 #include <string>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
 class Database;
 
-/// Positions of a camera's events in order of time, without walking them: beside the events stands a count for each
-/// quarter of an hour, each day and each 64 days that holds any, for every name and for all names together (name "").
+/// Positions of a camera's events in order of time, without walking them: a table beside the events counts them for
+/// each quarter of an hour, each day and each 64 days that has any, by name and for all names together (name "").
 /// Triggers keep the counts.
 class EventRanks {
   public:

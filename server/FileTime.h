@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 

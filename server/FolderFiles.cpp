@@ -1,4 +1,4 @@
-#include "server/FolderFiles.h"
+#include "korvane/server/FolderFiles.h"
 
 #include <sys/stat.h>
 
@@ -10,34 +10,33 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "base/UtcTime.h"
-#include "server/LocalDays.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/server/LocalDays.h"
 
 namespace korvane {
-
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kEventList = "events.json";
-constexpr const char* kCameraFile = "camera.json";
-constexpr std::size_t kLongestName = 64;
-constexpr std::uintmax_t kLargestJson = 16 * 1024 * 1024;
-constexpr std::size_t kMostReasons = 20;
-constexpr TimeMs kLatest = 253'402'300'799'000;
+constexpr const char* eventList = "events.json";
+constexpr const char* cameraFile = "camera.json";
+constexpr std::size_t longestName = 64;
+constexpr std::uintmax_t largestJson = 16 * 1024 * 1024;
+constexpr std::size_t mostReasons = 20;
+constexpr TimeMs latest = 253'402'300'799'000;
 
 bool isVideoName(const fs::path& file) {
-    static constexpr std::array<std::string_view, 13> kExtensions = {
+    static constexpr std::array<std::string_view, 13> extensions = {
         ".mp4", ".mkv", ".mov", ".ts", ".avi", ".m4v", ".webm", ".mts", ".m2ts", ".3gp", ".flv", ".mpg", ".mpeg"};
     std::string extension = file.extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
+    return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
 }
 
 Result<nlohmann::json> readJson(const fs::path& file) {
     std::error_code code;
-    if (const auto size = fs::file_size(file, code); code || size > kLargestJson)
+    if (const auto size = fs::file_size(file, code); code || size > largestJson)
         return Error{"cannot be read, or too large"};
     std::ifstream stream(file);
     auto json = nlohmann::json::parse(stream, nullptr, false);
@@ -53,9 +52,9 @@ std::string textAt(const nlohmann::json& object, const char* key) {
 Result<NewEvent> readEvent(const nlohmann::json& element) {
     if (!element.is_object()) return Error{"is no object"};
     const auto time = parseUtc(textAt(element, "time"));
-    if (!time || *time < 0 || *time > kLatest) return Error{"has no \"time\" like 2026-03-09T07:05:01Z"};
+    if (!time || *time < 0 || *time > latest) return Error{"has no \"time\" like 2026-03-09T07:05:01Z"};
     const std::string name = textAt(element, "name");
-    if (name.empty() || name.size() > kLongestName) return Error{"has no \"name\" of 1 to 64 bytes"};
+    if (name.empty() || name.size() > longestName) return Error{"has no \"name\" of 1 to 64 bytes"};
     return NewEvent{*time, name, ""};
 }
 
@@ -74,11 +73,11 @@ Result<FolderFiles> listFolder(const fs::path& folder) {
             entry.disable_recursion_pending();
         } else if (entry->is_regular_file(ignored)) {
             const std::string path = entry->path().lexically_relative(folder).string();
-            if (name == kEventList)
+            if (name == eventList)
                 files.eventLists.push_back(path);
             else if (isVideoName(entry->path()))
                 files.videos.push_back(path);
-            else if (path != kCameraFile)
+            else if (path != cameraFile)
                 files.others.push_back({path, "not a video file, by its name"});
         }
     }
@@ -95,17 +94,17 @@ std::optional<SourceFile> describeFile(const fs::path& folder, const std::string
 }
 
 CameraFile readCameraFile(const fs::path& folder, std::vector<ImportRejection>& rejected) {
-    const fs::path file = folder / kCameraFile;
+    const fs::path file = folder / cameraFile;
     std::error_code code;
     if (!fs::exists(file, code)) return {};
     const auto json = readJson(file);
     if (!json || !json->is_object()) {
-        rejected.push_back({kCameraFile, json ? "is no object" : json.error().message});
+        rejected.push_back({cameraFile, json ? "is no object" : json.error().message});
         return {};
     }
-    CameraFile camera{textAt(*json, "name").substr(0, kLongestName), textAt(*json, "timezone")};
+    CameraFile camera{textAt(*json, "name").substr(0, longestName), textAt(*json, "timezone")};
     if (!camera.timezone.empty() && !LocalDays::isKnown(camera.timezone)) {
-        rejected.push_back({kCameraFile, "time zone " + camera.timezone + " is not known"});
+        rejected.push_back({cameraFile, "time zone " + camera.timezone + " is not known"});
         camera.timezone.clear();
     }
     return camera;
@@ -123,10 +122,10 @@ std::vector<NewEvent> readEventList(const fs::path& file, std::vector<std::strin
         auto event = readEvent((*json)[i]);
         if (event)
             events.push_back(std::move(*event));
-        else if (++bad <= kMostReasons)
+        else if (++bad <= mostReasons)
             reasons.push_back("element " + std::to_string(i) + " " + event.error().message);
     }
-    if (bad > kMostReasons) reasons.push_back(std::to_string(bad - kMostReasons) + " more elements are bad");
+    if (bad > mostReasons) reasons.push_back(std::to_string(bad - mostReasons) + " more elements are bad");
     return events;
 }
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "server/Importer.h"
-#include "server/Result.h"
-#include "server/Storage.h"
+#include "korvane/server/Importer.h"
+#include "korvane/server/Result.h"
+#include "korvane/server/Storage.h"
 
 namespace korvane {
 

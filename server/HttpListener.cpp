@@ -1,17 +1,16 @@
-#include "server/HttpListener.h"
+#include "korvane/server/HttpListener.h"
 
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "base/Log.h"
-#include "server/SocketStream.h"
+#include "korvane/base/Log.h"
+#include "korvane/server/SocketStream.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr int kBacklog = 128;
+constexpr int backlog = 128;
 
 bool bringsBody(const httplib::Request& request) {
     const std::string length = request.get_header_value("Content-Length");
@@ -38,7 +37,7 @@ HttpListener::~HttpListener() {
 int HttpListener::bind(const std::string& address, int port) {
     if (stopEvent_ < 0) return -1;
     const int bound = port == 0 ? bind_to_any_port(address) : (bind_to_port(address, port) ? port : -1);
-    if (bound > 0) ::listen(svr_sock_, kBacklog);
+    if (bound > 0) ::listen(svr_sock_, backlog);
     return bound;
 }
 

@@ -1,25 +1,24 @@
-#include "server/Importer.h"
+#include "korvane/server/Importer.h"
 
 #include <algorithm>
 #include <map>
 #include <set>
 #include <thread>
 
-#include "base/UtcTime.h"
-#include "server/FileTime.h"
-#include "server/FolderFiles.h"
-#include "server/LocalDays.h"
-#include "server/Storage.h"
-#include "server/VideoAnalysis.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/server/FileTime.h"
+#include "korvane/server/FolderFiles.h"
+#include "korvane/server/LocalDays.h"
+#include "korvane/server/Storage.h"
+#include "korvane/server/VideoAnalysis.h"
 
 namespace korvane {
-
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kMotionName = "motion";
-constexpr TimeMs kLatest = 253'402'300'799'000;
+constexpr const char* motionName = "motion";
+constexpr TimeMs latest = 253'402'300'799'000;
 
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
@@ -140,13 +139,13 @@ class Import {
         const TimeMs start = named               ? *named
                              : analysis->created ? *analysis->created
                                                  : source.modified - analysis->duration;
-        if (start < 0 || start > kLatest) {
+        if (start < 0 || start > latest) {
             source.rejection = "its time is not one that a recording can have";
             return;
         }
         reading.record = NewRecord{start, start + analysis->duration, std::move(analysis->thumbnail)};
         for (VideoMotion& motion : analysis->motions)
-            reading.events.push_back({start + motion.offset, kMotionName, std::move(motion.thumbnail)});
+            reading.events.push_back({start + motion.offset, motionName, std::move(motion.thumbnail)});
     }
 
     void readEvents(Reading& reading) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "server/Result.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 
@@ -32,7 +32,8 @@ struct ImportOptions {
     unsigned threads = 0;
     /// Called from any of the importer's threads, one call at a time.
     std::function<void(const ImportProgress&)> onProgress;
-    /// May be set from any thread: the file at work is dropped, what is done stays, the next import goes on from there.
+    /// May be set from any thread: the file under way is dropped, finished ones stay, and the next import continues
+    /// there.
     const std::atomic<bool>* cancel = nullptr;
 };
 
@@ -62,7 +63,7 @@ struct ImportReport {
 /// the folder is missing, unreadable or has nothing to import, and when the data base fails. Blocks.
 Result<ImportReport> importFolder(Storage& storage, const std::filesystem::path& folder, const ImportOptions& options);
 
-/// Where the data base of a folder stands unless the user says otherwise: FOLDER/.korvane/camera.db.
+/// The default place of a folder's data base: FOLDER/.korvane/camera.db.
 std::filesystem::path defaultDatabase(const std::filesystem::path& folder);
 
 }  // namespace korvane

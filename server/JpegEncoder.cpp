@@ -1,12 +1,11 @@
-#include "server/JpegEncoder.h"
+#include "korvane/server/JpegEncoder.h"
 
 #include <algorithm>
 
 namespace korvane {
-
 namespace {
 
-constexpr int kQuality = 4;  // 1 best, 31 worst
+constexpr int jpegQuality = 4;  // 1 best, 31 worst
 
 struct Source {
     AVPixelFormat format;
@@ -49,13 +48,13 @@ bool JpegEncoder::prepare(const AVFrame& frame) {
     AvCodec encoder(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
     if (!scaler_ || !picture_ || !encoder) return false;
     const int* coefficients = sws_getCoefficients(SWS_CS_DEFAULT);
-    constexpr int kOne = 1 << 16;
-    sws_setColorspaceDetails(scaler_.get(), coefficients, source.fullRange ? 1 : 0, coefficients, 1, 0, kOne, kOne);
+    constexpr int full = 1 << 16;
+    sws_setColorspaceDetails(scaler_.get(), coefficients, source.fullRange ? 1 : 0, coefficients, 1, 0, full, full);
     picture_->format = AV_PIX_FMT_YUV420P;
     picture_->color_range = AVCOL_RANGE_JPEG;
     picture_->width = width;
     picture_->height = height;
-    picture_->quality = FF_QP2LAMBDA * kQuality;
+    picture_->quality = FF_QP2LAMBDA * jpegQuality;
     encoder->width = width;
     encoder->height = height;
     encoder->pix_fmt = AV_PIX_FMT_YUV420P;
@@ -63,7 +62,7 @@ bool JpegEncoder::prepare(const AVFrame& frame) {
     encoder->time_base = {1, 25};
     encoder->thread_count = 1;
     encoder->flags |= AV_CODEC_FLAG_QSCALE;
-    encoder->global_quality = FF_QP2LAMBDA * kQuality;
+    encoder->global_quality = FF_QP2LAMBDA * jpegQuality;
     if (av_frame_get_buffer(picture_.get(), 0) < 0 || avcodec_open2(encoder.get(), encoder->codec, nullptr) < 0)
         return false;
     encoder_ = std::move(encoder);

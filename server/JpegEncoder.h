@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "server/LibAv.h"
+#include "korvane/server/LibAv.h"
 
 namespace korvane {
 

@@ -1,4 +1,4 @@
-#include "server/LibAv.h"
+#include "korvane/server/LibAv.h"
 
 #include <array>
 

@@ -33,7 +33,7 @@ struct AvScalerDeleter {
 using AvScaler = std::unique_ptr<SwsContext, AvScalerDeleter>;
 
 /// Keeps libav's own lines from standard error, for the whole process: what matters comes as a result, and a line may
-/// hold the name of what is read.
+/// contain the name of the file.
 void silenceLibAv();
 
 /// What a libav code means, in words.

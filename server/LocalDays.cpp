@@ -1,18 +1,17 @@
-#include "server/LocalDays.h"
+#include "korvane/server/LocalDays.h"
 
 #include <unicode/timezone.h>
 
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr TimeMs kDay = 86'400'000;
-constexpr TimeMs kQuarter = 900'000;
+constexpr TimeMs dayLength = 86'400'000;
+constexpr TimeMs quarter = 900'000;
 
 std::int64_t dayNumber(TimeMs local) {
-    return local >= 0 ? local / kDay : -((kDay - 1 - local) / kDay);
+    return local >= 0 ? local / dayLength : -((dayLength - 1 - local) / dayLength);
 }
 
 }  // namespace
@@ -46,11 +45,11 @@ std::string LocalDays::dayOf(TimeMs time) const {
 
 TimeMs LocalDays::nextDay(TimeMs time) const {
     const std::int64_t day = dayNumber(time + offsetAt(time));
-    const TimeMs localMidnight = (day + 1) * kDay;
+    const TimeMs localMidnight = (day + 1) * dayLength;
     TimeMs next = localMidnight - offsetAt(time);
     next = localMidnight - offsetAt(next);
     // Where clocks go forward at midnight the day begins later than that.
-    while (dayNumber(next + offsetAt(next)) <= day) next += kQuarter;
+    while (dayNumber(next + offsetAt(next)) <= day) next += quarter;
     return next;
 }
 

@@ -4,14 +4,14 @@
 #include <memory>
 #include <string>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
 /// The calendar of one time zone. Used by one thread at a time.
 class LocalDays {
   public:
-    /// `zone` is an IANA name; one that nobody knows counts as UTC.
+    /// `zone` is an IANA name; an unknown one counts as UTC.
     explicit LocalDays(const std::string& zone);
     ~LocalDays();
     LocalDays(const LocalDays&) = delete;

@@ -1,17 +1,16 @@
-#include "server/MediaFile.h"
+#include "korvane/server/MediaFile.h"
 
 #include <limits>
 
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
-
 namespace {
 
-// No playlists and no images: the former name other files and hosts, the latter are no recordings.
-constexpr const char* kContainers = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,mpegts,avi,flv,mpeg,asf";
-constexpr std::int64_t kMostPixels = 8192LL * 8192LL;
-constexpr AVRational kMilliseconds = {1, 1000};
+// No playlists, which name other files and hosts, and no still images.
+constexpr const char* containers = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,mpegts,avi,flv,mpeg,asf";
+constexpr std::int64_t mostPixels = 8192LL * 8192LL;
+constexpr AVRational milliseconds = {1, 1000};
 
 int isCancelled(void* flag) {
     return static_cast<const std::atomic<bool>*>(flag)->load() ? 1 : 0;
@@ -25,7 +24,7 @@ Result<std::unique_ptr<MediaFile>> MediaFile::open(const std::filesystem::path& 
     if (raw == nullptr) return Error{"out of memory"};
     if (cancel != nullptr) raw->interrupt_callback = {isCancelled, const_cast<std::atomic<bool>*>(cancel)};
     AVDictionary* settings = nullptr;
-    av_dict_set(&settings, "format_whitelist", kContainers, 0);
+    av_dict_set(&settings, "format_whitelist", containers, 0);
     av_dict_set(&settings, "protocol_whitelist", "file", 0);
     // The prefix keeps a colon in a name from being taken for a protocol.
     const int code = avformat_open_input(&raw, ("file:" + file.string()).c_str(), nullptr, &settings);
@@ -65,7 +64,7 @@ Result<AvCodec> MediaFile::makeDecoder() const {
     AvCodec decoder(avcodec_alloc_context3(codec));
     if (!decoder || avcodec_parameters_to_context(decoder.get(), stream().codecpar) < 0) return Error{"out of memory"};
     decoder->thread_count = 1;
-    decoder->max_pixels = kMostPixels;
+    decoder->max_pixels = mostPixels;
     decoder->pkt_timebase = stream().time_base;
     const int code = avcodec_open2(decoder.get(), codec, nullptr);
     if (code < 0) return Error{"its video cannot be decoded: " + avErrorText(code)};
@@ -108,11 +107,11 @@ void MediaFile::decodeKeyFrame(AVCodecContext& decoder, std::int64_t time,
 }
 
 TimeMs MediaFile::toMs(std::int64_t streamTime) const {
-    return av_rescale_q(streamTime, stream().time_base, kMilliseconds);
+    return av_rescale_q(streamTime, stream().time_base, milliseconds);
 }
 
 std::int64_t MediaFile::fromMs(TimeMs ms) const {
-    return av_rescale_q(ms, kMilliseconds, stream().time_base);
+    return av_rescale_q(ms, milliseconds, stream().time_base);
 }
 
 std::optional<TimeMs> MediaFile::creationTime() const {

@@ -6,15 +6,15 @@
 #include <deque>
 #include <vector>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
 /// A frame's brightness in coarse cells.
 struct CellImage {
-    static constexpr int kColumns = 80;
-    static constexpr int kRows = 45;
-    std::array<std::uint8_t, std::size_t{kColumns} * kRows> cells{};
+    static constexpr int gridColumns = 80;
+    static constexpr int gridRows = 45;
+    std::array<std::uint8_t, std::size_t{gridColumns} * gridRows> cells{};
 };
 
 /// A stretch in which something moves.
@@ -29,9 +29,9 @@ struct Motion {
 class MotionDetector {
   public:
     /// Images closer together than this need not be given.
-    static constexpr TimeMs kSampleEvery = 180;
+    static constexpr TimeMs sampleEvery = 180;
     /// Two movements with less rest between them are one.
-    static constexpr TimeMs kRest = 1200;
+    static constexpr TimeMs rest = 1200;
 
     enum class Change { None, Began, Ended };
 

@@ -1,21 +1,20 @@
-#include "server/PacketMap.h"
+#include "korvane/server/PacketMap.h"
 
 #include <algorithm>
 #include <limits>
 #include <numeric>
 
 namespace korvane {
-
 namespace {
 
-constexpr TimeMs kWindow = 500;
+constexpr TimeMs window = 500;
 // Of the windows of a file this share is taken to be still.
-constexpr std::size_t kStillPercent = 20;
+constexpr std::size_t stillPercent = 20;
 // A window is quiet when it holds no more than this many times what a still one does and this share of a key frame ...
-constexpr std::int64_t kQuietFactor = 2;
-constexpr std::int64_t kQuietShare = 100;
+constexpr std::int64_t quietFactor = 2;
+constexpr std::int64_t quietShare = 100;
 // ... in a file whose still windows are small beside its key frames. Else sizes tell nothing: noise, or a fixed rate.
-constexpr std::int64_t kTrustShare = 4;
+constexpr std::int64_t trustShare = 4;
 
 std::int64_t percentile(std::vector<std::int64_t> values, std::size_t percent) {
     if (values.empty()) return 0;
@@ -61,7 +60,7 @@ void PacketMap::measure(Group& group) const {
     for (std::size_t i = group.first + 1; i < group.end; ++i) {
         if (packets_[i].offset >= windowEnd) {
             group.windows.push_back(0);
-            windowEnd = packets_[i].offset + kWindow;
+            windowEnd = packets_[i].offset + window;
         }
         group.windows.back() += packets_[i].bytes;
     }
@@ -78,15 +77,15 @@ void PacketMap::measure(Group& group) const {
 std::int64_t PacketMap::stillWindow(const std::vector<Group>& groups) const {
     std::vector<std::int64_t> windows;
     for (const Group& group : groups) windows.insert(windows.end(), group.windows.begin(), group.windows.end());
-    return percentile(std::move(windows), kStillPercent);
+    return percentile(std::move(windows), stillPercent);
 }
 
 void PacketMap::markQuiet(std::vector<Group>& groups, std::int64_t still) const {
     std::vector<std::int64_t> keys;
     for (const Group& group : groups) keys.push_back(packets_[group.first].bytes);
     const std::int64_t key = percentile(std::move(keys), 50);
-    if (still > key / kTrustShare) return;
-    const std::int64_t limit = still * kQuietFactor + key / kQuietShare;
+    if (still > key / trustShare) return;
+    const std::int64_t limit = still * quietFactor + key / quietShare;
     for (Group& group : groups) group.quiet = !group.windows.empty() && group.loudest <= limit;
 }
 

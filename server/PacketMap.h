@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "base/Time.h"
-#include "server/MediaFile.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/MediaFile.h"
 
 namespace korvane {
 
@@ -30,7 +30,7 @@ struct PictureGroup {
     TimeMs end = 0;
     /// Its pictures' sizes are even, and like those of its neighbours: what happens in it goes on all the time.
     bool steady = false;
-    /// Its pictures are no larger than where the file is stillest.
+    /// Its pictures are as small as those of the file's stillest stretches.
     bool usual = false;
 };
 

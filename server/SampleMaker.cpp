@@ -1,4 +1,4 @@
-#include "server/SampleMaker.h"
+#include "korvane/server/SampleMaker.h"
 
 #include <algorithm>
 #include <fstream>
@@ -8,25 +8,24 @@
 #include <thread>
 #include <vector>
 
-#include "base/UtcTime.h"
-#include "server/LocalDays.h"
-#include "server/VideoWriter.h"
-#include "server/sample/Daylight.h"
-#include "server/sample/Movement.h"
-#include "server/sample/SamplePlan.h"
-#include "server/sample/Yard.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/server/LocalDays.h"
+#include "korvane/server/VideoWriter.h"
+#include "korvane/server/sample/Daylight.h"
+#include "korvane/server/sample/Movement.h"
+#include "korvane/server/sample/SamplePlan.h"
+#include "korvane/server/sample/Yard.h"
 
 namespace korvane {
-
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kFramesPerSecond = 8;
-constexpr int kClockTop = 10;
-constexpr int kClockBottom = 34;
+constexpr int framesPerSecond = 8;
+constexpr int clockTop = 10;
+constexpr int clockBottom = 34;
 // How often the sky is painted anew, in frames.
-constexpr int kRepaint = 30 * kFramesPerSecond;
+constexpr int repaintEvery = 30 * framesPerSecond;
 
 /// "frontyard_20261118_070500.mp4", in UTC.
 std::string fileName(TimeMs start) {
@@ -42,20 +41,20 @@ class Film {
     Film(const PlannedRecording& plan, const std::atomic<bool>* cancel)
         : plan_(plan),
           cancel_(cancel),
-          calendar_(SamplePlan::kTimezone),
-          yard_(kFilmWidth, kFilmHeight),
+          calendar_(SamplePlan::yardTimezone),
+          yard_(filmWidth, filmHeight),
           picture_(yard_) {}
 
     Failure shoot(const fs::path& file) {
         VideoFormat format;
-        format.width = kFilmWidth;
-        format.height = kFilmHeight;
-        format.framesPerSecond = kFramesPerSecond;
-        format.keyFrameEvery = 2 * kFramesPerSecond;
+        format.width = filmWidth;
+        format.height = filmHeight;
+        format.framesPerSecond = framesPerSecond;
+        format.keyFrameEvery = 2 * framesPerSecond;
         format.created = plan_.start;
         auto writer = VideoWriter::create(file, format);
         if (!writer) return writer.error();
-        const auto frames = static_cast<int>(plan_.duration * kFramesPerSecond / 1000);
+        const auto frames = static_cast<int>(plan_.duration * framesPerSecond / 1000);
         for (int frame = 0; frame < frames; ++frame) {
             if (cancel_ != nullptr && cancel_->load()) return Error{"cancelled"};
             const Failure failure = draw(frame) ? (*writer)->add(rgb_) : (*writer)->repeat();
@@ -67,24 +66,24 @@ class Film {
   private:
     /// False when the picture is as it was.
     bool draw(int frame) {
-        const bool repaint = frame % kRepaint == 0;
-        const TimeMs now = plan_.start + frame * 1000 / kFramesPerSecond;
+        const bool repaint = frame % repaintEvery == 0;
+        const TimeMs now = plan_.start + frame * 1000 / framesPerSecond;
         const TimeMs local = now + calendar_.offsetAt(now);
-        const float time = static_cast<float>(frame) / kFramesPerSecond;
+        const float time = static_cast<float>(frame) / framesPerSecond;
         if (repaint) {
             light_ = Daylight::at(static_cast<float>(local % 86'400'000) / 3'600'000.0F);
             drawYard(yard_, light_);
-            refresh(0, kFilmHeight);
+            refresh(0, filmHeight);
         }
         const bool moves =
             std::any_of(plan_.movements.begin(), plan_.movements.end(),
                         [time](const Movement& movement) { return time >= movement.start && time < movement.end(); });
-        const bool ticks = repaint || frame % kFramesPerSecond == 0;
+        const bool ticks = repaint || frame % framesPerSecond == 0;
         const bool changes = moves || moved_;
         if (changes) {
-            picture_.copyRows(yard_, kMovementTop, kFilmHeight);
+            picture_.copyRows(yard_, movementTop, filmHeight);
             for (const Movement& movement : plan_.movements) drawMovement(picture_, movement, time, light_);
-            picture_.writeRows(rgb_, kMovementTop, kFilmHeight);
+            picture_.writeRows(rgb_, movementTop, filmHeight);
         }
         if (ticks) clock(local);
         moved_ = moves;
@@ -99,10 +98,10 @@ class Film {
     void clock(TimeMs local) {
         std::string text = formatUtc(local).substr(0, 19);
         std::replace(text.begin(), text.end(), 'T', ' ');
-        picture_.copyRows(yard_, kClockTop - 2, kClockBottom);
-        picture_.text({13, kClockTop + 2.0F}, text.c_str(), 2, {0, 0, 0}, 0.55F);
-        picture_.text({12, kClockTop + 1.0F}, text.c_str(), 2, {1, 1, 1}, 0.92F);
-        picture_.writeRows(rgb_, kClockTop - 2, kClockBottom);
+        picture_.copyRows(yard_, clockTop - 2, clockBottom);
+        picture_.text({13, clockTop + 2.0F}, text.c_str(), 2, {0, 0, 0}, 0.55F);
+        picture_.text({12, clockTop + 1.0F}, text.c_str(), 2, {1, 1, 1}, 0.92F);
+        picture_.writeRows(rgb_, clockTop - 2, clockBottom);
     }
 
     const PlannedRecording& plan_;
@@ -182,7 +181,7 @@ Result<SampleReport> makeSample(const fs::path& folder, const SampleOptions& opt
         for (const TimeMs time : plan.doorbells) events.push_back({{"time", formatUtc(time)}, {"name", "doorbell"}});
         if (const Failure failure = writeJson(folder / "events.json", events)) return *failure;
         if (const Failure failure =
-                writeJson(folder / "camera.json", {{"name", "Front yard"}, {"timezone", SamplePlan::kTimezone}}))
+                writeJson(folder / "camera.json", {{"name", "Front yard"}, {"timezone", SamplePlan::yardTimezone}}))
             return *failure;
         SampleReport report;
         report.recordings = plan.recordings.size();
@@ -194,6 +193,15 @@ Result<SampleReport> makeSample(const fs::path& folder, const SampleOptions& opt
     } catch (const std::exception& error) {
         return Error{std::string("the sample cannot be made: ") + error.what()};
     }
+}
+
+Failure addSampleEvents(Storage& storage, std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing) {
+    return storage.addEvents(camera, count, [=](std::int64_t number) {
+        const std::int64_t age = count - 1 - number;
+        // A fixed pattern within the spacing, so that times are not all alike.
+        const TimeMs shift = age == 0 ? 0 : age * 7919 % std::max<TimeMs>(spacing, 1);
+        return NewEvent{std::max<TimeMs>(end - age * spacing - shift, 0), age % 50 == 49 ? "doorbell" : "motion", ""};
+    });
 }
 
 }  // namespace korvane

@@ -6,8 +6,9 @@
 #include <filesystem>
 #include <functional>
 
-#include "base/Time.h"
-#include "server/Result.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/Result.h"
+#include "korvane/server/Storage.h"
 
 namespace korvane {
 
@@ -37,5 +38,9 @@ struct SampleReport {
 /// bursts, one recording over UTC midnight, an events.json with two doorbell events and a camera.json. Makes the folder
 /// when missing; files of the same name are replaced. Blocks.
 Result<SampleReport> makeSample(const std::filesystem::path& folder, const SampleOptions& options);
+
+/// Adds `count` events without media to a camera, about `spacing` ms apart, the last one at `end`; every 50th is a
+/// doorbell.
+Failure addSampleEvents(Storage& storage, std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing);
 
 }  // namespace korvane

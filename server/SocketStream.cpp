@@ -1,4 +1,4 @@
-#include "server/SocketStream.h"
+#include "korvane/server/SocketStream.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -7,13 +7,12 @@
 #include <cerrno>
 
 namespace korvane {
-
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 // Far above what the client library sends, far below what hurts.
-constexpr std::size_t kLongestRequest = 64 * 1024;
+constexpr std::size_t longestRequest = 64 * 1024;
 
 void readAddress(int (*look)(int, sockaddr*, socklen_t*), socket_t socket, std::string& ip, int& port) {
     sockaddr_storage address{};
@@ -62,7 +61,7 @@ bool SocketStream::fill(Clock::time_point deadline) {
 bool SocketStream::awaitRequest() {
     if (!fill(Clock::now() + patience_)) return false;
     deadline_ = Clock::now() + patience_;
-    budget_ = kLongestRequest;
+    budget_ = longestRequest;
     return true;
 }
 

@@ -1,23 +1,22 @@
-#include "server/Storage.h"
+#include "korvane/server/Storage.h"
 
 #include <algorithm>
 #include <limits>
 #include <system_error>
 #include <type_traits>
 
-#include "server/Database.h"
-#include "server/EventRanks.h"
-#include "server/LocalDays.h"
+#include "korvane/server/Database.h"
+#include "korvane/server/EventRanks.h"
+#include "korvane/server/LocalDays.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr std::int64_t kSchemaVersion = 1;
-constexpr TimeMs kMergeGap = 1000;
-constexpr TimeMs kForever = std::numeric_limits<TimeMs>::max();
+constexpr std::int64_t schemaVersion = 1;
+constexpr TimeMs mergeGap = 1000;
+constexpr TimeMs forever = std::numeric_limits<TimeMs>::max();
 
-constexpr const char* kTables = R"(
+constexpr const char* tables = R"(
     CREATE TABLE cameras(
         id INTEGER PRIMARY KEY, name TEXT NOT NULL, timezone TEXT NOT NULL, folder TEXT NOT NULL UNIQUE);
     CREATE TABLE sources(
@@ -38,7 +37,7 @@ constexpr const char* kTables = R"(
     CREATE INDEX events_by_source ON events(source) WHERE source IS NOT NULL;)";
 
 TimeMs openEnd(TimeMs end) {
-    return end == -1 ? kForever : end;
+    return end == -1 ? forever : end;
 }
 TimeMs openStart(TimeMs start) {
     return std::max<TimeMs>(start, 0);
@@ -50,12 +49,12 @@ void prepareSchema(Database& database) {
         query.step();
         return query.integer(0);
     };
-    if (version() == kSchemaVersion) return;
+    if (version() == schemaVersion) return;
     DatabaseTransaction transaction(database);
     const std::int64_t found = version();
-    if (found > kSchemaVersion) throw DatabaseError("the data base was made by a newer version");
+    if (found > schemaVersion) throw DatabaseError("the data base was made by a newer version");
     if (found == 0) {
-        database.execute(kTables);
+        database.execute(tables);
         database.execute(EventRanks::createTable());
         database.execute(EventRanks::createTriggers());
         database.execute("PRAGMA user_version = 1");
@@ -343,7 +342,7 @@ Result<std::vector<Period>> Storage::timeline(std::int64_t camera, TimeRange ran
         while (query.step()) {
             const Period next{std::max(query.integer(0), bounds.end), std::min(query.integer(1), windowEnd)};
             if (next.start >= next.end) continue;
-            if (!periods.empty() && next.start - periods.back().end <= kMergeGap)
+            if (!periods.empty() && next.start - periods.back().end <= mergeGap)
                 periods.back().end = std::max(periods.back().end, next.end);
             else
                 periods.push_back(next);
@@ -457,16 +456,17 @@ Failure Storage::removeSource(std::int64_t camera, const std::string& path) {
     });
 }
 
-Failure Storage::fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing) {
+Failure Storage::addEvents(std::int64_t camera, std::int64_t count,
+                           const std::function<NewEvent(std::int64_t number)>& event) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
         database_->execute(EventRanks::dropTriggers());
-        for (std::int64_t number = count; number-- > 0;) {
-            const TimeMs shift = number == 0 ? 0 : number * 7919 % std::max<TimeMs>(spacing, 1);
+        for (std::int64_t number = 0; number < count; ++number) {
+            const NewEvent added = event(number);
             database_->query("INSERT INTO events(camera, time, name) VALUES(?, ?, ?)")
                 .bind(camera)
-                .bind(std::max<TimeMs>(end - number * spacing - shift, 0))
-                .bind(number % 50 == 49 ? "doorbell" : "motion")
+                .bind(added.time)
+                .bind(added.name)
                 .run();
         }
         EventRanks::recount(*database_, camera);

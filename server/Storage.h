@@ -2,14 +2,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "server/Result.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 
@@ -99,7 +100,7 @@ struct NewRecord {
 /// any thread and block for the time of the query. Several Storage objects, in several processes too, may share a file.
 class Storage {
   public:
-    /// Opens `file`, making it and the folder it stands in when missing.
+    /// Opens `file`, making it and its folder when missing.
     static Result<std::unique_ptr<Storage>> open(const std::filesystem::path& file);
     ~Storage();
 
@@ -143,9 +144,10 @@ class Storage {
     /// Forgets a file with all that came from it.
     Failure removeSource(std::int64_t camera, const std::string& path);
 
-    /// Adds `count` events without media, `spacing` ms apart, the last one at `end`; every 50th is a doorbell. The
-    /// event at number n of the sequence moves within its spacing by a fixed pattern, so that times are not all alike.
-    Failure fillEvents(std::int64_t camera, std::int64_t count, TimeMs end, TimeMs spacing);
+    /// Adds `count` events without a recording at once: the one that `event` gives for each number from 0. Made for
+    /// millions of them.
+    Failure addEvents(std::int64_t camera, std::int64_t count,
+                      const std::function<NewEvent(std::int64_t number)>& event);
 
   private:
     explicit Storage(std::unique_ptr<Database> database);

@@ -1,4 +1,4 @@
-#include "server/VideoAnalysis.h"
+#include "korvane/server/VideoAnalysis.h"
 
 #include <algorithm>
 #include <limits>
@@ -6,33 +6,32 @@
 #include <mutex>
 #include <thread>
 
-#include "server/CellSampler.h"
-#include "server/JpegEncoder.h"
-#include "server/MediaFile.h"
-#include "server/MotionDetector.h"
-#include "server/PacketMap.h"
+#include "korvane/server/BrightnessGrid.h"
+#include "korvane/server/JpegEncoder.h"
+#include "korvane/server/MediaFile.h"
+#include "korvane/server/MotionDetector.h"
+#include "korvane/server/PacketMap.h"
 
 namespace korvane {
-
 namespace {
 
 // Pieces of a film that a thread takes at a time: long enough that its ends, of which less is known, cost little ...
-constexpr TimeMs kShortestPiece = 20'000;
-constexpr TimeMs kLongestPiece = 120'000;
+constexpr TimeMs shortestPiece = 20'000;
+constexpr TimeMs longestPiece = 120'000;
 // ... and so many for each thread that all end together.
-constexpr TimeMs kPiecesAThread = 4;
-constexpr TimeMs kLongestFile = 7 * 86'400'000LL;
+constexpr TimeMs piecesAThread = 4;
+constexpr TimeMs longestFile = 7 * 86'400'000LL;
 // A moment after something comes into view there is more of it to see.
-constexpr TimeMs kSettle = 700;
+constexpr TimeMs settle = 700;
 // Within so short a group nothing comes and goes without being in one of the key frames, or making it larger.
-constexpr TimeMs kShortGroup = 4000;
+constexpr TimeMs shortGroup = 4000;
 
 bool isSet(const std::atomic<bool>* flag) {
     return flag != nullptr && flag->load();
 }
 
 TimeMs pieceLength(const PacketMap& map, unsigned threads) {
-    return std::clamp(map.duration() / (kPiecesAThread * threads), kShortestPiece, kLongestPiece);
+    return std::clamp(map.duration() / (piecesAThread * threads), shortestPiece, longestPiece);
 }
 
 /// Looks for motion in one stretch of a file.
@@ -68,7 +67,7 @@ class StretchSearch {
         const PictureGroup& group = groups_[index];
         if (!group.steady || index + 1 == groups_.size()) return false;
         const bool moving = detector_.isMoving();
-        if (!moving && (!group.usual || group.end - group.begin > kShortGroup)) return false;
+        if (!moving && (!group.usual || group.end - group.begin > shortGroup)) return false;
         const bool changed = MotionDetector::isChange(keyImage(index), keyImage(index + 1));
         return changed == moving;
     }
@@ -87,7 +86,7 @@ class StretchSearch {
         file_.seek(first.seekTo);
         file_.decode(decoder_, last.endTime, [&](const AVFrame& frame) {
             const TimeMs offset = file_.toMs(frame.best_effort_timestamp - firstPts_);
-            if (offset >= first.begin && offset - last_ >= MotionDetector::kSampleEvery &&
+            if (offset >= first.begin && offset - last_ >= MotionDetector::sampleEvery &&
                 sampler_.sample(frame, image)) {
                 see(offset, image);
                 takePicture(offset, frame);
@@ -105,7 +104,7 @@ class StretchSearch {
 
     void takePicture(TimeMs offset, const AVFrame& frame) {
         const bool began = change_ == MotionDetector::Change::Began;
-        const bool settled = unsettled_ && offset >= motions().back().start + kSettle;
+        const bool settled = unsettled_ && offset >= motions().back().start + settle;
         if (!began && !settled) return;
         pictures_[motions().back().start] = jpeg_.encode(frame);
         unsettled_ = began;
@@ -118,7 +117,7 @@ class StretchSearch {
     const std::atomic<bool>* cancel_;
     MotionDetector detector_;
     MotionDetector::Change change_ = MotionDetector::Change::None;
-    CellSampler sampler_;
+    BrightnessGrid sampler_;
     JpegEncoder jpeg_;
     std::map<std::size_t, CellImage> keyImages_;
     std::map<TimeMs, std::string> pictures_;
@@ -206,7 +205,7 @@ Result<VideoAnalysis> analyzeVideo(const std::filesystem::path& file, const Vide
     const PacketMap map = PacketMap::read(**media, options.cancel);
     if (map.empty()) return Error{"holds no picture"};
     if (map.duration() <= 0) return Error{"lasts no time"};
-    if (map.duration() > kLongestFile) return Error{"its times are damaged: it claims to last longer than a week"};
+    if (map.duration() > longestFile) return Error{"its times are damaged: it claims to last longer than a week"};
     VideoAnalysis analysis;
     analysis.duration = map.duration();
     analysis.created = (*media)->creationTime();

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "server/Result.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 
@@ -37,7 +37,8 @@ struct VideoAnalysisOptions {
     std::function<void(double)> onProgress;
 };
 
-/// Reads a video file to its end and looks for motion. Fails for what is no video, holds no picture, or was cancelled.
+/// Reads a video file to its end and looks for motion. Fails for a file that is not a video or holds no picture, and
+/// when cancelled.
 Result<VideoAnalysis> analyzeVideo(const std::filesystem::path& file, const VideoAnalysisOptions& options);
 
 /// JPEG bytes of the picture shown at `offset` from the first; empty when there is none.

@@ -1,4 +1,4 @@
-#include "server/VideoReply.h"
+#include "korvane/server/VideoReply.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,13 +12,12 @@
 #include <optional>
 #include <utility>
 
-#include "server/ApiRequest.h"
+#include "korvane/server/ApiRequest.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr std::size_t kChunk = 128 * 1024;
+constexpr std::size_t chunkBytes = 128 * 1024;
 
 class OpenFile {
   public:
@@ -37,7 +36,7 @@ class OpenFile {
     std::optional<std::uint64_t> size() const { return size_; }
 
     bool send(std::uint64_t offset, std::size_t length, httplib::DataSink& sink) const {
-        std::array<char, kChunk> chunk;
+        std::array<char, chunkBytes> chunk;
         const ssize_t count =
             ::pread(descriptor_, chunk.data(), std::min(length, chunk.size()), static_cast<off_t>(offset));
         return count > 0 && sink.write(chunk.data(), static_cast<std::size_t>(count));
@@ -52,15 +51,15 @@ const char* contentType(const std::filesystem::path& file) {
     std::string extension = file.extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    static constexpr std::array<std::pair<std::string_view, const char*>, 6> kTypes = {{{".mkv", "video/x-matroska"},
-                                                                                        {".webm", "video/webm"},
-                                                                                        {".mov", "video/quicktime"},
-                                                                                        {".avi", "video/x-msvideo"},
-                                                                                        {".ts", "video/mp2t"},
-                                                                                        {".m2ts", "video/mp2t"}}};
+    static constexpr std::array<std::pair<std::string_view, const char*>, 6> types = {{{".mkv", "video/x-matroska"},
+                                                                                       {".webm", "video/webm"},
+                                                                                       {".mov", "video/quicktime"},
+                                                                                       {".avi", "video/x-msvideo"},
+                                                                                       {".ts", "video/mp2t"},
+                                                                                       {".m2ts", "video/mp2t"}}};
     const auto* found =
-        std::find_if(kTypes.begin(), kTypes.end(), [&](const auto& type) { return type.first == extension; });
-    return found == kTypes.end() ? "video/mp4" : found->second;
+        std::find_if(types.begin(), types.end(), [&](const auto& type) { return type.first == extension; });
+    return found == types.end() ? "video/mp4" : found->second;
 }
 
 /// All of `text` as a number; too big a one is the biggest.
@@ -75,9 +74,9 @@ std::optional<std::uint64_t> number(std::string_view text) {
 }  // namespace
 
 ByteRange parseRange(std::string_view header, std::uint64_t size) {
-    constexpr std::string_view kUnit = "bytes=";
-    if (!header.starts_with(kUnit) || header.find(',') != std::string_view::npos) return {};
-    const std::string_view range = header.substr(kUnit.size());
+    constexpr std::string_view unit = "bytes=";
+    if (!header.starts_with(unit) || header.find(',') != std::string_view::npos) return {};
+    const std::string_view range = header.substr(unit.size());
     const std::size_t dash = range.find('-');
     const ByteRange bad{ByteRange::Kind::Unsatisfiable, 0, 0};
     if (dash == std::string_view::npos || size == 0) return bad;

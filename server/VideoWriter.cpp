@@ -1,9 +1,8 @@
-#include "server/VideoWriter.h"
+#include "korvane/server/VideoWriter.h"
 
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
-
 namespace {
 
 Error failure(const char* what, int code) {

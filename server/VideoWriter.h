@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
-#include "base/Time.h"
-#include "server/LibAv.h"
-#include "server/Result.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/LibAv.h"
+#include "korvane/server/Result.h"
 
 namespace korvane {
 

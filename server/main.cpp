@@ -9,26 +9,26 @@
 #include <string>
 #include <vector>
 
-#include "server/AccessToken.h"
-#include "server/CameraServer.h"
-#include "server/CommandLine.h"
-#include "server/FolderFiles.h"
-#include "server/Importer.h"
-#include "server/SampleMaker.h"
-#include "server/Storage.h"
+#include "korvane/server/AccessToken.h"
+#include "korvane/server/CameraServer.h"
+#include "korvane/server/CommandLine.h"
+#include "korvane/server/FolderFiles.h"
+#include "korvane/server/Importer.h"
+#include "korvane/server/SampleMaker.h"
+#include "korvane/server/Storage.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace korvane;
 
-constexpr int kFailed = 1;
-constexpr int kBadUsage = 2;
-constexpr std::int64_t kDefaultPort = 8080;
-constexpr std::int64_t kDefaultLifetime = 7 * 86'400;
-constexpr TimeMs kRowSpacing = 60'000;
+constexpr int failed = 1;
+constexpr int badUsage = 2;
+constexpr std::int64_t defaultPort = 8080;
+constexpr std::int64_t defaultLifetime = 7 * 86'400;
+constexpr TimeMs rowSpacing = 60'000;
 
-constexpr const char* kHelp = R"(The camera service: keeps what a camera has recorded and serves it over HTTP.
+constexpr const char* helpText = R"(The camera service: keeps what a camera has recorded and serves it over HTTP.
 
   korvane-camera-server import FOLDER [--db FILE] [--camera-name NAME] [--timezone ZONE]
       Reads a folder of video files. Breaking off is safe: the next import goes on from there.
@@ -83,11 +83,11 @@ class ProgressPrinter {
             return;
         }
         if (percent == last_ && what == what_) return;
-        constexpr int kWidth = 32;
-        const int filled = percent * kWidth / 100;
+        constexpr int pictureWidth = 32;
+        const int filled = percent * pictureWidth / 100;
         std::cout << "\r\033[K[" << std::string(static_cast<std::size_t>(filled), '#')
-                  << std::string(static_cast<std::size_t>(kWidth - filled), '.') << "] " << percent << "% " << what
-                  << std::flush;
+                  << std::string(static_cast<std::size_t>(pictureWidth - filled), '.') << "] " << percent << "% "
+                  << what << std::flush;
         last_ = percent;
         what_ = what;
     }
@@ -113,15 +113,15 @@ void print(const ImportReport& report) {
 }
 
 int import(const CommandLine& line) {
-    if (line.plain().size() != 1) return fail(kBadUsage, "import needs one FOLDER; see --help");
+    if (line.plain().size() != 1) return fail(badUsage, "import needs one FOLDER; see --help");
     const fs::path folder = line.plain()[0];
     // Before a data base is made in a folder that has nothing for it.
     const auto files = listFolder(folder);
-    if (!files) return fail(kBadUsage, printable(files.error().message));
-    if (files->videos.empty()) return fail(kBadUsage, "there are no video files in " + printable(folder.string()));
+    if (!files) return fail(badUsage, printable(files.error().message));
+    if (files->videos.empty()) return fail(badUsage, "there are no video files in " + printable(folder.string()));
     const fs::path file = line.has("db") ? fs::path(line.text("db")) : defaultDatabase(folder);
     auto storage = Storage::open(file);
-    if (!storage) return fail(kFailed, storage.error().message);
+    if (!storage) return fail(failed, storage.error().message);
     ProgressPrinter progress;
     ImportOptions options;
     options.cameraName = line.text("camera-name");
@@ -134,18 +134,18 @@ int import(const CommandLine& line) {
     };
     const auto report = importFolder(**storage, folder, options);
     progress.finish();
-    if (!report) return fail(kBadUsage, printable(report.error().message));
+    if (!report) return fail(badUsage, printable(report.error().message));
     print(*report);
-    return report->cancelled ? kFailed : 0;
+    return report->cancelled ? failed : 0;
 }
 
 int serve(const CommandLine& line) {
-    const auto port = line.number("port", kDefaultPort, 0, 65'535);
-    if (!port) return fail(kBadUsage, port.error().message);
+    const auto port = line.number("port", defaultPort, 0, 65'535);
+    if (!port) return fail(badUsage, port.error().message);
     const fs::path file = databaseOf(line);
     std::error_code code;
     if (!fs::exists(file, code))
-        return fail(kBadUsage, "there is no data base " + file.string() + ": import a folder first");
+        return fail(badUsage, "there is no data base " + file.string() + ": import a folder first");
     CameraServerOptions options;
     if (line.has("address")) options.address = line.text("address");
     options.port = static_cast<std::uint16_t>(*port);
@@ -157,7 +157,7 @@ int serve(const CommandLine& line) {
     pthread_sigmask(SIG_BLOCK, &ending, nullptr);
     CameraServer server(file, options);
     const auto bound = server.start();
-    if (!bound) return fail(kFailed, bound.error().message);
+    if (!bound) return fail(failed, bound.error().message);
     std::cout << "Serving on " << server.baseUrl() << std::endl;
     int signal = 0;
     sigwait(&ending, &signal);
@@ -166,50 +166,50 @@ int serve(const CommandLine& line) {
 }
 
 int token(const CommandLine& line) {
-    const auto lifetime = line.number("expires-in", kDefaultLifetime, 1, 10LL * 366 * 86'400);
-    if (!lifetime) return fail(kBadUsage, lifetime.error().message);
+    const auto lifetime = line.number("expires-in", defaultLifetime, 1, 10LL * 366 * 86'400);
+    if (!lifetime) return fail(badUsage, lifetime.error().message);
     const fs::path file = databaseOf(line);
     std::error_code code;
     if (!fs::exists(file, code))
-        return fail(kBadUsage, "there is no data base " + file.string() + ": import a folder first");
+        return fail(badUsage, "there is no data base " + file.string() + ": import a folder first");
     auto storage = Storage::open(file);
-    if (!storage) return fail(kFailed, storage.error().message);
+    if (!storage) return fail(failed, storage.error().message);
     const auto cameras = (*storage)->cameras();
-    if (!cameras) return fail(kFailed, cameras.error().message);
-    if (cameras->empty()) return fail(kBadUsage, "the data base has no camera: import a folder first");
+    if (!cameras) return fail(failed, cameras.error().message);
+    if (cameras->empty()) return fail(badUsage, "the data base has no camera: import a folder first");
     const auto camera = line.number("camera", cameras->front().id, 1, INT64_MAX);
-    if (!camera) return fail(kBadUsage, camera.error().message);
+    if (!camera) return fail(badUsage, camera.error().message);
     const bool known =
         std::any_of(cameras->begin(), cameras->end(), [&](const Camera& one) { return one.id == *camera; });
-    if (!known) return fail(kBadUsage, "there is no camera " + std::to_string(*camera));
+    if (!known) return fail(badUsage, "there is no camera " + std::to_string(*camera));
     const auto tokens = AccessToken::forDatabase(file);
-    if (!tokens) return fail(kFailed, tokens.error().message);
-    const std::string url = line.has("url") ? line.text("url") : "http://127.0.0.1:" + std::to_string(kDefaultPort);
+    if (!tokens) return fail(failed, tokens.error().message);
+    const std::string url = line.has("url") ? line.text("url") : "http://127.0.0.1:" + std::to_string(defaultPort);
     const auto text = tokens->issue(*camera, now() / 1000 + *lifetime, url);
-    if (!text) return fail(kBadUsage, text.error().message);
+    if (!text) return fail(badUsage, text.error().message);
     std::cout << *text << '\n';
     return 0;
 }
 
 int fillRows(const CommandLine& line) {
     const auto rows = line.number("rows", 0, 1, 100'000'000);
-    if (!rows) return fail(kBadUsage, rows.error().message);
-    if (!line.has("db") || !line.plain().empty()) return fail(kBadUsage, "sample --rows needs --db FILE and no folder");
+    if (!rows) return fail(badUsage, rows.error().message);
+    if (!line.has("db") || !line.plain().empty()) return fail(badUsage, "sample --rows needs --db FILE and no folder");
     auto storage = Storage::open(line.text("db"));
-    if (!storage) return fail(kFailed, storage.error().message);
+    if (!storage) return fail(failed, storage.error().message);
     const auto camera = (*storage)->cameraForFolder("", "Rows", "America/New_York");
-    if (!camera) return fail(kFailed, camera.error().message);
-    if (const auto status = (*storage)->fillEvents(camera->id, *rows, now(), kRowSpacing))
-        return fail(kFailed, status->message);
+    if (!camera) return fail(failed, camera.error().message);
+    if (const auto status = addSampleEvents(**storage, camera->id, *rows, now(), rowSpacing))
+        return fail(failed, status->message);
     std::cout << "Camera " << camera->id << ": " << *rows << " events added\n";
     return 0;
 }
 
 int sample(const CommandLine& line) {
     if (line.has("rows")) return fillRows(line);
-    if (line.plain().size() != 1) return fail(kBadUsage, "sample needs one FOLDER, or --rows with --db; see --help");
+    if (line.plain().size() != 1) return fail(badUsage, "sample needs one FOLDER, or --rows with --db; see --help");
     const auto seed = line.number("seed", 1, 0, INT64_MAX);
-    if (!seed) return fail(kBadUsage, seed.error().message);
+    if (!seed) return fail(badUsage, seed.error().message);
     ProgressPrinter progress;
     SampleOptions options;
     options.end = now();
@@ -220,7 +220,7 @@ int sample(const CommandLine& line) {
     };
     const auto report = makeSample(line.plain()[0], options);
     progress.finish();
-    if (!report) return fail(kFailed, printable(report.error().message));
+    if (!report) return fail(failed, printable(report.error().message));
     std::cout << report->recordings << " recordings with " << report->movements << " movements, "
               << report->bytes / 1'000'000 << " MB\n";
     return 0;
@@ -239,14 +239,14 @@ int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     for (const std::string& word : words) {
         if (word != "--help" && word != "-h") continue;
-        std::cout << kHelp;
+        std::cout << helpText;
         return 0;
     }
     const auto line = CommandLine::parse(words, {{"import", {"db", "camera-name", "timezone"}},
                                                  {"serve", {"db", "folder", "address", "port"}},
                                                  {"token", {"db", "folder", "camera", "expires-in", "url"}},
                                                  {"sample", {"db", "rows", "seed"}}});
-    if (!line) return fail(kBadUsage, printable(line.error().message) + "; see --help");
+    if (!line) return fail(badUsage, printable(line.error().message) + "; see --help");
     catchSignals();
     if (line->command() == "import") return import(*line);
     if (line->command() == "serve") return serve(*line);

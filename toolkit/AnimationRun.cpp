@@ -1,12 +1,12 @@
-#include "toolkit/AnimationRun.h"
+#include "korvane/toolkit/AnimationRun.h"
 
 #include <QCoreApplication>
 #include <QEasingCurve>
 #include <algorithm>
 #include <utility>
 
-#include "toolkit/Animator.h"
-#include "toolkit/DeleteLater.h"
+#include "korvane/toolkit/AnimatedValue.h"
+#include "korvane/toolkit/DeleteLater.h"
 
 namespace korvane {
 namespace {
@@ -35,7 +35,7 @@ std::shared_ptr<AnimationRun> AnimationRun::make(std::shared_ptr<Scheduler> sche
     return run;
 }
 
-// Runs end with the application: the timer that drives them does.
+// Qt's animation timer goes away with the application object, so the runs are ended with it.
 std::vector<std::shared_ptr<AnimationRun>>& AnimationRun::running() {
     static std::vector<std::shared_ptr<AnimationRun>> runs;
     static bool isWatching = false;
@@ -59,6 +59,14 @@ void AnimationRun::take(AnimatedValue& value, double target) {
         tracks_.push_back({&value, value.seen(), target});
     } else {
         known->to = target;
+    }
+}
+
+void AnimationRun::shift(AnimatedValue& value, double delta) {
+    for (Track& track : tracks_) {
+        if (track.value != &value) continue;
+        track.from += delta;
+        track.to += delta;
     }
 }
 
@@ -92,16 +100,16 @@ void AnimationRun::dropTracks() {
     for (const Track& track : std::exchange(tracks_, {})) track.value->run_ = nullptr;
 }
 
-// Showing a value may set others, or destroy this one: the list can change under every step.
+// A callback may set other values or destroy this one, so the list may change in every step.
 void AnimationRun::updateCurrentTime(int time) {
     const auto self = shared_from_this();
     const double progress = eased(curve_, std::min(1.0, static_cast<double>(time) / duration_));
     const auto moving = tracks_;
-    for (const Track& track : moving) {
-        const bool isStillHere =
-            std::any_of(tracks_.begin(), tracks_.end(), [&](const Track& other) { return other.value == track.value; });
-        if (!isStillHere) continue;
-        track.value->show(progress >= 1 ? track.to : track.from + (track.to - track.from) * progress);
+    for (const Track& each : moving) {
+        const auto track =
+            std::find_if(tracks_.begin(), tracks_.end(), [&](const Track& now) { return now.value == each.value; });
+        if (track == tracks_.end()) continue;
+        track->value->show(progress >= 1 ? track->to : track->from + (track->to - track->from) * progress);
     }
 }
 

@@ -5,13 +5,14 @@
 #include <memory>
 #include <vector>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 
 class AnimatedValue;
 
-/// One animate() on its way: which values it moves, and what to call at its end. It keeps itself alive until then.
+/// A running animate(): the values that it moves, and its completion. Keeps itself alive until it ends. Main thread
+/// only.
 class AnimationRun final : public QAbstractAnimation, public std::enable_shared_from_this<AnimationRun> {
   public:
     enum class Curve { EaseInOut, Linear };
@@ -19,16 +20,19 @@ class AnimationRun final : public QAbstractAnimation, public std::enable_shared_
     static std::shared_ptr<AnimationRun> make(std::shared_ptr<Scheduler> scheduler, double seconds, Curve curve,
                                               std::function<void(bool)> finish);
 
-    /// Moves `value` from what is seen of it to `target`.
+    /// Animates `value` from its seen() to `target`.
     void take(AnimatedValue& value, double target);
 
-    /// Forgets `value`. When that was the last one, gives what is to be called at the end, once.
+    /// Adds `delta` to both ends of the animation of `value`.
+    void shift(AnimatedValue& value, double delta);
+
+    /// Stops animating `value`. When it was the last one, gives the completion, which the caller runs.
     std::function<void()> release(AnimatedValue& value);
 
-    /// The body has run: what it set begins to move.
+    /// Called when the body has run; starts the animation.
     void begin();
 
-    /// Ends an animation that has nothing to move any more, on the next turn of the main loop.
+    /// Runs a completion that release() has given, on the next turn of the main loop; empty ones are ignored.
     void post(std::function<void()> finish);
 
     int duration() const override { return duration_; }

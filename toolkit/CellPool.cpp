@@ -1,10 +1,10 @@
-#include "toolkit/CellPool.h"
+#include "korvane/toolkit/CellPool.h"
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
 
@@ -79,6 +79,19 @@ void CellPool::recycleUnless(const std::function<bool(std::int64_t)>& isNeeded) 
         putAway(place.second);
         return true;
     });
+}
+
+void CellPool::renumber(const std::function<IndexPath(const CollectionViewCell&)>& nowAt, std::int64_t count) {
+    std::map<std::int64_t, CollectionViewCell*> left;
+    for (const auto& [item, cell] : shown_) {
+        const IndexPath now = nowAt(*cell);
+        if (now && *now >= 0 && *now < count && left.emplace(*now, cell).second) {
+            cell->indexPath_ = now;
+        } else {
+            putAway(cell);
+        }
+    }
+    shown_ = std::move(left);
 }
 
 void CellPool::removeItems(const std::vector<std::int64_t>& items) {

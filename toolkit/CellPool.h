@@ -8,11 +8,11 @@
 #include <memory>
 #include <vector>
 
-#include "toolkit/CollectionView.h"
+#include "korvane/toolkit/CollectionView.h"
 
 namespace korvane {
 
-/// The cells of one collection view: those that show an item, and those that wait to be used again.
+/// The cells of one collection view: those that show an item, and those that wait to be reused. Main thread only.
 class CellPool {
   public:
     explicit CellPool(CollectionView& view) : view_(view) {}
@@ -36,6 +36,9 @@ class CellPool {
     void recycle(std::int64_t item);
     void recycleAll();
     void recycleUnless(const std::function<bool(std::int64_t)>& isNeeded);
+
+    /// Gives each shown cell the item that `nowAt` tells, below `count`; recycles those for which it tells none.
+    void renumber(const std::function<IndexPath(const CollectionViewCell&)>& nowAt, std::int64_t count);
 
     /// These items (ascending, unique) are gone, those behind them move up.
     void removeItems(const std::vector<std::int64_t>& items);

@@ -1,4 +1,4 @@
-#include "toolkit/CollectionLayout.h"
+#include "korvane/toolkit/CollectionLayout.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,8 @@ CollectionLayout::CollectionLayout(std::int64_t count, const Sizes& sizes, doubl
                                    const EdgeInsets& sectionInset)
     : count_(std::max<std::int64_t>(0, count)),
       sizes_{cleaned(sizes.first), cleaned(sizes.inner), cleaned(sizes.last)},
-      spacing_(std::max(length(spacing), 1 - sizes_.inner.width)),
+      spacing_(length(spacing)),
+      step_(std::max(1.0, sizes_.inner.width + spacing_)),
       inset_{length(sectionInset.top), length(sectionInset.left), length(sectionInset.bottom),
              length(sectionInset.right)} {}
 
@@ -32,13 +33,20 @@ Rect CollectionLayout::frame(std::int64_t item) const {
     if (item < 0 || item >= count_) return {};
     if (item == 0) return {inset_.left, inset_.top, sizes_.first.width, sizes_.first.height};
     const Size& size = item == count_ - 1 ? sizes_.last : sizes_.inner;
-    return {innerBegin() + static_cast<double>(item - 1) * step(), inset_.top, size.width, size.height};
+    return {innerBegin() + static_cast<double>(item - 1) * step_, inset_.top, size.width, size.height};
 }
 
 IndexPath CollectionLayout::itemAt(Point point) const {
     const std::int64_t item = firstEndingAfter(point.x);
     if (item < count_ && frame(item).contains(point)) return item;
     return std::nullopt;
+}
+
+IndexPath CollectionLayout::nearestItem(double x) const {
+    if (count_ == 0) return std::nullopt;
+    const std::int64_t item = std::min(firstEndingAfter(x), count_ - 1);
+    const bool isNearerBefore = item > 0 && x - frame(item - 1).right() < frame(item).x - x;
+    return isNearerBefore ? item - 1 : item;
 }
 
 ItemRange CollectionLayout::itemsIn(double left, double right) const {
@@ -55,7 +63,7 @@ double CollectionLayout::innerBegin() const {
 // The estimate is off by one at most: by rounding, or because the last item has another width.
 std::int64_t CollectionLayout::firstEndingAfter(double x) const {
     if (count_ == 0 || frame(0).right() > x) return 0;
-    const double steps = std::floor((x - innerBegin()) / step());
+    const double steps = std::floor((x - innerBegin()) / step_);
     if (std::isnan(steps)) return count_;
     auto item = 1 + static_cast<std::int64_t>(std::clamp(steps, 0.0, static_cast<double>(count_)));
     item = std::min(item, count_);

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "base/Geometry.h"
-#include "toolkit/IndexPath.h"
+#include "korvane/base/Geometry.h"
+#include "korvane/toolkit/IndexPath.h"
 
 namespace korvane {
 
@@ -42,17 +42,20 @@ class CollectionLayout {
     /// Nothing in the gap between two items, nor beside, above or below them.
     IndexPath itemAt(Point point) const;
 
+    /// The item at `x`, or in a gap the nearer one of its neighbours; nothing without items.
+    IndexPath nearestItem(double x) const;
+
     /// The items that share at least a part of [left, right) with their frames.
     ItemRange itemsIn(double left, double right) const;
 
   private:
-    double step() const { return sizes_.inner.width + spacing_; }
     double innerBegin() const;
     std::int64_t firstEndingAfter(double x) const;
 
     std::int64_t count_ = 0;
     Sizes sizes_;
     double spacing_ = 0;
+    double step_ = 1;
     EdgeInsets inset_;
 };
 

@@ -1,28 +1,25 @@
-#include "toolkit/CollectionView.h"
+#include "korvane/toolkit/CollectionView.h"
 
-#include <QMouseEvent>
-#include <QTouchEvent>
-#include <QWheelEvent>
+#include <QQuickWindow>
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "base/Log.h"
-#include "base/TaskGuard.h"
-#include "toolkit/CellPool.h"
-#include "toolkit/InterfaceLoader.h"
-#include "toolkit/ScrollTicker.h"
-#include "toolkit/ToolkitContext.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/TaskGuard.h"
+#include "korvane/toolkit/CellPool.h"
+#include "korvane/toolkit/InterfaceLoader.h"
+#include "korvane/toolkit/ScrollTicker.h"
+#include "korvane/toolkit/ToolkitContext.h"
 
 namespace korvane {
 namespace {
 
 constexpr const char* classPath = "CollectionView";
 constexpr double animatedScrollDuration = 0.3;  // seconds
-constexpr double wheelStep = 60;                // points for one notch
-constexpr double wheelNotch = 120;              // in the event's unit, eighths of a degree
-constexpr std::chrono::milliseconds wheelQuietTime(150);
-constexpr double creepDistance = 60;  // points still to be seen of an animation that does not count as motion
+// A little more than one half, so that two edges that touch round alike in spite of rounding errors.
+constexpr double roundsUp = 0.5001;
+constexpr double creepDistance = 60;  // points; an animation with less left to go does not count as motion
 
 std::vector<std::int64_t> sortedWithin(std::vector<std::int64_t> items, std::int64_t count) {
     std::sort(items.begin(), items.end());
@@ -36,21 +33,17 @@ std::vector<std::int64_t> sortedWithin(std::vector<std::int64_t> items, std::int
 }  // namespace
 
 CollectionView::CollectionView(QQuickItem* parent)
-    : QQuickItem(parent),
-      context_(ToolkitContext::shared()),
+    : PointerInput(parent),
       cells_(std::make_unique<CellPool>(*this)),
       offsetX_(0, [this] { setNeedsLayout(); }),
       ticker_(new ScrollTicker([this](double elapsed) { tick(elapsed); })) {
     setClip(true);
-    setAcceptTouchEvents(true);
-    setAcceptedMouseButtons(Qt::LeftButton);
     setFiltersChildMouseEvents(true);
     setCollectionViewLayout(std::make_unique<FlowLayout>(), false, {});
 }
 
 CollectionView::~CollectionView() {
     ticker_->detach();
-    context_->scheduler->cancel(wheelTimer_);
     completeLayout(false);
     delegate_ = nullptr;
     dataSource_ = nullptr;
@@ -83,20 +76,30 @@ void CollectionView::registerNib(const QUrl& nib, const QString& forCellWithReus
 }
 
 void CollectionView::registerFactory(CellFactory factory, const QString& forCellWithReuseIdentifier) {
-    cells_->registerFactory(std::move(factory), forCellWithReuseIdentifier);
+    if (!factory) return;
+    auto inContext = [used = context(), factory = std::move(factory)] {
+        const ToolkitContext::Use use(used);
+        return factory();
+    };
+    cells_->registerFactory(std::move(inContext), forCellWithReuseIdentifier);
 }
 
 CollectionViewCell* CollectionView::dequeueReusableCell(const QString& withReuseIdentifier, IndexPath forIndexPath) {
     CollectionViewCell* const cell = cells_ ? cells_->dequeue(withReuseIdentifier, forIndexPath) : nullptr;
     if (cell && forIndexPath) {
         const Rect frame = layout_.frame(*forIndexPath);
-        cell->setSize({frame.width, frame.height});
+        cell->setSize({drawnWidth(frame), frame.height});
     }
     return cell;
 }
 
 void CollectionView::reloadData() {
     cellsAreStale_ = true;
+    invalidateLayout();
+}
+
+void CollectionView::reloadDataKeepingCells() {
+    cellsMayHaveMoved_ = true;
     invalidateLayout();
 }
 
@@ -168,6 +171,11 @@ IndexPath CollectionView::indexPathForItemAtPoint(Point inContent) {
     return layout_.itemAt(inContent);
 }
 
+IndexPath CollectionView::nearestIndexPath(double xInContent) {
+    if (!prepareLayoutIfNeeded()) return std::nullopt;
+    return layout_.nearestItem(xInContent);
+}
+
 std::optional<Rect> CollectionView::layoutAttributesForItemAtIndexPath(IndexPath indexPath) {
     if (!prepareLayoutIfNeeded()) return std::nullopt;
     if (!indexPath || *indexPath < 0 || *indexPath >= layout_.count()) return std::nullopt;
@@ -199,6 +207,16 @@ void CollectionView::reloadItemsAtIndexPaths(const std::vector<std::int64_t>& in
     if (batchDepth_ == 0) applyBatch();
 }
 
+void CollectionView::reconfigureItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths) {
+    const QPointer<CollectionView> self(this);
+    for (const std::int64_t item : indexPaths) {
+        if (batchDepth_ > 0 || !prepareLayoutIfNeeded() || cellsAreStale_ || !dataSource_) return;
+        if (CollectionViewCell* cell = cells_->cell(item))
+            dataSource_->collectionViewReconfigureCell(*this, *cell, item);
+        if (!self) return;
+    }
+}
+
 void CollectionView::deleteItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths) {
     deleted_.insert(deleted_.end(), indexPaths.begin(), indexPaths.end());
     if (batchDepth_ == 0) applyBatch();
@@ -206,7 +224,7 @@ void CollectionView::deleteItemsAtIndexPaths(const std::vector<std::int64_t>& in
 
 void CollectionView::performBatchUpdates(const std::function<void()>& updates, Completion completion) {
     const QPointer<CollectionView> self(this);
-    const auto scheduler = context_->scheduler;
+    const auto scheduler = context()->scheduler;
     ++batchDepth_;
     detail::runGuarded(updates, classPath);
     if (self && --batchDepth_ == 0) applyBatch();
@@ -214,7 +232,7 @@ void CollectionView::performBatchUpdates(const std::function<void()>& updates, C
     if (completion) scheduler->post([completion = std::move(completion)] { completion(true); });
 }
 
-// Numbers are those before the change: cells are put away and renumbered by them, then the data source is asked anew.
+// The items are numbered as before the change; afterwards the data source is asked again.
 void CollectionView::applyBatch() {
     const auto deleted = sortedWithin(std::exchange(deleted_, {}), layout_.count());
     for (const std::int64_t item : sortedWithin(std::exchange(reloaded_, {}), layout_.count())) cells_->recycle(item);
@@ -233,7 +251,7 @@ void CollectionView::setNeedsLayout() {
     polish();
     if (layoutPosted_) return;
     layoutPosted_ = true;
-    context_->scheduler->post(life_.guard([this] {
+    context()->scheduler->post(life_.guard([this] {
         layoutPosted_ = false;
         layoutIfNeeded();
     }));
@@ -252,7 +270,7 @@ void CollectionView::layoutIfNeeded() {
 
 void CollectionView::completeLayout(bool finished) {
     for (auto& completion : std::exchange(afterLayout_, {})) {
-        context_->scheduler->post([completion = std::move(completion), finished] { completion(finished); });
+        context()->scheduler->post([completion = std::move(completion), finished] { completion(finished); });
     }
 }
 
@@ -265,13 +283,18 @@ void CollectionView::updatePolish() {
 }
 
 void CollectionView::componentComplete() {
-    QQuickItem::componentComplete();
+    PointerInput::componentComplete();
     invalidateLayout();
 }
 
 void CollectionView::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
-    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    PointerInput::geometryChange(newGeometry, oldGeometry);
     if (newGeometry.size() != oldGeometry.size()) invalidateLayout();
+}
+
+void CollectionView::itemChange(ItemChange change, const ItemChangeData& value) {
+    PointerInput::itemChange(change, value);
+    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange) setNeedsLayout();
 }
 
 // False when one of the calls out has destroyed the view.
@@ -281,7 +304,14 @@ bool CollectionView::prepareLayoutIfNeeded() {
     layoutIsValid_ = true;
     CollectionLayout layout = askForLayout();
     if (!self) return false;
-    if (layout.count() != expectedCount_) cellsAreStale_ = true;
+    if (std::exchange(cellsMayHaveMoved_, false) || layout.count() != expectedCount_) {
+        cells_->renumber(
+            [this](const CollectionViewCell& cell) {
+                return dataSource_ ? dataSource_->collectionViewIndexPathOfCell(*this, cell) : std::nullopt;
+            },
+            layout.count());
+        cellsAreToBeFilled_ = true;
+    }
     expectedCount_ = layout.count();
     layout_ = layout;
     return updateBounds();
@@ -306,7 +336,15 @@ CollectionLayout CollectionView::askForLayout() {
 
 bool CollectionView::updateBounds() {
     const double content = layout_.contentWidth() + contentInset_.right;
-    physics_.setBounds({-contentInset_.left, content - width(), width()});
+    const ScrollBounds bounds{-contentInset_.left, content - width(), width()};
+    const auto kept = delegate_ ? delegate_->collectionViewContentOffsetInNewLayout(*this) : std::nullopt;
+    const bool isKept = kept && std::isfinite(*kept);
+    if (isKept && *kept != offsetX_.value()) {
+        offsetX_.shift(*kept - offsetX_.value());
+        setNeedsLayout();
+    }
+    // The sum is rounded: what is set counts.
+    physics_.setBounds(bounds, isKept ? std::optional(offsetX_.value()) : std::nullopt);
     return syncOffset();
 }
 
@@ -316,16 +354,39 @@ ItemRange CollectionView::itemsAt(double offset) const {
 
 void CollectionView::placeCells() {
     if (std::exchange(cellsAreStale_, false)) cells_->recycleAll();
+    if (std::exchange(cellsAreToBeFilled_, false)) {
+        const QPointer<CollectionView> self(this);
+        reconfigureShown();
+        if (!self || !layoutIsValid_) return;
+    }
     const ItemRange set = itemsAt(offsetX_.value());
     const ItemRange seen = itemsAt(offsetX_.seen());
     cells_->recycleUnless([&](std::int64_t item) { return set.contains(item) || seen.contains(item); });
     if (!makeCells(set) || !makeCells(seen)) return;
+    // Frames and offset are rounded separately, so that a cell keeps its width while the strip moves.
+    const double origin = mapToScene({0, 0}).x();
+    const double shift = toDevicePixel(origin - offsetX_.seen()) - origin;
     for (const auto& [item, cell] : cells_->shown()) {
         const Rect frame = layout_.frame(item);
-        cell->setSize({frame.width, frame.height});
-        cell->setPosition({frame.x - offsetX_.seen(), frame.y - offsetY_});
+        cell->setSize({drawnWidth(frame), frame.height});
+        cell->setPosition({toDevicePixel(frame.x) + shift, frame.y - offsetY_});
         cell->setVisible(true);
     }
+}
+
+void CollectionView::reconfigureShown() {
+    std::vector<std::int64_t> items;
+    for (const auto& [item, cell] : cells_->shown()) items.push_back(item);
+    reconfigureItemsAtIndexPaths(items);
+}
+
+double CollectionView::toDevicePixel(double x) const {
+    const double ratio = window() ? window()->effectiveDevicePixelRatio() : 1;
+    return std::floor(x * ratio + roundsUp) / ratio;
+}
+
+double CollectionView::drawnWidth(const Rect& frame) const {
+    return toDevicePixel(frame.right()) - toDevicePixel(frame.x);
 }
 
 // False when the view is gone, or its data has changed meanwhile and another pass is on its way.
@@ -342,7 +403,7 @@ bool CollectionView::makeCells(ItemRange items) {
     return true;
 }
 
-// What happens to the strip. Each call out may destroy the view; these give false when it did.
+// These call the delegate, which may destroy the view; they give false then.
 
 template <typename Call>
 bool CollectionView::tell(Call call) {
@@ -372,14 +433,7 @@ bool CollectionView::catchAnimation() {
     return isThere && self;
 }
 
-// A Flickable around the strip sees each event first, so the grab must be kept before its threshold is reached.
-void CollectionView::keepGrab(bool isKept) {
-    setKeepMouseGrab(isKept);
-    setKeepTouchGrab(isKept);
-}
-
 void CollectionView::dragEnded(ScrollPhysics::Change change) {
-    keepGrab(false);
     if (!change.ended) return;
     if (!tell([&](auto& delegate) { delegate.scrollViewDidEndDragging(*this, change.willDecelerate); })) return;
     if (!change.willDecelerate || !isDecelerating()) return;
@@ -394,166 +448,59 @@ void CollectionView::tick(double elapsed) {
     if (change.ended) tell([this](auto& delegate) { delegate.scrollViewDidEndDecelerating(*this); });
 }
 
-// The pointer: one finger, or the left mouse button.
-
 bool CollectionView::isMovingFast() const {
     return std::abs(offsetX_.value() - offsetX_.seen()) > creepDistance;
 }
 
-void CollectionView::pressed(Point at, double time) {
-    lastPointer_ = at;
+void CollectionView::pointerBegan(Point at, double time) {
+    if (!prepareLayoutIfNeeded()) return;  // as in pointerMoved()
     ticker_->stop();
     const bool isCaught = isMovingFast();
     if (isCaught && !catchAnimation()) return;
-    context_->scheduler->cancel(wheelTimer_);
     const auto change = physics_.press(at, time, isCaught);
-    keepGrab(physics_.isHeadedAcross());
     if (change.began) tell([this](auto& delegate) { delegate.scrollViewWillBeginDragging(*this); });
 }
 
-void CollectionView::moved(Point at, double time) {
-    if (at == lastPointer_) return;
-    lastPointer_ = at;
-    // A step that a new layout brings about comes before what the drag is told by.
+void CollectionView::pointerMoved(Point at, double time) {
+    // A pending layout may move the offset, so it runs before the drag does.
     if (!prepareLayoutIfNeeded()) return;
-    // What is still on its way is caught before the drag takes its offset from it.
+    // A running animation is stopped first, because the drag goes on from the offset seen.
     ScrollPhysics probe = physics_;
     const auto next = probe.move(at, time);
     if ((next.began || next.scrolled) && !catchAnimation()) return;
     const auto change = physics_.move(at, time);
-    keepGrab(physics_.isHeadedAcross());
     if (change.began && !tell([this](auto& delegate) { delegate.scrollViewWillBeginDragging(*this); })) return;
     syncOffset();
 }
 
-void CollectionView::lifted(Point at, double time, bool mayTap) {
+void CollectionView::pointerEnded(Point at, double time, bool isForChild) {
     const QPointer<CollectionView> self(this);
-    moved(at, time);
-    if (!self) return;
     const auto change = physics_.release(time);
     dragEnded(change);
-    if (!self || !change.tapped || !mayTap) return;
-    // A finger means what it sees.
+    if (!self || !change.tapped || isForChild) return;
+    // Looked up at the offset seen, because that is what the finger has tapped.
     const IndexPath item = indexPathForItemAtPoint({at.x + offsetX_.seen(), at.y + offsetY_});
     if (item) tell([&](auto& delegate) { delegate.collectionViewDidSelectItemAtIndexPath(*this, item); });
 }
 
-void CollectionView::ungrabbed() {
-    touchId_ = -1;
+void CollectionView::pointerCancelled() {
     dragEnded(physics_.cancel());
 }
 
-void CollectionView::mousePressEvent(QMouseEvent* event) {
-    pressed({event->position().x(), event->position().y()}, static_cast<double>(event->timestamp()));
+PointerInput::Claim CollectionView::pointerClaim() const {
+    if (isDragging()) return Claim::Taken;
+    return physics_.isHeadedAcross() ? Claim::Kept : Claim::Shared;
 }
 
-void CollectionView::mouseMoveEvent(QMouseEvent* event) {
-    moved({event->position().x(), event->position().y()}, static_cast<double>(event->timestamp()));
-}
-
-void CollectionView::mouseReleaseEvent(QMouseEvent* event) {
-    lifted({event->position().x(), event->position().y()}, static_cast<double>(event->timestamp()), true);
-}
-
-void CollectionView::mouseUngrabEvent() {
-    ungrabbed();
-}
-
-void CollectionView::touchEvent(QTouchEvent* event) {
-    event->setAccepted(handleTouch(event, false));
-}
-
-void CollectionView::touchUngrabEvent() {
-    ungrabbed();
-}
-
-// The first finger counts until it is lifted. True when the event is not for anybody else.
-bool CollectionView::handleTouch(QTouchEvent* event, bool isForChild) {
-    if (event->type() == QEvent::TouchCancel) {
-        ungrabbed();
-        return !isForChild;
-    }
-    const QPointer<CollectionView> self(this);
-    const auto time = static_cast<double>(event->timestamp());
-    for (qsizetype i = 0; i < event->pointCount(); ++i) {
-        auto& point = event->point(i);
-        const QPointF local = mapFromScene(point.scenePosition());
-        const Point at{local.x(), local.y()};
-        if (point.state() == QEventPoint::Pressed && touchId_ < 0) {
-            touchId_ = point.id();
-            pressed(at, time);
-        } else if (point.id() != touchId_) {
-            continue;
-        } else if (point.state() == QEventPoint::Released) {
-            touchId_ = -1;
-            const bool wasDragging = isDragging();
-            lifted(at, time, !isForChild);
-            return !isForChild || wasDragging;
-        } else {
-            moved(at, time);
-        }
-        if (!self) return true;
-        if (isForChild && isDragging()) event->setExclusiveGrabber(point, this);
-    }
-    return !isForChild || isDragging();
-}
-
-bool CollectionView::filterMouse(QMouseEvent* event) {
-    const QPointer<CollectionView> self(this);
-    const QPointF local = mapFromScene(event->scenePosition());
-    const Point at{local.x(), local.y()};
-    const auto time = static_cast<double>(event->timestamp());
-    const bool wasDragging = isDragging();
-    if (event->type() == QEvent::MouseButtonPress) {
-        if (event->button() == Qt::LeftButton) pressed(at, time);
-    } else if (event->type() == QEvent::MouseMove) {
-        moved(at, time);
-    } else {
-        lifted(at, time, false);
-        return wasDragging;
-    }
-    if (!self) return true;
-    if (isDragging() && !wasDragging) event->setExclusiveGrabber(event->point(0), this);
-    return isDragging();
-}
-
-bool CollectionView::childMouseEventFilter(QQuickItem* item, QEvent* event) {
-    const bool isKept = item->keepMouseGrab() || item->keepTouchGrab();
-    switch (event->type()) {
-        case QEvent::MouseButtonPress:
-        case QEvent::MouseMove:
-        case QEvent::MouseButtonRelease:
-            return !isKept && filterMouse(static_cast<QMouseEvent*>(event));
-        case QEvent::TouchBegin:
-        case QEvent::TouchUpdate:
-        case QEvent::TouchEnd:
-        case QEvent::TouchCancel:
-            return !isKept && handleTouch(static_cast<QTouchEvent*>(event), true);
-        case QEvent::UngrabMouse:
-            // When the strip itself took the grab, the drag goes on.
-            if (!isDragging()) ungrabbed();
-            return false;
-        default:
-            return QQuickItem::childMouseEventFilter(item, event);
-    }
-}
-
-void CollectionView::wheelEvent(QWheelEvent* event) {
-    const QPoint pixels = event->pixelDelta();
-    const QPointF turned = pixels.isNull() ? QPointF(event->angleDelta()) * (wheelStep / wheelNotch) : QPointF(pixels);
-    const double delta = std::abs(turned.x()) >= std::abs(turned.y()) ? turned.x() : turned.y();
-    event->accept();
-    if (delta == 0 || touchId_ >= 0) return;
+void CollectionView::wheelTurned(double delta) {
     ticker_->stop();
     if (!prepareLayoutIfNeeded() || !catchAnimation()) return;
-    const auto change = physics_.wheel(-delta);
-    context_->scheduler->cancel(wheelTimer_);
-    wheelTimer_ = context_->scheduler->after(wheelQuietTime, life_.guard([this] { endWheel(); }));
+    const auto change = physics_.wheel(delta);
     if (change.began && !tell([this](auto& delegate) { delegate.scrollViewWillBeginDragging(*this); })) return;
     syncOffset();
 }
 
-void CollectionView::endWheel() {
+void CollectionView::wheelEnded() {
     dragEnded(physics_.endWheel());
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QPointer>
-#include <QQuickItem>
 #include <QUrl>
 #include <cstdint>
 #include <functional>
@@ -9,24 +8,23 @@
 #include <optional>
 #include <vector>
 
-#include "base/Geometry.h"
-#include "base/LifeToken.h"
-#include "base/Scheduler.h"
-#include "toolkit/Animator.h"
-#include "toolkit/CollectionLayout.h"
-#include "toolkit/CollectionViewCell.h"
-#include "toolkit/CollectionViewDataSource.h"
-#include "toolkit/CollectionViewDelegate.h"
-#include "toolkit/DeleteLater.h"
-#include "toolkit/FlowLayout.h"
-#include "toolkit/IndexPath.h"
-#include "toolkit/ScrollPhysics.h"
+#include "korvane/base/Geometry.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/toolkit/AnimatedValue.h"
+#include "korvane/toolkit/CollectionLayout.h"
+#include "korvane/toolkit/CollectionViewCell.h"
+#include "korvane/toolkit/CollectionViewDataSource.h"
+#include "korvane/toolkit/CollectionViewDelegate.h"
+#include "korvane/toolkit/DeleteLater.h"
+#include "korvane/toolkit/FlowLayout.h"
+#include "korvane/toolkit/IndexPath.h"
+#include "korvane/toolkit/PointerInput.h"
+#include "korvane/toolkit/ScrollPhysics.h"
 
 namespace korvane {
 
 class CellPool;
 class ScrollTicker;
-struct ToolkitContext;
 
 /// Where scrollToItemAtIndexPath() brings an item.
 enum class CollectionViewScrollPosition { Left = 8, CenteredHorizontally = 16, Right = 32 };
@@ -40,8 +38,9 @@ enum class CollectionViewScrollPosition { Left = 8, CenteredHorizontally = 16, R
 /// The content offset has two values while it is animated: the value set, which every operation reads, and the value
 /// seen, at which cells are drawn. Cells exist for both. A finger that comes down on a strip in motion catches it where
 /// it is seen; where it creeps along, as during playback, a tap is still a tap. Offsets and item frames are content
-/// coordinates in points.
-class CollectionView : public QQuickItem {
+/// coordinates in points. Cells are drawn with their edges on device pixels, at most one from where their frames are,
+/// so that no seam shows between cells that touch.
+class CollectionView : public PointerInput {
     Q_OBJECT
     QML_ELEMENT
 
@@ -69,6 +68,10 @@ class CollectionView : public QQuickItem {
     /// All cells are asked for again in the next layout pass; the offset stays, within the new bounds.
     void reloadData();
 
+    /// Items have come or gone: the data source is asked where those that have cells stand now, and these cells are
+    /// filled anew without being recycled, in the next layout pass.
+    void reloadDataKeepingCells();
+
     /// Takes the layout over; null is ignored. There is one kind of layout, so `animated` changes nothing that can be
     /// seen. `completion` runs once, after the next layout pass, or with finished false when the view dies before it.
     void setCollectionViewLayout(std::unique_ptr<FlowLayout> layout, bool animated, Completion completion);
@@ -94,6 +97,8 @@ class CollectionView : public QQuickItem {
 
     /// A finger, or a wheel, moves the strip. False during animations.
     bool isDragging() const;
+    /// A finger or the mouse button is down on the strip, moving or not.
+    bool isTracking() const { return physics_.isHeld(); }
     /// The strip moves on after a drag, or springs back from beyond its end.
     bool isDecelerating() const;
 
@@ -105,6 +110,9 @@ class CollectionView : public QQuickItem {
 
     /// Nothing in gaps and beyond the items.
     IndexPath indexPathForItemAtPoint(Point inContent);
+
+    /// As indexPathForItemAtPoint() by x alone, and in a gap the nearer neighbour. Nothing without items.
+    IndexPath nearestIndexPath(double xInContent);
 
     /// The item's frame; nothing for an item that does not exist.
     std::optional<Rect> layoutAttributesForItemAtIndexPath(IndexPath indexPath);
@@ -119,6 +127,11 @@ class CollectionView : public QQuickItem {
     /// Cells of these items are asked for again. Within performBatchUpdates(), when it ends.
     void reloadItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths);
 
+    /// Has the data source fill the cells of these items anew, at once: the same cells, without prepareForReuse().
+    /// Items without a cell at this moment, or whose cells the next layout pass will ask for anyway, are skipped.
+    /// Not within performBatchUpdates().
+    void reconfigureItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths);
+
     /// Tells that these items, by their numbers before the change, are gone from the data source. Cells behind them
     /// move up. When the data source's count says otherwise, everything is reloaded.
     void deleteItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths);
@@ -126,6 +139,10 @@ class CollectionView : public QQuickItem {
     /// Runs `updates`, lays the strip out anew, and on the next turn of the main loop runs `completion`, also when the
     /// view is gone by then. Either may be empty.
     void performBatchUpdates(const std::function<void()>& updates, Completion completion);
+
+    /// Has the layout prepared if it is not: contentOffset() may move in that. False when one of the calls out has
+    /// destroyed the view.
+    bool prepareLayoutIfNeeded();
 
     void setNeedsLayout();
     /// Runs the pending layout pass now; nothing when none is pending or one is running.
@@ -138,44 +155,36 @@ class CollectionView : public QQuickItem {
     void componentComplete() override;
     void updatePolish() override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
-    void touchEvent(QTouchEvent* event) override;
-    void touchUngrabEvent() override;
-    void wheelEvent(QWheelEvent* event) override;
-    bool childMouseEventFilter(QQuickItem* item, QEvent* event) override;
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
+    void pointerBegan(Point at, double time) override;
+    void pointerMoved(Point at, double time) override;
+    void pointerEnded(Point at, double time, bool isForChild) override;
+    void pointerCancelled() override;
+    Claim pointerClaim() const override;
+    void wheelTurned(double delta) override;
+    void wheelEnded() override;
 
   private:
-    bool prepareLayoutIfNeeded();
     CollectionLayout askForLayout();
     void invalidateLayout();
     bool updateBounds();
     void applyBatch();
     void completeLayout(bool finished);
     void placeCells();
+    void reconfigureShown();
     bool makeCells(ItemRange items);
+    double toDevicePixel(double x) const;
+    double drawnWidth(const Rect& frame) const;
     ItemRange itemsAt(double offset) const;
 
     template <typename Call>
     bool tell(Call call);
     bool syncOffset();
     bool catchAnimation();
-    void keepGrab(bool isKept);
     void dragEnded(ScrollPhysics::Change change);
     void tick(double elapsed);
-
-    void pressed(Point at, double time);
-    void moved(Point at, double time);
-    void lifted(Point at, double time, bool mayTap);
-    void ungrabbed();
-    void endWheel();
     bool isMovingFast() const;
-    bool handleTouch(QTouchEvent* event, bool isForChild);
-    bool filterMouse(QMouseEvent* event);
 
-    std::shared_ptr<ToolkitContext> context_;
     CollectionViewDataSource* dataSource_ = nullptr;
     CollectionViewDelegate* delegate_ = nullptr;
     std::unique_ptr<FlowLayout> flowLayout_;
@@ -186,14 +195,13 @@ class CollectionView : public QQuickItem {
     AnimatedValue offsetX_;
     double offsetY_ = 0;
     std::unique_ptr<ScrollTicker, DeleteLater> ticker_;
-    Point lastPointer_;
-    Scheduler::TimerId wheelTimer_ = 0;
-    int touchId_ = -1;
     bool needsLayout_ = false;
     bool layoutPosted_ = false;
     bool isLayingOut_ = false;
     bool layoutIsValid_ = false;
     bool cellsAreStale_ = true;
+    bool cellsMayHaveMoved_ = false;
+    bool cellsAreToBeFilled_ = false;
     std::int64_t expectedCount_ = 0;
     int batchDepth_ = 0;
     std::vector<std::int64_t> deleted_;

@@ -1,4 +1,4 @@
-#include "toolkit/CollectionViewCell.h"
+#include "korvane/toolkit/CollectionViewCell.h"
 
 namespace korvane {
 

@@ -3,11 +3,11 @@
 #include <QQuickItem>
 #include <QString>
 
-#include "toolkit/IndexPath.h"
+#include "korvane/toolkit/IndexPath.h"
 
 namespace korvane {
 
-/// One place of a collection view. Made by the view from what was registered, recycled when it has left the screen, and
+/// A cell of a collection view. Made by the view from what was registered, recycled when it has left the screen, and
 /// owned by the view. Main thread only.
 class CollectionViewCell : public QQuickItem {
     Q_OBJECT

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "toolkit/IndexPath.h"
+#include "korvane/toolkit/IndexPath.h"
 
 namespace korvane {
 
@@ -22,6 +22,17 @@ class CollectionViewDataSource {
 
     /// A cell from CollectionView::dequeueReusableCell() of `view`, filled. Null leaves the place empty.
     virtual CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath indexPath) = 0;
+
+    /// Where that which `cell` shows stands now that items have come or gone. Nothing when it is gone or its place is
+    /// not known: the cell is recycled then. Leaves the view alone.
+    virtual IndexPath collectionViewIndexPathOfCell(CollectionView& /*view*/, const CollectionViewCell& /*cell*/) {
+        return std::nullopt;
+    }
+
+    /// Fills `cell`, which shows this item already, with what the item is now. The call may change and destroy the
+    /// view.
+    virtual void collectionViewReconfigureCell(CollectionView& /*view*/, CollectionViewCell& /*cell*/,
+                                               IndexPath /*indexPath*/) {}
 };
 
 }  // namespace korvane

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "base/Geometry.h"
-#include "toolkit/IndexPath.h"
+#include "korvane/base/Geometry.h"
+#include "korvane/toolkit/IndexPath.h"
 
 namespace korvane {
 
@@ -33,9 +33,18 @@ class CollectionViewDelegate {
         return std::nullopt;
     }
 
+    /// The content offset at which a new layout shows what the one before has shown; nothing leaves the strip where it
+    /// is, within its new bounds. Asked in every preparation of the layout, when its frames are known. What is under
+    /// way, a finger, a deceleration or an animation, goes on from there, and nobody hears of it as scrolling. Leaves
+    /// the view alone.
+    virtual std::optional<double> collectionViewContentOffsetInNewLayout(CollectionView& /*view*/) {
+        return std::nullopt;
+    }
+
     /// One drag: will begin dragging, did scroll..., did end dragging; and if that said that a deceleration follows:
     /// will begin decelerating, did scroll..., did end decelerating, which does not come when a finger catches the
-    /// strip (a new drag begins) or the content offset is set meanwhile. A burst of wheel turns is such a drag too.
+    /// strip (a new drag begins) or the content offset is set meanwhile. A burst of wheel turns is such a drag
+    /// too, and has no end either when the content offset is set meanwhile.
     virtual void scrollViewWillBeginDragging(CollectionView& /*view*/) {}
 
     /// The content offset has changed, by whatever cause. While an animation runs it holds its end value from the

@@ -1,8 +1,8 @@
-#include "toolkit/Coordinates.h"
+#include "korvane/toolkit/Coordinates.h"
 
 #include <QQuickItem>
 
-#include "toolkit/CollectionView.h"
+#include "korvane/toolkit/CollectionView.h"
 
 namespace korvane {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Geometry.h"
+#include "korvane/base/Geometry.h"
 
 class QQuickItem;
 

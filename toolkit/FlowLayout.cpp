@@ -1,6 +1,6 @@
-#include "toolkit/FlowLayout.h"
+#include "korvane/toolkit/FlowLayout.h"
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
 

@@ -3,8 +3,8 @@
 #include <functional>
 #include <utility>
 
-#include "base/Geometry.h"
-#include "toolkit/IndexPath.h"
+#include "korvane/base/Geometry.h"
+#include "korvane/toolkit/IndexPath.h"
 
 namespace korvane {
 

@@ -1,15 +1,15 @@
-#include "toolkit/FrameGrabber.h"
+#include "korvane/toolkit/FrameGrabber.h"
 
 #include <QFileInfo>
 #include <atomic>
+#include <memory>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
-#include "base/LifeToken.h"
-#include "base/WorkerPool.h"
-#include "toolkit/LoadQueue.h"
-#include "toolkit/VideoFrame.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/base/WorkerPool.h"
+#include "korvane/toolkit/LoadQueue.h"
+#include "korvane/toolkit/VideoFrame.h"
 
 namespace korvane {
 namespace {
@@ -33,24 +33,17 @@ struct FrameGrabber::State {
     State(Scheduler& clock, Limits given)
         : scheduler(clock),
           limits(given),
-          queue(
-              given.grabsAtATime, [this](Queue::Id id, const Queue::Request& request) { start(id, request); },
-              [this](Queue::Id id) { *cancelled.at(id) = true; }),
+          queue(given.grabsAtATime, [this](Queue::Id id, const Queue::Request& request) { start(id, request); }),
           pool(static_cast<std::size_t>(std::max(1, given.grabsAtATime))) {}
 
     ~State() {
-        for (auto& [id, flag] : cancelled) *flag = true;
+        *isBrokenOff = true;
         pool.stop();
     }
 
     void start(Queue::Id id, const Queue::Request& request) {
-        const auto flag = std::make_shared<std::atomic<bool>>(false);
-        cancelled.emplace(id, flag);
-        auto report = life.guard([this, id](const VideoFrame& frame) {
-            cancelled.erase(id);
-            queue.finish(id, frame.result, frame.image);
-        });
-        pool.run([flag, report, request, timeout = limits.timeout, &clock = scheduler] {
+        auto report = life.guard([this, id](const VideoFrame& frame) { queue.finish(id, frame.result, frame.image); });
+        pool.run([flag = isBrokenOff, report, request, timeout = limits.timeout, &clock = scheduler] {
             const auto end = clock.monotonicNow() + timeout;
             VideoFrame frame{noSuchScheme, {}};
             if (const std::string input = inputFor(request.url); !input.empty()) {
@@ -64,7 +57,7 @@ struct FrameGrabber::State {
 
     Scheduler& scheduler;
     Limits limits;
-    std::unordered_map<Queue::Id, std::shared_ptr<std::atomic<bool>>> cancelled;
+    const std::shared_ptr<std::atomic<bool>> isBrokenOff = std::make_shared<std::atomic<bool>>(false);
     Queue queue;
     WorkerPool pool;
     LifeToken life;
@@ -76,8 +69,8 @@ FrameGrabber::FrameGrabber(Scheduler& scheduler) : FrameGrabber(scheduler, Limit
 
 FrameGrabber::~FrameGrabber() = default;
 
-FrameGrabber::Handle FrameGrabber::grab(const QUrl& url, QSize bound, Completed completed) {
-    return state_->queue.add({url, bound}, std::move(completed));
+FrameGrabber::Handle FrameGrabber::grab(const QUrl& url, QSize bound, Completed completed, Completed arrived) {
+    return state_->queue.add({url, bound}, std::move(completed), std::move(arrived));
 }
 
 void FrameGrabber::cancel(Handle handle) {

@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 
@@ -41,10 +41,11 @@ class FrameGrabber {
     FrameGrabber& operator=(const FrameGrabber&) = delete;
 
     /// `completed` runs once on a later turn of the main loop, unless cancelled. A frame larger than `bound` (pixels;
-    /// empty for no bound) is scaled down in proportion until it just covers `bound`.
-    Handle grab(const QUrl& url, QSize bound, Completed completed);
+    /// empty for no bound) is scaled down in proportion until it just covers `bound`. `arrived` runs before
+    /// `completed`, and also for a request that was cancelled when its grab had begun. Either may be empty.
+    Handle grab(const QUrl& url, QSize bound, Completed completed, Completed arrived = {});
 
-    /// After this `completed` is not called. Unknown handles are ignored.
+    /// After this `completed` is not called. A grab that has begun goes on. Unknown handles are ignored.
     void cancel(Handle handle);
 
   private:

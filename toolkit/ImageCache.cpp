@@ -1,4 +1,4 @@
-#include "toolkit/ImageCache.h"
+#include "korvane/toolkit/ImageCache.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -11,14 +11,18 @@ namespace {
 
 constexpr std::int64_t defaultMaxCost = 100 * 1024 * 1024;
 
-/// What is opaque does without its fourth byte while it is not drawn.
+bool covers(QSize size, QSize other) {
+    return size.expandedTo(other) == size;
+}
+
+/// Opaque pictures are kept in three bytes a pixel, without the unused fourth.
 QImage packed(const QImage& image) {
     return image.format() == QImage::Format_RGB32 ? image.convertToFormat(QImage::Format_RGB888) : image;
 }
 
 }  // namespace
 
-/// The folder, and whether something may be in it: files of an earlier process may, until it was emptied once.
+/// The folder, and whether it may hold files: an earlier process may have left some.
 struct ImageCache::Disk {
     QString directory;
     std::mutex mutex;
@@ -63,10 +67,10 @@ QImage ImageCache::imageFromMemoryCacheForKey(const QString& key) {
     return found->second->image;
 }
 
-void ImageCache::storeImageToMemory(const QImage& image, const QString& forKey) {
+void ImageCache::storeImageToMemory(const QImage& image, const QString& forKey, QSize decodedFor) {
     if (image.isNull()) return;
     const std::int64_t cost = image.sizeInBytes();
-    QImage kept = packed(image);  // not under the lock, for which the cells that look for a picture would wait
+    QImage kept = packed(image);  // outside of the lock, because cells wait for it
     const std::lock_guard lock(mutex_);
     if (const auto found = byKey_.find(forKey); found != byKey_.end()) {
         cost_ -= found->second->cost;
@@ -74,10 +78,20 @@ void ImageCache::storeImageToMemory(const QImage& image, const QString& forKey) 
         byKey_.erase(found);
     }
     if (maxCost_ > 0 && cost > maxCost_) return;
-    entries_.push_front({forKey, std::move(kept), cost});
+    entries_.push_front({forKey, std::move(kept), cost, decodedFor});
     byKey_.emplace(forKey, entries_.begin());
     cost_ += cost;
     evict();
+}
+
+bool ImageCache::isSharpInMemory(const QString& key, QSize pixels) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = byKey_.find(key);
+    if (found == byKey_.end()) return false;
+    const QSize decodedFor = found->second->decodedFor;
+    // A picture that does not cover decodedFor was not scaled down.
+    const bool isWhole = decodedFor.isEmpty() || !covers(found->second->image.size(), decodedFor);
+    return isWhole || covers(decodedFor, pixels);
 }
 
 void ImageCache::clearMemory() {
@@ -119,7 +133,7 @@ void ImageCache::evict() {
     }
 }
 
-// Keys hold whatever a service calls its things; file names do not.
+// Keys may hold characters that file names may not.
 QString ImageCache::pathFor(const QString& key) const {
     const QByteArray name = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex();
     return disk_->directory + QLatin1Char('/') + QString::fromLatin1(name) + QStringLiteral(".png");

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 
@@ -34,8 +34,12 @@ class ImageCache {
     /// A null image when there is none.
     QImage imageFromMemoryCacheForKey(const QString& key);
 
-    /// An empty image stores nothing; neither does one that alone is over the limit.
-    void storeImageToMemory(const QImage& image, const QString& forKey);
+    /// An empty image stores nothing; neither does one that alone is over the limit. `decodedFor` is the size in pixels
+    /// that it was made to cover when it was decoded; empty when it was not scaled down.
+    void storeImageToMemory(const QImage& image, const QString& forKey, QSize decodedFor = {});
+
+    /// Whether the image of the key shows all that its source holds in that many pixels.
+    bool isSharpInMemory(const QString& key, QSize pixels) const;
     void clearMemory();
 
     /// Blocks on the disk. False when it could not be written, or there is no disk level.
@@ -52,10 +56,11 @@ class ImageCache {
         QString key;
         QImage image;
         std::int64_t cost;
+        QSize decodedFor;
     };
     struct Disk;
 
-    void evict();
+    void evict();  // mutex_ held
     QString pathFor(const QString& key) const;
 
     Scheduler& scheduler_;

@@ -1,25 +1,27 @@
-#include "toolkit/ImageLoader.h"
+#include "korvane/toolkit/ImageLoader.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QImageReader>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QThread>
 #include <QTimer>
-#include <unordered_map>
 #include <utility>
 
-#include "base/LifeToken.h"
-#include "toolkit/LoadQueue.h"
-#include "toolkit/Mailbox.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/toolkit/LoadQueue.h"
+#include "korvane/toolkit/Mailbox.h"
 
 namespace korvane {
 namespace {
 
 using Queue = LoadQueue<QImage, QString>;
+
+constexpr int mostConnections = 6;  // that QNetworkAccessManager opens to a host
 using Report = std::function<void(Queue::Id id, const QImage& image, const QString& error)>;
 
 QString pathOf(const QUrl& url) {
@@ -42,11 +44,20 @@ class Worker final : public Mailbox {
         }
     }
 
-    void abort(Queue::Id id) {
-        if (const auto found = replies_.find(id); found != replies_.end()) stop(found->second);
+    void prepare(const QUrl& url) {
+        if (url.scheme() == QLatin1String("https")) {
+            network().connectToHostEncrypted(url.host(), static_cast<quint16>(url.port(443)));
+        } else if (url.scheme() == QLatin1String("http")) {
+            network().connectToHost(url.host(), static_cast<quint16>(url.port(80)));
+        }
     }
 
   private:
+    QNetworkAccessManager& network() {
+        if (!network_) network_ = std::make_unique<QNetworkAccessManager>();
+        return *network_;
+    }
+
     void readFile(Queue::Id id, const Queue::Request& request) {
         QFile file(pathOf(request.url));
         if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
@@ -59,11 +70,10 @@ class Worker final : public Mailbox {
     }
 
     void download(Queue::Id id, const Queue::Request& request) {
-        if (!network_) network_ = std::make_unique<QNetworkAccessManager>();
         QNetworkRequest wanted(request.url);
+        wanted.setAttribute(QNetworkRequest::HttpPipeliningAllowedAttribute, true);
         wanted.setTransferTimeout(static_cast<int>(limits_.idleTimeout.count()));
-        QNetworkReply* reply = network_->get(wanted);
-        replies_.emplace(id, reply);
+        QNetworkReply* reply = network().get(wanted);
         connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
             if (reply->bytesAvailable() > limits_.maxBytes) giveUp(reply, QStringLiteral("too large"));
         });
@@ -85,7 +95,6 @@ class Worker final : public Mailbox {
     }
 
     void downloaded(Queue::Id id, const Queue::Request& request, QNetworkReply* reply) {
-        replies_.erase(id);
         reply->deleteLater();
         if (reply->error() == QNetworkReply::NoError) {
             decode(id, request, reply->readAll());
@@ -118,7 +127,6 @@ class Worker final : public Mailbox {
     const ImageLoader::Limits limits_;
     const Report report_;
     std::unique_ptr<QNetworkAccessManager> network_;
-    std::unordered_map<Queue::Id, QNetworkReply*> replies_;
 };
 
 }  // namespace
@@ -126,9 +134,7 @@ class Worker final : public Mailbox {
 class ImageLoader::Engine {
   public:
     Engine(Scheduler& scheduler, const Limits& limits)
-        : queue_(
-              limits.loadsAtATime, [this](Queue::Id id, const Queue::Request& request) { start(id, request); },
-              [this](Queue::Id id) { abort(id); }) {
+        : queue_(limits.loadsAtATime, [this](Queue::Id id, const Queue::Request& request) { start(id, request); }) {
         auto finish = life_.guard(
             [this](Queue::Id id, const QImage& image, const QString& error) { queue_.finish(id, image, error); });
         worker_ = new Worker(limits, [&scheduler, finish](Queue::Id id, const QImage& image, const QString& error) {
@@ -147,15 +153,18 @@ class ImageLoader::Engine {
 
     Queue& queue() { return queue_; }
 
+    void prepare(const QUrl& url) {
+        if (connections_[url.authority()] >= mostConnections) return;
+        ++connections_[url.authority()];
+        worker_->post([worker = worker_, url] { worker->prepare(url); });
+    }
+
   private:
     void start(Queue::Id id, const Queue::Request& request) {
         worker_->post([worker = worker_, id, request] { worker->start(id, request); });
     }
 
-    void abort(Queue::Id id) {
-        worker_->post([worker = worker_, id] { worker->abort(id); });
-    }
-
+    QHash<QString, int> connections_;  // that were opened ahead, by host
     Queue queue_;
     QThread thread_;
     Worker* worker_ = nullptr;  // deleted on its thread
@@ -168,8 +177,12 @@ ImageLoader::ImageLoader(Scheduler& scheduler) : ImageLoader(scheduler, Limits()
 
 ImageLoader::~ImageLoader() = default;
 
-ImageLoader::Handle ImageLoader::load(const QUrl& url, QSize bound, Completed completed) {
-    return engine_->queue().add({url, bound}, std::move(completed));
+void ImageLoader::prepare(const QUrl& url) {
+    engine_->prepare(url);
+}
+
+ImageLoader::Handle ImageLoader::load(const QUrl& url, QSize bound, Completed completed, Completed arrived) {
+    return engine_->queue().add({url, bound}, std::move(completed), std::move(arrived));
 }
 
 void ImageLoader::cancel(Handle handle) {

@@ -9,12 +9,12 @@
 #include <functional>
 #include <memory>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 
-/// Loads and decodes pictures of http, https, file and qrc URLs off the main thread, the newest request first. Equal
-/// requests that are on their way share one load. Main thread only.
+/// Loads and decodes pictures of http, https, file and qrc URLs off the main thread, the newest request first. Requests
+/// of one URL that are on their way share a load, and connections stay open for the next. Main thread only.
 class ImageLoader {
   public:
     /// Names a request; 0 is never given out.
@@ -23,7 +23,7 @@ class ImageLoader {
     using Completed = std::function<void(const QImage& image, const QString& error)>;
 
     struct Limits {
-        int loadsAtATime = 6;
+        int loadsAtATime = 12;                          ///< of one host, over six connections
         std::int64_t maxBytes = 32 * 1024 * 1024;       ///< of a reply
         std::chrono::milliseconds idleTimeout{15'000};  ///< without a byte
         std::chrono::milliseconds totalTimeout{60'000};
@@ -37,11 +37,17 @@ class ImageLoader {
     ImageLoader(const ImageLoader&) = delete;
     ImageLoader& operator=(const ImageLoader&) = delete;
 
-    /// `completed` runs once on a later turn of the main loop, unless cancelled. An image larger than `bound` (pixels;
-    /// empty for no bound) is scaled down while it is decoded, in proportion, until it just covers `bound`.
-    Handle load(const QUrl& url, QSize bound, Completed completed);
+    /// A load() from this host is likely to follow: a connection is opened for it, until there have been six.
+    void prepare(const QUrl& url);
 
-    /// After this `completed` is not called. Unknown handles are ignored.
+    /// `completed` runs once on a later turn of the main loop, unless cancelled. An image larger than `bound` (pixels;
+    /// empty for no bound) is scaled down while it is decoded, in proportion, until it just covers `bound`, or the
+    /// larger bound of a request that it shares a load with. `arrived` runs before `completed`, and also for a request
+    /// that was cancelled when its load had begun, so that what has been paid for can be kept. Either may be empty.
+    Handle load(const QUrl& url, QSize bound, Completed completed, Completed arrived = {});
+
+    /// After this `completed` is not called. A load that has begun goes on, for its connection's sake. Unknown handles
+    /// are ignored.
     void cancel(Handle handle);
 
   private:

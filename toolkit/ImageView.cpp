@@ -1,17 +1,14 @@
-#include "toolkit/ImageView.h"
+#include "korvane/toolkit/ImageView.h"
 
 #include <QImageReader>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPointer>
 #include <QQuickWindow>
 #include <QUrl>
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
-#include "base/Log.h"
-#include "toolkit/ToolkitContext.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
 namespace {
@@ -35,12 +32,8 @@ QImage tinted(const QImage& image, const QColor& color) {
 
 }  // namespace
 
-ImageView::ImageView(QQuickItem* parent) : QQuickPaintedItem(parent), context_(ToolkitContext::shared()) {
+ImageView::ImageView(QQuickItem* parent) : QQuickPaintedItem(parent) {
     setAntialiasing(true);
-}
-
-ImageView::~ImageView() {
-    cancelCurrentImageLoad();
 }
 
 void ImageView::setImage(const QImage& image) {
@@ -85,21 +78,6 @@ void ImageView::setContentMode(FillMode mode) {
     if (!assign(contentMode_, mode)) return;
     update();
     emit styleChanged();
-}
-
-void ImageView::setImageWithURL(const QUrl& url, std::function<void(const QImage& image)> completed) {
-    cancelCurrentImageLoad();
-    const auto loaded = [this, completed = std::move(completed)](const QImage& image, const QString& error) {
-        load_ = 0;
-        const QPointer<ImageView> self(this);
-        if (error.isEmpty()) setImage(image);
-        if (self && completed) completed(image);
-    };
-    load_ = context_->imageLoader->load(url, pixelSize(), loaded);
-}
-
-void ImageView::cancelCurrentImageLoad() {
-    if (const auto load = std::exchange(load_, 0)) context_->imageLoader->cancel(load);
 }
 
 QSize ImageView::pixelSize() const {

@@ -5,14 +5,8 @@
 #include <QQuickPaintedItem>
 #include <QUrl>
 #include <cstdint>
-#include <functional>
-#include <memory>
-
-#include "toolkit/ImageLoader.h"
 
 namespace korvane {
-
-struct ToolkitContext;
 
 /// Shows one image on a background, sharp at every device pixel ratio. Main thread only, usable from C++ and from QML.
 class ImageView : public QQuickPaintedItem {
@@ -30,14 +24,13 @@ class ImageView : public QQuickPaintedItem {
     Q_ENUM(FillMode)
 
     explicit ImageView(QQuickItem* parent = nullptr);
-    ~ImageView() override;
 
-    /// A null image shows the background alone. Does not touch a load that is under way.
+    /// A null image shows the background alone.
     const QImage& image() const { return image_; }
     void setImage(const QImage& image);
 
     /// For interface files: a picture of theirs, read at once from a file or resource. Remote URLs are refused with a
-    /// log line; use setImageWithURL() for them.
+    /// log line: see ImageLoader for them.
     const QUrl& source() const { return source_; }
     void setSource(const QUrl& source);
 
@@ -60,12 +53,6 @@ class ImageView : public QQuickPaintedItem {
     std::int64_t tag() const { return tag_; }
     void setTag(std::int64_t tag) { tag_ = tag; }
 
-    /// Loads `url` off the main thread, scaled to this item's pixels where it is larger, shows it, then calls
-    /// `completed` (may be empty) with it. A failure leaves the image as it is and calls `completed` with a null image.
-    /// A load under way is dropped; after cancelCurrentImageLoad() or destruction nothing is shown or called.
-    void setImageWithURL(const QUrl& url, std::function<void(const QImage& image)> completed);
-    void cancelCurrentImageLoad();
-
     /// Size in device pixels, for asking for images of that size; empty before layout.
     QSize pixelSize() const;
 
@@ -79,7 +66,6 @@ class ImageView : public QQuickPaintedItem {
   private:
     QRectF targetRect() const;
 
-    std::shared_ptr<ToolkitContext> context_;
     QImage image_;
     QUrl source_;
     QColor backgroundColor_ = Qt::transparent;
@@ -87,7 +73,6 @@ class ImageView : public QQuickPaintedItem {
     double cornerRadius_ = 0;
     FillMode contentMode_ = AspectFill;
     std::int64_t tag_ = -1;
-    ImageLoader::Handle load_ = 0;
 };
 
 }  // namespace korvane

@@ -1,16 +1,18 @@
-#include "toolkit/InterfaceLoader.h"
+#include "korvane/toolkit/InterfaceLoader.h"
 
 #include <QCoreApplication>
 #include <QQmlComponent>
+#include <utility>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
+#include "korvane/toolkit/ToolkitContext.h"
 
 extern void qml_register_types_Korvane_Toolkit();
 
 namespace korvane {
 namespace {
 
-// Goes away with the application object, as all that QML made must.
+// Destroyed with the application object, as all that QML made must be.
 std::unique_ptr<QQmlEngine>& ownEngine() {
     static std::unique_ptr<QQmlEngine> engine;
     return engine;
@@ -23,7 +25,9 @@ QString described(const QQmlError& error) {
 
 }  // namespace
 
-InterfaceLoader::Result InterfaceLoader::load(const QUrl& url, const QObject* near) {
+InterfaceLoader::Result InterfaceLoader::load(const QUrl& url, const QObject* near,
+                                              std::shared_ptr<ToolkitContext> context) {
+    const ToolkitContext::Use use(std::move(context));
     registerTypes();
     QQmlEngine& engine = engineFor(near);
     QQmlComponent component(&engine, url, QQmlComponent::PreferSynchronous);

@@ -10,6 +10,8 @@
 
 namespace korvane {
 
+struct ToolkitContext;
+
 /// Makes objects of interface files. Main thread only.
 class InterfaceLoader {
   public:
@@ -20,8 +22,9 @@ class InterfaceLoader {
 
     /// Loads at once; `url` is a file or resource. `near` (may be null) is an object that the result will serve: its
     /// engine is used when it has one, so that a QML host and its widgets share one. The caller owns the root, and
-    /// gives a visual one its parent item.
-    static Result load(const QUrl& url, const QObject* near);
+    /// gives a visual one its parent item. `context` is what the objects take as their ToolkitContext::current(); null
+    /// leaves that as it is.
+    static Result load(const QUrl& url, const QObject* near, std::shared_ptr<ToolkitContext> context = nullptr);
 
     /// The engine that interface files get beside `near`: its own, else one that lives as long as the application
     /// object.

@@ -1,8 +1,8 @@
-#include "toolkit/LayoutConstraint.h"
+#include "korvane/toolkit/LayoutConstraint.h"
 
 #include <cmath>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
 

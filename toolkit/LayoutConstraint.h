@@ -3,7 +3,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 
-#include "toolkit/Animator.h"
+#include "korvane/toolkit/AnimatedValue.h"
 
 namespace korvane {
 

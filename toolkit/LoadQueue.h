@@ -4,18 +4,19 @@
 #include <QUrl>
 #include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <list>
 #include <memory>
 #include <utility>
-#include <vector>
 
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 
-/// Who waits for which load. Bounded in number at a time; the newest request goes first, because it is the one that is
-/// on screen; equal requests share a load. One thread only; the loads themselves run where `start` puts them.
+/// Requests and the loads that they wait for. Loads are bounded in number for each host; the newest request goes first,
+/// because it is the one that is on screen; requests of one URL share a load. One thread only; the loads themselves run
+/// where `start` puts them.
 template <typename... Result>
 class LoadQueue {
   public:
@@ -24,39 +25,41 @@ class LoadQueue {
 
     struct Request {
         QUrl url;
-        QSize bound;
-        bool operator==(const Request&) const = default;
+        QSize bound;  ///< empty for none
     };
 
-    /// `start` begins a load, whose end must come back by finish(); `abort` asks it to end soon.
-    LoadQueue(int loadsAtATime, std::function<void(Id, const Request&)> start, std::function<void(Id)> abort)
-        : loadsAtATime_(std::max(1, loadsAtATime)), start_(std::move(start)), abort_(std::move(abort)) {}
+    /// `start` begins a load, whose end must come back by finish().
+    LoadQueue(int loadsAtATime, std::function<void(Id, const Request&)> start)
+        : loadsAtATime_(std::max(1, loadsAtATime)), start_(std::move(start)) {}
 
-    /// Gives a handle for cancel().
-    Id add(const Request& request, Completed completed) {
+    /// Gives a handle for cancel(). `arrived` is called before `completed`; either may be empty.
+    Id add(const Request& request, Completed completed, Completed arrived) {
         const Id handle = ++lastId_;
         const auto known = std::find_if(jobs_.begin(), jobs_.end(), [&](const Job& job) {
-            return job.request == request && job.state != State::Done && !job.waiters.empty();
+            return job.request.url == request.url && (job.state == State::Waiting || isServed(job, request));
         });
         if (known == jobs_.end()) {
-            jobs_.push_back({++lastId_, request, State::Waiting, {{handle, std::move(completed)}}});
+            jobs_.push_back({++lastId_, request, State::Waiting, {}});
         } else {
-            known->waiters.push_back({handle, std::move(completed)});
+            if (!isServed(*known, request)) known->request.bound = united(known->request.bound, request.bound);
             jobs_.splice(jobs_.end(), jobs_, known);
         }
+        jobs_.back().waiters.push_back({handle, std::move(completed), std::move(arrived)});
         startNext();
         return handle;
     }
 
+    /// A load that nobody waits for any more is dropped if it has not begun. If it has, its end is told to `arrived`
+    /// alone.
     void cancel(Id handle) {
         for (auto job = jobs_.begin(); job != jobs_.end(); ++job) {
-            if (std::erase_if(job->waiters, [&](const Waiter& w) { return w.handle == handle; }) == 0) continue;
-            if (!job->waiters.empty() || job->state == State::Done) return;
-            if (job->state == State::Running) {
-                abort_(job->id);
-            } else {
-                jobs_.erase(job);
-            }
+            const auto waiter = std::find_if(job->waiters.begin(), job->waiters.end(),
+                                             [handle](const Waiter& each) { return each.handle == handle; });
+            if (waiter == job->waiters.end()) continue;
+            waiter->completed = nullptr;
+            if (job->state != State::Waiting) return;
+            job->waiters.erase(waiter);
+            if (job->waiters.empty()) jobs_.erase(job);
             return;
         }
     }
@@ -65,7 +68,6 @@ class LoadQueue {
     void finish(Id id, const Result&... result) {
         const std::weak_ptr<char> life = life_;
         if (const auto job = find(id); job != jobs_.end()) job->state = State::Done;
-        --running_;
         startNext();
         while (!life.expired()) {
             const auto job = find(id);
@@ -74,9 +76,13 @@ class LoadQueue {
                 jobs_.erase(job);
                 return;
             }
-            const Completed completed = std::move(job->waiters.front().completed);
-            job->waiters.erase(job->waiters.begin());
-            if (completed) detail::runGuarded([&] { completed(result...); }, "LoadQueue");
+            Waiter& waiter = job->waiters.front();
+            auto call = std::exchange(waiter.arrived, nullptr);
+            if (!call) {
+                call = std::move(waiter.completed);
+                job->waiters.pop_front();
+            }
+            if (call) detail::runGuarded([&] { call(result...); }, "LoadQueue");
         }
     }
 
@@ -85,35 +91,48 @@ class LoadQueue {
     struct Waiter {
         Id handle;
         Completed completed;
+        Completed arrived;
     };
     struct Job {
         Id id;
         Request request;
         State state;
-        std::vector<Waiter> waiters;
+        std::deque<Waiter> waiters;
     };
+
+    static QSize united(QSize one, QSize other) {
+        return one.isEmpty() || other.isEmpty() ? QSize() : one.expandedTo(other);
+    }
+
+    static bool isServed(const Job& job, const Request& request) {
+        return job.state != State::Done && united(job.request.bound, request.bound) == job.request.bound;
+    }
 
     auto find(Id id) {
         return std::find_if(jobs_.begin(), jobs_.end(), [id](const Job& job) { return job.id == id; });
     }
 
+    bool mayStart(const Job& wanted) const {
+        const auto running = std::count_if(jobs_.begin(), jobs_.end(), [&](const Job& job) {
+            return job.state == State::Running && job.request.url.authority() == wanted.request.url.authority();
+        });
+        return wanted.state == State::Waiting && running < loadsAtATime_;
+    }
+
     void startNext() {
-        while (running_ < loadsAtATime_) {
+        while (true) {
             const auto next =
-                std::find_if(jobs_.rbegin(), jobs_.rend(), [](const Job& job) { return job.state == State::Waiting; });
+                std::find_if(jobs_.rbegin(), jobs_.rend(), [this](const Job& job) { return mayStart(job); });
             if (next == jobs_.rend()) return;
             next->state = State::Running;
-            ++running_;
             start_(next->id, next->request);
         }
     }
 
-    int loadsAtATime_;
-    int running_ = 0;
+    const int loadsAtATime_;
     Id lastId_ = 0;
     std::list<Job> jobs_;
-    std::function<void(Id, const Request&)> start_;
-    std::function<void(Id)> abort_;
+    const std::function<void(Id, const Request&)> start_;
     std::shared_ptr<char> life_ = std::make_shared<char>('\0');
 };
 

@@ -1,10 +1,10 @@
-#include "toolkit/Mailbox.h"
+#include "korvane/toolkit/Mailbox.h"
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <utility>
 
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 

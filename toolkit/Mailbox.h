@@ -17,7 +17,7 @@ class Mailbox : public QObject {
   protected:
     bool event(QEvent* event) override;
 
-    /// Takes the tasks that have not begun away.
+    /// Drops the tasks that have not begun.
     void drop();
 
   private:

@@ -1,4 +1,4 @@
-#include "toolkit/QtScheduler.h"
+#include "korvane/toolkit/QtScheduler.h"
 
 #include <QThread>
 #include <QTimer>
@@ -8,12 +8,12 @@
 #include <unordered_map>
 #include <utility>
 
-#include "base/TaskGuard.h"
-#include "toolkit/Mailbox.h"
+#include "korvane/base/TaskGuard.h"
+#include "korvane/toolkit/Mailbox.h"
 
 namespace korvane {
 
-/// What tasks wait in, on the main thread.
+/// The main thread's queue of tasks.
 class QtScheduler::Loop final : public Mailbox {
   public:
     TimerId after(std::chrono::milliseconds delay, Task task) {

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "base/SystemScheduler.h"
+#include "korvane/base/SystemScheduler.h"
 
 namespace korvane {
 

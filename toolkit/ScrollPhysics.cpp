@@ -1,4 +1,4 @@
-#include "toolkit/ScrollPhysics.h"
+#include "korvane/toolkit/ScrollPhysics.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,27 +25,30 @@ const double decay = std::log(decelerationRate);
 
 void ScrollPhysics::setOffset(double offset) {
     offset_ = offset;
+    if (phase_ == Phase::Decelerating || byWheel_) phase_ = Phase::Resting;
+    byWheel_ = false;
     if (phase_ == Phase::Dragging) anchorDrag(dragX_);
-    if (phase_ == Phase::Decelerating) phase_ = Phase::Resting;
 }
 
-ScrollPhysics::Change ScrollPhysics::setBounds(const ScrollBounds& bounds) {
-    if (bounds == bounds_) return {};
+ScrollPhysics::Change ScrollPhysics::setBounds(const ScrollBounds& bounds, std::optional<double> offset) {
     const double before = offset_;
+    if (bounds == bounds_ && offset.value_or(before) == before) return {};
     const double kept = std::clamp(overshoot(offset_), -bounds_.viewport / 2, bounds_.viewport / 2);
     bounds_ = bounds;
     bounds_.maximum = std::max(bounds.minimum, bounds.maximum);
+    const double velocity = phase_ == Phase::Decelerating ? velocityAt(elapsed_) : 0;
+    if (offset) offset_ = *offset;
     switch (phase_) {
         case Phase::Resting:
         case Phase::Touched:
+            if (offset) break;
             offset_ = std::clamp(offset_, bounds_.minimum + std::min(0.0, kept), bounds_.maximum + std::max(0.0, kept));
             break;
         case Phase::Dragging:
-            if (byWheel_) offset_ = std::clamp(offset_, bounds_.minimum, bounds_.maximum);
+            if (byWheel_ && !offset) offset_ = std::clamp(offset_, bounds_.minimum, bounds_.maximum);
             anchorDrag(dragX_);
             break;
         case Phase::Decelerating: {
-            const double velocity = velocityAt(elapsed_);
             const double over = overshoot(offset_);
             motion_ = {over != 0, elapsed_, offset_, velocity, offset_ - over};
             break;

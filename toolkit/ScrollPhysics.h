@@ -2,8 +2,9 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 
-#include "base/Geometry.h"
+#include "korvane/base/Geometry.h"
 
 namespace korvane {
 
@@ -37,12 +38,17 @@ class ScrollPhysics {
     /// The finger drags, or is about to: what it has done so far goes along x.
     bool isHeadedAcross() const { return phase_ == Phase::Dragging || (phase_ == Phase::Touched && isAcross_); }
 
-    /// Puts the strip somewhere, also outside the bounds. A drag goes on from there, a deceleration is over.
+    /// Puts the strip somewhere, also outside the bounds. A finger's drag goes on from there; a deceleration and a
+    /// burst of the wheel are over.
     void setOffset(double offset);
 
+    /// A finger is down on the strip, whether it has moved or not.
+    bool isHeld() const { return phase_ == Phase::Touched || (phase_ == Phase::Dragging && !byWheel_); }
+
     /// Content or viewport has changed. What moves goes on from where it is, towards the new bounds; what rests is
-    /// brought in, but not nearer than setOffset() had put it.
-    Change setBounds(const ScrollBounds& bounds);
+    /// brought in, but not nearer than setOffset() had put it. With `offset` the content has moved under the strip,
+    /// which then lies there, also outside the bounds.
+    Change setBounds(const ScrollBounds& bounds, std::optional<double> offset = std::nullopt);
 
     /// A finger comes down. On a strip that moves, by deceleration or as `isMoving` says, the drag begins at once.
     Change press(Point pointer, double time, bool isMoving);

@@ -13,7 +13,7 @@ class ScrollTicker final : public QAbstractAnimation {
 
     int duration() const override { return -1; }
 
-    /// No call comes any more, whatever runs.
+    /// Stops for good: the handler is not called again.
     void detach() {
         tick_ = nullptr;
         stop();

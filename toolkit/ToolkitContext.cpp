@@ -1,13 +1,13 @@
-#include "toolkit/ToolkitContext.h"
+#include "korvane/toolkit/ToolkitContext.h"
 
 #include <QCoreApplication>
 #include <QStandardPaths>
 #include <utility>
 
-#include "toolkit/FrameGrabber.h"
-#include "toolkit/ImageCache.h"
-#include "toolkit/ImageLoader.h"
-#include "toolkit/QtScheduler.h"
+#include "korvane/toolkit/FrameGrabber.h"
+#include "korvane/toolkit/ImageCache.h"
+#include "korvane/toolkit/ImageLoader.h"
+#include "korvane/toolkit/QtScheduler.h"
 
 namespace korvane {
 namespace {
@@ -22,6 +22,12 @@ std::shared_ptr<ToolkitContext>& sharedContext() {
             context.reset();
         });
     }
+    return context;
+}
+
+// Null outside of every Use.
+std::shared_ptr<ToolkitContext>& usedContext() {
+    static std::shared_ptr<ToolkitContext> context;
     return context;
 }
 
@@ -41,6 +47,19 @@ std::shared_ptr<ToolkitContext> ToolkitContext::makeWith(std::shared_ptr<Schedul
     return std::make_shared<ToolkitContext>(
         ToolkitContext{std::move(scheduler), std::make_shared<ImageCache>(s, diskDirectory()),
                        std::make_shared<ImageLoader>(s), std::make_shared<FrameGrabber>(s)});
+}
+
+std::shared_ptr<ToolkitContext> ToolkitContext::current() {
+    const auto& used = usedContext();
+    return used ? used : shared();
+}
+
+ToolkitContext::Use::Use(std::shared_ptr<ToolkitContext> context) : before_(usedContext()) {
+    if (context) usedContext() = std::move(context);
+}
+
+ToolkitContext::Use::~Use() {
+    usedContext() = std::move(before_);
 }
 
 std::shared_ptr<ToolkitContext> ToolkitContext::shared() {

@@ -1,11 +1,11 @@
-#include "toolkit/VideoFrame.h"
+#include "korvane/toolkit/VideoFrame.h"
 
 #include <QTransform>
 #include <cmath>
 #include <memory>
 #include <mutex>
 
-#include "toolkit/FrameGrabber.h"
+#include "korvane/toolkit/FrameGrabber.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -1,12 +1,12 @@
-#include "apps/browser/Application.h"
+#include "korvane/apps/browser/Application.h"
 
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QVariantMap>
 
-#include "client/http/HttpService.h"
-#include "views/timeline/TimelineEnvironment.h"
-#include "views/timeline/TimelineTypes.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/views/timeline/TimelineEnvironment.h"
+#include "korvane/views/timeline/TimelineTypes.h"
 
 // The registration that the build generates for the module.
 void qml_register_types_Korvane_Browser();

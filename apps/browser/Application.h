@@ -7,11 +7,11 @@
 #include <memory>
 #include <optional>
 
-#include "apps/browser/Browser.h"
-#include "apps/browser/FootageService.h"
-#include "apps/browser/ImportModel.h"
-#include "client/KorvaneService.h"
-#include "toolkit/ToolkitContext.h"
+#include "korvane/apps/browser/Browser.h"
+#include "korvane/apps/browser/FootageService.h"
+#include "korvane/apps/browser/ImportModel.h"
+#include "korvane/client/KorvaneService.h"
+#include "korvane/toolkit/ToolkitContext.h"
 
 class QQmlApplicationEngine;
 class QQuickWindow;

@@ -1,9 +1,9 @@
-#include "apps/browser/Browser.h"
+#include "korvane/apps/browser/Browser.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "apps/browser/StatusText.h"
+#include "korvane/apps/browser/StatusText.h"
 
 namespace korvane {
 
@@ -34,6 +34,7 @@ Browser::~Browser() {
 
 void Browser::connectParts() {
     connect(&strip_, &StripHost::selected, this, &Browser::onSelected);
+    connect(&strip_, &StripHost::renewed, this, &Browser::onRenewed);
     connect(&strip_, &StripHost::stateChanged, this, &Browser::onListState);
     connect(&strip_, &StripHost::playFinished, this, [this](const std::shared_ptr<ScrubberEvent>& event) {
         if (!playsOn() && event && event == navigation_.selected()) endEvent();
@@ -51,7 +52,7 @@ void Browser::connectParts() {
     });
     connect(&player_, &RecordingPlayer::positionChanged, this, &Browser::timeChanged);
     connect(&player_, &RecordingPlayer::stateChanged, this, [this] {
-        // A note on a jump or a failure stays until playing is somewhere else.
+        // A note stays until the player goes to another moment.
         if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
         if (player_.state() == RecordingPlayer::State::Ended) onPlayerEnded();
         emit messageChanged();
@@ -115,7 +116,7 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
 void Browser::onListState(int state, int status) {
     const bool isLoaded = listState_ == ScrubberStateLoading && state == ScrubberStateReady && status == 0;
     listState_ = state;
-    // Of a deletion that failed a note tells; the list is as good as before.
+    // A failed deletion is told by a note, since the list itself is still good.
     listStatus_ = std::exchange(isRefused_, false) ? 0 : status;
     if (isLoaded) onListLoaded();
     emit stateChanged();
@@ -124,8 +125,8 @@ void Browser::onListState(int state, int status) {
 
 void Browser::onListLoaded() {
     isListSeen_ = true;
-    // The strip goes to its live end by itself after a load, without a selection.
-    if (!strip_.wanted() && !isLive_) goLive();
+    // After a load the strip rests at its live end without telling of a selection.
+    if (!strip_.wanted() && !navigation_.selected() && !isLive_) goLive();
 }
 
 void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
@@ -134,18 +135,24 @@ void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     boundPlayer();
     isEventOver_ = false;
     if (isEntry && std::exchange(listStatus_, 0) != 0) {
-        // Something else could not be loaded; the person goes on with what is there.
+        // With an entry selected, an earlier failure to load no longer matters.
         emit stateChanged();
         emit messageChanged();
     }
-    // After a switch the player goes on where it is, and the mark moves there.
+    // After a switch the player goes on, and the strip follows it.
     if (keepsPlaying(event)) return emit selectionChanged();
     if (type == ScrubberEventTypeLive) return goLive();
     isLive_ = false;
     emit selectionChanged();
-    // A slot that is not filled yet is selected once more when its page has come.
+    // An entry that is still loading is selected once more when its page has come.
     if (!isEntry) return player_.pause();
     player_.open(strip_.momentOf(*event), RecordingPlayer::Then::Play);
+}
+
+void Browser::onRenewed() {
+    boundPlayer();
+    isEventOver_ = false;
+    emit messageChanged();
 }
 
 bool Browser::keepsPlaying(const std::shared_ptr<ScrubberEvent>& event) {
@@ -156,23 +163,23 @@ bool Browser::keepsPlaying(const std::shared_ptr<ScrubberEvent>& event) {
 void Browser::goLive() {
     isLive_ = true;
     emit selectionChanged();
-    // There is no live picture; the newest that there is stands in for it.
+    // There is no live picture, so the newest recorded one is shown.
     player_.openNewest(RecordingPlayer::Then::Pause);
 }
 
 void Browser::onSought() {
-    // The strip tells of an end once in a run, and a seek is none of its own.
+    // The strip tells of an end once in a run, and seeking starts no new run.
     if (std::exchange(isEventOver_, false) && navigation_.selected())
         strip_.view()->toEvent(navigation_.selected(), false);
 }
 
-// The strip tells of no end to which the player does not come, since nothing was recorded that late.
+// Where an event outlasts the recordings, the player never reaches its end and the strip does not tell of it.
 void Browser::onPlayerEnded() {
     const auto& event = navigation_.selected();
     if (!event) return;
     if (!playsOn()) return endEvent();
     if (player_.getPosition() >= event->end()) return;
-    // Later: it may be the strip that is going to this entry now.
+    // Posted, since the strip may be on its way to this entry.
     scheduler_.post(life_.guard([this] {
         if (player_.state() == RecordingPlayer::State::Ended) navigation_.toNext();
     }));
@@ -202,14 +209,17 @@ void Browser::setShowsRecordings(bool showsRecordings) {
     if (showsRecordings == strip_.hasRecordings()) return;
     const TimeMs moment = momentToKeep();
     strip_.showRecordings(showsRecordings);
-    reopen(moment);
+    navigation_.forget();
+    isReloaded_ = moment > 0;
+    if (!token_.isEmpty()) strip_.open(token_, moment);
+    emit switchesChanged();
 }
 
 void Browser::setGroups(bool groups) {
     if (groups == strip_.isGrouping()) return;
-    const TimeMs moment = momentToKeep();
     strip_.group(groups);
-    reopen(moment);
+    emit switchesChanged();
+    emit stateChanged();
 }
 
 void Browser::setPlaysOn(bool playsOn) {
@@ -221,16 +231,9 @@ void Browser::setPlaysOn(bool playsOn) {
 TimeMs Browser::momentToKeep() const {
     const auto& event = navigation_.selected();
     if (!event) return strip_.wanted().value_or(-1);
-    // A single event is found again by its own moment; of all else the moment on screen counts.
+    // A single event is found again by its own moment, anything else by the moment on screen.
     const bool isSingle = !strip_.hasRecordings() && event->type() == ScrubberEventTypeItem;
     return isSingle ? strip_.momentOf(*event) : player_.getPosition();
-}
-
-void Browser::reopen(TimeMs moment) {
-    navigation_.forget();
-    isReloaded_ = moment > 0;
-    if (!token_.isEmpty()) strip_.open(token_, moment);
-    emit switchesChanged();
 }
 
 void Browser::setRejected(const QStringList& rejected) {

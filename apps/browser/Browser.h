@@ -8,18 +8,18 @@
 #include <memory>
 #include <optional>
 
-#include "apps/browser/CameraLink.h"
-#include "apps/browser/Navigation.h"
-#include "apps/browser/RecordingPlayer.h"
-#include "apps/browser/StripHost.h"
-#include "base/LifeToken.h"
-#include "base/Scheduler.h"
-#include "client/KorvaneService.h"
+#include "korvane/apps/browser/CameraLink.h"
+#include "korvane/apps/browser/Navigation.h"
+#include "korvane/apps/browser/RecordingPlayer.h"
+#include "korvane/apps/browser/StripHost.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneService.h"
 
 namespace korvane {
 
-/// One camera in the window: leads the player by the strip, and says in the state line how things stand. Main thread
-/// only.
+/// One camera in the window: the player plays what the strip selects, and the state line tells how things stand. Main
+/// thread only.
 class Browser : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -41,7 +41,7 @@ class Browser : public QObject {
     Q_PROPERTY(QStringList rejected READ rejected NOTIFY rejectedChanged)
 
   public:
-    /// How the message is meant. After a Warning all goes on as before.
+    /// How serious the message is. After a Warning the list and the player are as before.
     enum class Mood { Calm, Busy, Warning, Fault };
     Q_ENUM(Mood)
 
@@ -55,8 +55,8 @@ class Browser : public QObject {
     /// At the end of an event, plays it once more.
     Q_INVOKABLE void togglePlaying();
 
-    /// Recordings in the strip instead of events, and what lies within 10 s of each other as one. The strip is loaded
-    /// anew and keeps to the moment that is on screen.
+    /// Recordings in the strip instead of events, and what lies within 10 s of each other as one. The strip keeps to
+    /// the moment that is on screen.
     bool showsRecordings() const { return strip_.hasRecordings(); }
     void setShowsRecordings(bool showsRecordings);
     bool groups() const { return strip_.isGrouping(); }
@@ -101,13 +101,13 @@ class Browser : public QObject {
   private:
     void connectParts();
     void onSelected(const std::shared_ptr<ScrubberEvent>& event);
+    void onRenewed();
     void onSought();
     void onPlayerEnded();
     void endEvent();
     void boundPlayer();
     void onListState(int state, int status);
     void onListLoaded();
-    void reopen(TimeMs moment);
     TimeMs momentToKeep() const;
     bool keepsPlaying(const std::shared_ptr<ScrubberEvent>& event);
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
@@ -132,8 +132,8 @@ class Browser : public QObject {
     bool isListSeen_ = false;
     bool isLive_ = false;
     bool isEventOver_ = false;  // the player has been stopped at the end of what is selected
-    bool isReloaded_ = false;   // the strip goes back to where it was before
-    bool isRefused_ = false;    // the list's next status is a deletion's
+    bool isReloaded_ = false;   // the strip is going back to the moment on screen
+    bool isRefused_ = false;    // the list's next status comes from a failed deletion
     TimeMs flyOver_ = -1;
     QString fault_;  // of token or camera; stays until the next open()
     QString note_;   // of the player

@@ -1,4 +1,4 @@
-#include "apps/browser/BrowserCommandLine.h"
+#include "korvane/apps/browser/BrowserCommandLine.h"
 
 #include <cstdio>
 #include <string_view>
@@ -21,7 +21,7 @@ Option splitOption(std::string_view word) {
     return {word.substr(0, equals), std::string(word.substr(equals + 1))};
 }
 
-// The option's own value, or the next word, which is then used up.
+// The option's own value, or the next word, which is then consumed.
 std::optional<std::string> valueOf(const Option& option, const std::vector<std::string>& words, std::size_t& index) {
     if (option.value) return option.value;
     if (index + 1 >= words.size()) return {};
@@ -110,7 +110,7 @@ std::string folderFault(const fs::path& folder) {
     if (error) return "The folder " + name + " cannot be read: " + error.message() + ".";
     if (status.type() != fs::file_type::directory) return name + " is no folder.";
     fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
-    // Reading the folder itself must be possible; below it, what cannot be read is passed over.
+    // The folder itself must be readable; what cannot be read below it is skipped.
     fs::directory_iterator probe(folder, error);
     if (error) return "The folder " + name + " cannot be read: " + error.message() + ".";
     for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {

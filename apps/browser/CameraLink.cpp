@@ -1,4 +1,4 @@
-#include "apps/browser/CameraLink.h"
+#include "korvane/apps/browser/CameraLink.h"
 
 #include <utility>
 

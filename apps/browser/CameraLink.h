@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "base/LifeToken.h"
-#include "base/Scheduler.h"
-#include "client/KorvaneService.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneService.h"
 
 namespace korvane {
 

@@ -1,12 +1,12 @@
-#include "apps/browser/FootageService.h"
+#include "korvane/apps/browser/FootageService.h"
 
 #include <atomic>
 #include <chrono>
 #include <optional>
 
-#include "server/CameraServer.h"
-#include "server/Importer.h"
-#include "server/Storage.h"
+#include "korvane/server/CameraServer.h"
+#include "korvane/server/Importer.h"
+#include "korvane/server/Storage.h"
 
 namespace korvane {
 
@@ -74,7 +74,7 @@ FootageService::FootageService(Scheduler& scheduler, Handlers handlers)
 FootageService::~FootageService() {
     if (!work_) return;
     work_->cancel = true;
-    thread_->join();
+    if (thread_) thread_->join();
     if (work_->server) work_->server->stop();
 }
 
@@ -90,6 +90,7 @@ void FootageService::start(const std::filesystem::path& folder) {
     work_->started = onMain([this](const Started& what) { handlers_.started(what); });
     work_->failed = onMain([this](const std::string& what) { handlers_.failed(what); });
     thread_ = scheduler_.spawn("import", [work = work_, folder] { work->run(folder); });
+    if (!thread_) work_->failed("the system gives no further thread");
 }
 
 }  // namespace korvane

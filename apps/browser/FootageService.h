@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/LifeToken.h"
-#include "base/Scheduler.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 

@@ -1,4 +1,4 @@
-#include "apps/browser/Glyph.h"
+#include "korvane/apps/browser/Glyph.h"
 
 #include <QPainter>
 #include <QPainterPath>

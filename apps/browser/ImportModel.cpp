@@ -1,4 +1,4 @@
-#include "apps/browser/ImportModel.h"
+#include "korvane/apps/browser/ImportModel.h"
 
 #include <utility>
 

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "apps/browser/FootageService.h"
+#include "korvane/apps/browser/FootageService.h"
 
 namespace korvane {
 

@@ -1,4 +1,4 @@
-#include "apps/browser/LogRedaction.h"
+#include "korvane/apps/browser/LogRedaction.h"
 
 #include <QByteArray>
 #include <QString>
@@ -18,7 +18,7 @@ bool isTokenCharacter(char character) {
 }
 
 void writeRedacted(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    // What the media backend tells of its hardware tests is of no use to the person.
+    // The media backend's reports on hardware decoding are of no use to the person.
     if (type == QtDebugMsg) return;
     const std::string line = redacted(qFormatLogMessage(type, context, message).toStdString());
     std::fprintf(stderr, "%s\n", line.c_str());

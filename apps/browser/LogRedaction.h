@@ -5,11 +5,10 @@
 
 namespace korvane {
 
-/// `text` with what opens a camera blotted out: values of access= in URLs.
+/// `text` without the values of access= in URLs, which open a camera.
 std::string redacted(std::string_view text);
 
-/// From now on the toolkit's own messages, which quote URLs that cannot be played, go through redacted() to standard
-/// error.
+/// From now on Qt's own messages go through redacted() to standard error, since they quote URLs that cannot be played.
 void redactToolkitMessages();
 
 }  // namespace korvane

@@ -1,8 +1,8 @@
-#include "apps/browser/Navigation.h"
+#include "korvane/apps/browser/Navigation.h"
 
 #include <utility>
 
-#include "client/Status.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
 
@@ -13,13 +13,14 @@ constexpr TimeMs hour = 3'600'000;
 Navigation::Navigation(StripHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent)
     : QObject(parent), strip_(strip), player_(player), helpers_(helpers) {
     connect(&strip_, &StripHost::selected, this, &Navigation::onSelected);
+    connect(&strip_, &StripHost::renewed, this, &Navigation::onSelected);
     connect(&strip_, &StripHost::stateChanged, this, &Navigation::onState);
 }
 
 void Navigation::onSelected(const StripHost::Event& event) {
     const int type = event ? event->type() : ScrubberEventTypeLive;
     const bool isEntry = type == ScrubberEventTypeItem || type == ScrubberEventTypeGroup;
-    isLoading_ = type == ScrubberEventTypePending;
+    loading_ = event && type == ScrubberEventTypePending ? event : nullptr;
     selected_ = isEntry ? event : nullptr;
     emit changed();
 }
@@ -35,31 +36,29 @@ void Navigation::onState(int state, int status) {
 void Navigation::forget() {
     selected_ = nullptr;
     doomed_ = nullptr;
-    isLoading_ = false;
+    loading_ = nullptr;
     isDeleting_ = false;
     emit changed();
 }
 
-// An entry that is still loading has no moment by which the strip could find its neighbours.
-
 bool Navigation::canGoBack() const {
-    return strip_.isReady() && !isLoading_ && selected_ != strip_.entry(1);
+    return strip_.isReady() && current() != strip_.entry(1);
 }
 
 bool Navigation::canGoOn() const {
-    return strip_.isReady() && selected_;
+    return strip_.isReady() && current();
 }
 
 bool Navigation::canGoToLast() const {
-    return strip_.isReady() && selected_ != strip_.entry(lastIndex());
+    return strip_.isReady() && current() != strip_.entry(lastIndex());
 }
 
 bool Navigation::canGoBackByHours() const {
-    return canGoBack() && player_.getPosition() >= 0;
+    return canGoBack() && !loading_ && player_.getPosition() >= 0;
 }
 
 bool Navigation::canGoOnByHours() const {
-    return canGoOn() && player_.getPosition() >= 0;
+    return canGoOn() && !loading_ && player_.getPosition() >= 0;
 }
 
 bool Navigation::canDelete() const {
@@ -68,13 +67,7 @@ bool Navigation::canDelete() const {
 }
 
 void Navigation::toFirst() {
-    if (!strip_.isReady()) return;
-    const auto first = strip_.entry(1);
-    // The strip goes to entries by their moment, so one that is not loaded yet is gone to as a finger would.
-    if (first && first->type() == ScrubberEventTypePending)
-        strip_.tap(1);
-    else
-        strip_.view()->toFirstEvent();
+    if (strip_.isReady()) strip_.view()->toFirstEvent();
 }
 
 void Navigation::toPrevious() {

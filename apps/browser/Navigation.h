@@ -6,15 +6,15 @@
 #include <cstdint>
 #include <memory>
 
-#include "apps/browser/StripHost.h"
-#include "base/LifeToken.h"
-#include "client/KorvaneHelpers.h"
-#include "client/KorvanePlayer.h"
+#include "korvane/apps/browser/StripHost.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/client/KorvaneHelpers.h"
+#include "korvane/client/KorvanePlayer.h"
 
 namespace korvane {
 
-/// The ways through the strip that are not by finger, and the deletion of what is selected. What makes no sense at the
-/// moment does nothing, and its `can` is false. Main thread only.
+/// Moves the strip by keys and buttons, and deletes what is selected. An operation that is not possible at the moment
+/// does nothing, and its `can` is false. Main thread only.
 class Navigation : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -71,14 +71,16 @@ class Navigation : public QObject {
   private:
     void onSelected(const StripHost::Event& event);
     void onState(int state, int status);
+    /// Where the strip is, loaded or not; null at the live end.
+    const StripHost::Event& current() const { return loading_ ? loading_ : selected_; }
     std::int64_t lastIndex() const { return strip_.count(); }
 
     StripHost& strip_;
     const KorvanePlayer& player_;
     const KorvaneHelpers& helpers_;
     StripHost::Event selected_;
+    StripHost::Event loading_;  // selected before its page has come
     StripHost::Event doomed_;
-    bool isLoading_ = false;   // the selected entry
     bool isDeleting_ = false;  // the service has been asked
     LifeToken life_;
 };

@@ -1,4 +1,4 @@
-#include "apps/browser/RecordingCatalog.h"
+#include "korvane/apps/browser/RecordingCatalog.h"
 
 #include <algorithm>
 #include <utility>
@@ -6,7 +6,7 @@
 namespace korvane {
 
 namespace {
-// A person who jumps about leaves many pages behind; the oldest ones go first.
+// Jumping about collects many pages; the oldest are dropped first.
 constexpr std::size_t maxStretches = 32;
 }  // namespace
 
@@ -18,10 +18,10 @@ void RecordingCatalog::add(TimeMs from, std::vector<Recording> page, bool hasMor
 
     Stretch stretch{from, 0, std::move(page)};
     if (hasMore) {
-        // One that begins together with the last of this page may stand on the next page.
+        // The next page may hold a recording that begins together with the last of this one.
         stretch.until = std::max(stretch.recordings.back().start, from + 1);
     } else {
-        // The camera goes on recording, so nothing is known past the last one's end.
+        // The camera goes on recording, so nothing is known beyond the last end.
         for (const Recording& recording : stretch.recordings)
             stretch.until = std::max(stretch.until, recording.end + 1);
     }
@@ -30,7 +30,7 @@ void RecordingCatalog::add(TimeMs from, std::vector<Recording> page, bool hasMor
 }
 
 RecordingCatalog::Answer RecordingCatalog::find(TimeMs moment) const {
-    // The newest page first: what it says is the most recent.
+    // The newest page first, since its answer is the most recent.
     for (auto stretch = stretches_.rbegin(); stretch != stretches_.rend(); ++stretch) {
         if (moment < stretch->from || moment >= stretch->until) continue;
         const Answer answer = findIn(*stretch, moment);

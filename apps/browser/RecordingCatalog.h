@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
@@ -41,13 +41,13 @@ class RecordingCatalog {
     /// service has further ones after the page. Elements that end before they start are dropped.
     void add(TimeMs from, std::vector<Recording> page, bool hasMore);
 
-    /// Of several recordings that hold the moment, the one that goes on longest.
+    /// Of several recordings that hold the moment, the one that ends last.
     Answer find(TimeMs moment) const;
 
     void clear() { stretches_.clear(); }
 
   private:
-    // A time in which all recordings are known: from <= moment < until.
+    // A range in which all recordings are known: from <= moment < until.
     struct Stretch {
         TimeMs from = 0;
         TimeMs until = 0;

@@ -1,9 +1,9 @@
-#include "apps/browser/RecordingLookup.h"
+#include "korvane/apps/browser/RecordingLookup.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "apps/browser/RecordingsReply.h"
+#include "korvane/apps/browser/RecordingsReply.h"
 
 namespace korvane {
 
@@ -11,7 +11,7 @@ namespace {
 constexpr int newestFirst = 0;
 constexpr int oldestFirst = 1;
 constexpr int pageSize = 20;
-// Newest by start; one of these goes on last unless very many overlap.
+// The newest by start: the one that ends last is among them unless very many overlap.
 constexpr int newestSize = 8;
 }  // namespace
 

@@ -4,11 +4,11 @@
 #include <functional>
 #include <memory>
 
-#include "apps/browser/RecordingCatalog.h"
-#include "base/LifeToken.h"
-#include "base/Scheduler.h"
-#include "client/KorvaneCamera.h"
-#include "client/KorvaneHelpers.h"
+#include "korvane/apps/browser/RecordingCatalog.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneCamera.h"
+#include "korvane/client/KorvaneHelpers.h"
 
 namespace korvane {
 
@@ -25,7 +25,7 @@ class RecordingLookup {
     /// when the answer is known; a newer question or the end of this object drops it.
     void find(TimeMs moment, Found found);
 
-    /// The recording that goes on last; the position is its start.
+    /// The recording that ends last; the position is its start.
     void findNewest(Found found);
 
     /// Drops a question that is under way.

@@ -1,4 +1,4 @@
-#include "apps/browser/RecordingPlayer.h"
+#include "korvane/apps/browser/RecordingPlayer.h"
 
 #include <QAudioDevice>
 #include <QAudioOutput>
@@ -11,7 +11,7 @@ namespace korvane {
 
 namespace {
 
-// A file ends when its last frame begins, and clocks drift a little: shorter gaps are no gaps.
+// A file counts as ended when its last frame begins, and clocks drift a little: shorter gaps are ignored.
 constexpr TimeMs unnoticedGap = 2'000;
 constexpr TimeMs newestStretch = 10'000;
 
@@ -35,7 +35,7 @@ RecordingPlayer::RecordingPlayer(Scheduler& scheduler, const KorvaneHelpers& hel
     sink_ = new QVideoSink(this);
     media_ = new QMediaPlayer(this);
     media_->setVideoSink(sink_);
-    // The media backend does not bear an output without a device.
+    // The media backend cannot use an output without a device.
     if (!QMediaDevices::audioOutputs().isEmpty()) {
         audio_ = new QAudioOutput(this);
         media_->setAudioOutput(audio_);
@@ -69,7 +69,7 @@ bool RecordingPlayer::isHeld() const {
 }
 
 void RecordingPlayer::setPosition(TimeMs position) {
-    // At once where possible: who asks for the position right after a seek must not hear the one before.
+    // At once where possible, so that the position right after a seek is the new one.
     if (scheduler_.isMainThread()) return seekOnMain_(position);
     scheduler_.post([seek = seekOnMain_, position]() mutable { seek(position); });
 }
@@ -117,7 +117,7 @@ void RecordingPlayer::load(const Recording& recording, TimeMs position) {
     const bool isLoaded = recording_ && recording_->id == recording.id && recording_->url == recording.url &&
                           media_->mediaStatus() != QMediaPlayer::InvalidMedia &&
                           media_->mediaStatus() != QMediaPlayer::NoMedia;
-    // While the source changes, the media player still reports on the one before, and perhaps an error of the new one.
+    // While the source changes, the media player still reports on the old one, and may report an error of the new one.
     target_.reset();
     recording_.reset();
     loadError_ = QMediaPlayer::NoError;
@@ -198,7 +198,8 @@ void RecordingPlayer::onMediaStatus(QMediaPlayer::MediaStatus status) {
 void RecordingPlayer::onMediaPosition(qint64 position) {
     const bool isUnderWay = state_ == State::Playing || state_ == State::Paused;
     if (!isUnderWay || !recording_ || target_) return;
-    // At a file's end the media player goes back to its start before it says so; seeks publish their aim themselves.
+    // At the end of a file the media player reports position 0 before it reports the end; a seek publishes its target
+    // itself.
     publish(std::clamp<TimeMs>(recording_->start + position, position_, std::max<TimeMs>(position_, recording_->end)));
 }
 
@@ -208,12 +209,12 @@ void RecordingPlayer::onMediaError(QMediaPlayer::Error error) {
 }
 
 void RecordingPlayer::playNext() {
-    // What the service says of a file's end and what the file holds may differ; time must not go back all the same.
+    // The service and the file may disagree about the file's end, but time must not go back.
     look(std::max(recording_->end, position_.load()) + 1, Then::Play, bound_);
 }
 
 void RecordingPlayer::fail(const QString& text, std::int32_t status) {
-    // The recording may be gone: what is known of it is asked for anew next time.
+    // The recording may be gone, so the next look-up asks the service again.
     if (lookup_) lookup_->forget();
     recording_.reset();
     target_.reset();

@@ -12,16 +12,16 @@
 #include <mutex>
 #include <optional>
 
-#include "apps/browser/RecordingLookup.h"
-#include "base/LifeToken.h"
-#include "client/KorvanePlayer.h"
+#include "korvane/apps/browser/RecordingLookup.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/client/KorvanePlayer.h"
 
 class QAudioOutput;
 
 namespace korvane {
 
-/// Plays what a camera has recorded from a moment on, from one file to the next. Over a time without recordings it
-/// jumps to the next one. Main thread only, but for what KorvanePlayer declares.
+/// Plays what a camera has recorded from a moment on, from one file to the next. It skips
+/// times without recordings. Main thread only, except for the operations of KorvanePlayer.
 class RecordingPlayer : public QObject, public KorvanePlayer {
     Q_OBJECT
     QML_ELEMENT
@@ -57,12 +57,11 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
 
     /// Goes to a moment (ms, 0 and up), or to the next one that was recorded. From now on it is the position.
     void open(TimeMs moment, Then then);
-    /// Playing does not jump by itself to a recording that begins after `bound` (ms); it pauses before the jump. None
-    /// for anything.
+    /// Playing pauses instead of skipping to a recording that begins after `bound` (ms). Absent for no bound.
     void setBound(std::optional<TimeMs> bound) { bound_ = bound; }
     /// Goes to the last seconds that were recorded.
     void openNewest(Then then);
-    /// Plays on; at the end of all recordings the last seconds again, after a failure from where it happened.
+    /// Plays on. At the end of all recordings it repeats the last seconds; after a failure it tries again from there.
     Q_INVOKABLE void resume();
     Q_INVOKABLE void pause();
     void stop();
@@ -74,7 +73,7 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     void setMuted(bool muted);
     QVideoSink* sink() const { return sink_; }
 
-    /// Any thread. On the way to a moment it is that moment already, so nobody sees where the player was before.
+    /// Any thread. During a seek this is already the target.
     TimeMs getPosition() const override { return position_; }
     void setPosition(TimeMs position) override;
     std::shared_ptr<KorvaneCamera> getSource() const override;
@@ -115,11 +114,11 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     State state_ = State::Idle;
     std::atomic<TimeMs> position_ = -1;
     std::optional<Recording> recording_;
-    // Where to go in recording_ as soon as it can be sought in.
+    // The moment in recording_ to seek to once its file is open.
     std::optional<TimeMs> target_;
     std::optional<TimeMs> bound_;
     Then then_ = Then::Play;      // what follows State::Opening
-    bool isAfterNewest_ = false;  // the newest has been asked for and not been found yet
+    bool isAfterNewest_ = false;  // the newest recording is being looked up
     QMediaPlayer::Error loadError_ = QMediaPlayer::NoError;
     std::function<void(TimeMs)> seekOnMain_;
     LifeToken life_;

@@ -1,4 +1,4 @@
-#include "apps/browser/RecordingsReply.h"
+#include "korvane/apps/browser/RecordingsReply.h"
 
 #include <optional>
 #include <string>

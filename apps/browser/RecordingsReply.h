@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "apps/browser/RecordingCatalog.h"
-#include "client/KorvaneHelpers.h"
-#include "client/Reply.h"
+#include "korvane/apps/browser/RecordingCatalog.h"
+#include "korvane/client/KorvaneHelpers.h"
+#include "korvane/client/Reply.h"
 
 namespace korvane {
 
@@ -14,7 +14,7 @@ struct RecordingsPage {
     bool hasMore = false;
 };
 
-/// Reads a reply of getRecords(). Elements without a time or a URL are passed over; a reply of another kind is an empty
+/// Reads a reply of getRecords(). Elements without a time or a URL are skipped; a reply of another kind is an empty
 /// page. Any thread.
 RecordingsPage readRecordings(const Reply& reply, const KorvaneHelpers& helpers);
 

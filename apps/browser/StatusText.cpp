@@ -1,8 +1,8 @@
-#include "apps/browser/StatusText.h"
+#include "korvane/apps/browser/StatusText.h"
 
 #include <QLocale>
 
-#include "client/Status.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
 

@@ -7,17 +7,16 @@
 #include <memory>
 #include <optional>
 
-#include "base/LifeToken.h"
-#include "base/Scheduler.h"
-#include "client/KorvaneHelpers.h"
-#include "client/KorvanePlayer.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/base/LifeToken.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneHelpers.h"
+#include "korvane/client/KorvanePlayer.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane {
 
 /// Hosts the event strip: its settings, its callbacks as signals on the main thread, and the player's position for the
-/// cell that plays. Keeps the strip's position on what is selected, and puts right what a drag leaves behind in the
-/// entries. Main thread only.
+/// cell that plays. Main thread only.
 class StripHost : public QObject {
     Q_OBJECT
 
@@ -30,8 +29,9 @@ class StripHost : public QObject {
     /// Takes a strip over; it lives elsewhere.
     void attach(ScrubberView* view);
 
-    /// What the list is made of. Takes effect with the next open().
+    /// Takes effect with the next open().
     void showRecordings(bool areRecordings);
+    /// Takes effect at once; what is selected goes on as the group that it is in, or as one of the group's events.
     void group(bool isGrouping);
     bool hasRecordings() const { return hasRecordings_; }
     bool isGrouping() const { return isGrouping_; }
@@ -39,8 +39,8 @@ class StripHost : public QObject {
     void playOn(bool isPlayingOn) { isPlayingOn_ = isPlayingOn; }
     bool isPlayingOn() const { return isPlayingOn_; }
 
-    /// Shows the camera of a token at the live end, or selects the entry for a moment (ms, above 0) once the list is
-    /// there. A Status; -1 without a strip.
+    /// Shows the camera of a token at the live end, or selects the last entry that has begun at a moment (ms, above 0).
+    /// A Status; -1 without a strip.
     std::int32_t open(const QString& token, TimeMs moment = -1);
     /// That moment, while the entry for it is still looked for.
     std::optional<TimeMs> wanted() const { return wanted_; }
@@ -53,16 +53,17 @@ class StripHost : public QObject {
     Event entry(std::int64_t index) const;
     /// Absent between two entries.
     std::optional<std::int64_t> indexUnderMark() const;
-    /// An entry's own moment, ms: a drag writes another one into it. -1 for an entry that has none (yet).
+    /// An entry's own moment, ms: a drag writes another one into timeAsValue. -1 for an entry that has none (yet).
     TimeMs momentOf(const ScrubberEvent& event) const;
-    /// Selects an entry as a tap on its cell does, which loads it if need be.
-    void tap(std::int64_t index);
 
     ScrubberView* view() const { return view_; }
 
   signals:
-    /// The entry under the mark; null when it has left the list.
+    /// The entry under the mark; null when it has left the list. One that was selected while it loaded is told once
+    /// more when it has come.
     void selected(const std::shared_ptr<korvane::ScrubberEvent>& event);
+    /// Another entry stands for what is selected, and the player goes on.
+    void renewed(const std::shared_ptr<korvane::ScrubberEvent>& event);
     /// The finger moves the strip; ms, the moment under the mark.
     void flownOver(qint64 time, const QString& zone);
     void flyOverEnded();
@@ -75,18 +76,14 @@ class StripHost : public QObject {
     void tokenWillExpire(qint64 timeLeft);
 
   private:
-    void forgetPictures();
     void fill(ScrubberViewDelegate& delegate);
     void fillPlayback(ScrubberViewDelegate& delegate);
     void onState(int state, int status);
     void onSelected(const Event& event);
-    void select(const Event& chosen);
-    Event entryFor(TimeMs moment) const;
+    void setSelected(const Event& event);
+    void renewSelection();
+    Event inList(const Event& event) const;
     void onFlownOver(const Event& event);
-    void endFlyOver();
-    void restore();
-    void realign();
-    void loadIfForgotten(const Event& event);
 
     Scheduler& scheduler_;
     KorvanePlayer& player_;
@@ -96,12 +93,11 @@ class StripHost : public QObject {
     bool hasRecordings_ = false;
     bool isGrouping_ = false;
     std::atomic<bool> isPlayingOn_ = false;
-    bool isDragging_ = false;
     int state_ = ScrubberStateReady;
-    std::optional<TimeMs> wanted_;              // where the strip is to go after a load
-    std::weak_ptr<ScrubberEvent> asked_;        // the last entry that had to be asked for
-    Event flownOver_;                           // a drag may have written into it
-    std::atomic<std::int64_t> selectedId_ = 0;  // of the entry that was selected last; 0 for none, as at the live end
+    std::optional<TimeMs> wanted_;  // where the strip is to go after a load
+    Event selected_;
+    bool isSelectionPending_ = false;           // selected_ was still loading when it was selected
+    std::atomic<std::int64_t> selectedId_ = 0;  // of selected_; 0 for none, as at the live end
     LifeToken life_;
 };
 

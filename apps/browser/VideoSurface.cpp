@@ -1,4 +1,4 @@
-#include "apps/browser/VideoSurface.h"
+#include "korvane/apps/browser/VideoSurface.h"
 
 #include <QPainter>
 
@@ -13,7 +13,7 @@ void VideoSurface::setSink(QVideoSink* sink) {
     if (sink == sink_) return;
     if (sink_) sink_->disconnect(this);
     sink_ = sink;
-    // Frames come on the decoder's thread; those that pile up meanwhile are skipped, as only the latest is taken.
+    // Frames come on the decoder's thread; of those that pile up only the latest is shown.
     if (sink_) connect(sink_, &QVideoSink::videoFrameChanged, this, &VideoSurface::takeFrame, Qt::QueuedConnection);
     emit sinkChanged();
     takeFrame();
@@ -21,7 +21,7 @@ void VideoSurface::setSink(QVideoSink* sink) {
 
 void VideoSurface::takeFrame() {
     const QVideoFrame frame = sink_ ? sink_->videoFrame() : QVideoFrame();
-    // Between two files the sink is empty for a moment: the last picture stays.
+    // Between two files the sink is empty for a moment, and the last picture stays.
     if (!frame.isValid() && sink_) return;
     if (frame == frame_) return;
     frame_ = frame;

@@ -12,10 +12,10 @@ extern "C" {
 #include <string>
 #include <vector>
 
-#include "apps/browser/Application.h"
-#include "apps/browser/BrowserCommandLine.h"
-#include "apps/browser/LogRedaction.h"
-#include "apps/browser/Tour.h"
+#include "korvane/apps/browser/Application.h"
+#include "korvane/apps/browser/BrowserCommandLine.h"
+#include "korvane/apps/browser/LogRedaction.h"
+#include "korvane/apps/browser/tour/Tour.h"
 
 namespace {
 
@@ -90,7 +90,7 @@ int main(int argc, char** argv) {
     }
 
     korvane::redactToolkitMessages();
-    // What it has to say of a file reaches the state line; its own lines would quote URLs.
+    // Its errors reach the state line, and its log lines would quote URLs.
     av_log_set_level(AV_LOG_QUIET);
     // The backend that seeks to exact frames over HTTP.
     setDefault("QT_MEDIA_BACKEND", "ffmpeg");
@@ -101,7 +101,7 @@ int main(int argc, char** argv) {
     const QTemporaryDir runtime;
     setDefault("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
 
-    // The words were read above; the toolkit gets none of them, so that none is taken for an option of its own.
+    // The arguments were read above; Qt gets none of them, so that it takes none for an option of its own.
     int count = 1;
     QGuiApplication application(count, argv);
     QCoreApplication::setApplicationName(QStringLiteral("korvane-browser"));

@@ -5,10 +5,10 @@
 #include <memory>
 #include <vector>
 
-#include "base/LoopScheduler.h"
-#include "tests/support/service/ScriptedService.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
+#include "korvane/base/LoopScheduler.h"
+#include "korvane/tests/support/service/ScriptedService.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
 
 namespace korvane {
 namespace {

@@ -3,10 +3,10 @@
 
 #include <string>
 
-#include "base/LoopScheduler.h"
-#include "base/UtcTime.h"
-#include "client/IcuHelpers.h"
-#include "client/http/HttpExchange.h"
+#include "korvane/base/LoopScheduler.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/client/IcuHelpers.h"
+#include "korvane/client/http/HttpExchange.h"
 
 namespace korvane {
 namespace {

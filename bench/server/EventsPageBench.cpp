@@ -8,17 +8,18 @@
 #include <memory>
 #include <string>
 
-#include "server/AccessToken.h"
-#include "server/CameraServer.h"
-#include "server/Storage.h"
+#include "korvane/server/AccessToken.h"
+#include "korvane/server/CameraServer.h"
+#include "korvane/server/SampleMaker.h"
+#include "korvane/server/Storage.h"
 
 namespace {
 
 using namespace korvane;
 
-constexpr std::int64_t kRows = 1'000'000;
-constexpr TimeMs kEnd = 1'780'000'000'000;
-constexpr TimeMs kSpacing = 60'000;
+constexpr std::int64_t eventCount = 1'000'000;
+constexpr TimeMs endTime = 1'780'000'000'000;
+constexpr TimeMs spacing = 60'000;
 
 /// A filled data base with a service over it, made once.
 class World {
@@ -48,12 +49,12 @@ class World {
         const auto file = folder_ / "camera.db";
         storage_ = std::move(*Storage::open(file));
         camera_ = storage_->cameraForFolder("", "Rows", "UTC")->id;
-        if (storage_->fillEvents(camera_, kRows, kEnd, kSpacing)) std::abort();
+        if (addSampleEvents(*storage_, camera_, eventCount, endTime, spacing)) std::abort();
         CameraServerOptions options;
-        options.now = [] { return kEnd; };
+        options.now = [] { return endTime; };
         server_ = std::make_unique<CameraServer>(file, options);
         port_ = *server_->start();
-        bearer_ = AccessToken::forDatabase(file)->issueBearer(camera_, kEnd / 1000 + 60);
+        bearer_ = AccessToken::forDatabase(file)->issueBearer(camera_, endTime / 1000 + 60);
     }
 
     std::filesystem::path folder_;
@@ -69,7 +70,7 @@ void eventsPage(benchmark::State& state, const std::string& type, bool ranged) {
     World& world = World::get();
     PageQuery query;
     query.type = type;
-    if (ranged) query.range = {kEnd - kRows * 9 / 10 * kSpacing, kEnd - kRows / 10 * kSpacing};
+    if (ranged) query.range = {endTime - eventCount * 9 / 10 * spacing, endTime - eventCount / 10 * spacing};
     const std::int64_t total = world.storage().events(world.camera(), query)->totalCount;
     query.offset = (total - 100) * state.range(0) / 100;
     for (auto _ : state) {
@@ -84,7 +85,7 @@ void eventsReply(benchmark::State& state) {
     client.set_keep_alive(true);
     client.set_tcp_nodelay(true);
     const std::string path = "/v1/cameras/" + std::to_string(world.camera()) +
-                             "/events?limit=100&offset=" + std::to_string((kRows - 100) * state.range(0) / 100) +
+                             "/events?limit=100&offset=" + std::to_string((eventCount - 100) * state.range(0) / 100) +
                              "&access=" + world.bearer();
     for (auto _ : state) {
         const auto reply = client.Get(path);

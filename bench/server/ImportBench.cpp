@@ -8,49 +8,49 @@
 #include <string>
 #include <vector>
 
-#include "server/Importer.h"
-#include "server/Storage.h"
-#include "server/VideoWriter.h"
+#include "korvane/server/Importer.h"
+#include "korvane/server/Storage.h"
+#include "korvane/server/VideoWriter.h"
 
 namespace {
 
 using namespace korvane;
 namespace fs = std::filesystem;
 
-constexpr int kWidth = 1280;
-constexpr int kHeight = 720;
-constexpr int kSeconds = 3600;
-constexpr int kEvery = 30;
-constexpr int kMoves = 5;
+constexpr int pictureWidth = 1280;
+constexpr int pictureHeight = 720;
+constexpr int seconds = 3600;
+constexpr int every = 30;
+constexpr int secondsInMotion = 5;
 
 /// A hilly grey place; every half minute something crosses it.
 bool film(const fs::path& file) {
     VideoFormat format;
-    format.width = kWidth;
-    format.height = kHeight;
+    format.width = pictureWidth;
+    format.height = pictureHeight;
     format.framesPerSecond = 25;
     format.keyFrameEvery = 250;
     auto writer = VideoWriter::create(file, format);
     if (!writer) return false;
-    std::vector<std::uint8_t> still(std::size_t{kWidth} * kHeight * 3);
+    std::vector<std::uint8_t> still(std::size_t{pictureWidth} * pictureHeight * 3);
     for (std::size_t i = 0; i < still.size(); ++i) {
-        const std::size_t x = i / 3 % kWidth;
-        const std::size_t y = i / 3 / kWidth;
+        const std::size_t x = i / 3 % pictureWidth;
+        const std::size_t y = i / 3 / pictureWidth;
         still[i] = static_cast<std::uint8_t>(70 + y / 8 + (x * x / 900 + y * x / 700) % 23);
     }
     bool moved = true;
-    for (int frame = 0; frame < kSeconds * format.framesPerSecond; ++frame) {
-        const int phase = frame % (kEvery * format.framesPerSecond);
-        const bool moves = phase < kMoves * format.framesPerSecond;
+    for (int frame = 0; frame < seconds * format.framesPerSecond; ++frame) {
+        const int phase = frame % (every * format.framesPerSecond);
+        const bool moves = phase < secondsInMotion * format.framesPerSecond;
         if (!moves && !moved) {
             if ((*writer)->repeat()) return false;
             continue;
         }
         std::vector<std::uint8_t> picture = still;
-        const int left = phase * (kWidth - 80) / (kMoves * format.framesPerSecond);
+        const int left = phase * (pictureWidth - 80) / (secondsInMotion * format.framesPerSecond);
         for (int y = 400; moves && y < 560; ++y)
             for (int x = left * 3; x < (left + 80) * 3; ++x)
-                picture[static_cast<std::size_t>(y * kWidth * 3 + x)] = 225;
+                picture[static_cast<std::size_t>(y * pictureWidth * 3 + x)] = 225;
         if ((*writer)->add(picture)) return false;
         moved = moves;
     }

@@ -15,8 +15,8 @@
 #include <memory>
 #include <vector>
 
-#include "toolkit/CollectionView.h"
-#include "toolkit/ImageView.h"
+#include "korvane/toolkit/CollectionView.h"
+#include "korvane/toolkit/ImageView.h"
 
 namespace korvane {
 namespace {

@@ -14,11 +14,12 @@
 #include <memory>
 #include <vector>
 
-#include "bench/views/BenchService.h"
-#include "bench/views/Stage.h"
-#include "client/http/HttpService.h"
-#include "toolkit/ImageCache.h"
-#include "toolkit/ToolkitContext.h"
+#include "korvane/bench/views/BenchService.h"
+#include "korvane/bench/views/Stage.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/toolkit/ImageCache.h"
+#include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberDataSourceDelegate.h"
 
 namespace korvane {
 namespace {
@@ -117,7 +118,7 @@ void playbackTickOnMain(benchmark::State& state) {
     auto* const cell =
         qobject_cast<ScrubberCell*>(stage.strip().cellForItemAtIndexPath(stage.view->getIndexPathFromPointer()));
     if (!cell) return state.SkipWithError("there is no cell under the mark");
-    cell->startProgress(stage.view.get());
+    cell->startProgress(dynamic_cast<ScrubberCellOwner*>(stage.strip().delegate()));
     const double from = stage.strip().contentOffset().x;
     double base = 0;
     double previous = 0;
@@ -138,16 +139,6 @@ void playbackTickOnMain(benchmark::State& state) {
 
 BENCHMARK(playbackTickOnMain)->Arg(1'000'000)->UseManualTime()->Iterations(3000)->Unit(benchmark::kMillisecond);
 
-/// Every cell on screen shows an event that has come from the service.
-bool isFilled(const Stage& stage) {
-    const auto visible = stage.strip().indexPathsForVisibleItems();
-    return visible.size() > 2 && std::all_of(visible.begin(), visible.end(), [&](std::int64_t item) {
-               const auto* cell = qobject_cast<ScrubberCell*>(stage.strip().cellForItemAtIndexPath(item));
-               const auto event = cell ? cell->getEvent() : nullptr;
-               return event && event->type() != ScrubberEventTypePending && event == stage.view->getEvent(item);
-           });
-}
-
 void tokenToFirstCells(benchmark::State& state) {
     const BenchService camera(state.range(0));
     if (camera.token().empty()) return state.SkipWithError("the service could not be started");
@@ -157,7 +148,7 @@ void tokenToFirstCells(benchmark::State& state) {
         Stage stage(service);
         const auto begin = Clock::now();
         stage.view->setSource(QString::fromStdString(camera.token()));
-        while (!isFilled(stage) && millisecondsSince(begin) < 5000) {
+        while (!stage.isFilled() && millisecondsSince(begin) < 5000) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
         }
         stage.draw();

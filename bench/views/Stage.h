@@ -4,12 +4,15 @@
 #include <QQuickRenderControl>
 #include <QQuickRenderTarget>
 #include <QQuickWindow>
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
-#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/toolkit/ImageView.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane {
 
@@ -36,6 +39,27 @@ class Stage {
     }
 
     std::size_t cells() const { return static_cast<std::size_t>(strip().findChildren<ScrubberCell*>().size()); }
+
+    /// Every cell on screen shows an event that has come from the service.
+    bool isFilled() const {
+        const auto visible = strip().indexPathsForVisibleItems();
+        return visible.size() > 2 && std::all_of(visible.begin(), visible.end(), [&](std::int64_t item) {
+                   const auto* cell = qobject_cast<ScrubberCell*>(strip().cellForItemAtIndexPath(item));
+                   const auto event = cell ? cell->getEvent() : nullptr;
+                   return event && event->type() != ScrubberEventTypePending && event == view->getEvent(item);
+               });
+    }
+
+    /// Every cell on screen shows its picture. The newest requests are loaded first, so one may come late.
+    bool showsPictures() const {
+        const auto visible = strip().indexPathsForVisibleItems();
+        return std::all_of(visible.begin(), visible.end(), [&](std::int64_t item) {
+            const auto* cell = strip().cellForItemAtIndexPath(item);
+            const bool isSpacer = item == 0 || item == view->getEventsCount() - 1;
+            return isSpacer ||
+                   (cell && !qvariant_cast<ImageView*>(cell->property("previewImageView"))->image().isNull());
+        });
+    }
 
   private:
     QQuickRenderControl control_;

@@ -1,11 +1,11 @@
-#include "client/http/CallbackThread.h"
+#include "korvane/client/http/CallbackThread.h"
 
 #include <deque>
 #include <mutex>
 #include <thread>
 #include <utility>
 
-#include "base/TaskGuard.h"
+#include "korvane/base/TaskGuard.h"
 
 namespace korvane {
 
@@ -13,13 +13,17 @@ struct CallbackThread::State {
     explicit State(Scheduler& s) : scheduler(s), monitor(s.makeMonitor()) {}
 
     void loop();
+    void drainOnWorker();
+    // Lock held; released while a task runs.
     void drain(std::unique_lock<Monitor>& lock);
 
     Scheduler& scheduler;
     const std::unique_ptr<Monitor> monitor;
     std::deque<std::function<void()>> tasks;
     std::shared_ptr<Thread> thread;
+    // Of the thread that runs the tasks.
     std::thread::id threadId;
+    bool isOnWorker = false;
     bool isEnding = false;
 };
 
@@ -31,6 +35,15 @@ void CallbackThread::State::loop() {
         if (isEnding) return;
         monitor->wait();
     }
+}
+
+void CallbackThread::State::drainOnWorker() {
+    std::unique_lock lock(*monitor);
+    threadId = std::this_thread::get_id();
+    drain(lock);
+    threadId = {};
+    isOnWorker = false;
+    monitor->notifyAll();
 }
 
 void CallbackThread::State::drain(std::unique_lock<Monitor>& lock) {
@@ -54,8 +67,10 @@ void CallbackThread::run(std::function<void()> task) {
         const std::lock_guard lock(*state_->monitor);
         if (state_->isEnding) return;
         state_->tasks.push_back(std::move(task));
-        if (!state_->thread) {
+        if (!state_->thread && !state_->isOnWorker) {
             state_->thread = state_->scheduler.spawn("korvane-calls", [state = state_] { state->loop(); });
+            state_->isOnWorker = !state_->thread;
+            if (state_->isOnWorker) state_->scheduler.runInBackground([state = state_] { state->drainOnWorker(); });
         }
     }
     state_->monitor->notifyAll();
@@ -72,6 +87,12 @@ void CallbackThread::end() {
             // A thread cannot join itself.
             if (thread) state_->scheduler.runInBackground([thread] { thread->join(); });
             return;
+        }
+        if (!thread) {
+            const std::thread::id none;
+            while (state_->isOnWorker && state_->threadId != none) state_->monitor->wait();
+            // A worker that has not begun finds nothing left.
+            state_->drain(lock);
         }
     }
     state_->monitor->notifyAll();

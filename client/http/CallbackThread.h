@@ -3,13 +3,13 @@
 #include <functional>
 #include <memory>
 
-#include "base/Scheduler.h"
+#include "korvane/base/Scheduler.h"
 
 namespace korvane {
 
 /// The thread on which a client's completions run, one after the other. It is not the thread of the network: a
-/// completion may block, even for a synchronous request. It starts with the first task. All functions may be called
-/// from any thread.
+/// completion may block, even for a synchronous request. It starts with the first task; where the system gives no
+/// thread, the scheduler's workers run the tasks. All functions may be called from any thread.
 class CallbackThread {
   public:
     explicit CallbackThread(Scheduler& scheduler);

@@ -1,13 +1,12 @@
-#include "client/http/HttpCamera.h"
+#include "korvane/client/http/HttpCamera.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "client/Status.h"
-#include "client/http/HttpQuery.h"
+#include "korvane/client/Status.h"
+#include "korvane/client/http/HttpQuery.h"
 
 namespace korvane {
-
 namespace {
 
 struct Page {
@@ -33,7 +32,7 @@ std::string eventsTarget(const std::string& camera, const Page& page, const std:
     return query.text();
 }
 
-/// Null for what is no stretch of time.
+/// Nothing when the element is not a pair of ascending times.
 std::optional<TimelinePair> readPeriod(const Reply& element) {
     if (!element.is_array() || element.size() != 2) return std::nullopt;
     if (!element[0].is_number_integer() || !element[1].is_number_integer()) return std::nullopt;

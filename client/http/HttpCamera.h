@@ -3,20 +3,20 @@
 #include <memory>
 #include <string>
 
-#include "client/KorvaneCamera.h"
-#include "client/http/HttpSession.h"
+#include "korvane/client/KorvaneCamera.h"
+#include "korvane/client/http/HttpSession.h"
 
 namespace korvane {
 
-/// A camera over HTTP. Replies are passed on as the service gave them, whatever JSON they are: who reads them knows
-/// what it needs. The service takes at most 1000 for a limit.
+/// A camera over HTTP. Replies are passed on as the service gave them, whatever JSON they are: their readers check what
+/// they need. The service takes at most 1000 for a limit.
 class HttpCamera final : public KorvaneCamera {
   public:
     HttpCamera(std::shared_ptr<HttpSession> session, std::int64_t id, std::string zone);
 
     std::int64_t getID() const override;
     std::string getTimezone() const override;
-    /// Requests carry the bearer of the connection, which its update() renews; the whole token tells no more.
+    /// Does nothing: requests carry the bearer of the connection, which its update() renews.
     void setFullSharedToken(const std::string& token) override;
     void getEvents(TimeMs start, TimeMs end, const std::optional<std::string>& events, int order, std::int64_t limit,
                    std::int64_t offset, ReplyCompletion onComplete) override;

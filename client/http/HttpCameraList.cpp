@@ -1,12 +1,11 @@
-#include "client/http/HttpCameraList.h"
+#include "korvane/client/http/HttpCameraList.h"
 
 #include <utility>
 
-#include "client/Status.h"
-#include "client/http/HttpCamera.h"
+#include "korvane/client/Status.h"
+#include "korvane/client/http/HttpCamera.h"
 
 namespace korvane {
-
 namespace {
 
 std::string textOf(const Reply& reply) {

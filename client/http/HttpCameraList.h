@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "client/KorvaneCameraList.h"
-#include "client/http/HttpSession.h"
+#include "korvane/client/KorvaneCameraList.h"
+#include "korvane/client/http/HttpSession.h"
 
 namespace korvane {
 

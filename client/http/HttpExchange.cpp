@@ -1,12 +1,11 @@
-#include "client/http/HttpExchange.h"
+#include "korvane/client/http/HttpExchange.h"
 
 #include <utility>
 
-#include "client/JsonReader.h"
-#include "client/Status.h"
+#include "korvane/client/JsonReader.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
-
 namespace {
 
 HttpResult readErrorBody(const HttpResponse& response) {

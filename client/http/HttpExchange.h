@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "client/Reply.h"
+#include "korvane/client/Reply.h"
 
 namespace korvane {
 

@@ -8,7 +8,8 @@ namespace korvane {
 
 /// What a host may set of the client. The defaults suit a service on the internet.
 struct HttpOptions {
-    /// Where a connection goes that is opened with a token alone. Empty: nowhere, such an opening fails.
+    /// Where a connection goes that is opened with a token alone. To an address without a path "/v1" is added. Empty:
+    /// nowhere, such an opening fails.
     std::string defaultBaseUrl;
     /// For the connection to stand, TLS included.
     std::chrono::milliseconds connectTimeout{10'000};

@@ -1,9 +1,8 @@
-#include "client/http/HttpQuery.h"
+#include "korvane/client/http/HttpQuery.h"
 
 #include <utility>
 
 namespace korvane {
-
 namespace {
 
 void appendEncoded(std::string& out, std::string_view text) {

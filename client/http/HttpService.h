@@ -2,12 +2,9 @@
 
 #include <memory>
 
-#include "base/Scheduler.h"
-#include "client/ExpiryMonitors.h"
-#include "client/IcuHelpers.h"
-#include "client/KorvaneService.h"
-#include "client/http/HttpOptions.h"
-#include "client/http/HttpSession.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneService.h"
+#include "korvane/client/http/HttpOptions.h"
 
 namespace korvane {
 
@@ -33,9 +30,8 @@ class HttpService final : public KorvaneService {
         const std::shared_ptr<KorvaneShareConnection>& connection) override;
 
   private:
-    const std::shared_ptr<const IcuHelpers> helpers_;
-    const std::shared_ptr<HttpSession::Engine> engine_;
-    const std::shared_ptr<ExpiryMonitors> monitors_;
+    struct Parts;
+    const std::unique_ptr<const Parts> parts_;
 };
 
 }  // namespace korvane

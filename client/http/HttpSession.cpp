@@ -1,16 +1,14 @@
-#include "client/http/HttpSession.h"
+#include "korvane/client/http/HttpSession.h"
 
-#include <algorithm>
 #include <atomic>
 #include <utility>
 
-#include "base/Log.h"
-#include "base/Semaphore.h"
-#include "client/BaseUrl.h"
-#include "client/Status.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/Semaphore.h"
+#include "korvane/client/Bearer.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
-
 namespace {
 
 /// The path of the service where a base URL has none.
@@ -19,11 +17,6 @@ constexpr std::string_view servicePath = "/v1";
 HttpTransport::Group nextGroup() {
     static std::atomic<HttpTransport::Group> last{0};
     return ++last;
-}
-
-/// Anything else could break out of the header that carries it.
-bool isBearer(const std::string& text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
 }
 
 /// `target` up to its query, which may hold what a person looked for.
@@ -37,7 +30,8 @@ HttpResult refusal(std::int32_t status) {
 
 }  // namespace
 
-HttpSession::HttpSession(std::shared_ptr<Engine> engine) : engine_(std::move(engine)), group_(nextGroup()) {}
+HttpSession::HttpSession(std::shared_ptr<Engine> engine)
+    : engine_(std::move(engine)), reads_(nextGroup()), writes_(nextGroup()) {}
 
 void HttpSession::setIsPathIncluded(bool isPathIncluded) {
     const std::lock_guard lock(mutex_);
@@ -50,7 +44,7 @@ std::int32_t HttpSession::open(const std::string& bearer, const std::string& bas
     if (life_ == Life::Ended) return StatusClosed;
     if (!base || !isBearer(bearer)) return StatusBadCall;
     bearer_ = bearer;
-    baseUrl_ = base->text;
+    baseUrl_ = *base;
     life_ = Life::Open;
     return StatusSuccess;
 }
@@ -60,7 +54,7 @@ bool HttpSession::update(const std::string& bearer, const std::string& baseUrl) 
     const std::lock_guard lock(mutex_);
     if (life_ != Life::Open || !isBearer(bearer) || (!base && !baseUrl.empty())) return false;
     bearer_ = bearer;
-    if (base) baseUrl_ = base->text;
+    if (base) baseUrl_ = *base;
     return true;
 }
 
@@ -68,12 +62,17 @@ void HttpSession::close() {
     const std::lock_guard lock(mutex_);
     life_ = Life::Ended;
     bearer_.clear();
-    engine_->transport.cancel(group_);
+    engine_->transport.cancel(reads_);
+    engine_->transport.cancel(writes_);
+}
+
+void HttpSession::cancelReads() {
+    engine_->transport.cancel(reads_);
 }
 
 std::int32_t HttpSession::status() const {
     const std::lock_guard lock(mutex_);
-    return statusWithLock();
+    return statusLocked();
 }
 
 void HttpSession::request(HttpMethod method, const std::string& target, ReplyCompletion onComplete) {
@@ -119,17 +118,19 @@ void HttpSession::fail(std::int32_t status, ReplyCompletion onComplete) {
 std::int32_t HttpSession::start(HttpMethod method, const std::string& target, HttpTransport::Arrival arrival) {
     // Under the lock: a request goes out before a close() and is cancelled by it, or does not go out.
     const std::lock_guard lock(mutex_);
-    if (const std::int32_t status = statusWithLock(); status != StatusSuccess) return status;
+    if (const std::int32_t status = statusLocked(); status != StatusSuccess) return status;
     HttpRequest request;
     request.method = method;
-    request.url = baseUrl_;
-    if (!isPathIncluded_) request.url += servicePath;
+    request.url = baseUrl_.text;
+    if (!isPathIncluded_ && !baseUrl_.hasPath) request.url += servicePath;
     request.url += target;
     request.bearer = bearer_;
-    return engine_->transport.start(group_, std::move(request), std::move(arrival)) ? StatusSuccess : StatusClosed;
+    const auto group = method == HttpMethod::Get ? reads_ : writes_;
+    const auto refused = engine_->transport.start(group, std::move(request), std::move(arrival));
+    return refused ? readResponse({*refused, 0, {}}).status : StatusSuccess;
 }
 
-std::int32_t HttpSession::statusWithLock() const {
+std::int32_t HttpSession::statusLocked() const {
     if (life_ == Life::Ended) return StatusClosed;
     return life_ == Life::Open ? StatusSuccess : StatusBadCall;
 }

@@ -4,8 +4,9 @@
 #include <mutex>
 #include <string>
 
-#include "client/http/CallbackThread.h"
-#include "client/http/HttpTransport.h"
+#include "korvane/client/BaseUrl.h"
+#include "korvane/client/http/CallbackThread.h"
+#include "korvane/client/http/HttpTransport.h"
 
 namespace korvane {
 
@@ -25,15 +26,19 @@ class HttpSession {
 
     explicit HttpSession(std::shared_ptr<Engine> engine);
 
+    /// Whether addresses without a path are already those under which the requests lie.
     void setIsPathIncluded(bool isPathIncluded);
 
     /// An empty URL means the service's default address. Gives a Status; sends nothing.
     std::int32_t open(const std::string& bearer, const std::string& baseUrl);
 
-    /// False, and nothing changed, when the session is not open or the bearer or URL is no such thing.
+    /// False, and nothing changed, when the session is not open or the bearer or URL is malformed.
     bool update(const std::string& bearer, const std::string& baseUrl);
 
     void close();
+
+    /// Requests under way that read complete with StatusClosed. The session stays open.
+    void cancelReads();
 
     /// What a request that is made now would fail with before it is sent, or 0.
     std::int32_t status() const;
@@ -51,15 +56,17 @@ class HttpSession {
     enum class Life { Closed, Open, Ended };
 
     std::int32_t start(HttpMethod method, const std::string& target, HttpTransport::Arrival arrival);
-    std::int32_t statusWithLock() const;
+    // mutex_ held.
+    std::int32_t statusLocked() const;
 
     const std::shared_ptr<Engine> engine_;
-    const HttpTransport::Group group_;
+    const HttpTransport::Group reads_;
+    const HttpTransport::Group writes_;
     mutable std::mutex mutex_;
     Life life_ = Life::Closed;
     bool isPathIncluded_ = false;
     std::string bearer_;
-    std::string baseUrl_;
+    BaseUrl baseUrl_;
 };
 
 }  // namespace korvane

@@ -1,9 +1,9 @@
-#include "client/http/HttpShareConnection.h"
+#include "korvane/client/http/HttpShareConnection.h"
 
 #include <utility>
 
-#include "base/Log.h"
-#include "client/Status.h"
+#include "korvane/base/Log.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
 
@@ -40,6 +40,10 @@ void HttpShareConnection::update(const std::string& token, const std::string& ex
     } else {
         logError("HttpShareConnection", "update refused: not open, no token, or no http or https URL");
     }
+}
+
+void HttpShareConnection::cancelRequests() {
+    session_->cancelReads();
 }
 
 void HttpShareConnection::close() {

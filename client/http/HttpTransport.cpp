@@ -1,18 +1,19 @@
-#include "client/http/HttpTransport.h"
+#include "korvane/client/http/HttpTransport.h"
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <utility>
 #include <vector>
 
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
-
 namespace {
 
 using End = HttpResponse::End;
@@ -30,6 +31,7 @@ struct ListDeleter {
 /// One request on its way.
 struct Transfer {
     HttpTransport::Group group = 0;
+    std::string server;
     HttpRequest request;
     HttpTransport::Arrival arrival;
     std::unique_ptr<curl_slist, ListDeleter> headers;
@@ -38,6 +40,12 @@ struct Transfer {
     std::size_t maxReplyBytes = 0;
     bool isTooLarge = false;
 };
+
+/// "http://host:8080" of "http://host:8080/v1/cameras/7".
+std::string serverOf(const std::string& url) {
+    const std::size_t scheme = url.find("://");
+    return url.substr(0, scheme == std::string::npos ? scheme : url.find('/', scheme + 3));
+}
 
 std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* context) noexcept {
     auto& transfer = *static_cast<Transfer*>(context);
@@ -87,6 +95,8 @@ void setUp(Transfer& transfer, const HttpOptions& options) {
     curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // Otherwise giving a request up waits for the look-up of its name, and all others wait with it.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(options.connectTimeout.count()));
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(options.totalTimeout.count()));
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
@@ -114,7 +124,7 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
         static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
         if (initialised == CURLE_OK) multi_.reset(curl_multi_init());
         if (!multi_) return;
-        curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(mostActive));
+        curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, mostKeptConnections);
     }
 
     /// An order without a transfer cancels its group.
@@ -123,17 +133,19 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
         std::unique_ptr<Transfer> transfer;
     };
 
-    bool give(Order order, Scheduler& scheduler);
+    std::optional<End> give(Order order, Scheduler& scheduler);
     void end();
 
   private:
     // Enough to overlap requests, few enough for a small service that gives each connection a thread. Counted here:
-    // with the library's own limit, a waiting transfer is at times forgotten until its connect time-out.
-    static constexpr std::size_t mostActive = 4;
+    // under libcurl's own limit a waiting transfer is sometimes forgotten until its connect time-out.
+    static constexpr int mostActivePerServer = 4;
+    static constexpr long mostKeptConnections = 16;
 
     void run();
     bool takeOrders();
     void beginWaiting();
+    bool hasRoomFor(const Transfer& transfer) const;
     void begin(std::unique_ptr<Transfer> transfer);
     void finishDone();
     void finish(CURL* easy, End end);
@@ -148,18 +160,21 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
     // The thread's own.
     std::deque<std::unique_ptr<Transfer>> waiting_;
     std::map<CURL*, std::unique_ptr<Transfer>> active_;
+    std::map<std::string, int> activeOf_;  // by server
 };
 
-bool HttpTransport::Worker::give(Order order, Scheduler& scheduler) {
+std::optional<End> HttpTransport::Worker::give(Order order, Scheduler& scheduler) {
     {
         const std::lock_guard lock(mutex_);
-        if (isEnding_ || !multi_) return false;
-        if (!order.transfer && !thread_) return true;
-        orders_.push_back(std::move(order));
+        if (isEnding_) return End::Cancelled;
+        if (!multi_) return End::TransportFailed;
+        if (!order.transfer && !thread_) return std::nullopt;
         if (!thread_) thread_ = scheduler.spawn("korvane-http", [self = shared_from_this()] { self->run(); });
+        if (!thread_) return End::TransportFailed;
+        orders_.push_back(std::move(order));
     }
     curl_multi_wakeup(multi_.get());
-    return true;
+    return std::nullopt;
 }
 
 void HttpTransport::Worker::end() {
@@ -181,7 +196,8 @@ void HttpTransport::Worker::run() {
         if (curl_multi_perform(multi_.get(), &running) != CURLM_OK)
             logError("HttpTransport", "the transfer loop failed");
         finishDone();
-        if (!waiting_.empty() && active_.size() < mostActive) continue;
+        const auto canBegin = [this](const auto& transfer) { return hasRoomFor(*transfer); };
+        if (std::any_of(waiting_.begin(), waiting_.end(), canBegin)) continue;
         // Wakes for orders, traffic and the time-outs of transfers.
         constexpr int longestSleepMs = 60'000;
         curl_multi_poll(multi_.get(), nullptr, 0, longestSleepMs, nullptr);
@@ -211,11 +227,19 @@ bool HttpTransport::Worker::takeOrders() {
 }
 
 void HttpTransport::Worker::beginWaiting() {
-    while (!waiting_.empty() && active_.size() < mostActive) {
-        auto transfer = std::move(waiting_.front());
-        waiting_.pop_front();
-        begin(std::move(transfer));
+    auto waiting = std::exchange(waiting_, {});
+    for (auto& transfer : waiting) {
+        if (hasRoomFor(*transfer)) {
+            begin(std::move(transfer));
+        } else {
+            waiting_.push_back(std::move(transfer));
+        }
     }
+}
+
+bool HttpTransport::Worker::hasRoomFor(const Transfer& transfer) const {
+    const auto found = activeOf_.find(transfer.server);
+    return found == activeOf_.end() || found->second < mostActivePerServer;
 }
 
 void HttpTransport::Worker::begin(std::unique_ptr<Transfer> transfer) {
@@ -224,6 +248,7 @@ void HttpTransport::Worker::begin(std::unique_ptr<Transfer> transfer) {
     if (!easy) return transfer->arrival({End::TransportFailed, 0, {}});
     transfer->maxReplyBytes = options_.maxReplyBytes;
     setUp(*transfer, options_);
+    ++activeOf_[transfer->server];
     active_.emplace(easy, std::move(transfer));
     if (curl_multi_add_handle(multi_.get(), easy) != CURLM_OK) finish(easy, End::TransportFailed);
 }
@@ -240,6 +265,8 @@ void HttpTransport::Worker::finishDone() {
 void HttpTransport::Worker::finish(CURL* easy, End end) {
     const auto node = active_.extract(easy);
     Transfer& transfer = *node.mapped();
+    const auto count = activeOf_.find(transfer.server);
+    if (--count->second == 0) activeOf_.erase(count);
     long httpStatus = 0;
     curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &httpStatus);
     curl_multi_remove_handle(multi_.get(), easy);
@@ -266,9 +293,10 @@ HttpTransport::~HttpTransport() {
     end();
 }
 
-bool HttpTransport::start(Group group, HttpRequest request, Arrival arrival) {
+std::optional<HttpResponse::End> HttpTransport::start(Group group, HttpRequest request, Arrival arrival) {
     auto transfer = std::make_unique<Transfer>();
     transfer->group = group;
+    transfer->server = serverOf(request.url);
     transfer->request = std::move(request);
     transfer->arrival = std::move(arrival);
     return worker_->give({group, std::move(transfer)}, scheduler_);

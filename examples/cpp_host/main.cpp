@@ -5,9 +5,9 @@
 #include <QTextStream>
 #include <memory>
 
-#include "client/http/HttpService.h"
-#include "toolkit/ToolkitContext.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);

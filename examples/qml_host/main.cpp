@@ -5,10 +5,10 @@
 #include <QTextStream>
 #include <memory>
 
-#include "client/http/HttpService.h"
-#include "toolkit/ToolkitContext.h"
-#include "views/timeline/TimelineEnvironment.h"
-#include "views/timeline/TimelineTypes.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/TimelineEnvironment.h"
+#include "korvane/views/timeline/TimelineTypes.h"
 
 int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);

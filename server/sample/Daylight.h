@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/sample/Picture.h"
+#include "korvane/server/sample/Picture.h"
 
 namespace korvane {
 

@@ -1,18 +1,17 @@
-#include "server/sample/Movement.h"
+#include "korvane/server/sample/Movement.h"
 
 #include <array>
 #include <cmath>
 #include <vector>
 
-#include "server/sample/Yard.h"
+#include "korvane/server/sample/Yard.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr float kOutside = 45;
-constexpr Spot kDoor{163, 241};
-constexpr Spot kPathFoot{205, 300};
+constexpr float outside = 45;
+constexpr Spot door{163, 241};
+constexpr Spot pathFoot{205, 300};
 
 struct Walker {
     Spot foot;
@@ -57,8 +56,8 @@ class MovementPainter {
     Color lit(const Color& color) const { return color * light_.nearby(); }
 
     float acrossX() const {
-        const float x = -kOutside + share() * (kFilmWidth + 2 * kOutside);
-        return leftward() ? kFilmWidth - x : x;
+        const float x = -outside + share() * (filmWidth + 2 * outside);
+        return leftward() ? filmWidth - x : x;
     }
 
     template <std::size_t N>
@@ -67,13 +66,13 @@ class MovementPainter {
     }
 
     Color cloth() const {
-        static constexpr std::array<Color, 6> kColors = {{{0.80F, 0.20F, 0.18F},
-                                                          {0.16F, 0.32F, 0.62F},
-                                                          {0.93F, 0.74F, 0.22F},
-                                                          {0.20F, 0.50F, 0.36F},
-                                                          {0.93F, 0.92F, 0.90F},
-                                                          {0.50F, 0.26F, 0.52F}}};
-        return choose(kColors, 1);
+        static constexpr std::array<Color, 6> carColors = {{{0.80F, 0.20F, 0.18F},
+                                                            {0.16F, 0.32F, 0.62F},
+                                                            {0.93F, 0.74F, 0.22F},
+                                                            {0.20F, 0.50F, 0.36F},
+                                                            {0.93F, 0.92F, 0.90F},
+                                                            {0.50F, 0.26F, 0.52F}}};
+        return choose(carColors, 1);
     }
 
     void person(const Walker& walker) {
@@ -114,12 +113,12 @@ class MovementPainter {
 
     /// `way`: 0 at the picture's right edge, 1 at the door.
     void visitor(float way, bool carries = false) {
-        const Spot edge{kFilmWidth + kOutside, 303};
-        constexpr float kTurn = 0.72F;
-        const bool onPath = way > kTurn;
-        const float part = onPath ? (way - kTurn) / (1 - kTurn) : way / kTurn;
-        const Spot from = onPath ? kPathFoot : edge;
-        const Spot to = onPath ? kDoor : kPathFoot;
+        const Spot edge{filmWidth + outside, 303};
+        constexpr float turnAt = 0.72F;
+        const bool onPath = way > turnAt;
+        const float part = onPath ? (way - turnAt) / (1 - turnAt) : way / turnAt;
+        const Spot from = onPath ? pathFoot : edge;
+        const Spot to = onPath ? door : pathFoot;
         const Spot foot{from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
         const bool comes = movement_.kind != Movement::Kind::Leaver && !returning_;
         // Somebody who lives here goes through the door.
@@ -129,27 +128,24 @@ class MovementPainter {
     }
 
     void courier() {
-        constexpr float kWalk = Movement::kCourierRings - 0.4F;
-        constexpr float kStay = 2.2F;
-        if (elapsed_ < kWalk) return visitor(elapsed_ / kWalk, true);
-        if (elapsed_ < kWalk + kStay) {
+        constexpr float walk = Movement::courierRings - 0.4F;
+        constexpr float stay = 2.2F;
+        if (elapsed_ < walk) return visitor(elapsed_ / walk, true);
+        if (elapsed_ < walk + stay) {
             // Puts the parcel down and looks about.
-            const float bow = std::sin((elapsed_ - kWalk) * 3);
-            return person({{kDoor.x + bow * 2, kDoor.y},
-                           heightAt(kDoor.y) * (1 - 0.12F * bow * bow),
-                           bow,
-                           -1,
-                           elapsed_ < kWalk + 1});
+            const float bow = std::sin((elapsed_ - walk) * 3);
+            return person(
+                {{door.x + bow * 2, door.y}, heightAt(door.y) * (1 - 0.12F * bow * bow), bow, -1, elapsed_ < walk + 1});
         }
         returning_ = true;
-        const float back = (elapsed_ - kWalk - kStay) / (movement_.duration() - kWalk - kStay);
+        const float back = (elapsed_ - walk - stay) / (movement_.duration() - walk - stay);
         visitor(1 - std::clamp(back, 0.0F, 1.0F));
     }
 
     void dog() {
-        static constexpr std::array<Color, 3> kCoats = {
+        static constexpr std::array<Color, 3> coats = {
             {{0.36F, 0.23F, 0.13F}, {0.13F, 0.12F, 0.12F}, {0.93F, 0.88F, 0.78F}}};
-        const Color coat = choose(kCoats, 3);
+        const Color coat = choose(coats, 3);
         const float f = facing();
         const float leap = std::fabs(std::sin(elapsed_ * 9)) * 3;
         const Spot body{acrossX(), 276 - leap};
@@ -174,15 +170,15 @@ class MovementPainter {
     }
 
     void car() {
-        static constexpr std::array<Color, 5> kPaints = {{{0.72F, 0.12F, 0.14F},
-                                                          {0.16F, 0.34F, 0.60F},
-                                                          {0.90F, 0.91F, 0.92F},
-                                                          {0.30F, 0.33F, 0.36F},
-                                                          {0.85F, 0.68F, 0.18F}}};
-        const Color paint = choose(kPaints, 2);
+        static constexpr std::array<Color, 5> paints = {{{0.72F, 0.12F, 0.14F},
+                                                         {0.16F, 0.34F, 0.60F},
+                                                         {0.90F, 0.91F, 0.92F},
+                                                         {0.30F, 0.33F, 0.36F},
+                                                         {0.85F, 0.68F, 0.18F}}};
+        const Color paint = choose(paints, 2);
         const float f = facing();
         const float reach = 90;
-        const float x = (leftward() ? -1.0F : 1.0F) * (share() - 0.5F) * (kFilmWidth + 2 * reach) + kFilmWidth / 2.0F;
+        const float x = (leftward() ? -1.0F : 1.0F) * (share() - 0.5F) * (filmWidth + 2 * reach) + filmWidth / 2.0F;
         const float y = 342;
         const auto at = [&](float along, float up) { return Spot{x + f * along, y - up}; };
         picture_.haze({x, y + 2}, 88, 9, {0, 0, 0}, 0.75F);

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "server/sample/Daylight.h"
-#include "server/sample/Picture.h"
+#include "korvane/server/sample/Daylight.h"
+#include "korvane/server/sample/Picture.h"
 
 namespace korvane {
 
@@ -23,11 +23,11 @@ struct Movement {
 
     static float durationOf(Kind kind);
     /// When a courier, seen from its start, stands before the door.
-    static constexpr float kCourierRings = 6.2F;
+    static constexpr float courierRings = 6.2F;
 };
 
 /// Rows that drawings of movements may touch.
-constexpr int kMovementTop = 170;
+constexpr int movementTop = 170;
 
 /// Draws `movement` as it is `time` seconds into the film; nothing before and after it.
 void drawMovement(Picture& picture, const Movement& movement, float time, const Daylight& light);

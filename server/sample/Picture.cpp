@@ -1,11 +1,10 @@
-#include "server/sample/Picture.h"
+#include "korvane/server/sample/Picture.h"
 
 #include <array>
 #include <cstring>
 #include <limits>
 
 namespace korvane {
-
 namespace {
 
 float coverOf(float distance, float alpha) {
@@ -34,20 +33,20 @@ float distanceToPolygon(float x, float y, const std::vector<Spot>& corners) {
 }
 
 // Five dots wide, seven high; a row is the low five bits, the leftmost dot the highest of them.
-constexpr const char* kLetters = "0123456789-:/";
-constexpr std::array<std::array<std::uint8_t, 7>, 13> kDots = {{{14, 17, 19, 21, 25, 17, 14},
-                                                                {4, 12, 4, 4, 4, 4, 14},
-                                                                {14, 17, 1, 6, 8, 16, 31},
-                                                                {31, 2, 4, 2, 1, 17, 14},
-                                                                {2, 6, 10, 18, 31, 2, 2},
-                                                                {31, 16, 30, 1, 1, 17, 14},
-                                                                {6, 8, 16, 30, 17, 17, 14},
-                                                                {31, 1, 2, 4, 8, 8, 8},
-                                                                {14, 17, 17, 14, 17, 17, 14},
-                                                                {14, 17, 17, 15, 1, 2, 12},
-                                                                {0, 0, 0, 14, 0, 0, 0},
-                                                                {0, 4, 4, 0, 4, 4, 0},
-                                                                {1, 1, 2, 4, 8, 16, 16}}};
+constexpr const char* knownLetters = "0123456789-:/";
+constexpr std::array<std::array<std::uint8_t, 7>, 13> letterDots = {{{14, 17, 19, 21, 25, 17, 14},
+                                                                     {4, 12, 4, 4, 4, 4, 14},
+                                                                     {14, 17, 1, 6, 8, 16, 31},
+                                                                     {31, 2, 4, 2, 1, 17, 14},
+                                                                     {2, 6, 10, 18, 31, 2, 2},
+                                                                     {31, 16, 30, 1, 1, 17, 14},
+                                                                     {6, 8, 16, 30, 17, 17, 14},
+                                                                     {31, 1, 2, 4, 8, 8, 8},
+                                                                     {14, 17, 17, 14, 17, 17, 14},
+                                                                     {14, 17, 17, 15, 1, 2, 12},
+                                                                     {0, 0, 0, 14, 0, 0, 0},
+                                                                     {0, 4, 4, 0, 4, 4, 0},
+                                                                     {1, 1, 2, 4, 8, 16, 16}}};
 
 }  // namespace
 
@@ -131,9 +130,9 @@ void Picture::glow(Spot center, float radiusX, float radiusY, const Color& color
 void Picture::text(Spot topLeft, const char* letters, int scale, const Color& color, float alpha) {
     const auto size = static_cast<float>(scale);
     for (const char* letter = letters; *letter != '\0'; ++letter, topLeft.x += 6 * size) {
-        const char* found = std::strchr(kLetters, *letter);
+        const char* found = std::strchr(knownLetters, *letter);
         if (found == nullptr) continue;
-        const auto& dots = kDots[static_cast<std::size_t>(found - kLetters)];
+        const auto& dots = letterDots[static_cast<std::size_t>(found - knownLetters)];
         const float right = topLeft.x + 5 * size;
         const float bottom = topLeft.y + 7 * size;
         lay(

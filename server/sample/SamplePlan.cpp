@@ -1,21 +1,20 @@
-#include "server/sample/SamplePlan.h"
+#include "korvane/server/sample/SamplePlan.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "server/LocalDays.h"
+#include "korvane/server/LocalDays.h"
 
 namespace korvane {
-
 namespace {
 
-constexpr TimeMs kMinute = 60'000;
-constexpr TimeMs kHour = 60 * kMinute;
-constexpr TimeMs kDay = 24 * kHour;
-constexpr TimeMs kSpan = 3 * kDay;
-constexpr int kSpread = 45;
-constexpr int kChained = 3;
-constexpr TimeMs kGap = 4 * kMinute;
+constexpr TimeMs minuteLength = 60'000;
+constexpr TimeMs hourLength = 60 * minuteLength;
+constexpr TimeMs dayLength = 24 * hourLength;
+constexpr TimeMs span = 3 * dayLength;
+constexpr int spread = 45;
+constexpr int chained = 3;
+constexpr TimeMs gap = 4 * minuteLength;
 
 /// A generator of our own: the standard's distributions differ from library to library.
 class Dice {
@@ -47,15 +46,16 @@ double bustle(double hour) {
 
 Movement::Kind chooseKind(Dice& dice, bool night) {
     using Kind = Movement::Kind;
-    static constexpr Kind kAll[] = {Kind::Passer, Kind::Car,    Kind::Dog, Kind::Jogger, Kind::Cyclist,
-                                    Kind::Comer,  Kind::Leaver, Kind::Car, Kind::Passer};
-    static constexpr Kind kNight[] = {Kind::Passer, Kind::Car, Kind::Dog, Kind::Comer, Kind::Leaver, Kind::Car};
-    return night ? kNight[dice.below(6)] : kAll[dice.below(9)];
+    static constexpr Kind all[] = {Kind::Passer, Kind::Car,    Kind::Dog, Kind::Jogger, Kind::Cyclist,
+                                   Kind::Comer,  Kind::Leaver, Kind::Car, Kind::Passer};
+    static constexpr Kind nightKinds[] = {Kind::Passer, Kind::Car, Kind::Dog, Kind::Comer, Kind::Leaver, Kind::Car};
+    return night ? nightKinds[dice.below(6)] : all[dice.below(9)];
 }
 
 /// Fills a recording with `count` movements; `burst` puts them close together.
 void stage(PlannedRecording& recording, Dice& dice, const LocalDays& calendar, int count, bool courier) {
-    const double hour = static_cast<double>((recording.start + calendar.offsetAt(recording.start)) % kDay) / kHour;
+    const double hour =
+        static_cast<double>((recording.start + calendar.offsetAt(recording.start)) % dayLength) / hourLength;
     const bool night = hour < 6 || hour > 19;
     const bool burst = dice.below(3) == 0;
     float time = dice.between(2.5F, 5);
@@ -73,15 +73,16 @@ void stage(PlannedRecording& recording, Dice& dice, const LocalDays& calendar, i
 
 /// Moments spread over the span by how busy the hour is, ascending.
 std::vector<TimeMs> chooseStarts(Dice& dice, TimeMs from, TimeMs to, const LocalDays& calendar) {
-    constexpr TimeMs kStep = 5 * kMinute;
+    constexpr TimeMs stepLength = 5 * minuteLength;
     std::vector<double> upTo = {0};
-    for (TimeMs time = from; time < to; time += kStep)
-        upTo.push_back(upTo.back() + bustle(static_cast<double>((time + calendar.offsetAt(time)) % kDay) / kHour));
+    for (TimeMs time = from; time < to; time += stepLength)
+        upTo.push_back(upTo.back() +
+                       bustle(static_cast<double>((time + calendar.offsetAt(time)) % dayLength) / hourLength));
     std::vector<TimeMs> starts;
-    for (int i = 0; i < kSpread; ++i) {
-        const double wanted = upTo.back() * (i + static_cast<double>(dice.between(0.15F, 0.85F))) / kSpread;
+    for (int i = 0; i < spread; ++i) {
+        const double wanted = upTo.back() * (i + static_cast<double>(dice.between(0.15F, 0.85F))) / spread;
         const auto step = std::lower_bound(upTo.begin(), upTo.end(), wanted) - upTo.begin() - 1;
-        starts.push_back(from + step * kStep + dice.below(static_cast<int>(kStep / 1000)) * 1000);
+        starts.push_back(from + step * stepLength + dice.below(static_cast<int>(stepLength / 1000)) * 1000);
     }
     return starts;
 }
@@ -90,14 +91,14 @@ std::vector<TimeMs> chooseStarts(Dice& dice, TimeMs from, TimeMs to, const Local
 
 SamplePlan SamplePlan::make(std::uint64_t seed, TimeMs end) {
     Dice dice(seed);
-    const LocalDays calendar(kTimezone);
+    const LocalDays calendar(yardTimezone);
     SamplePlan plan;
-    end = end / 1000 * 1000 - 6 * kMinute;
-    const TimeMs midnight = (end - kDay) / kDay * kDay;
+    end = end / 1000 * 1000 - 6 * minuteLength;
+    const TimeMs midnight = (end - dayLength) / dayLength * dayLength;
     PlannedRecording overMidnight{midnight - 35'000, 0, {}};
     stage(overMidnight, dice, calendar, 7, false);
-    // The newest ones lie end to end: a player goes over their borders.
-    std::vector<PlannedRecording> chain(kChained);
+    // The newest ones follow each other without a gap, so that a player crosses their borders.
+    std::vector<PlannedRecording> chain(chained);
     TimeMs length = 0;
     for (PlannedRecording& recording : chain) {
         recording.start = end;
@@ -110,18 +111,18 @@ SamplePlan SamplePlan::make(std::uint64_t seed, TimeMs end) {
         next = recording.end();
     }
     const auto collides = [](const PlannedRecording& a, TimeMs from, TimeMs to) {
-        return from < a.end() + kGap && a.start < to + kGap;
+        return from < a.end() + gap && a.start < to + gap;
     };
     int number = 0;
-    for (const TimeMs start : chooseStarts(dice, end - kSpan, end - length - kGap, calendar)) {
+    for (const TimeMs start : chooseStarts(dice, end - span, end - length - gap, calendar)) {
         PlannedRecording recording{start, 0, {}};
-        const bool courier = ++number == kSpread / 3;
+        const bool courier = ++number == spread / 3;
         stage(recording, dice, calendar, 5 + dice.below(3), courier);
-        if (!plan.recordings.empty() && recording.start < plan.recordings.back().end() + kGap)
-            recording.start = plan.recordings.back().end() + kGap;
-        if (collides(overMidnight, recording.start, recording.end()) || recording.end() > chain.front().start - kGap) {
+        if (!plan.recordings.empty() && recording.start < plan.recordings.back().end() + gap)
+            recording.start = plan.recordings.back().end() + gap;
+        if (collides(overMidnight, recording.start, recording.end()) || recording.end() > chain.front().start - gap) {
             if (!courier) continue;
-            recording.start -= kHour;
+            recording.start -= hourLength;
         }
         plan.recordings.push_back(recording);
     }
@@ -133,7 +134,7 @@ SamplePlan SamplePlan::make(std::uint64_t seed, TimeMs end) {
         for (const Movement& movement : recording.movements)
             if (movement.kind == Movement::Kind::Courier)
                 plan.doorbells.push_back(recording.start +
-                                         static_cast<TimeMs>((movement.start + Movement::kCourierRings) * 1000));
+                                         static_cast<TimeMs>((movement.start + Movement::courierRings) * 1000));
     return plan;
 }
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "server/sample/Movement.h"
+#include "korvane/base/Time.h"
+#include "korvane/server/sample/Movement.h"
 
 namespace korvane {
 
@@ -26,7 +26,7 @@ struct SamplePlan {
     /// When somebody rings.
     std::vector<TimeMs> doorbells;
 
-    static constexpr const char* kTimezone = "America/New_York";
+    static constexpr const char* yardTimezone = "America/New_York";
 
     /// One seed and end give one plan. The last recording ends within the hour before `end`.
     static SamplePlan make(std::uint64_t seed, TimeMs end);

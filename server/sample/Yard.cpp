@@ -1,15 +1,14 @@
-#include "server/sample/Yard.h"
+#include "korvane/server/sample/Yard.h"
 
 #include <array>
 #include <cstdint>
 
 namespace korvane {
-
 namespace {
 
-constexpr float kWidth = kFilmWidth;
-constexpr float kHeight = kFilmHeight;
-constexpr float kHorizon = 165;
+constexpr float pictureWidth = filmWidth;
+constexpr float pictureHeight = filmHeight;
+constexpr float horizon = 165;
 
 /// 0 to 1, the same for the same numbers.
 float scatter(std::uint32_t a, std::uint32_t b) {
@@ -47,10 +46,10 @@ class YardPainter {
     Color lit(float r, float g, float b) const { return Color{r, g, b} * light_.ambient; }
 
     void sky() {
-        picture_.polygon({{0, 0}, {kWidth, 0}, {kWidth, kHorizon + 6}, {0, kHorizon + 6}}, light_.skyTop,
+        picture_.polygon({{0, 0}, {pictureWidth, 0}, {pictureWidth, horizon + 6}, {0, horizon + 6}}, light_.skyTop,
                          light_.skyLow);
         for (int i = 0; light_.night > 0.5F && i < 110; ++i) {
-            const Spot star{scatterOf(i, 1) * kWidth, scatterOf(i, 2) * 120};
+            const Spot star{scatterOf(i, 1) * pictureWidth, scatterOf(i, 2) * 120};
             picture_.ellipse(star, 0.7F, 0.7F, {0.9F, 0.92F, 1}, (light_.night - 0.5F) * (0.3F + scatterOf(i, 3)));
         }
         const float day = (light_.hour - 6.6F) / 10.2F;
@@ -99,11 +98,11 @@ class YardPainter {
     }
 
     void lawn() {
-        picture_.polygon({{0, kHorizon}, {kWidth, kHorizon}, {kWidth, 300}, {0, 300}}, lit(0.40F, 0.52F, 0.30F),
-                         lit(0.27F, 0.43F, 0.18F));
+        picture_.polygon({{0, horizon}, {pictureWidth, horizon}, {pictureWidth, 300}, {0, 300}},
+                         lit(0.40F, 0.52F, 0.30F), lit(0.27F, 0.43F, 0.18F));
         for (int i = 0; i < 2600; ++i) {
             const float depth = scatterOf(i, 51);
-            const Spot root{scatterOf(i, 52) * kWidth, kHorizon + 4 + depth * 130};
+            const Spot root{scatterOf(i, 52) * pictureWidth, horizon + 4 + depth * 130};
             const Color blade = scatterOf(i, 53) > 0.5F ? lit(0.46F, 0.58F, 0.30F) : lit(0.20F, 0.34F, 0.14F);
             picture_.line(root, {root.x + 1, root.y - 1 - 3 * depth}, 0.5F, blade, 0.35F);
         }
@@ -116,15 +115,15 @@ class YardPainter {
     }
 
     void street() {
-        picture_.polygon({{0, 294}, {kWidth, 294}, {kWidth, 312}, {0, 312}}, lit(0.70F, 0.69F, 0.66F),
+        picture_.polygon({{0, 294}, {pictureWidth, 294}, {pictureWidth, 312}, {0, 312}}, lit(0.70F, 0.69F, 0.66F),
                          lit(0.60F, 0.59F, 0.57F));
         for (int i = 0; i < 14; ++i) {
             const float x = static_cast<float>(i) * 50;
             picture_.line({x, 294}, {x - 8, 311}, 0.6F, lit(0.45F, 0.44F, 0.43F), 0.6F);
         }
-        picture_.polygon({{0, 312}, {kWidth, 312}, {kWidth, 316}, {0, 316}}, lit(0.50F, 0.50F, 0.50F));
-        picture_.polygon({{0, 316}, {kWidth, 316}, {kWidth, kHeight}, {0, kHeight}}, lit(0.30F, 0.30F, 0.32F),
-                         lit(0.22F, 0.22F, 0.24F));
+        picture_.polygon({{0, 312}, {pictureWidth, 312}, {pictureWidth, 316}, {0, 316}}, lit(0.50F, 0.50F, 0.50F));
+        picture_.polygon({{0, 316}, {pictureWidth, 316}, {pictureWidth, pictureHeight}, {0, pictureHeight}},
+                         lit(0.30F, 0.30F, 0.32F), lit(0.22F, 0.22F, 0.24F));
         for (int i = 0; i < 6; ++i) {
             const float x = static_cast<float>(i) * 122 + 12;
             picture_.polygon({{x, 351}, {x + 58, 351}, {x + 56, 355}, {x - 4, 355}}, lit(0.86F, 0.84F, 0.74F), 0.8F);
@@ -235,9 +234,10 @@ class YardPainter {
     /// The lens lets less light into its corners.
     void corners() {
         picture_.lay(
-            0, 0, kWidth, kHeight,
+            0, 0, pictureWidth, pictureHeight,
             [](float x, float y) {
-                const float away = std::hypot((x - kWidth / 2) / kWidth, (y - kHeight / 2) / kHeight);
+                const float away =
+                    std::hypot((x - pictureWidth / 2) / pictureWidth, (y - pictureHeight / 2) / pictureHeight);
                 return std::clamp((away - 0.42F) * 1.1F, 0.0F, 0.35F);
             },
             [](float, float) {

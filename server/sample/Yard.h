@@ -1,13 +1,13 @@
 #pragma once
 
-#include "server/sample/Daylight.h"
-#include "server/sample/Picture.h"
+#include "korvane/server/sample/Daylight.h"
+#include "korvane/server/sample/Picture.h"
 
 namespace korvane {
 
 /// Size of the film's pictures.
-constexpr int kFilmWidth = 640;
-constexpr int kFilmHeight = 360;
+constexpr int filmWidth = 640;
+constexpr int filmHeight = 360;
 
 /// Draws all that does not move: sky, house, drive, garden and street.
 void drawYard(Picture& picture, const Daylight& light);

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/Model/ProviderFixture.h"
-#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
+#include "korvane/tests/Model/ProviderFixture.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
 
 namespace korvane::test {
 
@@ -54,13 +54,22 @@ inline Spans spansOf(const ScrubberTimelineDataProvider& provider) {
     return spans;
 }
 
-class DayTreeTest : public ::testing::Test {
+/// A provider of the tree and what it stands on.
+struct DayTree {
+    explicit DayTree(std::uint64_t seed = 1) : scheduler(seed) { provider->setDelegate(delegate); }
+
+    VirtualScheduler scheduler;
+    ScriptedService service{scheduler};
+    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+    std::shared_ptr<ScrubberTimelineDataProvider> provider =
+        std::make_shared<ScrubberTimelineDataProvider>(scheduler, service);
+};
+
+class DayTreeTest : public ::testing::Test, protected DayTree {
   protected:
     static constexpr TimeMs march1 = 1'709'251'200'000;  // 2024-03-01
     static constexpr TimeMs dayMs = 86'400'000;
     static constexpr TimeMs slice = 240'000;
-
-    DayTreeTest() { provider->setDelegate(delegate); }
 
     void bind(TimeMs position = -1) {
         EXPECT_EQ(provider->setSource(service.makeToken(), position), 0);
@@ -73,12 +82,6 @@ class DayTreeTest : public ::testing::Test {
         if (provider->refresh() != 0) bind();
         scheduler.runUntilIdle();
     }
-
-    VirtualScheduler scheduler;
-    ScriptedService service{scheduler};
-    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
-    std::shared_ptr<ScrubberTimelineDataProvider> provider =
-        std::make_shared<ScrubberTimelineDataProvider>(scheduler, service);
 };
 
 }  // namespace korvane::test

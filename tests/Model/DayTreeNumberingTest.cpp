@@ -1,10 +1,9 @@
 #include <limits>
 #include <random>
 
-#include "base/UtcTime.h"
-#include "tests/Model/DayTreeFixture.h"
-#include "views/timeline/Model/SaturatingTime.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
+#include "korvane/base/SaturatingTime.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/tests/Model/DayTreeFixture.h"
 
 namespace korvane::test {
 namespace {
@@ -36,6 +35,22 @@ class DayTreeNumbering : public DayTreeTest {
             }
         }
         return days;
+    }
+
+    // Each period in pieces of four minutes; one that has no length or is turned round stays whole.
+    static Spans slicesOf(const std::vector<ToldDay>& days) {
+        Spans slices;
+        for (const auto& day : days) {
+            for (auto [start, end] : day.periods) {
+                const auto add = [&](TimeMs from, TimeMs to) {
+                    slices.emplace_back(longLongValue(static_cast<double>(from)),
+                                        longLongValue(static_cast<double>(to)));
+                };
+                for (; start < end && saturatingAdd(start, slice) < end; start += slice) add(start, start + slice);
+                add(start, end);
+            }
+        }
+        return slices;
     }
 
     static void addEvents(Random& random, ScrubberTimelineItem& timeline) {
@@ -93,20 +108,11 @@ class DayTreeNumbering : public DayTreeTest {
 
     // The searches against the plain ones, which make every entry.
     void expectSearches(Random& random, TimeMs position) {
-        using Plain = ScrubberDataSourceDelegate;
-        EXPECT_EQ(provider->OnScrubberFindEventByPosition(position),
-                  provider->Plain::OnScrubberFindEventByPosition(position))
-            << position;
-        const auto place = provider->OnScrubberFindClosestEventByPosition(position);
-        const auto plain = provider->Plain::OnScrubberFindClosestEventByPosition(position);
-        EXPECT_EQ(std::tuple(place.index, place.isPositionExist), std::tuple(plain.index, plain.isPositionExist))
-            << position;
         ScrubberEventQuery query{draw(random, 12) - 2, position, saturatingAdd(position, draw(random, slice * 2)),
                                  std::nullopt};
         if (random() % 4 == 0) query = {query.fromIndex, -dayMs, position, draw(random, 12) - 2};
         if (random() % 8 == 0) query.notBefore = std::numeric_limits<TimeMs>::min();
-        EXPECT_EQ(provider->OnScrubberFindEvent(query), provider->Plain::OnScrubberFindEvent(query))
-            << query.fromIndex << " " << query.notBefore << " " << query.notAfter;
+        expectPlainSearches(*provider, position, query);
     }
 
     std::int64_t timelines = 0;
@@ -116,7 +122,9 @@ TEST_F(DayTreeNumbering, EqualsAPlainWalkOverRandomTrees) {
     for (unsigned seed = 0; seed < roundsOf(2000) && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        load(drawTree(random, seed % 2 == 0));
+        const auto days = drawTree(random, seed % 2 == 0);
+        load(days);
+        ASSERT_EQ(spansOf(*provider), slicesOf(days));
         timelines = 0;
         for (const auto& walked : walk()) {
             if (random() % 3 == 0) addEvents(random, *walked.timeline);
@@ -158,46 +166,12 @@ TEST_F(DayTreeNumbering, SearchesEqualPlainOnesFarAndWide) {
     for (const auto& tree : trees) {
         SCOPED_TRACE(&tree - trees);
         load(tree);
-        ASSERT_GT(provider->OnScrubberGetEventsCount(), 3);
+        EXPECT_EQ(spansOf(*provider), slicesOf(tree));
         Random random;
         for (const TimeMs around : {least + 1, TimeMs{0}, march1, march1 + dayMs, march1 + 3 * dayMs, most - 1}) {
             for (const TimeMs beside : {-1, 0, 1}) expectSearches(random, around + beside);
         }
     }
-}
-
-TEST(DayTreeSlicing, CutsPeriodsIntoFourMinutes) {
-    constexpr TimeMs s = 240'000;
-    constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
-    constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
-    const struct {
-        TimeMs start, end;
-        std::vector<TimeMs> bounds;
-    } cases[] = {
-        {100, 100, {100, 100}},
-        {100, 101, {100, 101}},
-        {0, s, {0, s}},
-        {0, s + 1, {0, s, s + 1}},
-        {-s, s, {-s, 0, s}},
-        {7, 7 + 600'000, {7, 7 + s, 7 + 2 * s, 7 + 600'000}},
-        {500, -500, {500, -500}},
-        {most, least, {most, least}},
-        {most - s - 1, most, {most - s - 1, most - 1, most}},
-        {least, least + 2 * s, {least, least + s, least + 2 * s}},
-    };
-    for (const auto& c : cases) {
-        ScrubberTimelineBlock block({{c.start, c.end}});
-        const auto boxed = [](TimeMs time) { return longLongValue(static_cast<double>(time)); };
-        Spans spans, expected;
-        for (const auto& segment : block.timelines().front().segments()) spans.push_back(spanOf(segment));
-        for (std::size_t i = 1; i < c.bounds.size(); ++i) {
-            expected.emplace_back(boxed(c.bounds[i - 1]), boxed(c.bounds[i]));
-        }
-        EXPECT_EQ(spans, expected) << c.start << " " << c.end;
-        EXPECT_EQ(ScrubberTimelineBlock::segmentsOf({c.start, c.end}), expected.size());
-    }
-    EXPECT_EQ(ScrubberTimelineBlock::segmentsOf({least, most}),
-              std::numeric_limits<std::uint64_t>::max() / 240'000 + 1);
 }
 
 TEST(DayTreeItems, ReadBoxedTimesAsIntegers) {
@@ -211,30 +185,6 @@ TEST(DayTreeItems, ReadBoxedTimesAsIntegers) {
         {std::numeric_limits<double>::quiet_NaN(), 0},
     };
     for (const auto& [boxed, read] : cases) EXPECT_EQ(longLongValue(boxed), read) << boxed;
-}
-
-TEST(DayTreeItems, ClearEmptiesDownwardAndLeavesHeldPartsAlive) {
-    ScrubberTimelineDayItem day;
-    day.setDateTime(5);
-    day.setIsUpdated(ScrubberTimelineStatusDone);
-    day.setTimelines(std::make_shared<ScrubberTimelineBlock>(std::vector<TimelinePair>{{0, 500'000}, {1, 2}, {2, 3}}));
-    const auto timeline = day.timeline(0);
-    timeline->addEvents(ScrubberTimelineItem::Events(3));
-    const auto segment = segmentOf(timeline, 1);
-    EXPECT_TRUE(segment->records()->empty());
-    EXPECT_TRUE(segment->beginUpdate());
-    EXPECT_FALSE(segment->beginUpdate());
-    segment->setRecords(ScrubberTimelineSegmentItem::Records(2));
-    const auto records = segment->records();
-
-    day.clear();
-    EXPECT_EQ(std::tuple(day.dateTime(), day.isUpdated()), std::tuple(5.0, ScrubberTimelineStatusDone));
-    EXPECT_TRUE(day.timelines().empty());
-    EXPECT_EQ(std::tuple(timeline->segments().size(), timeline->events().size(), timeline->eventsOfSegment(0).size()),
-              std::tuple(0u, 0u, 0u));
-    EXPECT_EQ(std::tuple(segment->records()->size(), segment->isUpdated()), std::tuple(0u, 1));
-    EXPECT_EQ(spanOf(*segment), Span(240'000, 480'000));
-    EXPECT_EQ(records->size(), 2u);
 }
 
 }  // namespace

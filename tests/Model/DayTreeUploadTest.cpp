@@ -1,6 +1,6 @@
 #include <limits>
 
-#include "tests/Model/DayTreeFixture.h"
+#include "korvane/tests/Model/DayTreeFixture.h"
 
 namespace korvane::test {
 namespace {
@@ -49,14 +49,8 @@ class DayTreeUploadTest : public DayTreeTest {
 
 TEST_F(DayTreeUploadTest, PagesFollowUntilOneIsEmpty) {
     const auto failed = Script::failed(500);
-    struct Row {
-        std::int64_t events;
-        std::vector<Script> scripts;
-        std::vector<std::int64_t> offsets;
-        std::int64_t status;
-        std::size_t read;
-    };
-    const Row rows[] = {
+    using Offsets = std::vector<std::int64_t>;
+    const std::tuple<std::int64_t, std::vector<Script>, Offsets, std::int64_t, std::size_t> rows[] = {
         {250, {}, {0, 100, 200, 250}, ScrubberTimelineStatusDone, 250},
         {0, {}, {0}, ScrubberTimelineStatusDone, 0},
         {250, {failed}, {0}, ScrubberTimelineStatusFailed, 0},
@@ -65,29 +59,23 @@ TEST_F(DayTreeUploadTest, PagesFollowUntilOneIsEmpty) {
         {250, {Script::answered(Reply::array({1}))}, {0}, ScrubberTimelineStatusDone, 0},
         {250, {{}, Script::answered({{"objects", "none"}})}, {0, 100}, ScrubberTimelineStatusDone, 100},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(&row - rows);
+    for (const auto& [events, scripts, asked, status, read] : rows) {
         service.withFootage([](ScriptedFootage& f) { f.clear(); });
-        service.addEvents(row.events, march1 + 190 * minute);
-        for (const Script& script : row.scripts) service.scriptNext("getEventsSync", script);
+        service.addEvents(events, march1 + 190 * minute);
+        for (const Script& script : scripts) service.scriptNext("getEventsSync", script);
         const auto timeline = uploadOneTimeline();
-        EXPECT_EQ(timeline->isUpdated(), row.status);
-        EXPECT_EQ(timeline->events().size(), row.read);
-        EXPECT_EQ(offsets(), row.offsets);
+        EXPECT_EQ(std::tuple(timeline->isUpdated(), timeline->events().size(), offsets()),
+                  std::tuple(status, read, asked));
         provider->uploadEventsForTimelineItemSync(timeline);
         provider->uploadEventsForTimelineItem(timeline);
         scheduler.runUntilIdle();
-        EXPECT_EQ(service.requests().size(), row.offsets.size());
+        EXPECT_EQ(service.requests().size(), asked.size());
     }
 }
 
 TEST_F(DayTreeUploadTest, PagesThatNeverEndAreCutOff) {
-    const struct {
-        Reply total;
-        // 0 is without end.
-        int pages;
-        std::size_t pageSize, requests;
-    } rows[] = {
+    // The total, pages until the end or 0 for no end, elements of each, requests.
+    const std::tuple<Reply, int, std::size_t, std::size_t> rows[] = {
         {250, 0, 100, 4},
         {200, 0, 100, 3},
         {"250", 0, 100, 4},
@@ -96,14 +84,13 @@ TEST_F(DayTreeUploadTest, PagesThatNeverEndAreCutOff) {
         // The end comes before the bound.
         {std::numeric_limits<std::int64_t>::max(), 2, 100, 3},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.total);
-        const Reply objects(std::vector<Reply>(row.pageSize, Reply::object()));
-        const auto page = Script::answered({{"meta", {{"total_count", row.total}}}, {"objects", objects}});
-        service.scriptAll("getEventsSync", row.pages == 0 ? page : Script());
-        for (int i = 0; i < row.pages; ++i) service.scriptNext("getEventsSync", page);
+    for (const auto& [total, pages, size, requests] : rows) {
+        const Reply objects(std::vector<Reply>(size, Reply::object()));
+        const auto page = Script::answered({{"meta", {{"total_count", total}}}, {"objects", objects}});
+        service.scriptAll("getEventsSync", pages == 0 ? page : Script());
+        for (int i = 0; i < pages; ++i) service.scriptNext("getEventsSync", page);
         EXPECT_EQ(uploadOneTimeline()->isUpdated(), ScrubberTimelineStatusDone);
-        EXPECT_EQ(service.count("getEventsSync"), row.requests);
+        EXPECT_EQ(service.count("getEventsSync"), requests) << total;
     }
 }
 
@@ -182,33 +169,25 @@ TEST_F(DayTreeUploadTest, AnUrlIsThatOfTheFirstRecordThatEndsLater) {
     scheduler.runUntilIdle();
     EXPECT_EQ(urls, 1);
     EXPECT_FALSE(isOnMainThread);
-    struct Row {
-        std::uint64_t index;
-        TimeMs time;
-        std::string url;
-        Span span;
-    };
-    const Row rows[] = {{1, -1, "one", {0, 1}},
-                        {1, minute - 1, "one", {0, 1}},
-                        {1, minute, "two", {1, 2}},
-                        {1, 2 * minute, "three", {3, 5}},
-                        {1, 5 * minute, "", {}},
-                        {0, 0, "", {}},
-                        {3, 0, "", {}},
-                        {most, 0, "", {}}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::to_string(row.index) + " at " + std::to_string(row.time));
+    const std::tuple<std::uint64_t, TimeMs, std::string, Span> rows[] = {{1, -1, "one", {0, 1}},
+                                                                         {1, minute - 1, "one", {0, 1}},
+                                                                         {1, minute, "two", {1, 2}},
+                                                                         {1, 2 * minute, "three", {3, 5}},
+                                                                         {1, 5 * minute, "", {}},
+                                                                         {0, 0, "", {}},
+                                                                         {3, 0, "", {}},
+                                                                         {most, 0, "", {}}};
+    for (const auto& [index, time, video, span] : rows) {
+        SCOPED_TRACE(std::to_string(index) + " at " + std::to_string(time));
         url = nullptr;
-        askUrl(row.index, row.time);
-        ASSERT_EQ(url != nullptr, !row.url.empty());
+        askUrl(index, time);
+        ASSERT_EQ(url != nullptr, !video.empty());
         if (!url) continue;
         EXPECT_TRUE(isOnMainThread);
         const auto fields = url->fields();
-        EXPECT_EQ(fields.type, ScrubberEventTypeItem);
-        EXPECT_EQ(fields.timeAsValue, march1 + row.time);
-        EXPECT_EQ(fields.videoUrl, row.url);
-        EXPECT_EQ(Span(fields.start - march1, fields.end - march1),
-                  Span(row.span.first * minute, row.span.second * minute));
+        EXPECT_EQ(std::tuple(fields.type, fields.timeAsValue, fields.videoUrl),
+                  std::tuple(ScrubberEventTypeItem, march1 + time, video));
+        EXPECT_EQ(Span(fields.start - march1, fields.end - march1), Span(span.first * minute, span.second * minute));
     }
     scheduler.runUntilIdle();
     const auto asked = service.requests("getRecords");
@@ -218,27 +197,22 @@ TEST_F(DayTreeUploadTest, AnUrlIsThatOfTheFirstRecordThatEndsLater) {
 }
 
 TEST_F(DayTreeUploadTest, ASegmentWithoutRecordsIsNotAskedAgain) {
-    struct Row {
-        Script script;
-        int urls;
-    };
     const Reply odd = {3, {{"start", 5}, {"end", "no time"}, {"url", {}}}, {{"end", "2024-03-02T00:00:00Z"}}};
-    const Row rows[] = {{Script::failed(404), 0},
-                        {Script::answered(Reply::array({1})), 0},
-                        {Script::answered({{"objects", Reply::array()}}), 0},
-                        {Script::answered({{"objects", {{"a", 1}}}}), 0},
-                        {Script::answered({{"objects", odd}}), 2}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(&row - rows);
+    const std::pair<Script, int> rows[] = {{Script::failed(404), 0},
+                                           {Script::answered(Reply::array({1})), 0},
+                                           {Script::answered({{"objects", Reply::array()}}), 0},
+                                           {Script::answered({{"objects", {{"a", 1}}}}), 0},
+                                           {Script::answered({{"objects", odd}}), 2}};
+    for (const auto& [script, told] : rows) {
         urls = 0;
         const auto segment = segmentOf(loadDay({{0, minute}})->timeline(0), 0);
-        service.scriptNext("getRecords", row.script);
+        service.scriptNext("getRecords", script);
         for (int i = 0; i < 2; ++i) {
             askUrl(1, 0);
             scheduler.runUntilIdle();
         }
-        EXPECT_EQ(segment->isUpdated(), row.urls == 0 ? ScrubberTimelineStatusFailed : ScrubberTimelineStatusDone);
-        EXPECT_EQ(urls, row.urls);
+        EXPECT_EQ(segment->isUpdated(), told == 0 ? ScrubberTimelineStatusFailed : ScrubberTimelineStatusDone);
+        EXPECT_EQ(urls, told);
         EXPECT_EQ(service.count("getRecords"), 1u);
     }
 }

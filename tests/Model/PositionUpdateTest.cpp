@@ -1,20 +1,18 @@
-#include "client/Status.h"
-#include "tests/Model/ProviderFixture.h"
+#include "korvane/client/Status.h"
+#include "korvane/tests/Model/ProviderFixture.h"
 
 namespace korvane::test {
 namespace {
 
-// Both kinds of lists: 250 entries half a minute apart with ids 1 and up from the oldest, the newest 100 loaded. From
-// 226 on every second one comes 4 s after the one before.
+// Both kinds of lists: 250 entries half a minute apart with ids 1 and up from the oldest, the newest 100 loaded.
 class PositionUpdate : public ProviderTest, public ::testing::WithParamInterface<bool> {
   protected:
     PositionUpdate() {
         if (isRecords()) useRecords();
         service.withFootage([this](ScriptedFootage& f) {
             for (std::int64_t id = 1; id <= 250; ++id) {
-                const TimeMs time = id > 226 ? momentOf(id - id % 2) + id % 2 * 4000 : momentOf(id);
-                f.addEvent({id, time, "motion", ""});
-                f.addRecord({id, time, time + 1000, "", ""});
+                f.addEvent({id, momentOf(id), "motion", ""});
+                f.addRecord({id, momentOf(id), momentOf(id) + 1000, "", ""});
             }
         });
     }
@@ -24,15 +22,14 @@ class PositionUpdate : public ProviderTest, public ::testing::WithParamInterface
     TimeMs momentOf(std::int64_t id) const { return first_ + id * 30'000; }
     static std::shared_ptr<ScrubberEvent> withId(std::optional<std::int64_t> id) { return ScrubberEvent::build(id, 1); }
 
-    void bindAnew(bool isGrouped = false) {
-        provider->enableEventGrouping(isGrouped);
+    void bindAnew() {
         bind();
         delegate->take();
         service.clearRequests();
     }
 
-    Calls update(TimeMs time, bool isClosest = false) {
-        EXPECT_EQ(provider->updateForTime(time, true, isClosest), 0);
+    Calls update(TimeMs time) {
+        EXPECT_EQ(provider->updateForTime(time, true, false), 0);
         return callsAfterwards();
     }
 
@@ -53,45 +50,9 @@ class PositionUpdate : public ProviderTest, public ::testing::WithParamInterface
 
 INSTANTIATE_TEST_SUITE_P(EventsAndRecords, PositionUpdate, ::testing::Bool());
 
-TEST_P(PositionUpdate, GoesWhereTheNumberOfEarlierEntriesTells) {
-    const struct {
-        bool isGrouped;
-        TimeMs time;
-        bool isClosest;
-        Calls calls;
-    } cases[] = {
-        {false, momentOf(40), false, {"index 90 0 40 252 252"}},
-        {false, momentOf(40) - 1000, false, {"index 90 0 40 252 252"}},
-        {false, momentOf(40) - 1001, false, {"index 89 0 39 252 252"}},
-        {false, momentOf(40), true, {"index 91 0 41 252 252"}},
-        {false, momentOf(200) + 7000, false, {"index 200 0 200 252 252"}},
-        {false, momentOf(250), true, {"index 251 0 251 252 252"}},
-        {false, momentOf(1) - 1001, true, {"index 51 0 1 252 252"}},
-        {false, std::numeric_limits<TimeMs>::max(), false, {"index 250 0 250 252 252"}},
-        // In a list with groups the number gives a guess, unless the moment itself is there.
-        {true, momentOf(40), false, {"index 76 0 26 240 240"}},
-        {true, momentOf(40), true, {"index 77 0 27 240 240"}},
-        {true, momentOf(230) + 4000, false, {"index 228 0 228 240 240"}},
-        {true, momentOf(200), false, {"index 200 0 200 240 240"}},
-        {true, momentOf(200) + 1, false, {"index 186 0 186 240 240"}},
-        // A guess before the list's begin, and the head entry, to which nobody goes.
-        {true, momentOf(5), true, {}},
-        {true, momentOf(13), false, {}},
-        {true, momentOf(13), true, {}},
-    };
-    for (const auto& c : cases) {
-        bindAnew(c.isGrouped);
-        EXPECT_EQ(update(c.time, c.isClosest), c.calls) << c.isGrouped << " at " << c.time - momentOf(0);
-    }
-    // Head and live entry alone: no guess.
-    service.scriptNext(pageRequest(), Script::altered([](Reply& r) { r["meta"]["total_count"] = 0; }));
-    bindAnew(true);
-    EXPECT_EQ(update(momentOf(1)), Calls{"index 1 0 1 2 2"});
-}
-
 TEST_P(PositionUpdate, AsksFromTheMomentOnWhenNothingIsEarlier) {
     bindAnew();
-    // A range that the list will have from its next refresh on; the order of these two requests is their own.
+    // A range that the list will have from its next refresh on: until then its own filter counts.
     provider->setSource(service.makeToken(), 5, momentOf(300), "motion", 1, 10, 20, -1);
     service.clearRequests();
     service.scriptNext(pageRequest(), withoutElements);
@@ -99,7 +60,7 @@ TEST_P(PositionUpdate, AsksFromTheMomentOnWhenNothingIsEarlier) {
     const auto calls = update(momentOf(3));
     const auto requests = service.requests(pageRequest());
     ASSERT_GE(requests.size(), 2u);
-    const auto filter = isRecords() ? std::nullopt : std::optional<std::string>("motion");
+    const std::optional<std::string> filter;
     EXPECT_EQ(values(requests[0]), std::tuple(-1, momentOf(3) + 1000, filter, 0, 10, 0));
     EXPECT_EQ(values(requests[1]), std::tuple(momentOf(3), momentOf(300), filter, 0, 10, 0));
     if (isRecords()) {
@@ -150,26 +111,6 @@ TEST_P(PositionUpdate, ClosingEndsWhatIsUnderWay) {
     }
 }
 
-TEST_P(PositionUpdate, FindsAMomentAsAPlainWalkDoes) {
-    ScrubberDataSourceDelegate& list = *provider;
-    EXPECT_EQ(list.OnScrubberFindEventByPosition(momentOf(0)), -1) << "unbound";
-    for (const bool isGrouped : {false, true}) {
-        bindAnew(isGrouped);
-        update(momentOf(40));
-        for (std::int64_t event = -2; event < 253; ++event) {
-            for (const TimeMs beside : {-1, 0, 1, 999, 5'000, 20'000}) {
-                const TimeMs at = event == 252 ? -beside : momentOf(event) + beside;
-                const auto closest = list.OnScrubberFindClosestEventByPosition(at);
-                const auto plain = list.ScrubberDataSourceDelegate::OnScrubberFindClosestEventByPosition(at);
-                ASSERT_EQ(std::pair(closest.index, closest.isPositionExist),
-                          std::pair(plain.index, plain.isPositionExist));
-                ASSERT_EQ(list.OnScrubberFindEventByPosition(at),
-                          list.ScrubberDataSourceDelegate::OnScrubberFindEventByPosition(at));
-            }
-        }
-    }
-}
-
 TEST_P(PositionUpdate, DeletesAtTheServiceAndLeavesTheList) {
     Calls answers;
     const auto remove = [&](const std::shared_ptr<ScrubberEvent>& event) {
@@ -203,19 +144,9 @@ TEST_P(PositionUpdate, TakesTheFirstEntryOfAnIdOutOfTheList) {
     bindAnew();
     entry(180)->setIdentificator(201);
     const std::pair<std::shared_ptr<ScrubberEvent>, std::int32_t> cases[] = {
-        {nullptr, -1},     {withId(0), -1},    {withId(std::nullopt), -1}, {withId(100), -1}, {withId(250), 250},
-        {withId(250), -1}, {withId(201), 180}, {withId(201), 200},         {entry(160), 160},
-    };
+        {nullptr, -1},     {withId(0), -1},    {withId(std::nullopt), -1},
+        {withId(100), -1}, {withId(201), 180}, {withId(201), 200}};
     for (const auto& [event, index] : cases) EXPECT_EQ(provider->OnScrubberDeleteEvent(event), index);
-    // The total of the first page goes on to count.
-    check(100);
-    EXPECT_EQ(service.requests(pageRequest())[0].offset, 100);
-    EXPECT_EQ(delegate->take(), Calls{"index 150 0 -1 248 248"});
-
-    bindAnew(true);
-    EXPECT_EQ(provider->OnScrubberDeleteEvent(withId(229)), -1) << "a member";
-    EXPECT_EQ(provider->OnScrubberDeleteEvent(withId(228)), 227) << "its group";
-    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 239);
 }
 
 }  // namespace

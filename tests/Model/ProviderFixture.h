@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "base/VirtualScheduler.h"
-#include "tests/support/service/ScriptedService.h"
-#include "views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
-#include "views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
+#include "korvane/base/VirtualScheduler.h"
+#include "korvane/tests/support/service/ScriptedService.h"
+#include "korvane/views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
+#include "korvane/views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
 
 namespace korvane::test {
 
@@ -73,6 +73,33 @@ class RecordingDelegate final : public ScrubberDataProviderDelegate {
 };
 
 using Calls = std::vector<std::string>;
+
+/// A list as one that knows nothing of its entries but what it is asked: searches look at one after the other.
+class PlainWalk final : public ScrubberDataSourceDelegate {
+  public:
+    explicit PlainWalk(ScrubberDataSourceDelegate& list) : list_(list) {}
+
+    std::int64_t OnScrubberGetEventsCount() override { return list_.OnScrubberGetEventsCount(); }
+    std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override {
+        return list_.OnScrubberGetEventByIndex(index);
+    }
+    std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) override { return -1; }
+
+  private:
+    ScrubberDataSourceDelegate& list_;
+};
+
+/// The searches of `list` for a moment and by `query` find what a plain walk finds.
+inline void expectPlainSearches(ScrubberDataSourceDelegate& list, TimeMs position, const ScrubberEventQuery& query) {
+    PlainWalk plain(list);
+    EXPECT_EQ(list.OnScrubberFindEvent(query), plain.OnScrubberFindEvent(query))
+        << query.fromIndex << " " << query.notBefore << " " << query.notAfter;
+    EXPECT_EQ(list.OnScrubberFindEventByPosition(position), plain.OnScrubberFindEventByPosition(position)) << position;
+    const auto place = list.OnScrubberFindClosestEventByPosition(position);
+    const auto expected = plain.OnScrubberFindClosestEventByPosition(position);
+    EXPECT_EQ(std::pair(place.index, place.isPositionExist), std::pair(expected.index, expected.isPositionExist))
+        << position;
+}
 
 class ProviderTest : public ::testing::Test {
   protected:

@@ -1,7 +1,7 @@
 #include <atomic>
 
-#include "base/LoopScheduler.h"
-#include "tests/Model/ProviderFixture.h"
+#include "korvane/base/LoopScheduler.h"
+#include "korvane/tests/Model/ProviderFixture.h"
 
 namespace korvane::test {
 namespace {

@@ -1,8 +1,10 @@
 #include <random>
 
-#include "base/UtcTime.h"
-#include "client/Status.h"
-#include "tests/Model/ProviderFixture.h"
+#include "korvane/base/Base64Url.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/client/Status.h"
+#include "korvane/tests/Model/ProviderFixture.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
 
 namespace korvane::test {
 namespace {
@@ -98,23 +100,19 @@ TEST_F(SourceBinding, StartsANewConnectionAtTheDefaults) {
 
 TEST_F(SourceBinding, SwapsTheTokenOfTheSameCameraAndService) {
     const auto later = formatUtc(scheduler.utcNow() + 120 * minute);
-    const struct {
-        std::int64_t camid;
-        std::string expires, url;
-        bool isUpdate;
-    } cases[] = {
+    const std::tuple<std::int64_t, std::string, std::string, bool> cases[] = {
         {7, later, address, true}, {7, "", address, false},    {7, later, "http://127.0.0.1:2", false},
         {7, later, "", false},     {8, later, address, false}, {-1, later, address, false},
     };
-    for (const auto& c : cases) {
+    for (const auto& [camid, expires, url, isUpdate] : cases) {
         bind();
         delegate->take();
         service.clearRequests();
-        const auto token = service.makeToken(c.camid, c.expires, c.url, "fresh");
+        const auto token = service.makeToken(camid, expires, url, "fresh");
         EXPECT_EQ(setFullSource(token), 0);
         scheduler.runUntilIdle();
-        EXPECT_EQ(requestNames().front(), c.isUpdate ? "update" : "close") << c.camid << c.url;
-        if (!c.isUpdate) continue;
+        EXPECT_EQ(requestNames().front(), isUpdate ? "update" : "close") << camid << url;
+        if (!isUpdate) continue;
         EXPECT_EQ(requestNames(), (Names{"update", "setFullSharedToken"}));
         EXPECT_EQ(service.requests("update").at(0).token, "fresh");
         EXPECT_EQ(service.requests("setFullSharedToken").at(0).token, token);
@@ -134,84 +132,113 @@ TEST_F(SourceBinding, SwapsTheTokenOfTheSameCameraAndService) {
 }
 
 TEST_F(SourceBinding, FillsTheOpenPartsOfATokenFromTheDefaults) {
-    const std::string token = base64Url(R"({"token":"b","expires":"","camid":7,"api":"host"})");
-    const std::tuple<const char*, std::int32_t, const char*> cases[] = {
-        {"", 443, "https://host:443"},
-        {"http", 8080, "http://host:8080"},
-        {"", 81, "http://host:81"},
-    };
-    for (const auto& [protocol, port, baseUrl] : cases) {
+    for (const auto& [protocol, port] : {std::pair("https", 443), {"http", 8080}, {"", 81}}) {
         provider->setApiProtocol(protocol, port);
-        service.clearRequests();
-        EXPECT_EQ(provider->setSource(token), 0);
-        EXPECT_EQ(service.requests("openSync").at(0).baseUrl, baseUrl);
+        EXPECT_EQ(provider->setSource(encodeBase64Url(R"({"token":"b","expires":"","camid":7,"api":"host"})")), 0);
     }
+    EXPECT_EQ(service.requests("openSync").front().baseUrl, "https://host:443");
+    EXPECT_EQ(service.requests("openSync").back().baseUrl, "http://host:81");
 }
 
 TEST_F(SourceBinding, TellsOfACameraThatIsNotFound) {
-    const struct {
-        std::int64_t camid;
-        std::int32_t openStatus;
-        std::int32_t status;
-        const char* text;
-    } cases[] = {
+    const std::tuple<std::int64_t, std::int32_t, std::int32_t, const char*> cases[] = {
         {8, 0, 404, "There is no such camera."},
         {7, StatusTransportFailed, StatusBadCall, "The connection is not open."},
     };
-    for (const auto& c : cases) {
-        service.scriptAll("openSync", Script::failed(c.openStatus));
-        EXPECT_EQ(provider->setSource(service.makeToken(c.camid, "")), 0);
+    for (const auto& [camid, openStatus, status, text] : cases) {
+        service.scriptAll("openSync", Script::failed(openStatus));
+        EXPECT_EQ(provider->setSource(service.makeToken(camid, "")), 0);
         scheduler.runUntilIdle();
-        EXPECT_EQ(delegate->take(), Calls{"reload " + std::to_string(c.status) + " 0"});
-        EXPECT_EQ(provider->lastErrorCode(), c.status);
-        EXPECT_EQ(provider->lastErrorString(), c.text);
+        EXPECT_EQ(delegate->take(), Calls{"reload " + std::to_string(status) + " 0"});
+        EXPECT_EQ(provider->lastErrorCode(), status);
+        EXPECT_EQ(provider->lastErrorString(), text);
         EXPECT_EQ(provider->refresh(), -1);
         EXPECT_EQ(service.count("getEvents"), 0u);
     }
 }
 
-TEST_F(SourceBinding, WarnsOfATokenAboutToExpireUntilItIsSwapped) {
-    const auto period = std::chrono::milliseconds(5000);
-    provider->setSource(tokenFor(4 * minute));
-    scheduler.runUntilIdle();
-    delegate->take();
-    scheduler.advance(period);
-    EXPECT_EQ(delegate->take(), Calls{"expires 235000"});
-
-    setFullSource(tokenFor(60 * minute));
-    scheduler.advance(period * 3);
-    EXPECT_EQ(delegate->take(), Calls{}) << "swapped";
-
-    setFullSource(tokenFor(4 * minute));
-    scheduler.advance(period);
-    EXPECT_EQ(delegate->take().size(), 1u);
-    provider->close();
-    scheduler.advance(period * 3);
-    EXPECT_EQ(delegate->take(), Calls{}) << "closed";
-
-    EXPECT_EQ(provider->onSharedTokenWillExpireIn(100), 5);
-    provider->setDelegate(nullptr);
-    EXPECT_EQ(provider->onSharedTokenWillExpireIn(100), 0);
-
-    provider->setDelegate(delegate);
-    provider->setSource(tokenFor(4 * minute));
-    scheduler.runUntilIdle();
-    delegate->take();
-    provider.reset();
-    scheduler.advance(period * 3);
-    EXPECT_EQ(delegate->take(), Calls{}) << "gone";
+TEST_F(SourceBinding, WarnsOfATokenAboutToExpireUntilItIsSwappedOrClosed) {
+    // The host's own, which is none of the provider's business.
+    const auto own = service.makeConnection();
+    own->openSync("bearer", address);
+    const std::pair<const char*, std::function<void()>> ends[] = {
+        {"swapped", [&] { setFullSource(tokenFor(60 * minute, "fresh")); }},
+        {"closed", [&] { provider->close(); }},
+        {"gone", [&] { provider.reset(); }},
+    };
+    for (const auto& [what, end] : ends) {
+        provider->setSource(tokenFor(4 * minute));
+        scheduler.runUntilIdle();
+        delegate->take();
+        scheduler.advance(std::chrono::seconds(10));
+        EXPECT_EQ(delegate->take(), (Calls{"expires 235000", "expires 230000"}));
+        EXPECT_EQ(provider->onSharedTokenWillExpireIn(100), 5);
+        delegate->take();
+        end();
+        scheduler.advance(std::chrono::seconds(15));
+        EXPECT_EQ(delegate->take(), Calls{}) << what;
+    }
+    EXPECT_EQ(std::make_shared<ScrubberEventsDataProvider>(scheduler, service)->onSharedTokenWillExpireIn(100), 0);
 }
 
-TEST_F(SourceBinding, ALateCameraOfAnEarlierBindingStartsItsLoad) {
+TEST_F(SourceBinding, ALateCameraOfAnEarlierBindingIsNobodys) {
     Script late = Script::held();
     late.isUnstoppable = true;
-    service.scriptNext("getCamera", late);
-    bind();
-    provider->close();
-    service.releaseAll();
-    scheduler.runUntilIdle();
-    EXPECT_EQ(service.count("getEvents"), 1u);
-    EXPECT_EQ(delegate->take(), Calls{"reload -8 0"});
+    for (const bool bindsAnew : {false, true}) {
+        service.scriptNext("getCamera", late);
+        bind();
+        bindsAnew ? void(bind()) : provider->close();
+        service.clearRequests();
+        service.releaseAll();
+        scheduler.runUntilIdle();
+        EXPECT_EQ(requestNames(), Names{});
+        EXPECT_EQ(delegate->take(), bindsAnew ? Calls{"reload 0 0"} : Calls{});
+    }
+}
+
+// In whichever order the threads run, a refresh that has asked is not followed by the load that it has overtaken.
+TEST_F(SourceBinding, ALoadThatIsOvertakenByARefreshAsksForNothing) {
+    int overtaken = 0;
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        VirtualScheduler threads(seed);
+        ScriptedService camera(threads);
+        const auto bound = std::make_shared<ScrubberEventsDataProvider>(threads, camera);
+        std::size_t before = 0;
+        std::int32_t status = StatusBadCall;
+        EXPECT_EQ(bound->setSource(camera.makeToken()), 0);
+        threads.spawn("host", [&] {
+            before = camera.count("getEvents");
+            status = bound->refresh();
+        });
+        threads.runUntilIdle();
+        if (status != StatusSuccess || before > 0) continue;
+        ++overtaken;
+        EXPECT_EQ(camera.count("getEvents"), 1u) << seed;
+    }
+    EXPECT_GT(overtaken, 0);
+}
+
+TEST_F(SourceBinding, ASlowServiceHoldsNoCallerUpAndTheHostHearsNothingOfWhatItEnded) {
+    const auto timeline = std::make_shared<ScrubberTimelineDataProvider>(scheduler, service);
+    timeline->setDelegate(delegate);
+    const std::pair<std::string, std::shared_ptr<ScrubberSourceBinding>> cases[] = {
+        {"getCamera", provider}, {"getEvents", provider}, {"getActivity", timeline}, {"getTimelineSync", timeline}};
+    for (const auto& [slow, bound] : cases) {
+        for (const std::string by : {"close", "refresh", "setSource"}) {
+            service.scriptAll(slow, Script::held());
+            bound->setSource(service.makeToken());
+            scheduler.runUntilIdle();
+            service.scriptAll(slow, {});
+            const auto before = scheduler.monotonicNow();
+            by == "close" ? bound->close() : void(by == "refresh" ? bound->refresh() : bound->setSource(""));
+            EXPECT_EQ(scheduler.monotonicNow(), before) << slow << by;
+            const bool goesOn = by == "refresh" && slow == "getCamera";
+            EXPECT_EQ(service.held().size(), goesOn ? 1u : 0u) << slow << by;
+            scheduler.runUntilIdle();
+            const bool isFresh = by == "refresh" && slow != "getCamera";
+            EXPECT_EQ(delegate->take(), isFresh ? Calls{"reload 0 0"} : Calls{}) << slow << by;
+        }
+    }
 }
 
 TEST_F(SourceBinding, AStormOfSourcesLeavesOneBindingAndNoStrayCalls) {

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "apps/browser/Browser.h"
-#include "apps/browser/EventPump.h"
-#include "client/Status.h"
-#include "tests/apps/PlayerFixture.h"
-#include "views/timeline/ScrubberViewDelegate.h"
+#include "korvane/apps/browser/Browser.h"
+#include "korvane/apps/browser/tour/EventPump.h"
+#include "korvane/client/Status.h"
+#include "korvane/tests/apps/PlayerFixture.h"
+#include "korvane/views/timeline/ScrubberViewDelegate.h"
 
 namespace korvane::test {
 namespace {
@@ -15,19 +15,15 @@ class BrowserTest : public PlayerFixture {
 };
 
 TEST_F(BrowserTest, SaysWhatIsWrongWithAToken) {
-    struct Case {
-        QString token;
-        int status;
-    };
-    for (const Case& c : std::vector<Case>{
+    for (const auto& [text, status] : std::vector<std::pair<QString, int>>{
              {"", StatusTokenSize},
              {"s3cret*", StatusTokenEncoding},
              {"bm8ganNvbg", StatusTokenFormat},
              {"e30", StatusTokenKeys},
          }) {
-        browser.open(c.token, "Gate");
-        ASSERT_TRUE(until([this] { return browser.mood() == Browser::Mood::Fault; })) << qPrintable(c.token);
-        EXPECT_TRUE(browser.message().contains(QString::number(c.status))) << qPrintable(browser.message());
+        browser.open(text, "Gate");
+        ASSERT_TRUE(until([this] { return browser.mood() == Browser::Mood::Fault; })) << qPrintable(text);
+        EXPECT_TRUE(browser.message().contains(QString::number(status))) << qPrintable(browser.message());
         EXPECT_FALSE(browser.message().contains("s3cret"));
         EXPECT_EQ(browser.time(), "");
         EXPECT_EQ(browser.player()->state(), RecordingPlayer::State::Idle);

@@ -6,8 +6,8 @@
 #include <QSet>
 #include <chrono>
 
-#include "tests/server/TempFolder.h"
-#include "tests/server/TestClip.h"
+#include "korvane/tests/server/TempFolder.h"
+#include "korvane/tests/server/TestClip.h"
 
 namespace korvane {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "apps/browser/BrowserCommandLine.h"
-#include "tests/server/TempFolder.h"
+#include "korvane/apps/browser/BrowserCommandLine.h"
+#include "korvane/tests/server/TempFolder.h"
 
 namespace korvane {
 namespace {

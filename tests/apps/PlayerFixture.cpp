@@ -1,8 +1,8 @@
-#include "tests/apps/PlayerFixture.h"
+#include "korvane/tests/apps/PlayerFixture.h"
 
-#include "apps/browser/EventPump.h"
-#include "base/UtcTime.h"
-#include "tests/server/TestClip.h"
+#include "korvane/apps/browser/tour/EventPump.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/tests/server/TestClip.h"
 
 namespace korvane::test {
 

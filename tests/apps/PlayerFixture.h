@@ -9,12 +9,12 @@
 #include <optional>
 #include <string>
 
-#include "apps/browser/CameraLink.h"
-#include "apps/browser/FootageService.h"
-#include "apps/browser/RecordingPlayer.h"
-#include "client/http/HttpService.h"
-#include "tests/server/TempFolder.h"
-#include "toolkit/QtScheduler.h"
+#include "korvane/apps/browser/CameraLink.h"
+#include "korvane/apps/browser/FootageService.h"
+#include "korvane/apps/browser/RecordingPlayer.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/tests/server/TempFolder.h"
+#include "korvane/toolkit/QtScheduler.h"
 
 namespace korvane::test {
 

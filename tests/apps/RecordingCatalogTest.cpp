@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "apps/browser/RecordingCatalog.h"
-#include "apps/browser/RecordingsReply.h"
-#include "client/IcuHelpers.h"
-#include "toolkit/QtScheduler.h"
+#include "korvane/apps/browser/RecordingCatalog.h"
+#include "korvane/apps/browser/RecordingsReply.h"
+#include "korvane/client/IcuHelpers.h"
+#include "korvane/toolkit/QtScheduler.h"
 
 namespace korvane {
 namespace {

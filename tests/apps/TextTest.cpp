@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "apps/browser/LogRedaction.h"
-#include "apps/browser/StatusText.h"
-#include "client/Status.h"
+#include "korvane/apps/browser/LogRedaction.h"
+#include "korvane/apps/browser/StatusText.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
 namespace {

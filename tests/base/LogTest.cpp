@@ -1,7 +1,8 @@
-#include "base/Log.h"
+#include "korvane/base/Log.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,38 +12,24 @@ namespace {
 
 class LogTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        before_ = setLogSink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    void TearDown() override {
-        setLogSink(before_);
+    ~LogTest() override {
+        setLogSink(before);
         KSDK_LogLevel = 0;
     }
 
     std::vector<std::string> lines;
-
-  private:
-    LogSink before_;
+    const LogSink before = setLogSink([this](std::string_view line) { lines.emplace_back(line); });
 };
 
 TEST_F(LogTest, TracesFromTheirLevelOn) {
-    const struct {
-        int level;
-        std::vector<std::string> lines;
-    } cases[] = {
-        {-1, {}},
-        {0, {}},
-        {1, {"View: one 1"}},
-        {3, {"View: one 1", "View: three"}},
-        {7, {"View: one 1", "View: three", "View: Cell: seven 0.5"}},
-    };
-    for (const auto& c : cases) {
+    const std::vector<std::string> all = {"View: one 1", "View: three", "View: Cell: seven 0.5"};
+    for (const auto& [level, count] : std::map<int, int>{{-1, 0}, {0, 0}, {1, 1}, {2, 1}, {3, 2}, {7, 3}}) {
         lines.clear();
-        KSDK_LogLevel = c.level;
+        KSDK_LogLevel = level;
         trace(1, "View", "one ", 1);
         trace(3, "View", "three");
         trace(7, "View: Cell", "seven ", 0.5);
-        EXPECT_EQ(lines, c.lines) << "level " << c.level;
+        EXPECT_EQ(lines, std::vector(all.begin(), all.begin() + count)) << "level " << level;
     }
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "client/KorvaneService.h"
+#include "korvane/client/KorvaneService.h"
 
 namespace korvane::test {
 

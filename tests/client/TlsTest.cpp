@@ -8,10 +8,10 @@
 #include <memory>
 #include <thread>
 
-#include "base/LoopScheduler.h"
-#include "client/Status.h"
-#include "client/http/HttpService.h"
-#include "tests/client/Asking.h"
+#include "korvane/base/LoopScheduler.h"
+#include "korvane/client/Status.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/tests/client/Asking.h"
 
 namespace korvane::test {
 namespace {

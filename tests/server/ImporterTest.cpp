@@ -1,14 +1,14 @@
-#include "server/Importer.h"
+#include "korvane/server/Importer.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
 
-#include "base/UtcTime.h"
-#include "server/Storage.h"
-#include "tests/server/TempFolder.h"
-#include "tests/server/TestClip.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/server/Storage.h"
+#include "korvane/tests/server/TempFolder.h"
+#include "korvane/tests/server/TestClip.h"
 
 namespace korvane {
 namespace {
@@ -17,27 +17,18 @@ namespace fs = std::filesystem;
 
 class ImporterTest : public testing::Test {
   protected:
-    ImporterTest() { storage_ = std::move(*Storage::open(base_ / "camera.db")); }
+    ImporterTest() { storage = std::move(*Storage::open(base / "camera.db")); }
 
     ImportReport import(const ImportOptions& options = {}) {
-        auto report = importFolder(*storage_, footage_.path(), options);
+        auto report = importFolder(*storage, footage.path(), options);
         EXPECT_TRUE(report) << report.error().message;
         if (!report) return {};
-        camera_ = report->cameraId;
+        camera = report->cameraId;
         return *report;
     }
 
-    std::vector<StoredRecord> records() {
-        PageQuery query;
-        query.oldestFirst = true;
-        return storage_->records(camera_, query)->rows;
-    }
-
-    std::vector<StoredEvent> events() {
-        PageQuery query;
-        query.oldestFirst = true;
-        return storage_->events(camera_, query)->rows;
-    }
+    std::vector<StoredRecord> records() { return storage->records(camera, {{}, "", true})->rows; }
+    std::vector<StoredEvent> events() { return storage->events(camera, {{}, "", true})->rows; }
 
     static std::string reasonFor(const ImportReport& report, const std::string& file) {
         for (const ImportRejection& rejection : report.rejected)
@@ -45,23 +36,23 @@ class ImporterTest : public testing::Test {
         return {};
     }
 
-    TempFolder base_;
-    TempFolder footage_;
-    std::unique_ptr<Storage> storage_;
-    std::int64_t camera_ = 0;
+    TempFolder base;
+    TempFolder footage;
+    std::unique_ptr<Storage> storage;
+    std::int64_t camera = 0;
 };
 
 TEST_F(ImporterTest, FindsRecordingsMotionsAndNamedEvents) {
-    TestClip{12, {{2, 4}, {7, 9}}}.write(footage_ / "20261118_070500.mp4");
-    TestClip{4, {}, *parseUtc("2026-11-18T08:00:00Z")}.write(footage_ / "deep/er/still.mkv");
-    footage_.write("camera.json", R"({"name":"Porch","timezone":"Asia/Tokyo"})");
-    footage_.write("events.json", R"([{"time":"2026-11-18T07:05:03Z","name":"doorbell"},
+    TestClip{12, {{2, 4}, {7, 9}}}.write(footage / "20261118_070500.mp4");
+    TestClip{4, {}, *parseUtc("2026-11-18T08:00:00Z")}.write(footage / "deep/er/still.mkv");
+    footage.write("camera.json", R"({"name":"Porch","timezone":"Asia/Tokyo"})");
+    footage.write("events.json", R"([{"time":"2026-11-18T07:05:03Z","name":"doorbell"},
         {"time":"2026-11-19T00:00:00Z","name":"bell elsewhere"}, {"time":"soon","name":"x"}, 7, {"time":"2026-11-18T07:05:03Z"}])");
     const ImportReport report = import();
     EXPECT_EQ(report.imported.size(), 3U);
     EXPECT_NE(reasonFor(report, "events.json").find("element 4"), std::string::npos);
-    EXPECT_EQ((*storage_->camera(camera_))->name, "Porch");
-    EXPECT_EQ((*storage_->camera(camera_))->timezone, "Asia/Tokyo");
+    EXPECT_EQ((*storage->camera(camera))->name, "Porch");
+    EXPECT_EQ((*storage->camera(camera))->timezone, "Asia/Tokyo");
     const auto found = records();
     ASSERT_EQ(found.size(), 2U);
     EXPECT_EQ(formatUtc(found[0].start), "2026-11-18T07:05:00.000Z");
@@ -75,20 +66,19 @@ TEST_F(ImporterTest, FindsRecordingsMotionsAndNamedEvents) {
         EXPECT_EQ(seen[index].name, "motion");
         EXPECT_GE(seen[index].time, start + begin - 200);
         EXPECT_LE(seen[index].time, start + begin + 1000);
-        EXPECT_TRUE((*storage_->eventThumbnail(camera_, seen[index].id))->starts_with("\xff\xd8\xff"));
+        EXPECT_TRUE((*storage->eventThumbnail(camera, seen[index].id))->starts_with("\xff\xd8\xff"));
     }
     EXPECT_EQ(seen[1].name, "doorbell");
-    EXPECT_TRUE(seen[1].hasThumbnail);
-    EXPECT_FALSE(seen[3].hasThumbnail);
+    EXPECT_TRUE(seen[1].hasThumbnail && !seen[3].hasThumbnail);
 }
 
 TEST_F(ImporterTest, TheSameFolderTwiceChangesNothing) {
-    TestClip{4, {{1, 2}}}.write(footage_ / "20261118_070500.mp4");
-    footage_.write("broken.mp4", "no film");
-    footage_.write("events.json", R"([{"time":"2026-11-18T07:05:01Z","name":"doorbell"}])");
+    TestClip{4, {{1, 2}}}.write(footage / "20261118_070500.mp4");
+    footage.write("broken.mp4", "no film");
+    footage.write("events.json", R"([{"time":"2026-11-18T07:05:01Z","name":"doorbell"}])");
     const ImportReport first = import();
     const auto before = events();
-    ASSERT_TRUE(*storage_->deleteEvent(camera_, before.at(0).id));
+    ASSERT_TRUE(*storage->deleteEvent(camera, before.at(0).id));
     const ImportReport second = import();
     EXPECT_EQ(second.cameraId, first.cameraId);
     EXPECT_TRUE(second.imported.empty());
@@ -99,24 +89,24 @@ TEST_F(ImporterTest, TheSameFolderTwiceChangesNothing) {
 }
 
 TEST_F(ImporterTest, ImportsWhatItCanAndListsTheRest) {
-    TestClip{}.write(footage_ / "20261118_070500.mp4");
-    TestClip{}.write(footage_ / "20261118_070502 (overlaps, $odd\n name%).mp4");
-    TestClip{20}.write(footage_ / "20261118_080000.ts");
-    fs::resize_file(footage_ / "20261118_080000.ts", fs::file_size(footage_ / "20261118_080000.ts") / 2);
-    TestClip{}.write(footage_ / "20261118_090000.mkv");
-    std::fstream damaged(footage_ / "20261118_090000.mkv", std::ios::in | std::ios::out | std::ios::binary);
-    damaged.seekp(static_cast<std::streamoff>(fs::file_size(footage_ / "20261118_090000.mkv")) * 2 / 3);
+    TestClip{}.write(footage / "20261118_070500.mp4");
+    TestClip{}.write(footage / "20261118_070502 (overlaps, $odd\n name%).mp4");
+    TestClip{20}.write(footage / "20261118_080000.ts");
+    fs::resize_file(footage / "20261118_080000.ts", fs::file_size(footage / "20261118_080000.ts") / 2);
+    TestClip{}.write(footage / "20261118_090000.mkv");
+    std::fstream damaged(footage / "20261118_090000.mkv", std::ios::in | std::ios::out | std::ios::binary);
+    damaged.seekp(static_cast<std::streamoff>(fs::file_size(footage / "20261118_090000.mkv")) * 2 / 3);
     damaged << std::string(300, '\xaa');
     damaged.close();
-    TestClip{}.write(footage_ / "cut.mov");
-    fs::resize_file(footage_ / "cut.mov", 40);
-    footage_.write("empty.mp4", "");
-    footage_.write("text.avi", "This is a letter, not a film.");
-    footage_.write("list.mp4", "#EXTM3U\n#EXTINF:10,\nfile:///etc/passwd\n#EXT-X-ENDLIST\n");
-    footage_.write("notes.txt", "hello");
-    footage_.write(".hidden.mp4", "x");
-    footage_.write("events.json", "{\"no\":\"array\"}");
-    footage_.write("camera.json", "[");
+    TestClip{}.write(footage / "cut.mov");
+    fs::resize_file(footage / "cut.mov", 40);
+    footage.write("empty.mp4", "");
+    footage.write("text.avi", "This is a letter, not a film.");
+    footage.write("list.mp4", "#EXTM3U\n#EXTINF:10,\nfile:///etc/passwd\n#EXT-X-ENDLIST\n");
+    footage.write("notes.txt", "hello");
+    footage.write(".hidden.mp4", "x");
+    footage.write("events.json", "{\"no\":\"array\"}");
+    footage.write("camera.json", "[");
     const ImportReport report = import();
     EXPECT_EQ(report.imported.size(), 4U);
     for (const char* name : {"cut.mov", "empty.mp4", "text.avi", "list.mp4", "notes.txt", "events.json", "camera.json"})
@@ -129,14 +119,13 @@ TEST_F(ImporterTest, ImportsWhatItCanAndListsTheRest) {
 }
 
 TEST_F(ImporterTest, GoesOnWhereItWasBrokenOff) {
-    for (int i = 0; i < 4; ++i) TestClip{2}.write(footage_ / ("20261118_07000" + std::to_string(i) + ".mp4"));
+    for (int i = 0; i < 4; ++i) TestClip{2}.write(footage / ("20261118_07000" + std::to_string(i) + ".mp4"));
     std::atomic<bool> cancel = false;
     ImportOptions options;
     options.cancel = &cancel;
     options.onProgress = [&cancel](const ImportProgress& progress) { cancel = progress.filesDone == 2; };
     const ImportReport first = import(options);
-    EXPECT_TRUE(first.cancelled);
-    EXPECT_EQ(first.imported.size(), 2U);
+    EXPECT_TRUE(first.cancelled && first.imported.size() == 2);
     EXPECT_EQ(records().size(), 2U);
     const ImportReport second = import();
     EXPECT_FALSE(second.cancelled);
@@ -146,11 +135,11 @@ TEST_F(ImporterTest, GoesOnWhereItWasBrokenOff) {
 }
 
 TEST_F(ImporterTest, FollowsFilesThatChangeAndGo) {
-    TestClip{2}.write(footage_ / "20261118_070000.mp4");
-    TestClip{2}.write(footage_ / "20261118_080000.mp4");
+    TestClip{2}.write(footage / "20261118_070000.mp4");
+    TestClip{2}.write(footage / "20261118_080000.mp4");
     import();
-    TestClip{3}.write(footage_ / "20261118_070000.mp4");
-    fs::remove(footage_ / "20261118_080000.mp4");
+    TestClip{3}.write(footage / "20261118_070000.mp4");
+    fs::remove(footage / "20261118_080000.mp4");
     const ImportReport report = import();
     EXPECT_EQ(report.removed, 1U);
     ASSERT_EQ(records().size(), 1U);
@@ -158,24 +147,24 @@ TEST_F(ImporterTest, FollowsFilesThatChangeAndGo) {
 }
 
 TEST_F(ImporterTest, AFileWithoutAnyTimeEndsWhenItWasWritten) {
-    TestClip{4}.write(footage_ / "film.mp4");
+    TestClip{4}.write(footage / "film.mp4");
     const auto when =
         fs::file_time_type::clock::from_sys(std::chrono::sys_seconds(std::chrono::seconds(1'780'000'000)));
-    fs::last_write_time(footage_ / "film.mp4", when);
+    fs::last_write_time(footage / "film.mp4", when);
     import();
     EXPECT_EQ(records().at(0).end, 1'780'000'000'000);
 }
 
 TEST_F(ImporterTest, RefusesFoldersWithNothingToImport) {
-    EXPECT_FALSE(importFolder(*storage_, footage_ / "missing", {}));
-    EXPECT_FALSE(importFolder(*storage_, footage_.path(), {}));
-    footage_.write("letter.txt", "x");
-    EXPECT_FALSE(importFolder(*storage_, footage_.path(), {}));
-    TestClip{2}.write(footage_ / "film.mp4");
+    EXPECT_FALSE(importFolder(*storage, footage / "missing", {}));
+    EXPECT_FALSE(importFolder(*storage, footage.path(), {}));
+    footage.write("letter.txt", "x");
+    EXPECT_FALSE(importFolder(*storage, footage.path(), {}));
+    TestClip{2}.write(footage / "film.mp4");
     ImportOptions options;
     options.timezone = "Nowhere/At_All";
-    EXPECT_FALSE(importFolder(*storage_, footage_.path(), options));
-    EXPECT_FALSE(importFolder(*storage_, footage_ / "film.mp4", {}));
+    EXPECT_FALSE(importFolder(*storage, footage.path(), options));
+    EXPECT_FALSE(importFolder(*storage, footage / "film.mp4", {}));
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include "tests/server/TestClip.h"
+#include "korvane/tests/server/TestClip.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
 
-#include "server/VideoWriter.h"
+#include "korvane/server/VideoWriter.h"
 
 namespace korvane {
 
@@ -13,17 +13,17 @@ void TestClip::write(const std::filesystem::path& file) const {
     VideoFormat format;
     format.width = width;
     format.height = height;
-    format.framesPerSecond = kFramesPerSecond;
-    format.keyFrameEvery = 2 * kFramesPerSecond;
+    format.framesPerSecond = framesPerSecond;
+    format.keyFrameEvery = 2 * framesPerSecond;
     format.created = created;
     auto writer = VideoWriter::create(file, format);
     ASSERT_TRUE(writer) << writer.error().message;
-    for (int frame = 0; frame < seconds * kFramesPerSecond; ++frame) {
+    for (int frame = 0; frame < seconds * framesPerSecond; ++frame) {
         std::vector<std::uint8_t> rgb(static_cast<std::size_t>(width * height * 3));
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width * 3; ++x)
                 rgb[static_cast<std::size_t>(y * width * 3 + x)] = static_cast<std::uint8_t>(60 + y * 80 / height);
-        const double now = static_cast<double>(frame) / kFramesPerSecond;
+        const double now = static_cast<double>(frame) / framesPerSecond;
         for (const auto& [from, to] : movements) {
             if (now < from || now >= to) continue;
             const int left = static_cast<int>((now - from) / (to - from) * (width - 40));

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
@@ -18,7 +18,7 @@ struct TestClip {
     int width = 320;
     int height = 180;
 
-    static constexpr int kFramesPerSecond = 10;
+    static constexpr int framesPerSecond = 10;
 
     /// Fails the running test when the film cannot be written.
     void write(const std::filesystem::path& file) const;

@@ -1,4 +1,4 @@
-#include "toolkit/Animator.h"
+#include "korvane/toolkit/AnimatedValue.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/qt/VirtualUi.h"
-#include "toolkit/LayoutConstraint.h"
+#include "korvane/tests/support/qt/VirtualUi.h"
+#include "korvane/toolkit/LayoutConstraint.h"
 
 namespace korvane {
 namespace {
@@ -116,23 +116,6 @@ TEST_F(AnimatorTest, EveryCompletionRunsOnceWhateverDies) {
     ease("by a frame", 1.0, [&] { value->setValue(3); });
     ui.advance(2000ms);
     EXPECT_EQ(log, (Log{"value-", "in its body-", "by a frame-"}));
-}
-
-TEST_F(AnimatorTest, ScopesNestEachWithItsOwnDuration) {
-    AnimatedValue outer(0);
-    AnimatedValue inner(0);
-    AnimatedValue direct(0);
-    keyframes("outer", 1.0, [&] {
-        keyframes("inner", 0.2, [&] { inner.setValue(10); });
-        animateKeyframes(0, [&] { direct.setValue(10); });
-        outer.setValue(10);
-    });
-    EXPECT_EQ(direct.seen(), 10);
-    ui.advance(240ms);
-    EXPECT_EQ(inner.seen(), 10);
-    EXPECT_LT(outer.seen(), 4);
-    ui.advance(800ms);
-    EXPECT_EQ(log, (Log{"inner+", "outer+"}));
 }
 
 TEST_F(AnimatorTest, TransactionReportsWhenAllHaveEnded) {

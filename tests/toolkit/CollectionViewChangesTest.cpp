@@ -1,10 +1,11 @@
 #include <QQuickItem>
 #include <limits>
+#include <random>
 #include <utility>
 #include <vector>
 
-#include "tests/toolkit/StripFixture.h"
-#include "toolkit/Coordinates.h"
+#include "korvane/tests/toolkit/StripFixture.h"
+#include "korvane/toolkit/Coordinates.h"
 
 namespace korvane {
 namespace {
@@ -19,8 +20,10 @@ TEST_F(CollectionViewChanges, CellsAreBoundedAndNoneIsMadeAfterWarmUp) {
     for (int i = 0; i < 40; ++i) start(x() + 29);
     const int warm = made;
     EXPECT_LE(warm, 10);
+    filled = 0;
     for (int i = 0; i < 400; ++i) start(134'007.0 * i);
     EXPECT_EQ(made, warm);
+    EXPECT_LE(filled, 400 * warm) << "items off the screen were asked for";
     strip->scrollToItemAtIndexPath(999'998, CollectionViewScrollPosition::Right, false);
     ui.settle();
     auto* cell = strip->cellForItemAtIndexPath(999'998);
@@ -43,28 +46,41 @@ TEST_F(CollectionViewChanges, FarAnimationHasCellsAtBothEndsOnly) {
     EXPECT_EQ(scrolls, 1) << "the value set changed once";
 }
 
+TEST_F(CollectionViewChanges, CellsThatTouchShowNoSeam) {
+    spacing = 0;
+    std::mt19937 random(3);
+    for (const double width : {134.35, 100.5, 33.3333, 250.05}) {
+        cellWidth = width;
+        delete strip;
+        makeStrip(1000);
+        strip->setX(width / 7);
+        for (int i = 0; i < 20; ++i) {
+            const double left = std::uniform_real_distribution<double>(-50, width * 980)(random);
+            animate(i % 2 * 0.3, [&] { strip->setContentOffset({left, 0}); });
+            ui.advance(48ms);
+            expectCellsInPlace();
+        }
+    }
+}
+
 TEST_F(CollectionViewChanges, ScrollPositionsStayWithinTheBounds) {
-    struct Case {
-        IndexPath item;
-        CollectionViewScrollPosition position;
-        double x;
-    };
+    using enum CollectionViewScrollPosition;
     const auto frame = *strip->layoutAttributesForItemAtIndexPath(500);
     const double end = strip->contentSize().width - 800;
-    const std::vector<Case> cases = {
-        {500, CollectionViewScrollPosition::Left, frame.x},
-        {500, CollectionViewScrollPosition::Right, frame.right() - 800},
-        {500, CollectionViewScrollPosition::CenteredHorizontally, frame.center().x - 400},
-        {0, CollectionViewScrollPosition::Right, 0},
-        {999, CollectionViewScrollPosition::Left, end},
-        {1000, CollectionViewScrollPosition::Left, 77},
-        {-1, CollectionViewScrollPosition::Left, 77},
-        {std::nullopt, CollectionViewScrollPosition::Left, 77},
+    const std::tuple<IndexPath, CollectionViewScrollPosition, double> cases[] = {
+        {500, Left, frame.x},
+        {500, Right, frame.right() - 800},
+        {500, CenteredHorizontally, frame.center().x - 400},
+        {0, Right, 0},
+        {999, Left, end},
+        {1000, Left, 77},
+        {-1, Left, 77},
+        {std::nullopt, Left, 77},
     };
-    for (const auto& c : cases) {
+    for (const auto& [item, position, expected] : cases) {
         strip->setContentOffset({77, 0});
-        strip->scrollToItemAtIndexPath(c.item, c.position, false);
-        EXPECT_DOUBLE_EQ(x(), c.x) << c.item.value_or(-99);
+        strip->scrollToItemAtIndexPath(item, position, false);
+        EXPECT_DOUBLE_EQ(x(), expected) << item.value_or(-99);
     }
 }
 
@@ -110,40 +126,56 @@ TEST_F(CollectionViewChanges, DeletionMovesCellsUpBeforeTheCompletion) {
     EXPECT_TRUE(isDone);
 }
 
+TEST_F(CollectionViewChanges, ReconfiguredCellsAreFilledInPlace) {
+    start(300);
+    const auto visible = strip->indexPathsForVisibleItems();
+    std::vector<CollectionViewCell*> before;
+    for (const auto item : visible) before.push_back(strip->cellForItemAtIndexPath(item));
+    base = 5000;
+    filled = 0;
+    strip->reconfigureItemsAtIndexPaths({-1, 900, 5000});
+    strip->reconfigureItemsAtIndexPaths(visible);
+    expectCellsInPlace();
+    for (std::size_t i = 0; i < visible.size(); ++i) {
+        EXPECT_EQ(strip->cellForItemAtIndexPath(visible[i]), before[i]);
+    }
+    EXPECT_EQ(filled, 0) << "nothing was recycled";
+
+    strip->reloadData();
+    onFill = [] { FAIL() << "of a list that is gone"; };
+    strip->reconfigureItemsAtIndexPaths(visible);
+    onFill = nullptr;
+    ui.settle();
+    onFill = [this] { delete std::exchange(strip, nullptr); };
+    strip->reconfigureItemsAtIndexPaths(visible);
+    EXPECT_FALSE(strip);
+}
+
 TEST_F(CollectionViewChanges, UntrueOrOddBatchesEndConsistent) {
-    struct Case {
-        const char* name;
-        std::vector<std::int64_t> deleted;
-        std::int64_t countAfter;
-    };
-    for (const auto& c : std::vector<Case>{{"nothing changed", {4}, 1000},
-                                           {"more changed", {4, 5}, 400},
-                                           {"twice the same", {4, 4, 4}, 999},
-                                           {"not there", {-1, 5000}, 1000},
-                                           {"all", {0, 1, 2}, 0}}) {
+    // As many as are deleted, fewer or more are gone afterwards.
+    const std::pair<std::vector<std::int64_t>, std::int64_t> cases[] = {
+        {{4}, 1000}, {{4, 5}, 400}, {{4, 4, 4}, 999}, {{-1, 5000}, 1000}, {{0, 1, 2}, 0}};
+    for (const auto& [deleted, countAfter] : cases) {
         count = 1000;
         base = 0;
         strip->reloadData();
         start(300);
         int completions = 0;
-        base = c.name == std::string("twice the same") ? 0 : 7000;
+        base = countAfter == 999 ? 0 : 7000;
         strip->performBatchUpdates(
-            [&] {
-                count = c.countAfter;
-                strip->deleteItemsAtIndexPaths(c.deleted);
+            [&, &gone = deleted, left = countAfter] {
+                count = left;
+                strip->deleteItemsAtIndexPaths(gone);
                 if (base) strip->reloadItemsAtIndexPaths(strip->indexPathsForVisibleItems());
             },
             [&](bool) { ++completions; });
         ui.settle();
-        EXPECT_EQ(completions, 1) << c.name;
-        EXPECT_EQ(strip->numberOfItems(), c.countAfter) << c.name;
+        EXPECT_EQ(completions, 1) << countAfter;
+        EXPECT_EQ(strip->numberOfItems(), countAfter);
         if (base) expectCellsInPlace();
     }
     strip->performBatchUpdates({}, {});
     strip->performBatchUpdates([] { throw 1; }, {});
-}
-
-TEST_F(CollectionViewChanges, BatchCompletionOutlivesTheView) {
     bool isDone = false;
     strip->performBatchUpdates([this] { delete std::exchange(strip, nullptr); }, [&](bool) { isDone = true; });
     ui.settle();

@@ -1,4 +1,4 @@
-#include "toolkit/InterfaceLoader.h"
+#include "korvane/toolkit/InterfaceLoader.h"
 
 #include <gtest/gtest.h>
 
@@ -8,13 +8,20 @@
 #include <string>
 #include <vector>
 
-#include "base/Log.h"
-#include "tests/toolkit/StripFixture.h"
-#include "toolkit/ImageView.h"
-#include "toolkit/LayoutConstraint.h"
+#include "korvane/base/Log.h"
+#include "korvane/tests/toolkit/StripFixture.h"
+#include "korvane/toolkit/ImageView.h"
+#include "korvane/toolkit/LayoutConstraint.h"
 
 namespace korvane {
 namespace {
+
+struct TwoPlainCells : CollectionViewDataSource {
+    std::int64_t collectionViewNumberOfItemsInSection(CollectionView&, std::int64_t) override { return 2; }
+    CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath item) override {
+        return view.dequeueReusableCell(QStringLiteral("cell"), item);
+    }
+};
 
 class InterfaceLoaderTest : public testing::Test {
   protected:
@@ -78,30 +85,44 @@ TEST_F(InterfaceLoaderTest, BadFilesGiveErrorsAndNoObject) {
 }
 
 TEST_F(InterfaceLoaderTest, CellsComeFromTheirLayoutOrPlain) {
-    struct Source : CollectionViewDataSource {
-        std::int64_t collectionViewNumberOfItemsInSection(CollectionView&, std::int64_t) override { return 2; }
-        CollectionViewCell* collectionViewCellForItemAtIndexPath(CollectionView& view, IndexPath item) override {
-            return view.dequeueReusableCell(QStringLiteral("cell"), item);
-        }
-    } source;
-    struct Case {
-        QUrl url;
-        QString title;
+    TwoPlainCells source;
+    const std::pair<const char*, QString> cases[] = {
+        {"import Korvane.Toolkit\nCollectionViewCell { property string title: 'hello' }", "hello"},
+        {"import QtQuick\nItem { property string title: 'hello' }", ""},
+        {"}", ""},
     };
-    const std::vector<Case> cases = {
-        {write("cell.qml", "import Korvane.Toolkit\nCollectionViewCell { property string title: 'hello' }"), "hello"},
-        {write("nocell.qml", "import QtQuick\nItem { property string title: 'hello' }"), ""},
-        {write("bad.qml", "}"), ""},
-    };
-    for (const auto& c : cases) {
+    for (const auto& [text, title] : cases) {
         CollectionView strip(ui.root());
-        strip.registerNib(c.url, QStringLiteral("cell"));
+        strip.registerNib(write(title + "cell.qml", text), QStringLiteral("cell"));
         strip.setSize({300, 50});
         strip.setDataSource(&source);
         ui.settle();
         ASSERT_TRUE(strip.cellForItemAtIndexPath(0));
-        EXPECT_EQ(strip.cellForItemAtIndexPath(0)->property("title").toString(), c.title);
+        EXPECT_EQ(strip.cellForItemAtIndexPath(0)->property("title").toString(), title);
     }
+}
+
+TEST_F(InterfaceLoaderTest, ContextReachesAllThatIsMadeAndTheirCells) {
+    const auto scheduler = std::make_shared<VirtualScheduler>();
+    const auto own = ToolkitContext::makeWith(scheduler);
+    auto loaded = InterfaceLoader::load(
+        write("strip.qml", "import Korvane.Toolkit\nCollectionView { width: 300; height: 50 }"), nullptr, own);
+    EXPECT_EQ(ToolkitContext::current(), ToolkitContext::shared());
+    auto* strip = qobject_cast<CollectionView*>(loaded.root.get());
+    ASSERT_TRUE(strip);
+    std::shared_ptr<ToolkitContext> ofCells;
+    strip->registerFactory(
+        [&] {
+            ofCells = ToolkitContext::current();
+            return std::make_unique<NumberCell>();
+        },
+        QStringLiteral("cell"));
+    TwoPlainCells source;
+    strip->setDataSource(&source);
+    ui.settle();
+    EXPECT_FALSE(ofCells) << "laid out by its own scheduler";
+    scheduler->runUntilIdle();
+    EXPECT_EQ(ofCells, own);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "toolkit/QtScheduler.h"
+#include "korvane/toolkit/QtScheduler.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,9 @@
-#include "views/timeline/Presentation/CellScale.h"
+#include "korvane/views/timeline/Presentation/CellScale.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 namespace korvane {
 namespace {
@@ -11,12 +12,7 @@ constexpr TimeMs earliest = std::numeric_limits<TimeMs>::min();
 constexpr TimeMs latest = std::numeric_limits<TimeMs>::max();
 
 TEST(CellScaleTest, PositionIsAWholeSecondOrTheStart) {
-    struct Case {
-        CellScale scale;
-        double offset;
-        TimeMs position;
-    };
-    const Case cases[] = {
+    const std::tuple<CellScale, double, TimeMs> cases[] = {
         {{1000500, 1060500, 120}, 60, 1030000},
         {{1000500, 1060500, 120}, 0, 1000500},  // 1000000 lies before the start
         {{1000500, 1060500, 120}, 120, 1060000},
@@ -30,16 +26,11 @@ TEST(CellScaleTest, PositionIsAWholeSecondOrTheStart) {
         {{1000999, 1061998, 120}, 119.9, 1059000},  // 60.9 s and 1000.9 s lose their parts before the sum
         {{earliest, latest, 100}, 1e300, earliest},
     };
-    for (const Case& c : cases) EXPECT_EQ(c.scale.positionAt(c.offset), c.position) << c.offset;
+    for (const auto& [scale, offset, position] : cases) EXPECT_EQ(scale.positionAt(offset), position) << offset;
 }
 
 TEST(CellScaleTest, OffsetIsAMultipleOfAHalf) {
-    struct Case {
-        CellScale scale;
-        TimeMs position;
-        double offset;
-    };
-    const Case cases[] = {
+    const std::tuple<CellScale, TimeMs, double> cases[] = {
         {{60000, 120000, 134}, 60000, 0},
         {{60000, 120000, 134}, 120000, 134},
         {{60000, 120000, 134}, 70000, 22.5},
@@ -54,7 +45,7 @@ TEST(CellScaleTest, OffsetIsAMultipleOfAHalf) {
         {{latest - 1, latest, 100}, latest, 100},
         {{120000, 60000, 134}, 105000, 33.5},
     };
-    for (const Case& c : cases) EXPECT_DOUBLE_EQ(c.scale.offsetOf(c.position), c.offset) << c.position;
+    for (const auto& [scale, position, offset] : cases) EXPECT_DOUBLE_EQ(scale.offsetOf(position), offset) << position;
 }
 
 }  // namespace

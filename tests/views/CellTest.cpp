@@ -3,13 +3,13 @@
 #include <QTemporaryDir>
 #include <thread>
 
-#include "tests/support/qt/VirtualUi.h"
-#include "tests/views/FakeOwner.h"
-#include "toolkit/ImageCache.h"
-#include "toolkit/InterfaceLoader.h"
-#include "views/timeline/Presentation/Outlets.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
-#include "views/timeline/TimelineTypes.h"
+#include "korvane/tests/support/qt/VirtualUi.h"
+#include "korvane/tests/views/FakeOwner.h"
+#include "korvane/toolkit/ImageCache.h"
+#include "korvane/toolkit/InterfaceLoader.h"
+#include "korvane/views/timeline/Presentation/ItemLooks.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "korvane/views/timeline/TimelineTypes.h"
 
 namespace korvane {
 namespace {
@@ -67,6 +67,7 @@ class CellTest : public ::testing::Test {
 
     /// Loaders have threads of their own, so what they bring is waited for by turns and not by time.
     bool comes(const std::function<bool()>& condition) {
+        ui_.advance(std::chrono::milliseconds(100));  // so long a cell is in view before its picture is asked for
         for (int turn = 0; turn < 2'000'000 && !condition(); ++turn) {
             ui_.scheduler().runUntilIdle();
             std::this_thread::yield();
@@ -181,6 +182,7 @@ TEST_F(CellTest, ALateFrameStaysOffACellThatShowsAnotherEntry) {
     cell_->setEvent(second);  // without an update: the tag is still the first one's
 
     const auto witness = makeCell();
+    witness->setSize({134, 120});
     const auto third = item(5);
     third->setVideoUrl(first->videoUrl());
     for (int round = 0; round < 3; ++round) {
@@ -189,7 +191,37 @@ TEST_F(CellTest, ALateFrameStaysOffACellThatShowsAnotherEntry) {
         ASSERT_TRUE(comes([this] { return !cache().imageFromMemoryCacheForKey("7_5").isNull(); }));
     }
     EXPECT_TRUE(preview().image().isNull());
+}
+
+TEST_F(CellTest, PicturesOfWhatIsSeenAreLoadedInTheSizeThatIsSeen) {
+    const auto passing = item(3);
+    passing->setImageUrl(picture("passing.png", Qt::blue));
+    fill(passing);
+    ui_.advance(std::chrono::milliseconds(90));
+    const auto seen = item(4);
+    seen->setImageUrl(picture("seen.png", Qt::red));
+    fill(seen);
+    ui_.advance(std::chrono::milliseconds(100));
+    cell_->prepareForReuse();  // its load has begun
+    ASSERT_TRUE(comes([this] { return !cache().imageFromMemoryCacheForKey("7_4").isNull(); }));
+    EXPECT_TRUE(preview().image().isNull());
     EXPECT_TRUE(cache().imageFromMemoryCacheForKey("7_3").isNull());
+
+    const auto width = [this] { return preview().image().width(); };
+    cell_->setSize({20, 20});
+    cache().clearMemory();
+    fill(seen);
+    ASSERT_TRUE(comes([&] { return width() == 20; }));
+    cell_->setSize({40, 40});
+    ASSERT_TRUE(comes([&] { return width() == 40; })) << "a picture of a smaller size was left";
+    cell_->setSize({20, 20});
+    fill(seen);
+    cell_->setSize({134, 120});
+    ASSERT_TRUE(comes([&] { return width() == 64; }));
+
+    owner_.config.setDataSourceType(ScrubberDataSourceTypeRecords);
+    fill(item(4));
+    EXPECT_TRUE(preview().image().isNull()) << "an event's picture for a recording of the same number";
 }
 
 TEST_F(CellTest, SeeksWithinTheRangeThatTheHostPlays) {

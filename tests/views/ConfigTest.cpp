@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "views/timeline/ScrubberCommon/ScrubberConfig.h"
+#include "korvane/views/timeline/ScrubberConfig.h"
 
 namespace korvane {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "client/Status.h"
-#include "tests/views/StripFixture.h"
+#include "korvane/client/Status.h"
+#include "korvane/tests/views/StripFixture.h"
 
 namespace korvane::test {
 namespace {

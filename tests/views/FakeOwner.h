@@ -1,49 +1,23 @@
 #pragma once
 
-#include <atomic>
-#include <memory>
-#include <vector>
-
-#include "views/timeline/Presentation/ScrubberCellOwner.h"
+#include "korvane/tests/views/FakePlaybackHost.h"
+#include "korvane/views/timeline/Presentation/ScrubberCellOwner.h"
 
 namespace korvane::test {
 
-/// A view of one cell, whose player does what the test sets. What playback asks for may be set from any thread.
-class FakeOwner final : public ScrubberCellOwner {
+/// A view of one cell, with a player.
+class FakeOwner final : public ScrubberCellOwner, public FakePlaybackHost {
   public:
-    using Event = std::shared_ptr<ScrubberEvent>;
-
     ScrubberConfig& getConfig() override { return config; }
+    PlaybackHost& playbackHost() override { return *this; }
     QString formatTime(TimeMs time, const QString& format, const QString& zone) const override {
         return QStringLiteral("%1 %2 %3").arg(time).arg(format, zone);
     }
     Point getBaseOffset() const override { return {scrolled, 0}; }
     void scrollOnDeltaX(IndexPath /*index*/, double delta) override { scrolled += delta; }
-    bool isScrolling() const override { return scrolls; }
-    std::int32_t OnScrubberEventPlayStarted(const Event& /*event*/) override { return ++started; }
-    std::int32_t OnScrubberEventPlayFinished(const Event& /*event*/) override { return ++finished; }
-    void OnScrubberGetRangeForPlayingEvent(const Event& /*event*/, TimeMs* start, TimeMs* end) override {
-        *start = rangeStart;
-        *end = rangeEnd;
-    }
-    void OnScrubberSetCurrentPositionForPlayingEvent(const Event& /*event*/, TimeMs newPosition) override {
-        sought.push_back(newPosition);
-    }
-    TimeMs OnScrubberGetCurrentPositionForPlayingEvent(const Event& /*event*/) override {
-        ++polls;
-        return position;
-    }
 
     ScrubberConfig config;
     double scrolled = 0;
-    std::vector<TimeMs> sought;
-    std::atomic<TimeMs> rangeStart = 0;
-    std::atomic<TimeMs> rangeEnd = 0;
-    std::atomic<TimeMs> position = 0;
-    std::atomic<bool> scrolls = false;
-    std::atomic<int> polls = 0;
-    std::atomic<int> started = 0;
-    std::atomic<int> finished = 0;
 };
 
 }  // namespace korvane::test

@@ -7,8 +7,7 @@
 #include <filesystem>
 #include <limits>
 
-#include "tests/views/StripFixture.h"
-#include "toolkit/ImageCache.h"
+#include "korvane/tests/views/StripFixture.h"
 
 // Sanitizers have a heap of their own, which keeps what was freed for a while.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -100,59 +99,6 @@ TEST_F(LifeCyclesTest, AThousandLeaveNothingBehind) {
     EXPECT_LE(openFiles(), files + 4) << "a load or two may be under way";
     if (KORVANE_COUNTS_MEMORY) {
         EXPECT_LT(bytesInUse() - bytes, 800 * 2'000) << "more than 2000 bytes a cycle";
-    }
-}
-
-TEST_F(LifeCyclesTest, TenThousandCellsAreAFew) {
-    constexpr std::int64_t entries = 10'002;
-    const auto source = show(entries);
-    auto& cache = *ToolkitContext::shared()->imageCache;
-    for (double x = 0; x < strip().contentSize().width; x += 700) {
-        strip().setContentOffset({x, 0});
-        settle();
-        QImage preview(268, 188, QImage::Format_RGB32);
-        preview.fill(Qt::gray);
-        cache.storeImageToMemory(preview, "0_" + QString::number(underMark()));
-    }
-    EXPECT_EQ(std::ssize(source->made), entries) << "all were shown";
-    EXPECT_LE(strip().findChildren<ScrubberCell*>().size(), 12);
-    EXPECT_GT(cache.memoryCost(), 90'000'000);
-    EXPECT_LE(cache.memoryCost(), 104'857'600);
-}
-
-TEST_F(LifeCyclesTest, AViewMayDieAfterEachStep) {
-    const Step steps[] = {
-        [this] { service_.scriptNext("getEvents", Script::late(20ms)); },
-        [this] { bind(); },
-        [this] { settle(); },
-        [this] { ui_.advance(10ms); },
-        [this] { ui_.advance(50ms); },
-        [this] {
-            ui_.press({400, 60});
-        },
-        [this] {
-            ui_.move({600, 60});
-        },
-        [this] {
-            ui_.release({600, 60});
-        },
-        [this] { ui_.advance(3s); },
-        [this] { view_->toEvent(view_->getEvent(200)); },
-        [this] { ui_.advance(50ms); },
-        [this] { view_->toNextEvent(); },
-        [this] { ui_.advance(200ms); },
-        [this] { view_->toClosestEvent(view_->getEvent(1)); },
-        [this] { view_->deleteEvent(view_->getEvent(240), {}); },
-        [this] { settle(); },
-        [this] { view_->refresh(); },
-        [this] { view_->clean(); },
-    };
-    for (std::size_t count = 0; count <= std::size(steps); ++count) {
-        for (std::size_t step = 0; step < count; ++step) steps[step]();
-        view_.reset();
-        if (count >= 6 && count < 8) ui_.release({600, 60});
-        expectNothingLeft("after " + std::to_string(count) + " steps");
-        makeView();
     }
 }
 

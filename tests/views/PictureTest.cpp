@@ -1,5 +1,5 @@
-#include "tests/views/StripFixture.h"
-#include "toolkit/ImageCache.h"
+#include "korvane/tests/views/StripFixture.h"
+#include "korvane/toolkit/ImageCache.h"
 
 namespace korvane::test {
 namespace {
@@ -35,7 +35,7 @@ TEST_F(PictureTest, LiveEndHeadAndPlayingCell) {
     const auto event = view_->getEvent(8);
     view_->toEvent(event, false);
     ui_.advance(50ms);
-    cell(8)->startProgress(view_.get());
+    cell(8)->startProgress(owner());
     double base = 0;
     double previous = 0;
     cell(8)->advanceProgressTo(event->start() + 20'000, event->start(), event->end(), base, previous);

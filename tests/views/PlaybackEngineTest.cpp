@@ -1,19 +1,12 @@
-#include "views/timeline/Presentation/PlaybackEngine.h"
+#include "korvane/views/timeline/Presentation/PlaybackEngine.h"
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <limits>
-#include <thread>
 #include <vector>
 
-#include "base/VirtualScheduler.h"
-#include "tests/views/FakeOwner.h"
-#include "toolkit/InterfaceLoader.h"
-#include "toolkit/QtScheduler.h"
-#include "toolkit/ToolkitContext.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
-#include "views/timeline/TimelineTypes.h"
+#include "korvane/base/VirtualScheduler.h"
+#include "korvane/tests/views/FakePlaybackHost.h"
 
 namespace korvane::test {
 namespace {
@@ -70,7 +63,7 @@ TEST(PlaybackTickTest, DecidesByPositionAndEnd) {
 
 TEST(PlaybackEngineTest, ARunOfTheTreeHoldsWhileTheStripMovesAndRestsAtTheEnd) {
     const auto scheduler = std::make_shared<VirtualScheduler>();
-    FakeOwner owner;
+    FakePlaybackHost owner;
     owner.rangeEnd = 60'000;
     owner.scrolls = true;
     const auto event = ScrubberEvent::build(1, 30'000);
@@ -95,49 +88,6 @@ TEST(PlaybackEngineTest, ARunOfTheTreeHoldsWhileTheStripMovesAndRestsAtTheEnd) {
     engine.start(nullptr, event);
     scheduler->advance(5s);
     EXPECT_EQ(advances.size(), 1U) << "nobody to ask is the end of an empty range";
-}
-
-/// Real threads, for the race detector: a player that moves all the time, and runs that begin and end at any moment.
-TEST(PlaybackEngineTest, RunsBeginAndEndWhileThePlayerMoves) {
-    const auto before = ToolkitContext::shared();
-    ToolkitContext::setShared(ToolkitContext::makeWith(std::make_shared<QtScheduler>()));
-    registerTimelineTypes();
-    {
-        auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
-        const std::unique_ptr<ScrubberCell> cell(qobject_cast<ScrubberCell*>(layout.root.release()));
-        ASSERT_TRUE(cell);
-        cell->awakeFromNib();
-        cell->setSize({134, 120});
-        FakeOwner owner;
-        owner.rangeEnd = 50'000;
-        const auto event = ScrubberEvent::build(1, 30'000);
-        std::atomic<bool> plays = true;
-        std::thread player([&] {
-            for (TimeMs position = 1; plays; position = position % 60'000 + 7) {
-                owner.position = position;
-                std::this_thread::yield();
-            }
-        });
-        cell->setEvent(event);
-        for (int turn = 0; turn < 100; ++turn) {
-            cell->startProgress(&owner);
-            const int until = owner.polls + turn % 4;
-            while (owner.polls < until) {
-                cell->actionEnded();
-                QCoreApplication::processEvents();
-            }
-            cell->setOwner(&owner);
-            cell->setPositionByOffset(turn % 134);
-            if (turn % 2 == 0) cell->stopProgress();
-        }
-        cell->clean();
-        plays = false;
-        player.join();
-        EXPECT_GE(owner.started, 50);
-        EXPECT_NE(owner.scrolled, 0);
-    }
-    QCoreApplication::processEvents();
-    ToolkitContext::setShared(before);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 // A cell of the strip that follows its host's player, on virtual time.
 #include <gmock/gmock.h>
 
-#include "base/Log.h"
-#include "tests/views/StripFixture.h"
-#include "toolkit/LayoutConstraint.h"
-#include "views/timeline/Presentation/CellScale.h"
+#include "korvane/base/Log.h"
+#include "korvane/tests/views/StripFixture.h"
+#include "korvane/toolkit/LayoutConstraint.h"
+#include "korvane/views/timeline/Presentation/CellScale.h"
 
 namespace korvane::test {
 namespace {
@@ -50,7 +50,7 @@ class PlaybackTest : public StripTest {
     void play() {
         moveTo(item);
         begin_ = ui_.scheduler().monotonicNow();
-        playing().startProgress(view_.get());
+        playing().startProgress(owner());
         settle();
     }
 
@@ -101,7 +101,7 @@ TEST_F(PlaybackTest, TicksFollowThePlayer) {
         {{none}, 0, 0, false, {0, 1000, 2000, 3000}},
         {{-startOf()}, 0, 0, false, {0, 1000, 2000, 3000}},
         {{10'000, 11'000, 12'000, none}, 24, 24, false, {0, 1008, 2016, 3024}},
-        {{10'000, -5'000}, -10, -10, false, {0, 1008, 2016, 3016}},
+        {{10'000, -5'000}, 0, 0, false, {0, 1008, 2016, 3016}},
         {{10'000, 70'000}, 100, 20, true, {0, 1008, 2016, 3016}},
         {{70'000, 10'000}, 20, 20, true, {0, 1008, 2016, 3016}},
         {{50'000}, 100, 100, true, {0, 1008, 2008, 3008}},
@@ -132,7 +132,7 @@ TEST_F(PlaybackTest, AnAnimationWithoutEndIsWaitedForThreeSeconds) {
     playing().actionEnded();
     settle();
     EXPECT_THAT(polls_, ElementsAre(0, 3000, 6000, 6500)) << "taking over from an animation is not its end";
-    playing().startProgress(view_.get());
+    playing().startProgress(owner());
     settle();
     EXPECT_EQ(polls_.size(), 5U);
 }
@@ -156,6 +156,11 @@ TEST_F(PlaybackTest, TheMarkStandsWhereThePlayerIs) {
     ui_.release({400, 60});
     expectMarkFollows(item, 4s);
 
+    // By a start anew where the strip is.
+    view_->toEvent(view_->getEvent(item), false, false);
+    EXPECT_GT(atMark(), 20);
+    expectMarkFollows(item, 4s);
+
     // By going on to the next entry at the end of this one.
     view_->getConfig().setContinuousEventPlaying(true);
     host_.delegate->OnScrubberDidSelectEvent = [this](const auto& event) { playFrom(event->start()); };
@@ -164,6 +169,121 @@ TEST_F(PlaybackTest, TheMarkStandsWhereThePlayerIs) {
     EXPECT_EQ(view_->getCurrentEvent(), view_->getEvent(item + 1));
     expectMarkFollows(item + 1, 4s);
     EXPECT_EQ(threads(), 1);
+}
+
+// The end of a jump is exact, in whichever phase of a tick it begins and wherever the player is.
+TEST_F(PlaybackTest, AJumpDuringPlaybackArrivesWhereItGoes) {
+    const std::function<void()> jumps[] = {
+        [this] { view_->toPreviousEvent(); },
+        [this] { view_->toEvent(view_->getEvent(item - 1), true, true, 1.0); },
+    };
+    for (int phase = 0; phase < 7; ++phase) {
+        for (const auto& jump : jumps) {
+            for (const TimeMs ahead : {0, 30'000}) {
+                SCOPED_TRACE(std::to_string(phase) + " " + std::to_string(ahead));
+                view_->toEvent(view_->getEvent(item));
+                playFrom(startOf() + 5'000);
+                ui_.advance(3s + phase * 150ms);
+                playFrom(startOf() + 9'000 + ahead);
+                jump();
+                ui_.advance(500ms);
+                player_ = nullptr;
+                ui_.advance(2s);
+                EXPECT_NEAR(atMark(item - 1), 0, 1e-6);
+                EXPECT_EQ(view_->getCurrentEvent(), view_->getEvent(item - 1));
+            }
+        }
+    }
+}
+
+// What plays stays under the mark, to the second, while its list is loaded anew, folded and unfolded.
+TEST_F(PlaybackTest, AListThatIsMadeAnewGoesOnPlaying) {
+    service_.withFootage([this](ScriptedFootage& footage) {
+        for (std::int64_t id = 1; id <= 60; ++id) {
+            const TimeMs time = ui_.scheduler().utcNow() - 8'000'000 + id * 60'000;
+            footage.addEvent({id, time, "motion", ""});
+            if (id % 3 == 0) footage.addEvent({1'000 + id, time + 5'000, "motion", ""});
+        }
+    });
+    view_->setDataSourceDelegate(nullptr);
+    load(0);
+    const auto current = [this] { return view_->getCurrentEvent(); };
+    const std::int64_t length = view_->getEventsCount();
+    const struct {
+        std::function<void()> run;
+        std::size_t requests;
+        std::int64_t folded;
+    } steps[] = {
+        {[this] { view_->refresh(); }, 2, 0},
+        {[this] { view_->enableEventGrouping(true); }, 2, 20},
+        {[this] { view_->refresh(); }, 3, 20},
+        {[this] { view_->enableEventGrouping(false); }, 3, 0},
+    };
+    std::size_t requests = 0;
+    for (const std::int64_t played : {45, 47, 48}) {  // alone, and the older and the newer of a pair
+        heard_.clear();
+        const auto event = view_->getEvent(played);
+        view_->toEvent(event);
+        playFrom(event->start() + 2'000);
+        ui_.advance(3s);
+        for (const auto& step : steps) {
+            const double before = atMark(underMark());
+            step.run();
+            settle();
+            ASSERT_EQ(view_->getEventsCount(), length - step.folded);
+            ASSERT_TRUE(current());
+            EXPECT_EQ(current(), view_->getEvent(underMark()));
+            EXPECT_LE(std::abs(current()->start() - event->start()), 5'000) << "it, or its pair";
+            if (played == 45) {
+                EXPECT_NEAR(atMark(underMark()), before, 1e-6);
+            }
+            EXPECT_EQ(service_.count("getEvents"), requests + step.requests);
+            expectMarkFollows(underMark(), 4s);
+        }
+        EXPECT_EQ(std::ranges::count_if(heard_, [](const auto& line) { return line.starts_with("started "); }), 1);
+        requests += 2;
+    }
+}
+
+// After the list that it was of, nothing shows, plays or asks.
+TEST_F(PlaybackTest, WhatHasLeftIsSilent) {
+    const std::function<void()> ends[] = {
+        [this] {
+            service_.withFootage([](ScriptedFootage& footage) { footage.clear(); });
+            view_->setSource(QString::fromStdString(service_.makeToken()));
+        },
+        [this] {
+            service_.scriptNext("getEvents", Script::failed(503));
+            view_->refresh();
+        },
+        [this] { view_->clean(); },
+    };
+    view_->setDataSourceDelegate(nullptr);
+    for (const auto& end : ends) {
+        load(50);
+        const auto event = view_->getEvent(40);
+        view_->toEvent(event);
+        playFrom(event->end() - 3'000);
+        ui_.advance(1s);
+        ASSERT_EQ(view_->getCurrentEvent(), event);
+        end();
+        settle();
+        polls_.clear();
+        heard_.clear();
+        const double offset = view_->getBaseOffset().x;
+        ui_.advance(20s);
+        EXPECT_THAT(polls_, IsEmpty());
+        EXPECT_THAT(heard_, IsEmpty());
+        EXPECT_EQ(view_->getCurrentEvent(), nullptr);
+        EXPECT_EQ(view_->getBaseOffset().x, offset);
+        strip().layoutIfNeeded();
+        for (const auto* shown : strip().findChildren<ScrubberCell*>()) {
+            const bool isOfTheOld = shown->getEvent() && shown->getEvent()->type() == ScrubberEventTypeItem;
+            EXPECT_FALSE(shown->isVisible() && isOfTheOld);
+        }
+        EXPECT_EQ(std::ssize(strip().indexPathsForVisibleItems()), view_->getEventsCount());
+        EXPECT_LE(view_->getEventsCount(), 2);
+    }
 }
 
 TEST_F(PlaybackTest, PausesHoldBarAndStripUntilASeek) {
@@ -224,7 +344,7 @@ TEST_F(PlaybackTest, AHostThatStopsFromItsCallbackEndsTheRun) {
     onPoll_ = [this] {
         if (polls_.size() < 2) return;
         playing().stopProgress();
-        playing().startProgress(view_.get());
+        playing().startProgress(owner());
     };
     play();
     ui_.advance(1100ms);
@@ -263,7 +383,7 @@ TEST_F(PlaybackTest, NoThreadOutlivesItsCell) {
     for (const auto& end : ends) {
         playFrom(startOf() + 10'000);
         play();
-        playing().startProgress(view_.get());
+        playing().startProgress(owner());
         settle();
         EXPECT_EQ(threads(), 1);
         end();
@@ -285,7 +405,7 @@ TEST_F(PlaybackTest, ACellThatShowsAnotherEntryForgetsWhatWasPosted) {
     ScrubberCell& recycled = playing();
     recycled.prepareForReuse();
     recycled.setEvent(view_->getEvent(item + 1));
-    recycled.startProgress(view_.get());
+    recycled.startProgress(owner());
     settle();
     EXPECT_EQ(bar().constant(), 0);
     EXPECT_NEAR(atMark(), 0, 1e-6);

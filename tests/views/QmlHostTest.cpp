@@ -3,8 +3,8 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 
-#include "tests/views/StripFixture.h"
-#include "views/timeline/TimelineTypes.h"
+#include "korvane/tests/views/StripFixture.h"
+#include "korvane/views/timeline/TimelineTypes.h"
 
 namespace korvane::test {
 namespace {
@@ -78,7 +78,7 @@ TEST(QmlHostTest, NeedsNothingButProperties) {
     const auto icons = view->getConfig().eventTypeImages();
     ASSERT_TRUE(icons);
     EXPECT_EQ(icons->keys(), QStringList("motion"));
-    EXPECT_EQ(view->OnScrubberGetCurrentPositionForPlayingEvent(nullptr), view->getCurrentEvent()->start() + 1000);
+    EXPECT_EQ(view->playback()->position(), view->getCurrentEvent()->start() + 1000);
     QMetaObject::invokeMethod(view, "toPreviousEvent");
     ui.advance(1100ms);
     QMetaObject::invokeMethod(host.get(), "deleteSelected");

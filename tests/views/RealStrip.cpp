@@ -1,13 +1,13 @@
-#include "tests/views/RealStrip.h"
+#include "korvane/tests/views/RealStrip.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QImage>
 #include <QtTest/QTest>
 
-#include "toolkit/ImageView.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "korvane/toolkit/ImageView.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
 
 namespace korvane::test {
 namespace {

@@ -7,12 +7,12 @@
 #include <memory>
 #include <string>
 
-#include "client/http/HttpService.h"
-#include "server/CameraServer.h"
-#include "server/Storage.h"
-#include "tests/server/TempFolder.h"
-#include "toolkit/ToolkitContext.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/client/http/HttpService.h"
+#include "korvane/server/CameraServer.h"
+#include "korvane/server/Storage.h"
+#include "korvane/tests/server/TempFolder.h"
+#include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane::test {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "base/Scheduler.h"
-#include "tests/views/StripFixture.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/tests/views/StripFixture.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane::test {
 
@@ -31,7 +31,7 @@ class Road {
     /// The strip loads and comes to rest at the live end, with the newest page filled.
     void bind(const std::string& token, std::int64_t events);
     /// The strip is dropped where nothing has been loaded yet, and the page comes.
-    void dragToAPageThatIsMissing();
+    void lookAtAPageThatIsMissing();
     /// The strip is dropped on another event, which is selected and plays; then within that, which seeks.
     void dragToAnEvent();
     void seekWithinIt();

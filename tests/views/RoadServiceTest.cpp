@@ -1,8 +1,8 @@
 // The whole way of a host with an event strip against the real service, on real time.
 #include <filesystem>
 
-#include "tests/views/RealStrip.h"
-#include "tests/views/Road.h"
+#include "korvane/tests/views/RealStrip.h"
+#include "korvane/tests/views/Road.h"
 
 namespace korvane::test {
 namespace {
@@ -14,7 +14,7 @@ TEST_F(RoadServiceTest, FromTheTokenToTheNextEventAndAway) {
                        [this](double by) { drag(by); }});
     road.bind(token(), eventCount);
     EXPECT_TRUE(until([this] { return showsPreviews(); }));
-    road.dragToAPageThatIsMissing();
+    road.lookAtAPageThatIsMissing();
     road.dragToAnEvent();
     road.seekWithinIt();
     road.letTheNextFollow();

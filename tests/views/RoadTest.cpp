@@ -1,5 +1,5 @@
 // The whole way of a host with an event strip against the scripted camera, on virtual time.
-#include "tests/views/Road.h"
+#include "korvane/tests/views/Road.h"
 
 namespace korvane::test {
 namespace {
@@ -21,7 +21,7 @@ TEST_F(RoadTest, FromTheTokenToTheNextEventAndAway) {
     for (int time = 0; time < 2; ++time) {  // a view that was cleaned goes the same way again
         road.bind(service_.makeToken(), 350);
         const int threadsOfService = ui_.scheduler().liveThreads();
-        road.dragToAPageThatIsMissing();
+        road.lookAtAPageThatIsMissing();
         road.dragToAnEvent();
         road.seekWithinIt();
         road.letTheNextFollow();

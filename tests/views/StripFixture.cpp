@@ -1,4 +1,4 @@
-#include "tests/views/StripFixture.h"
+#include "korvane/tests/views/StripFixture.h"
 
 #include <QQuickItem>
 

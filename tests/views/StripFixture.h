@@ -10,11 +10,12 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/qt/VirtualUi.h"
-#include "tests/support/service/ScriptedService.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCell.h"
-#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/tests/support/qt/VirtualUi.h"
+#include "korvane/tests/support/service/ScriptedService.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberDataSourceDelegate.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane::test {
 
@@ -66,6 +67,8 @@ class StripTest : public ::testing::Test {
     void makeView();
     void settle() { ui_.settle(); }
     ScrubberCollectionView& strip() const;
+    /// Whom the cells of the strip belong to.
+    ScrubberCellOwner* owner() const { return dynamic_cast<ScrubberCellOwner*>(strip().delegate()); }
     ScrubberCell* cell(std::int64_t index) const;
     /// The item under the mark, -1 for none.
     std::int64_t underMark() const { return view_->getIndexPathFromPointer().value_or(-1); }

@@ -7,10 +7,15 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/service/ScriptedService.h"
-#include "toolkit/QtScheduler.h"
-#include "toolkit/ToolkitContext.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/tests/support/qt/EventTurns.h"
+#include "korvane/tests/support/service/ScriptedService.h"
+#include "korvane/tests/views/FakeOwner.h"
+#include "korvane/toolkit/InterfaceLoader.h"
+#include "korvane/toolkit/QtScheduler.h"
+#include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "korvane/views/timeline/ScrubberView.h"
+#include "korvane/views/timeline/TimelineTypes.h"
 
 namespace korvane::test {
 namespace {
@@ -20,8 +25,8 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
     const auto toolkit = ToolkitContext::makeWith(std::make_shared<QtScheduler>());
     const auto service = std::make_shared<ScriptedService>(*toolkit->scheduler);
     service->addEvents(150, toolkit->scheduler->utcNow());
-    const auto pumpUntil = [](const std::function<bool()>& done) {
-        while (!done()) QCoreApplication::processEvents();
+    const auto pumpUntil = [&](const std::function<bool()>& done) {
+        ASSERT_TRUE(turnUntil(*toolkit->scheduler, done));
     };
     QQuickWindow window;
     window.resize(800, 120);
@@ -65,6 +70,49 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
     view->refresh();
     view.reset();
     for (int turn = 0; turn < 100; ++turn) QCoreApplication::processEvents();
+}
+
+/// Real threads, for the race detector: a player that moves all the time, and runs that begin and end at any moment.
+TEST(ThreadsTest, RunsBeginAndEndWhileThePlayerMoves) {
+    const auto before = ToolkitContext::shared();
+    ToolkitContext::setShared(ToolkitContext::makeWith(std::make_shared<QtScheduler>()));
+    registerTimelineTypes();
+    {
+        auto layout = InterfaceLoader::load(QUrl("qrc:/Korvane/Timeline/layouts/ScrubberCell.qml"), nullptr);
+        const std::unique_ptr<ScrubberCell> cell(qobject_cast<ScrubberCell*>(layout.root.release()));
+        ASSERT_TRUE(cell);
+        cell->awakeFromNib();
+        cell->setSize({134, 120});
+        FakeOwner owner;
+        owner.rangeEnd = 50'000;
+        const auto event = ScrubberEvent::build(1, 30'000);
+        std::atomic<bool> plays = true;
+        std::thread player([&] {
+            for (TimeMs position = 1; plays; position = position % 60'000 + 7) {
+                owner.position = position;
+                std::this_thread::yield();
+            }
+        });
+        cell->setEvent(event);
+        for (int turn = 0; turn < 100; ++turn) {
+            cell->startProgress(&owner);
+            const int until = owner.polls + turn % 4;
+            EXPECT_TRUE(turnUntil(*ToolkitContext::shared()->scheduler, [&] {
+                cell->actionEnded();
+                return owner.polls >= until;
+            }));
+            cell->setOwner(&owner);
+            cell->setPositionByOffset(turn % 134);
+            if (turn % 2 == 0) cell->stopProgress();
+        }
+        cell->clean();
+        plays = false;
+        player.join();
+        EXPECT_GE(owner.started, 50);
+        EXPECT_NE(owner.scrolled, 0);
+    }
+    QCoreApplication::processEvents();
+    ToolkitContext::setShared(before);
 }
 
 }  // namespace

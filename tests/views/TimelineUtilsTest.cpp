@@ -1,17 +1,14 @@
-#include "views/timeline/Utils/TimelineUtils.h"
+#include "korvane/views/timeline/Utils/TimelineUtils.h"
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 namespace korvane {
 namespace {
 
 TEST(TimelineUtilsTest, ReadsColorsAsTheWidgetsWriteThem) {
-    struct Case {
-        const char* text;
-        double alpha;
-        QColor color;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, double, QColor> cases[] = {
         {"#fff", 0.5, QColor::fromRgbF(1, 1, 1, 0.5F)},
         {"a1B", 1.0, QColor(0xaa, 0x11, 0xbb)},
         {"#333333", 1.0, QColor(0x33, 0x33, 0x33)},
@@ -23,7 +20,8 @@ TEST(TimelineUtilsTest, ReadsColorsAsTheWidgetsWriteThem) {
         {"", 1.0, QColor(0, 0, 0)},
         {"nonsense", 1.0, QColor(0, 0, 0)},
     };
-    for (const Case& c : cases) EXPECT_EQ(TimelineUtils::colorFromHexString(c.text, c.alpha), c.color) << c.text;
+    for (const auto& [text, alpha, color] : cases)
+        EXPECT_EQ(TimelineUtils::colorFromHexString(text, alpha), color) << text;
 }
 
 TEST(TimelineUtilsTest, DrawsAnEmojiInTheMiddleOfATransparentSquare) {

@@ -4,8 +4,8 @@
 #include <functional>
 #include <memory>
 
-#include "base/Time.h"
-#include "views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
 
 namespace korvane {
 
@@ -42,7 +42,8 @@ struct ScrubberViewDelegate {
     /// Seek.
     std::function<void(const Event& event, TimeMs newPosition)> OnScrubberSetCurrentPositionForPlayingEvent;
 
-    /// The source's token has `timeLeft` ms to live. Runs on a thread of the client library.
+    /// The source's token has `timeLeft` ms to live, below zero once it has expired. Repeated every 5 s from 5 minutes
+    /// before the expiry until the token is swapped or the source closed. Runs on a thread of the client library.
     std::function<std::int32_t(std::int64_t timeLeft)> onSharedTokenWillExpireIn;
 };
 

@@ -1,4 +1,4 @@
-#include "views/timeline/TimelineEnvironment.h"
+#include "korvane/views/timeline/TimelineEnvironment.h"
 
 #include <utility>
 

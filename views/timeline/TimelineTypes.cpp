@@ -1,6 +1,6 @@
-#include "views/timeline/TimelineTypes.h"
+#include "korvane/views/timeline/TimelineTypes.h"
 
-#include "toolkit/InterfaceLoader.h"
+#include "korvane/toolkit/InterfaceLoader.h"
 
 // The registration that the build generates for the module.
 void qml_register_types_Korvane_Timeline();

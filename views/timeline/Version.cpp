@@ -1,4 +1,4 @@
-#include "views/timeline/Version.h"
+#include "korvane/views/timeline/Version.h"
 
 extern "C" {
 const double korvanesdktimelineviewVersionNumber = 2.087;

@@ -1,7 +1,7 @@
 import QtQuick
 import Korvane.Browser
 
-// What the import could not take, until the person puts it away.
+// The files that the import could not take, until the person closes it.
 Rectangle {
     id: notice
 
@@ -17,7 +17,7 @@ Rectangle {
     width: Math.min(480, parent.width - 4 * Theme.unit)
     height: column.height + 4 * Theme.unit
 
-    // What lies below is not touched by accident.
+    // Keeps touches from what lies below.
     MouseArea { anchors.fill: parent }
     Column {
         id: column

@@ -1,7 +1,7 @@
 import QtQuick
 import Korvane.Browser
 
-// Asks once more before something is gone. Until it is answered, nothing else is.
+// Asks before something is deleted, and takes all input until it is answered.
 FocusScope {
     id: question
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Korvane.Browser
 
-// The picture, and what is said over it.
+// The picture with the captions over it.
 Rectangle {
     id: stage
 
@@ -17,7 +17,7 @@ Rectangle {
         visible: stage.browser.player.state !== RecordingPlayer.Idle
         sink: stage.browser.player.sink
     }
-    // A still picture that is not the live one steps back.
+    // Dims a picture that has a caption over it or is not of the moment under the mark.
     Rectangle {
         anchors.fill: parent
         color: "#000000"

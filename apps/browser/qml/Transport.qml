@@ -1,8 +1,8 @@
 import QtQuick
 import Korvane.Browser
 
-// Between picture and strip: the time stands over the strip's mark, and about it the ways along the strip. Beside
-// them, or below where there is little room, what leads the player and what the strip shows.
+// Between picture and strip: the time above the strip's mark, with the buttons that move the strip around it. The
+// player's buttons and the switches stand beside them, or below in a narrow window.
 Item {
     id: transport
 

@@ -1,4 +1,4 @@
-#include "tests/support/qt/VirtualUi.h"
+#include "korvane/tests/support/qt/VirtualUi.h"
 
 #include <QAbstractAnimation>
 #include <QAnimationDriver>

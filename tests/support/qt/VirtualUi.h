@@ -9,9 +9,9 @@
 #include <map>
 #include <memory>
 
-#include "base/Geometry.h"
-#include "base/VirtualScheduler.h"
-#include "toolkit/ToolkitContext.h"
+#include "korvane/base/Geometry.h"
+#include "korvane/base/VirtualScheduler.h"
+#include "korvane/toolkit/ToolkitContext.h"
 
 class QPointingDevice;
 

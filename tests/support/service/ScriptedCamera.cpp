@@ -1,7 +1,7 @@
 #include <utility>
 
-#include "client/Status.h"
-#include "tests/support/service/ScriptedState.h"
+#include "korvane/client/Status.h"
+#include "korvane/tests/support/service/ScriptedState.h"
 
 namespace korvane::test {
 
@@ -69,9 +69,7 @@ class ScriptedService::Camera final : public KorvaneCamera {
         const auto find = [](ScriptedFootage& f, const ScriptedRequest& r) {
             Reply pairs = Reply::array();
             const Timeline stored = f.timeline(r.start, r.end);
-            for (const auto& period : *stored.periods()) {
-                pairs.push_back({period.start(), period.end()});
-            }
+            for (const auto& period : *stored.periods()) pairs.push_back({period.start(), period.end()});
             return pairs;
         };
         const auto pairs = state_->askSync({{start, end}, "getTimelineSync", connection_}, find);
@@ -91,7 +89,7 @@ class ScriptedService::Camera final : public KorvaneCamera {
             state_->note(request);
             return StatusBadCall;
         }
-        const auto find = [](ScriptedFootage& f, const ScriptedRequest&) { return f.calendar(); };
+        const auto find = [](ScriptedFootage& f, const ScriptedRequest&) { return Reply(f.recordedDays(-1, -1)); };
         state_->ask(request, find, std::move(onComplete));
         return StatusSuccess;
     }

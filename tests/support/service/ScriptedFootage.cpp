@@ -1,10 +1,10 @@
-#include "tests/support/service/ScriptedFootage.h"
+#include "korvane/tests/support/service/ScriptedFootage.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane::test {
 
@@ -14,10 +14,6 @@ constexpr TimeMs dayMs = 86'400'000;
 
 TimeMs openEnd(TimeMs end) {
     return end == -1 ? std::numeric_limits<TimeMs>::max() : end;
-}
-
-std::string dayOf(TimeMs time) {
-    return formatUtc(time).substr(0, 10);
 }
 
 /// The page of a range that ascends in time, as {"meta", "objects"}.
@@ -36,14 +32,12 @@ Reply pageOf(Iterator first, Iterator last, const ScriptedPage& page, Describe d
 }  // namespace
 
 void ScriptedFootage::addEvent(ScriptedEvent event) {
-    const auto place = std::upper_bound(events_.begin(), events_.end(), event.time,
-                                        [](TimeMs time, const ScriptedEvent& e) { return time < e.time; });
+    const auto place = std::ranges::upper_bound(events_, event.time, {}, &ScriptedEvent::time);
     events_.insert(place, std::move(event));
 }
 
 void ScriptedFootage::addRecord(ScriptedRecord record) {
-    const auto place = std::upper_bound(records_.begin(), records_.end(), record.start,
-                                        [](TimeMs time, const ScriptedRecord& r) { return time < r.start; });
+    const auto place = std::ranges::upper_bound(records_, record.start, {}, &ScriptedRecord::start);
     records_.insert(place, std::move(record));
 }
 
@@ -57,19 +51,16 @@ void ScriptedFootage::clear() {
 }
 
 Reply ScriptedFootage::events(const ScriptedPage& page, const std::optional<std::string>& filter) const {
-    const auto begin = std::lower_bound(events_.begin(), events_.end(), page.start,
-                                        [](const ScriptedEvent& e, TimeMs time) { return e.time < time; });
-    const auto end = std::upper_bound(begin, events_.end(), openEnd(page.end),
-                                      [](TimeMs time, const ScriptedEvent& e) { return time < e.time; });
+    const auto begin = std::ranges::lower_bound(events_, page.start, {}, &ScriptedEvent::time);
+    const auto end = std::ranges::upper_bound(begin, events_.end(), openEnd(page.end), {}, &ScriptedEvent::time);
     const auto describe = [this](const ScriptedEvent& e) {
         Reply object = {{"id", e.id}, {"camid", camid}, {"name", e.name}, {"time", formatUtc(e.time)}};
         if (!e.thumbUrl.empty()) object["thumb"] = {{"url", e.thumbUrl}};
         return object;
     };
     if (!filter || filter->empty()) return pageOf(begin, end, page, describe);
-    std::vector<ScriptedEvent> found;
-    std::copy_if(begin, end, std::back_inserter(found),
-                 [&](const ScriptedEvent& e) { return equalKeys(e.name, *filter); });
+    std::vector<ScriptedEvent> found(begin, end);
+    std::erase_if(found, [&](const ScriptedEvent& e) { return !equalKeys(e.name, *filter); });
     return pageOf(found.begin(), found.end(), page, describe);
 }
 
@@ -85,8 +76,7 @@ Reply ScriptedFootage::records(const ScriptedPage& page) const {
 Reply ScriptedFootage::thumbnails(const ScriptedPage& page, const std::vector<std::string>& originIds) const {
     auto found = recordsIn(page.start, page.end);
     std::erase_if(found, [&](const ScriptedRecord& r) {
-        const bool isAsked =
-            originIds.empty() || std::find(originIds.begin(), originIds.end(), std::to_string(r.id)) != originIds.end();
+        const bool isAsked = originIds.empty() || std::ranges::count(originIds, std::to_string(r.id)) > 0;
         return !isAsked || r.thumbUrl.empty();
     });
     ScriptedPage asked = page;
@@ -118,26 +108,22 @@ Reply ScriptedFootage::activity(TimeMs start, TimeMs end, const std::optional<st
     auto days = recordedDays(start, end);
     for (const ScriptedEvent& e : events_) {
         const bool isAsked = !filter || filter->empty() || equalKeys(e.name, *filter);
-        if (isAsked && e.time >= start && e.time <= openEnd(end)) days.insert(dayOf(e.time));
+        if (isAsked && e.time >= start && e.time <= openEnd(end)) days.insert(formatUtc(e.time).substr(0, 10));
     }
     return Reply(days);
 }
 
-Reply ScriptedFootage::calendar() const {
-    return Reply(recordedDays(-1, -1));
-}
-
 std::vector<ScriptedRecord> ScriptedFootage::recordsIn(TimeMs start, TimeMs end) const {
-    std::vector<ScriptedRecord> found;
-    std::copy_if(records_.begin(), records_.end(), std::back_inserter(found),
-                 [&](const ScriptedRecord& r) { return r.end >= start && r.start <= openEnd(end); });
+    auto found = records_;
+    std::erase_if(found, [&](const ScriptedRecord& r) { return r.end < start || r.start > openEnd(end); });
     return found;
 }
 
 std::set<std::string> ScriptedFootage::recordedDays(TimeMs start, TimeMs end) const {
     std::set<std::string> days;
     for (const ScriptedRecord& r : recordsIn(start, end)) {
-        for (TimeMs day = r.start / dayMs * dayMs; day <= r.end; day += dayMs) days.insert(dayOf(day));
+        for (TimeMs day = r.start / dayMs * dayMs; day <= r.end; day += dayMs)
+            days.insert(formatUtc(day).substr(0, 10));
     }
     return days;
 }

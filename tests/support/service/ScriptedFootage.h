@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "client/Reply.h"
-#include "client/Timeline.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/Reply.h"
+#include "korvane/client/Timeline.h"
 
 namespace korvane::test {
 
@@ -59,11 +59,10 @@ class ScriptedFootage {
     /// Days of UTC on which something is recorded or happens.
     Reply activity(TimeMs start, TimeMs end, const std::optional<std::string>& filter) const;
     /// Days of UTC that recordings touch.
-    Reply calendar() const;
+    std::set<std::string> recordedDays(TimeMs start, TimeMs end) const;
 
   private:
     std::vector<ScriptedRecord> recordsIn(TimeMs start, TimeMs end) const;
-    std::set<std::string> recordedDays(TimeMs start, TimeMs end) const;
 
     // Both ascending in time.
     std::vector<ScriptedEvent> events_;

@@ -1,26 +1,14 @@
-#include "tests/support/service/ScriptedService.h"
+#include "korvane/tests/support/service/ScriptedService.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "base/UtcTime.h"
-#include "client/TokenExpiryApi.h"
-#include "tests/support/service/ScriptedState.h"
+#include "korvane/base/Base64Url.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/client/TokenExpiryApi.h"
+#include "korvane/tests/support/service/ScriptedState.h"
 
 namespace korvane::test {
-
-std::string base64Url(std::string_view text) {
-    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-    std::string result;
-    unsigned bits = 0;
-    int count = 0;
-    for (const char c : text) {
-        bits = bits << 8 | static_cast<unsigned char>(c);
-        for (count += 8; count >= 6; count -= 6) result += digits[bits >> (count - 6) & 63];
-    }
-    if (count > 0) result += digits[bits << (6 - count) & 63];
-    return result;
-}
 
 class ScriptedService::Connection final : public KorvaneShareConnection {
   public:
@@ -52,6 +40,8 @@ class ScriptedService::Connection final : public KorvaneShareConnection {
         note("update", token, sSvcpBaseUrl);
         api_->updated(token, expire, sSvcpBaseUrl);
     }
+
+    void cancelRequests() override { state_->endRequestsOf(number_, "deleteEvent"); }
 
     void close() override {
         note("close");
@@ -85,12 +75,8 @@ class ScriptedService::CameraList final : public KorvaneCameraList {
         };
         const auto give = [state = state_, connection = connection_, onComplete = std::move(onComplete)](
                               const Reply& reply, std::int32_t status) {
-            if (!onComplete) return;
-            if (status == StatusSuccess) {
-                onComplete(state->makeCamera(connection), "", status);
-            } else {
-                onComplete(nullptr, reply.is_string() ? reply.get<std::string>() : "", status);
-            }
+            const auto camera = status == StatusSuccess ? state->makeCamera(connection) : nullptr;
+            if (onComplete) onComplete(camera, !camera && reply.is_string() ? reply.get<std::string>() : "", status);
         };
         state_->ask({{}, "getCamera", connection_, {}, camid}, find, give);
     }
@@ -123,17 +109,13 @@ void ScriptedService::addEvents(std::int64_t count, TimeMs newest, const std::st
 
 std::string ScriptedService::makeToken() const {
     constexpr TimeMs hour = 3'600'000;
-    std::int64_t camid = 0;
-    {
-        const std::lock_guard lock(state_->mutex);
-        camid = state_->footage.camid;
-    }
-    return makeToken(camid, formatUtc(state_->scheduler.utcNow() + hour));
+    const std::lock_guard lock(state_->mutex);
+    return makeToken(state_->footage.camid, formatUtc(state_->scheduler.utcNow() + hour));
 }
 
 std::string ScriptedService::makeToken(std::int64_t camid, const std::string& expires, const std::string& svcp,
                                        const std::string& bearer) const {
-    return base64Url(Reply{{"token", bearer}, {"expires", expires}, {"camid", camid}, {"svcp", svcp}}.dump());
+    return encodeBase64Url(Reply{{"token", bearer}, {"expires", expires}, {"camid", camid}, {"svcp", svcp}}.dump());
 }
 
 void ScriptedService::scriptNext(const std::string& name, Script script) {
@@ -144,6 +126,12 @@ void ScriptedService::scriptNext(const std::string& name, Script script) {
 void ScriptedService::scriptAll(const std::string& name, Script script) {
     const std::lock_guard lock(state_->mutex);
     state_->standingScripts[name] = std::move(script);
+}
+
+void ScriptedService::clearScripts() {
+    const std::lock_guard lock(state_->mutex);
+    state_->nextScripts.clear();
+    state_->standingScripts.clear();
 }
 
 std::vector<ScriptedRequest> ScriptedService::held() const {
@@ -160,9 +148,8 @@ void ScriptedService::releaseAllReversed() {
 
 std::vector<ScriptedRequest> ScriptedService::requests(std::string_view name) const {
     const std::lock_guard lock(state_->mutex);
-    std::vector<ScriptedRequest> result;
-    std::copy_if(state_->requests.begin(), state_->requests.end(), std::back_inserter(result),
-                 [name](const ScriptedRequest& r) { return name.empty() || r.name == name; });
+    auto result = state_->requests;
+    std::erase_if(result, [name](const ScriptedRequest& r) { return !name.empty() && r.name != name; });
     return result;
 }
 

@@ -9,14 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "base/Scheduler.h"
-#include "client/KorvaneService.h"
-#include "tests/support/service/ScriptedFootage.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneService.h"
+#include "korvane/tests/support/service/ScriptedFootage.h"
 
 namespace korvane::test {
-
-/// Base64url without padding.
-std::string base64Url(std::string_view text);
 
 /// One request as it was made. `name` is the function of the surface: "openSync", "update", "close", "getCamera",
 /// "setFullSharedToken", "getEvents", "getEventsSync", "getRecords", "getTimelineThumbnailsFull", "deleteEvent",
@@ -83,6 +80,9 @@ class ScriptedService final : public KorvaneService {
     void scriptNext(const std::string& name, Script script);
     /// The answer to each request of that name for which none waits in the queue.
     void scriptAll(const std::string& name, Script script);
+
+    /// Requests from now on are answered at once and truly.
+    void clearScripts();
 
     /// Requests whose answers are held, in the order of the requests.
     std::vector<ScriptedRequest> held() const;

@@ -1,4 +1,4 @@
-#include "tests/support/service/ScriptedState.h"
+#include "korvane/tests/support/service/ScriptedState.h"
 
 #include <algorithm>
 #include <utility>
@@ -21,17 +21,17 @@ void ScriptedService::State::setLife(int connection, Life life) {
 
 int ScriptedService::State::openConnections() const {
     const std::lock_guard lock(mutex);
-    return static_cast<int>(
-        std::count_if(lives_.begin(), lives_.end(), [](const auto& entry) { return entry.second == Life::Open; }));
+    return static_cast<int>(std::ranges::count(lives_, Life::Open, [](const auto& entry) { return entry.second; }));
 }
 
-void ScriptedService::State::endRequestsOf(int connection) {
+void ScriptedService::State::endRequestsOf(int connection, std::string_view spared) {
     const std::lock_guard lock(mutex);
     const auto all = pending_;
     for (const PendingPtr& pending : all) {
-        if (pending->request.connection != connection || pending->script.isUnstoppable) continue;
+        const ScriptedRequest& request = pending->request;
+        if (request.connection != connection || request.name == spared || pending->script.isUnstoppable) continue;
         pending->answer = {"The connection was closed.", StatusClosed};
-        giveWithLock(pending);
+        giveLocked(pending);
     }
 }
 
@@ -60,8 +60,7 @@ std::optional<Reply> ScriptedService::State::askSync(ScriptedRequest request, co
         give(pending);
     }
     const std::lock_guard lock(mutex);
-    if (pending->answer.status != StatusSuccess) return std::nullopt;
-    return pending->answer.reply;
+    return pending->answer.status == StatusSuccess ? std::optional(pending->answer.reply) : std::nullopt;
 }
 
 std::vector<ScriptedRequest> ScriptedService::State::held() const {
@@ -78,7 +77,7 @@ void ScriptedService::State::releaseAll(bool isReversed) {
     auto all = pending_;
     if (isReversed) std::reverse(all.begin(), all.end());
     for (const PendingPtr& pending : all) {
-        if (pending->script.isHeld) giveWithLock(pending);
+        if (pending->script.isHeld) giveLocked(pending);
     }
 }
 
@@ -133,10 +132,10 @@ Script ScriptedService::State::takeScript(const std::string& name) {
 
 void ScriptedService::State::give(const PendingPtr& pending) {
     const std::lock_guard lock(mutex);
-    giveWithLock(pending);
+    giveLocked(pending);
 }
 
-void ScriptedService::State::giveWithLock(const PendingPtr& pending) {
+void ScriptedService::State::giveLocked(const PendingPtr& pending) {
     if (std::exchange(pending->isGiven, true)) return;
     std::erase(pending_, pending);
     if (pending->arrival) {

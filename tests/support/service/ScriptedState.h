@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "base/Semaphore.h"
-#include "base/SerialQueue.h"
-#include "client/ExpiryMonitors.h"
-#include "client/IcuHelpers.h"
-#include "client/Status.h"
-#include "tests/support/service/ScriptedService.h"
+#include "korvane/base/Semaphore.h"
+#include "korvane/base/SerialQueue.h"
+#include "korvane/client/ExpiryMonitors.h"
+#include "korvane/client/IcuHelpers.h"
+#include "korvane/client/Status.h"
+#include "korvane/tests/support/service/ScriptedService.h"
 
 namespace korvane::test {
 
@@ -39,8 +39,8 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
     std::shared_ptr<KorvaneCamera> makeCamera(int connection);
     void setLife(int connection, Life life);
     int openConnections() const;
-    /// Completes what waits of a connection, but for what cannot be stopped.
-    void endRequestsOf(int connection);
+    /// Completes what waits of a connection, but for what cannot be stopped and for requests of the name `spared`.
+    void endRequestsOf(int connection, std::string_view spared = "");
 
     /// Writes the request down and gives its status: the script's, or that of a connection that is not open.
     std::int32_t note(const ScriptedRequest& request);
@@ -80,7 +80,7 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
                      std::shared_ptr<Semaphore> arrival);
     Script takeScript(const std::string& name);
     void give(const PendingPtr& pending);
-    void giveWithLock(const PendingPtr& pending);
+    void giveLocked(const PendingPtr& pending);
 
     std::map<int, Life> lives_;
     std::deque<PendingPtr> pending_;

@@ -1,4 +1,4 @@
-#include "tests/views/storm/Storm.h"
+#include "korvane/tests/views/storm/Storm.h"
 
 #include <QCoreApplication>
 #include <algorithm>
@@ -8,7 +8,7 @@
 #include <numeric>
 #include <utility>
 
-#include "views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "korvane/views/timeline/Presentation/CellScale.h"
 
 namespace korvane::test {
 namespace {
@@ -88,12 +88,22 @@ ScrubberCollectionView& Storm::strip() const {
 void Storm::makeView() {
     StormHost::Link link;
     link.hear = [this](const std::string& what) { note(what); };
-    link.isOnMark = [this] {
-        const auto under = view_ ? view_->getIndexPathFromPointer() : std::nullopt;
-        return under && std::abs(view_->getOffsetBetweenPointerAndItemBegin(under)) < 0.01;
+    link.underMarkInstead = [this](const auto& event) {
+        if (!view_) return std::string();
+        const std::int64_t under = view_->indexUnderMark();
+        // An entry rests a little to the left of the mark, where a narrow cell is over already.
+        for (std::int64_t index = under; index > std::max<std::int64_t>(under - 4, 0); --index) {
+            const bool isThere = std::abs(view_->getOffsetBetweenPointerAndItemBegin(index)) < 0.01;
+            if (isThere && view_->getEvent(index) == event) return std::string();
+        }
+        return nameOf(view_->getEvent(under));
     };
     link.meddle = [this] { meddle(); };
-    link.isCurrent = [this](const auto& event) { return !view_ || view_->getCurrentEvent() == event; };
+    link.isCurrent = [this](const auto& event) {
+        const auto current = view_ ? view_->getCurrentEvent() : nullptr;
+        // A list that is loaded anew may have another object for it by now.
+        return !view_ || current == event || (current && current->identificator() == event->identificator());
+    };
     link.complain = [this](const std::string& what) { complain(what); };
     hosts_.push_back(std::make_unique<StormHost>(ui_.scheduler(), dice_, std::move(link)));
     view_ = std::make_unique<ScrubberView>(environment_, Rect{}, ui_.root());
@@ -142,15 +152,56 @@ void Storm::checkPromises(bool isAtRest) {
     if (isAtRest) std::erase_if(promises_, [](const auto& each) { return each->mustBeKept; });
 }
 
-// An entry at an end of the list lies on the mark when the strip is beyond its bounds, the further the wider the mark
-// is. That much stays when the size changes and the strip's entry is not to be found.
-void Storm::checkRest() {
+// The first and the live entry lie on the mark when the strip is beyond its bounds, the further the wider the mark is.
+void Storm::checkBounds() {
     constexpr double beyond = 8 + 1.5 + widestMark / 2;
-    if (host().hasLedAstray() || view_->getEventsCount() < 2) return;
+    if (view_->getEventsCount() < 2) return;
     const double offset = strip().contentOffset().x;
     const double most = std::max(0.0, strip().contentSize().width - strip().width());
     if (offset < -beyond - 0.01 || offset > most + beyond + 0.01) {
         complain("the strip rests at " + std::to_string(offset) + ", beyond 0 to " + std::to_string(most));
+    }
+}
+
+// What plays is in the list and under the mark, which stands where the player was asked last.
+void Storm::checkMark() {
+    constexpr double narrowest = 20;  // points, below which an entry is hardly under the mark when it rests
+    const auto current = view_->getCurrentEvent();
+    const std::int64_t under = view_->indexUnderMark();
+    const double cellWidth = strip().layoutAttributesForItemAtIndexPath(1).value_or(Rect{}).width;
+    // While it is loaded anew there is no list to look into.
+    if (!current || view_->getEventsCount() < 3 || cellWidth < narrowest) return;
+    // At its end an entry may leave the mark to the next one.
+    const std::int64_t index = view_->getEvent(under) == current ? under : under - 1;
+    const double offset = view_->getOffsetBetweenPointerAndItemBegin(index);
+    const auto* const cell = strip().cellForItemAtIndexPath(index);
+    const auto* const picture = cell ? qvariant_cast<QQuickItem*>(cell->property("previewImageView")) : nullptr;
+    const double width = picture ? picture->width() : 0;
+    if (view_->getEvent(index) != current || offset > cellWidth + 2) {
+        return complain("the mark is in " + nameOf(view_->getEvent(index)) + ", and " + nameOf(current) + " plays");
+    }
+    const auto poll = host().lastPoll();
+    if (poll.event != current || poll.position < 0 || poll.position >= poll.end) return;
+    const double expected = std::max(0.0, CellScale{poll.start, poll.end, width}.offsetOf(poll.position));
+    const double second = width * 1000 / static_cast<double>(poll.end - poll.start);
+    if (expected <= width && std::abs(offset - expected) > 1.5 * second + 0.5) {
+        complain("the mark is at " + std::to_string(offset) + ", the player at " + std::to_string(expected));
+    }
+}
+
+// With a service that answers, nothing that is looked at stays pending.
+void Storm::checkWhatIsInView() {
+    if (view_->getEventsCount() == 0) {
+        if (ui_.scheduler().liveThreads() > threadsOfService_) complain("a cell plays, and there is no list");
+        strip().layoutIfNeeded();
+        if (!strip().indexPathsForVisibleItems().empty()) complain("cells show, and there is no list");
+    }
+    if (hasLies_ || view_->getDataSourceDelegate() || view_->getEventsCount() < 3) return;
+    for (const std::int64_t index : strip().indexPathsForVisibleItems()) {
+        const auto event = view_->getEvent(index);
+        if (event && event->type() == ScrubberEventTypePending) {
+            return complain("entry " + std::to_string(index) + " is looked at and stays pending");
+        }
     }
 }
 

@@ -8,11 +8,12 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/support/qt/VirtualUi.h"
-#include "tests/support/service/ScriptedService.h"
-#include "tests/views/storm/Dice.h"
-#include "tests/views/storm/StormHost.h"
-#include "views/timeline/ScrubberView.h"
+#include "korvane/tests/support/qt/VirtualUi.h"
+#include "korvane/tests/support/service/ScriptedService.h"
+#include "korvane/tests/views/storm/Dice.h"
+#include "korvane/tests/views/storm/StormHost.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane::test {
 
@@ -97,7 +98,9 @@ class Storm {
     void checkList();
     void checkPlayback();
     void checkPromises(bool isAtRest);
-    void checkRest();
+    void checkBounds();
+    void checkMark();
+    void checkWhatIsInView();
     void checkEnd();
 
     StormHost& host() { return *hosts_.back(); }

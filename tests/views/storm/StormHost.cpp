@@ -1,22 +1,22 @@
-#include "tests/views/storm/StormHost.h"
+#include "korvane/tests/views/storm/StormHost.h"
 
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
 #include <utility>
 
-#include "base/Semaphore.h"
+#include "korvane/base/Semaphore.h"
 
 namespace korvane::test {
 namespace {
 
 using namespace std::chrono_literals;
 
+}  // namespace
+
 std::string nameOf(const StormHost::Event& event) {
     return event ? std::to_string(event->identificator().value_or(-1)) : "null";
 }
-
-}  // namespace
 
 StormHost::StormHost(Scheduler& scheduler, Dice& dice, Link link)
     : scheduler_(scheduler), dice_(dice), link_(std::move(link)) {
@@ -26,7 +26,8 @@ StormHost::StormHost(Scheduler& scheduler, Dice& dice, Link link)
 
 void StormHost::answerOnMain() {
     delegate_->OnScrubberDidSelectEvent = [this](const Event& event) {
-        if (link_.isOnMark()) hasLedAstray_ = false;
+        const std::string instead = isGone_ ? "" : link_.underMarkInstead(event);
+        if (!instead.empty()) link_.complain("selected " + nameOf(event) + ", and under the mark is " + instead);
         hear("select " + nameOf(event));
     };
     delegate_->OnScrubberDraggingStartFlyOverEvent = [this](const Event& event) { hear("start " + nameOf(event)); };
@@ -50,12 +51,10 @@ void StormHost::answerPlayback() {
     delegate_->OnScrubberEventPlayStarted = [this](const Event& event) {
         playsFrom_ = std::max(rangeStart_, TimeMs{0});
         playsSince_ = scheduler_.monotonicNow();
-        hasFinished_ = false;
         hear("started " + nameOf(event));
         return 0;
     };
     delegate_->OnScrubberEventPlayFinished = [this](const Event& event) {
-        hasFinished_ = true;
         hear("finished " + nameOf(event));
         return dice_.pick({1, 1, 0, 2});
     };
@@ -123,11 +122,7 @@ TimeMs StormHost::positionOf(const Event& event) {
         link_.complain("entry " + nameOf(event) + " plays, and the view says otherwise");
     }
     const TimeMs position = answer();
-    // Past the end of its range an entry holds the strip. Before the begin it takes it along, and so does one that is
-    // told to have ended and goes back, while the strip is on its way to the next one.
-    const double span = static_cast<double>(rangeEnd_) - static_cast<double>(rangeStart_);
-    const double way = static_cast<double>(position) - static_cast<double>(rangeStart_);
-    if (position != -1 && (way * span < 0 || (hasFinished_ && position < rangeEnd_))) hasLedAstray_ = true;
+    lastPoll_ = {position, rangeStart_, rangeEnd_, event};
     hear("position");
     return position;
 }

@@ -5,11 +5,14 @@
 #include <memory>
 #include <string>
 
-#include "base/Scheduler.h"
-#include "tests/views/storm/Dice.h"
-#include "views/timeline/ScrubberViewDelegate.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/tests/views/storm/Dice.h"
+#include "korvane/views/timeline/ScrubberViewDelegate.h"
 
 namespace korvane::test {
+
+/// Its id; "null" for none.
+std::string nameOf(const ScrubberViewDelegate::Event& event);
 
 /// A host of changing moods: its player may be sane or not, it may keep its callers waiting, and it may call back into
 /// the view while it is called. It is kept when its view goes, to hear what comes too late.
@@ -21,8 +24,8 @@ class StormHost {
     struct Link {
         /// Something is heard; called on the thread that calls the host.
         std::function<void(const std::string& what)> hear;
-        /// Whether an entry's begin lies on the mark.
-        std::function<bool()> isOnMark;
+        /// Empty when this entry's begin lies under the mark, else what does.
+        std::function<std::string(const Event&)> underMarkInstead;
         /// Does something to the view, which may end it.
         std::function<void()> meddle;
         /// Whether the view says that this entry plays; one that is being destroyed says nothing.
@@ -38,8 +41,14 @@ class StormHost {
     void calmDown();
     void viewHasGone() { isGone_ = true; }
 
-    /// Whether its positions have led the strip out of the entry that plays, since an entry was last put on the mark.
-    bool hasLedAstray() const { return hasLedAstray_; }
+    /// Where its player was when it was asked last, and in which range, ms.
+    struct Poll {
+        TimeMs position = -1;
+        TimeMs start = 0;
+        TimeMs end = 0;
+        Event event;
+    };
+    const Poll& lastPoll() const { return lastPoll_; }
 
   private:
     enum class Player { Absent, Plays, Stands, Reverses, Overruns, AtTheEnd, Least, Most };
@@ -63,8 +72,7 @@ class StormHost {
     bool throws_ = false;
     bool isMeddling_ = false;
     bool isGone_ = false;
-    bool hasLedAstray_ = false;
-    bool hasFinished_ = false;
+    Poll lastPoll_;
     TimeMs rangeStart_ = 0;
     TimeMs rangeEnd_ = 0;
     TimeMs playsFrom_ = 0;

@@ -1,11 +1,9 @@
-#include "views/timeline/Model/PagedEventList.h"
+#include "korvane/views/timeline/Model/PagedEventList.h"
 
 #include <algorithm>
-#include <bit>
-#include <numeric>
 #include <utility>
 
-#include "base/UtcTime.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
 namespace {
@@ -23,109 +21,153 @@ PagedEventList::Entry makeEntry(std::int32_t type, std::int64_t camid, const std
 
 }  // namespace
 
-void PagedEventList::create(std::uint64_t slots, std::int64_t camid) {
-    const std::uint64_t length = std::min(slots, maxSlots) + 2;
-    std::vector<Chunk> chunks((length + slotsPerChunk - 1) / slotsPerChunk);
-    std::vector<std::uint32_t> lengths(chunks.size() + 1, 0);
-    for (std::size_t i = 0; i < chunks.size(); ++i) {
-        chunks[i].length = static_cast<std::uint32_t>(std::min(slotsPerChunk, length - i * slotsPerChunk));
-        lengths[i + 1] += chunks[i].length;
-        const std::size_t parent = (i + 1) + ((i + 1) & (~i));
-        if (parent < lengths.size()) lengths[parent] += lengths[i + 1];
+void PagedEventList::create(std::uint64_t entries, std::int64_t camid) {
+    const std::uint64_t length = std::min(entries, maxSlots) + 2;
+    std::vector<PagedEventChunk> chunks;
+    std::vector<std::uint32_t> lengths;
+    chunks.reserve((length + slotsPerChunk - 1) / slotsPerChunk);
+    for (std::uint64_t left = length; left > 0; left -= lengths.back()) {
+        lengths.push_back(static_cast<std::uint32_t>(std::min(slotsPerChunk, left)));
+        chunks.emplace_back(lengths.back());
     }
+    CountTree tree(lengths);
+    CountTree shown = tree;
     // Looked up once for the list: it goes through the file system.
     std::string timezone = localTimeZoneName();
     auto head = makeEntry(ScrubberEventTypeHead, 0, timezone);
     auto live = makeEntry(ScrubberEventTypeLive, 0, timezone);
+    chunks.front().exchangeEntry(0, head);
+    chunks.back().exchangeEntry(chunks.back().length() - 1, live);
 
     // The list before goes away outside of the lock.
     const std::lock_guard guard(mutex_);
     chunks_.swap(chunks);
-    lengths_.swap(lengths);
+    std::swap(lengths_, tree);
+    std::swap(shown_, shown);
     camid_ = camid;
     timezone_.swap(timezone);
-    exchange({0, 0}, head);
-    exchange({chunks_.size() - 1, chunks_.back().length - 1}, live);
-    size_.store(static_cast<std::int64_t>(length), std::memory_order_release);
+    slotCount_ = shownCount_ = length;
+    updateSize();
 }
 
 void PagedEventList::clear() {
-    std::vector<Chunk> chunks;
+    std::vector<PagedEventChunk> chunks;
     const std::lock_guard guard(mutex_);
     chunks_.swap(chunks);
-    lengths_.clear();
-    size_.store(0, std::memory_order_release);
+    slotCount_ = shownCount_ = 0;
+    updateSize();
+}
+
+bool PagedEventList::setGrouped(bool isGrouped) {
+    std::vector<Entry> dropped;
+    const std::lock_guard guard(mutex_);
+    if (std::exchange(isGrouped_, isGrouped) == isGrouped) return false;
+    for (std::size_t i = 0; i < chunks_.size(); ++i) {
+        if (!chunks_[i].isFolded()) continue;
+        if (isGrouped) {
+            const std::uint64_t first = lengths_.sumBefore(i);
+            renewGroups(first, first + chunks_[i].length() - 1, dropped);
+        } else {
+            std::ranges::move(chunks_[i].takeGroups(), std::back_inserter(dropped));
+        }
+    }
+    updateSize();
+    return shownCount_ != slotCount();
+}
+
+void PagedEventList::updateSize() {
+    size_.store(static_cast<std::int64_t>(isGrouped_ ? shownCount_ : slotCount()), std::memory_order_release);
+}
+
+std::optional<std::uint64_t> PagedEventList::slotOf(std::uint64_t index) const {
+    const std::lock_guard guard(mutex_);
+    const auto place = placeOfIndex(index);
+    if (!place) return std::nullopt;
+    return lengths_.sumBefore(place->chunk) + place->slot;
+}
+
+std::optional<std::uint64_t> PagedEventList::indexOf(std::uint64_t slot) const {
+    const std::lock_guard guard(mutex_);
+    if (slot >= slotCount()) return std::nullopt;
+    return indexOf(placeOfSlot(slot));
 }
 
 PagedEventList::Entry PagedEventList::at(std::uint64_t index) {
     const std::lock_guard guard(mutex_);
-    const auto place = locate(index);
-    return place ? madeAt(*place) : nullptr;
+    const auto place = placeOfIndex(index);
+    if (!place) return nullptr;
+    const Entry& shown = shownAt(*place);
+    return shown ? shown : madeAt(*place);
 }
 
 PagedEventList::Entry PagedEventList::made(std::uint64_t index) const {
     const std::lock_guard guard(mutex_);
-    const auto place = locate(index);
-    if (!place || chunks_[place->chunk].entries.empty()) return nullptr;
-    return chunks_[place->chunk].entries[place->slot];
+    const auto place = placeOfIndex(index);
+    return place ? shownAt(*place) : nullptr;
 }
 
-bool PagedEventList::isPending(std::uint64_t index) const {
-    if (index >= static_cast<std::uint64_t>(size())) return false;
-    const auto entry = made(index);
+PagedEventList::Entry PagedEventList::atSlot(std::uint64_t slot) {
+    const std::lock_guard guard(mutex_);
+    return slot < slotCount() ? madeAt(placeOfSlot(slot)) : nullptr;
+}
+
+bool PagedEventList::isPending(std::uint64_t slot) const {
+    const std::lock_guard guard(mutex_);
+    if (slot >= slotCount()) return false;
+    const Place place = placeOfSlot(slot);
+    const Entry& entry = chunks_[place.chunk].entry(place.slot);
     return !entry || entry->type() == ScrubberEventTypePending;
 }
 
-bool PagedEventList::replace(std::uint64_t index, Entry entry, std::uint32_t folded) {
+void PagedEventList::regroup(std::uint64_t first, std::uint64_t last, const std::vector<Joint>& joints) {
+    std::vector<Entry> dropped;
     const std::lock_guard guard(mutex_);
-    const auto place = locate(index);
-    if (!place) return false;
-    exchange(*place, entry);
-    setFoldedAt(*place, folded);
-    return true;
-}
-
-bool PagedEventList::setFolded(std::uint64_t index, std::uint32_t folded) {
-    const std::lock_guard guard(mutex_);
-    const auto place = locate(index);
-    if (place) setFoldedAt(*place, folded);
-    return place.has_value();
-}
-
-bool PagedEventList::erase(std::uint64_t index) {
-    Entry erased;
-    const std::lock_guard guard(mutex_);
-    const auto place = locate(index);
-    if (place) erased = takeOut(*place);
-    return place.has_value();
-}
-
-std::int64_t PagedEventList::foldedThrough(std::uint64_t last) const {
-    const std::lock_guard guard(mutex_);
-    std::int64_t sum = 0;
-    std::uint64_t left = last < static_cast<std::uint64_t>(size()) ? last + 1 : static_cast<std::uint64_t>(size());
-    for (const Chunk& chunk : chunks_) {
-        if (left < chunk.length) {
-            const auto end = chunk.foldedOf.begin() + static_cast<std::ptrdiff_t>(chunk.foldedOf.empty() ? 0 : left);
-            return std::accumulate(chunk.foldedOf.begin(), end, sum);
-        }
-        sum += chunk.folded;
-        left -= chunk.length;
+    if (slotCount() == 0 || first > last || last >= slotCount()) return;
+    for (const Joint& joint : joints) {
+        // The head entry joins nothing, and nothing the live entry.
+        if (joint.slot > 0 && joint.slot + 2 < slotCount()) setJoinsNext(joint.slot, joint.joinsNext);
     }
-    return sum;
+    if (isGrouped_) renewGroups(first, last, dropped);
+    updateSize();
+}
+
+void PagedEventList::erase(std::uint64_t slot) {
+    std::vector<Entry> dropped;
+    const std::lock_guard guard(mutex_);
+    if (slot == 0 || slot + 1 >= slotCount()) return;
+    const bool joinsOlder = joinsNext(slot - 1);
+    const bool joinsNewer = joinsNext(slot);
+    if (joinsOlder && !joinsNewer) {
+        setJoinsNext(slot - 1, false);
+        Entry group;
+        exchangeGroup(slot, group);
+        exchangeGroup(slot - 1, group);
+    }
+    setJoinsNext(slot, false);
+    const Place place = placeOfSlot(slot);
+    dropped.push_back(chunks_[place.chunk].erase(place.slot));
+    lengths_.add(place.chunk, -1);
+    shown_.add(place.chunk, -1);
+    --shownCount_;
+    --slotCount_;
+    if (isGrouped_ && joinsOlder) {
+        renewGroups(slot - 1, slot - 1, dropped);
+    } else if (isGrouped_ && joinsNewer) {
+        renewGroups(slot, slot, dropped);
+    }
+    updateSize();
 }
 
 template <typename MayHold, typename Fits>
-std::optional<PagedEventList::Place> PagedEventList::search(std::unique_lock<std::mutex>& lock, std::uint64_t from,
-                                                            const MayHold& mayHold, const Fits& fits,
-                                                            const IsStopped& isStopped) const {
-    const auto start = locate(from);
-    if (!start) return std::nullopt;
-    for (Place place = *start; place.chunk < chunks_.size(); place = {place.chunk + 1, 0}) {
-        const Chunk& chunk = chunks_[place.chunk];
+std::optional<PagedEventList::Place> PagedEventList::search(std::unique_lock<std::mutex>& lock,
+                                                            std::optional<Place> from, const MayHold& mayHold,
+                                                            const Fits& fits, const IsStopped& isStopped) const {
+    if (!from) return std::nullopt;
+    for (Place place = *from; place.chunk < chunks_.size(); place = {place.chunk + 1, 0}) {
+        const PagedEventChunk& chunk = chunks_[place.chunk];
         if (!mayHold(chunk)) continue;
-        for (; place.slot < chunk.length; ++place.slot) {
-            if (fits(chunk.entries.empty() ? nullptr : chunk.entries[place.slot].get())) return place;
+        for (; place.slot < chunk.length(); ++place.slot) {
+            if (fits(place)) return place;
         }
         // Readers of the list are not to wait for the end of a long search.
         lock.unlock();
@@ -136,40 +178,52 @@ std::optional<PagedEventList::Place> PagedEventList::search(std::unique_lock<std
     return std::nullopt;
 }
 
+template <typename EntryAt>
 std::optional<PagedEventList::Place> PagedEventList::search(std::unique_lock<std::mutex>& lock,
-                                                            const ScrubberEventQuery& query,
-                                                            const IsStopped& isStopped) const {
+                                                            std::optional<Place> from, const ScrubberEventQuery& query,
+                                                            const EntryAt& entryAt, const IsStopped& isStopped) const {
     const bool fitsPending = query.fits(ScrubberEvent(ScrubberEvent::Fields()));
     return search(
-        lock, static_cast<std::uint64_t>(std::max<std::int64_t>(query.fromIndex, 0)),
-        [&](const Chunk& chunk) { return chunk.bounds ? chunk.bounds->mayHold(query) : fitsPending; },
-        [&](const ScrubberEvent* entry) { return entry ? query.fits(*entry) : fitsPending; }, isStopped);
+        lock, from,
+        [&](const PagedEventChunk& chunk) { return chunk.bounds() ? chunk.bounds()->mayHold(query) : fitsPending; },
+        [&](Place place) {
+            const Entry* const entry = entryAt(place);
+            return entry && (*entry ? query.fits(**entry) : fitsPending);
+        },
+        isStopped);
 }
 
 std::optional<std::uint64_t> PagedEventList::find(const ScrubberEventQuery& query, const IsStopped& isStopped) const {
     std::unique_lock lock(mutex_);
-    const auto place = search(lock, query, isStopped);
+    const auto from = placeOfIndex(static_cast<std::uint64_t>(std::max<std::int64_t>(query.fromIndex, 0)));
+    const auto shown = [this](Place place) { return isShown(place) ? &shownAt(place) : nullptr; };
+    const auto place = search(lock, from, query, shown, isStopped);
     if (!place) return std::nullopt;
     return indexOf(*place);
 }
 
-std::optional<std::uint64_t> PagedEventList::eraseFirst(const ScrubberEventQuery& query, const IsStopped& isStopped) {
-    Entry erased;
+std::optional<std::uint64_t> PagedEventList::findSlot(const ScrubberEventQuery& query,
+                                                      const IsStopped& isStopped) const {
     std::unique_lock lock(mutex_);
-    const auto place = search(lock, query, isStopped);
+    const auto first = static_cast<std::uint64_t>(std::max<std::int64_t>(query.fromIndex, 0));
+    if (first >= slotCount()) return std::nullopt;
+    const auto entry = [this](Place place) { return &chunks_[place.chunk].entry(place.slot); };
+    const auto place = search(lock, placeOfSlot(first), query, entry, isStopped);
     if (!place) return std::nullopt;
-    const std::uint64_t index = indexOf(*place);
-    erased = takeOut(*place);
-    return index;
+    return lengths_.sumBefore(place->chunk) + place->slot;
 }
 
 std::optional<std::uint64_t> PagedEventList::findMade(std::uint64_t from,
                                                       const std::function<bool(const ScrubberEvent&)>& matches,
                                                       const IsStopped& isStopped) const {
     std::unique_lock lock(mutex_);
+    const auto matchesAt = [&](Place place) {
+        const Entry* const shown = isShown(place) ? &shownAt(place) : nullptr;
+        return shown && *shown && matches(**shown);
+    };
     const auto place = search(
-        lock, from, [](const Chunk& chunk) { return !chunk.entries.empty(); },
-        [&](const ScrubberEvent* entry) { return entry && matches(*entry); }, isStopped);
+        lock, placeOfIndex(from), [](const PagedEventChunk& chunk) { return chunk.hasEntries(); }, matchesAt,
+        isStopped);
     if (!place) return std::nullopt;
     return indexOf(*place);
 }
@@ -178,75 +232,99 @@ std::vector<PagedEventList::Entry> PagedEventList::all() {
     const std::lock_guard guard(mutex_);
     std::vector<Entry> result;
     result.reserve(static_cast<std::size_t>(size()));
-    for (std::size_t i = 0; i < chunks_.size(); ++i) {
-        for (std::size_t slot = 0; slot < chunks_[i].length; ++slot) result.push_back(madeAt({i, slot}));
+    for (std::size_t chunk = 0; chunk < chunks_.size(); ++chunk) {
+        for (Place place{chunk, 0}; place.slot < chunks_[chunk].length(); ++place.slot) {
+            if (!isShown(place)) continue;
+            const Entry& shown = shownAt(place);
+            result.push_back(shown ? shown : madeAt(place));
+        }
     }
     return result;
 }
 
-std::optional<PagedEventList::Place> PagedEventList::locate(std::uint64_t index) const {
+std::optional<PagedEventList::Place> PagedEventList::placeOfIndex(std::uint64_t index) const {
     if (index >= static_cast<std::uint64_t>(size())) return std::nullopt;
-    // The last chunk before which no more than `index` slots lie; chunks that have run empty are passed over.
-    auto left = static_cast<std::uint32_t>(index);
-    std::size_t chunk = 0;
-    for (std::size_t step = std::bit_floor(lengths_.size() - 1); step > 0; step /= 2) {
-        if (chunk + step < lengths_.size() && lengths_[chunk + step] <= left) {
-            chunk += step;
-            left -= lengths_[chunk];
-        }
-    }
-    return Place{chunk, left};
+    if (!isGrouped_) return placeOfSlot(index);
+    const auto [chunk, number] = shown_.find(index);
+    return Place{chunk, chunks_[chunk].slotOfShown(number)};
+}
+
+PagedEventList::Place PagedEventList::placeOfSlot(std::uint64_t slot) const {
+    const auto [chunk, rest] = lengths_.find(slot);
+    return {chunk, rest};
 }
 
 std::uint64_t PagedEventList::indexOf(Place place) const {
-    std::uint64_t index = place.slot;
-    for (std::size_t i = place.chunk; i > 0; i &= i - 1) index += lengths_[i];
-    return index;
+    if (!isGrouped_) return lengths_.sumBefore(place.chunk) + place.slot;
+    return shown_.sumBefore(place.chunk) + chunks_[place.chunk].shownBefore(place.slot);
 }
 
-// What has been at the place is left in `entry`, to go away outside of the lock.
-void PagedEventList::exchange(Place place, Entry& entry) {
-    Chunk& chunk = chunks_[place.chunk];
-    if (!chunk.bounds) chunk.bounds = std::make_shared<ScrubberEventBounds>();
-    if (chunk.entries.empty()) chunk.entries.resize(chunk.length);
-    if (entry) entry->setBounds(chunk.bounds);
-    chunk.entries[place.slot].swap(entry);
+const PagedEventList::Entry& PagedEventList::shownAt(Place place) const {
+    const PagedEventChunk& chunk = chunks_[place.chunk];
+    const Entry& group = chunk.group(place.slot);
+    return group ? group : chunk.entry(place.slot);
 }
 
 const PagedEventList::Entry& PagedEventList::madeAt(Place place) {
-    const Chunk& chunk = chunks_[place.chunk];
-    if (chunk.entries.empty() || !chunk.entries[place.slot]) {
+    PagedEventChunk& chunk = chunks_[place.chunk];
+    if (!chunk.entry(place.slot)) {
         auto entry = makeEntry(ScrubberEventTypePending, camid_, timezone_);
-        exchange(place, entry);
+        chunk.exchangeEntry(place.slot, entry);
     }
-    return chunk.entries[place.slot];
+    return chunk.entry(place.slot);
 }
 
-PagedEventList::Entry PagedEventList::takeOut(Place place) {
-    setFoldedAt(place, 0);
-    Chunk& chunk = chunks_[place.chunk];
-    const auto slot = static_cast<std::ptrdiff_t>(place.slot);
-    Entry taken;
-    if (!chunk.entries.empty()) {
-        taken = std::move(chunk.entries[place.slot]);
-        chunk.entries.erase(chunk.entries.begin() + slot);
-    }
-    if (!chunk.foldedOf.empty()) chunk.foldedOf.erase(chunk.foldedOf.begin() + slot);
-    --chunk.length;
-    for (std::size_t i = place.chunk + 1; i < lengths_.size(); i += i & (~i + 1)) --lengths_[i];
-    size_.fetch_sub(1, std::memory_order_release);
-    return taken;
+bool PagedEventList::joinsNext(std::uint64_t slot) const {
+    const Place place = placeOfSlot(slot);
+    return chunks_[place.chunk].joinsNext(place.slot);
 }
 
-void PagedEventList::setFoldedAt(Place place, std::uint32_t folded) {
-    Chunk& chunk = chunks_[place.chunk];
-    if (chunk.foldedOf.empty()) {
-        if (folded == 0) return;
-        chunk.foldedOf.resize(chunk.length);
+void PagedEventList::setJoinsNext(std::uint64_t slot, bool joins) {
+    const Place place = placeOfSlot(slot);
+    if (!chunks_[place.chunk].setJoinsNext(place.slot, joins)) return;
+    shown_.add(place.chunk, joins ? -1 : 1);
+    joins ? --shownCount_ : ++shownCount_;
+}
+
+void PagedEventList::renewGroups(std::uint64_t first, std::uint64_t last, std::vector<Entry>& dropped) {
+    while (first > 0 && joinsNext(first - 1)) --first;
+    while (first <= last) {
+        std::uint64_t newest = first;
+        while (joinsNext(newest)) ++newest;
+        renewGroup(first, newest, dropped);
+        first = newest + 1;
     }
-    std::uint32_t& before = chunk.foldedOf[place.slot];
-    chunk.folded += static_cast<std::int64_t>(folded) - before;
-    before = folded;
+}
+
+// The group of the slots `first` to `last`, or its end when that is one slot only. Of several groups that have grown
+// together the newest lives on.
+void PagedEventList::renewGroup(std::uint64_t first, std::uint64_t last, std::vector<Entry>& dropped) {
+    Entry group;
+    for (std::uint64_t slot = last + 1; slot-- > first;) {
+        Entry held;
+        exchangeGroup(slot, held);
+        if (!group) group.swap(held);
+        if (held) dropped.push_back(std::move(held));
+    }
+    std::vector<Entry> members;
+    for (std::uint64_t slot = first; slot <= last; ++slot) {
+        const Place place = placeOfSlot(slot);
+        members.push_back(first == last ? chunks_[place.chunk].entry(place.slot) : madeAt(place));
+    }
+    if (first == last) {
+        if (members.front()) members.front()->setParent(nullptr);
+        dropped.push_back(std::move(group));
+        return;
+    }
+    if (!group) group = std::make_shared<ScrubberEvent>(ScrubberEvent::Fields());
+    group->assign(makeGroup_(members));
+    for (const Entry& member : members) member->setParent(group);
+    exchangeGroup(last, group);
+}
+
+void PagedEventList::exchangeGroup(std::uint64_t slot, Entry& group) {
+    const Place place = placeOfSlot(slot);
+    chunks_[place.chunk].exchangeGroup(place.slot, group);
 }
 
 }  // namespace korvane

@@ -1,4 +1,4 @@
-#include "views/timeline/Model/ReplyValues.h"
+#include "korvane/views/timeline/Model/ReplyValues.h"
 
 #include <charconv>
 #include <cmath>

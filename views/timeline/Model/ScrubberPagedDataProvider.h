@@ -1,21 +1,30 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "client/Reply.h"
-#include "views/timeline/Model/PagedEventList.h"
-#include "views/timeline/Model/ScrubberSourceBinding.h"
+#include "korvane/client/Reply.h"
+#include "korvane/views/timeline/Model/ListDeletions.h"
+#include "korvane/views/timeline/Model/PageRequests.h"
+#include "korvane/views/timeline/Model/PagedEventList.h"
+#include "korvane/views/timeline/Model/ScrubberSourceBinding.h"
+#include "korvane/views/timeline/Model/ServicePage.h"
 
 namespace korvane {
 
 /// A provider of one long list, newest entry last. The first page tells how long the list is; further pages are fetched
-/// around the positions that the view asks about. With grouping, entries that lie close together fold into one while a
-/// page is filled, and the list becomes shorter.
+/// around the positions that the view asks about. With grouping, entries that lie close together are shown as one. The
+/// indexes of all public operations count what is shown.
+///
+/// A page that is under way is not asked for again, one that has failed not before 5 s, then twice as long each time up
+/// to a minute; the delegate is then told to reload what is visible. Where the service counts other entries than the
+/// list has, the list is made anew.
 ///
 /// What the list holds is the subclass's: what to ask the service for, how to read an element of a reply, and when two
 /// neighbours belong to one group.
@@ -27,19 +36,20 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     std::int64_t OnScrubberGetEventsCount() override;
     /// Null while closing, too.
     std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
-    /// Finds it by its id. Members of a group are not found, a group is by the id of its oldest member.
+    /// Takes out what has its id, a member of a group too, which then shrinks; gives its index, or that of its group.
+    /// Later pages count on it that the service has deleted it.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
-    /// This and the next two make no entries; -1 while closing.
+    /// Makes no entries; -1 while closing.
     std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) override;
-    std::int64_t OnScrubberFindEventByPosition(TimeMs position) override;
-    ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) override;
 
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() override;
     std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event, DeleteCompletion onComplete) override;
+    /// What is loaded stays; the delegate is told when that changes what is shown.
+    void enableEventGrouping(bool enabled) override;
     std::int32_t checkPartNeedRequested(std::uint64_t index, std::int64_t withScrollToIndex,
                                         TimeMs withDateTime) override;
-    /// Asks the service how many entries lie up to a second after `time`, ms, and takes that for the index. A failure
-    /// tells nobody.
+    /// Asks the service how many entries lie up to a second after `time`, ms, and goes to the last of them, or, with
+    /// `isClosest`, to the next. A failure tells nobody.
     std::int32_t updateForTime(TimeMs time, bool withScroll, bool isClosest) override;
 
     /// Brings the view to the oldest entry when the service has any from `time`, ms, on; otherwise nothing happens and
@@ -58,7 +68,7 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
                               std::int64_t withScrollToIndex);
 
     /// Writes the elements of one page into the list from `startWithIndex` on. An element that is no object counts as
-    /// one without keys. Elements that run past the list's begin are dropped with a line in the log.
+    /// one without keys. Elements that run past the list's end are dropped with a line in the log.
     void fillEventsFromDictionary(const Reply& objects, std::uint64_t startWithIndex);
 
   protected:
@@ -75,9 +85,12 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     /// Neighbours that lie no further apart than this, ms, belong to one group.
     static constexpr TimeMs groupDistance = 10000;
 
-    using ScrubberSourceBinding::ScrubberSourceBinding;
+    ScrubberPagedDataProvider(std::string_view classPath, Scheduler& scheduler, KorvaneService& service);
 
     void emptyList() override;
+    /// Neither these two make entries. A pending slot is of no moment and covers none.
+    std::int64_t findByPosition(TimeMs position) override;
+    ScrubberEventPlace findClosestByPosition(TimeMs position) override;
 
     /// Asks for one page.
     virtual void requestPage(KorvaneCamera& camera, const PageQuery& query, ReplyCompletion onComplete) = 0;
@@ -100,36 +113,62 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     virtual void extendGroup(ScrubberEvent::Fields& group, const ScrubberEvent::Fields& member) const = 0;
 
   private:
-    struct Page;
     struct Answer;
-    struct GroupFill;
+    struct FirstLoad;
+    struct Jump {
+        TimeMs time = -1;
+        bool isClosest = false;
+    };
 
     using AnswerHandler = std::function<void(Answer answer)>;
-    using PageHandler = std::function<void(Page page)>;
 
     std::shared_ptr<ScrubberPagedDataProvider> self();
-    std::optional<Page> readPage(const Reply& reply, std::int64_t limit) const;
-    void ask(const PageQuery& query, AnswerHandler onAnswer);
-    void fetchPage(const PageQuery& query, PageHandler onPage);
-    void complete(Answer answer, PageHandler onPage);
-    void onFirstPage(const Page& page, TimeMs position);
-    void onLaterPage(const Page& page, std::uint64_t index, std::int64_t withScrollToIndex);
-    void goToEntryAfter(std::uint64_t count, TimeMs time, bool isClosest);
-    void tellIndex(std::uint64_t index, std::int64_t withScrollToIndex, std::int64_t from, std::int64_t to) const;
-    bool tellLoadedMoment(TimeMs time) const;
     std::int64_t findMade(std::uint64_t from, const std::function<bool(const ScrubberEvent&)>& matches) const;
-    void tellOrFetch(std::uint64_t index, std::int64_t withScrollToIndex);
-    std::uint64_t endOfPendingRun(std::uint64_t index, std::int64_t limit) const;
-    bool takesPage(const Reply& objects, std::uint64_t startWithIndex) const;
-    bool fillEvent(ScrubberEvent::Fields& event, const Reply& element, const KorvaneCamera* camera) const;
-    void fillEventsFromDictionary2(const Reply& objects, std::uint64_t startWithIndex);
-    void fillGrouped(const Reply& objects, std::uint64_t startWithIndex);
-    void mergeIntoGroup(GroupFill& fill, const ScrubberEvent::Fields& fields,
-                        const std::shared_ptr<ScrubberEvent>& current);
-    bool foldSlot(GroupFill& fill, const std::shared_ptr<ScrubberEvent>& slot);
-    bool advance(GroupFill& fill) const;
+
+    // Requests
+    void ask(const PageQuery& query, AnswerHandler onAnswer);
+    void fetch(const PageQuery& query, AnswerHandler onAnswer);
+    void onFirstPage(const FirstLoad& load, const PageQuery& query, const Answer& answer);
+    void onLaterPage(const PageRequests::Request& request, const Answer& answer);
+    void onCount(const ServicePage& page, TimeMs time, bool withScroll, bool isClosest, std::uint64_t confirmed);
+    void onDeleted(const std::shared_ptr<KorvaneCamera>& camera, std::int64_t id, std::int32_t status);
+    void onRetryDue(std::uint64_t number);
+
+    // listLock() held, in all that follow.
+    bool tellLoadedMoment(TimeMs time);
+    void tellOrFetch(std::uint64_t slot, const PageWish& wish);
+    void requestSlots(std::uint64_t begin, std::uint64_t wanted, std::int64_t offset, std::int64_t limit,
+                      const PageWish& wish);
+    void failPage(const PageRequest& request, std::int32_t status);
+    void makeList(std::uint64_t count, const PageQuery& query);
+    void replaceList(const PageRequest& request, std::uint64_t count, const Reply& objects);
+    void fillSlots(const Reply& objects, std::uint64_t begin);
+    void fillEvent(ScrubberEvent::Fields& event, const Reply& element, const KorvaneCamera* camera) const;
+    ScrubberEvent::Fields makeGroup(const std::vector<std::shared_ptr<ScrubberEvent>>& members) const;
+    PageWish wishFor(std::int64_t scrollToIndex) const;
+    /// What is on screen may be asked for again.
+    void tellVisible() const;
+    void tellIndex(std::uint64_t slot, const PageWish& wish) const;
+    void tellIndex(std::uint64_t index, const PageWish& wish, std::int64_t from, std::int64_t to) const;
+    std::uint64_t endOfPendingRun(std::uint64_t slot, std::int64_t limit) const;
+    // Entries that the service has, as far as the list knows.
+    std::uint64_t entryCount() const;
+    std::int64_t offsetOf(std::uint64_t slot) const;
+    std::uint64_t slotAtOffset(std::int64_t offset) const;
 
     PagedEventList events_;
+
+    // Guarded by listLock().
+    PageRequests pages_;
+    ListDeletions deletions_;
+    // Counted while a deletion was under way, to be counted again after it.
+    std::optional<Jump> waitingJump_;
+    std::atomic<std::uint64_t> lastJump_ = 0;  // the newest wins
+    // What the list was asked for with; its pages are asked for with the same, whatever has been set since.
+    PageQuery listQuery_;
+    std::uint64_t loads_ = 0;
+    RetryDelay replaceDelay_;
+    bool mayReplace_ = true;
 };
 
 }  // namespace korvane

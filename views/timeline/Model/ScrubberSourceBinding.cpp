@@ -1,10 +1,10 @@
-#include "views/timeline/Model/ScrubberSourceBinding.h"
+#include "korvane/views/timeline/Model/ScrubberSourceBinding.h"
 
 #include <utility>
 
-#include "base/Log.h"
-#include "views/timeline/Model/ReplyValues.h"
-#include "views/timeline/ScrubberCommon/ScrubberEventType.h"
+#include "korvane/base/Log.h"
+#include "korvane/views/timeline/Model/ReplyValues.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventType.h"
 
 namespace korvane {
 namespace {
@@ -23,6 +23,14 @@ struct ScrubberSourceBinding::ParsedToken {
     std::string baseUrl;
     bool isPathIncluded = false;
     std::optional<std::string> svcp;
+};
+
+struct ScrubberSourceBinding::FoundCamera {
+    // The connection that was asked.
+    std::weak_ptr<KorvaneShareConnection> over;
+    std::shared_ptr<KorvaneCamera> camera;
+    std::string wholeToken;
+    TimeMs now = 0;
 };
 
 ScrubberSourceBinding::ScrubberSourceBinding(std::string_view classPath, Scheduler& scheduler, KorvaneService& service)
@@ -202,30 +210,32 @@ void ScrubberSourceBinding::requestCamera(const std::shared_ptr<KorvaneShareConn
     // The completion leaves the library's thread at once: what follows may take its time. The clock is read before
     // that, since the service waits for its own threads when it goes away, and not for the workers.
     service_.makeCameraList(connection)
-        ->getCamera(parsed.camid, [self = shared_from_this(), whole = parsed.whole](
+        ->getCamera(parsed.camid, [self = shared_from_this(), whole = parsed.whole, over = std::weak_ptr(connection)](
                                       std::shared_ptr<KorvaneCamera> camera, std::string error, std::int32_t status) {
+            if (status == StatusSuccess && !camera) status = StatusUnexpectedReply;
             const TimeMs now = self->helpers().currentTimestampUTC();
-            self->scheduler_.runInBackground([self, whole, camera = std::move(camera), error = std::move(error), status,
-                                              now] { self->onCamera(camera, error, status, whole, now); });
+            self->scheduler_.runInBackground([self, found = FoundCamera{over, camera, whole, now}, status,
+                                              error = std::move(error)] { self->onCamera(found, status, error); });
         });
 }
 
-void ScrubberSourceBinding::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error,
-                                     std::int32_t status, const std::string& wholeToken, TimeMs now) {
-    if (status == StatusSuccess && !camera) status = StatusUnexpectedReply;
-    setLastError(status, status == StatusSuccess ? "Success" : error);
+void ScrubberSourceBinding::onCamera(const FoundCamera& found, std::int32_t status, const std::string& error) {
+    auto before = found.camera;
+    {
+        const std::lock_guard guard(mutex_);
+        // Closed or bound anew meanwhile: the answer belongs to an earlier binding.
+        if (!source_.conn || found.over.lock() != source_.conn) return;
+        lastErrorCode_ = status;
+        lastErrorString_ = status == StatusSuccess ? "Success" : error;
+        if (status == StatusSuccess) before.swap(source_.cam);
+    }
     trace(1, classPath_, "getCamera: status: ", status);
     if (status != StatusSuccess) {
         tellReload(status, ScrubberStateReady);
         return;
     }
-    auto before = camera;
-    {
-        const std::lock_guard guard(mutex_);
-        before.swap(source_.cam);
-    }
-    camera->setFullSharedToken(wholeToken);
-    const FullLoad load = beginLoad(now);
+    found.camera->setFullSharedToken(found.wholeToken);
+    const FullLoad load = beginLoad(found.now);
     const Range asked = range();
     scheduler_.runInBackground([self = shared_from_this(), asked, load] {
         // A refresh or another binding that came in between has asked for all that this would ask for.
@@ -238,12 +248,23 @@ std::int32_t ScrubberSourceBinding::refresh() {
     trace(1, classPath_, "refresh");
     if (isClosing()) return StatusBadCall;
     return guarded([this] {
+        breakOffLoads();
         emptyList();
         if (!cam()) return StatusBadCall;
         const FullLoad load = beginLoad(helpers().currentTimestampUTC());
         requestEvents(range().datetimeStart, load.end, -1);
         return StatusSuccess;
     });
+}
+
+void ScrubberSourceBinding::breakOffLoads() {
+    std::shared_ptr<KorvaneShareConnection> connection;
+    {
+        const std::lock_guard guard(mutex_);
+        // While the camera is looked up there is nothing else under way, and that goes on.
+        if (source_.cam) connection = source_.conn;
+    }
+    if (connection) connection->cancelRequests();
 }
 
 ScrubberSourceBinding::FullLoad ScrubberSourceBinding::beginLoad(TimeMs now) {
@@ -258,7 +279,7 @@ bool ScrubberSourceBinding::isNewest(const FullLoad& load) const {
 }
 
 void ScrubberSourceBinding::close() {
-    // Set before the lock is waited for: work that holds it sees the flag and comes to its end.
+    // Set before waiting for the lock, so that the work that holds it ends soon.
     if (isClosing_.exchange(true)) return;
     trace(1, classPath_, "close");
     guarded([this] {
@@ -315,12 +336,8 @@ ScrubberSourceBinding::Range ScrubberSourceBinding::range() const {
     return range_;
 }
 
-void ScrubberSourceBinding::setSize(std::int64_t size) {
-    const std::lock_guard guard(mutex_);
-    range_.size = size;
-}
-
 void ScrubberSourceBinding::tellReload(std::int32_t status, std::int32_t andState) const {
+    if (status == StatusClosed) return;
     if (const auto delegate = getDelegate()) delegate->OnScrubberDataProviderReloadRequired(status, andState);
 }
 

@@ -8,13 +8,13 @@
 #include <string>
 #include <string_view>
 
-#include "base/RecursiveLock.h"
-#include "base/Scheduler.h"
-#include "base/TaskGuard.h"
-#include "base/Time.h"
-#include "client/KorvaneService.h"
-#include "client/Status.h"
-#include "views/timeline/ScrubberCommon/ScrubberDataProvider.h"
+#include "korvane/base/RecursiveLock.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/base/TaskGuard.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/KorvaneService.h"
+#include "korvane/client/Status.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberDataProvider.h"
 
 namespace korvane {
 
@@ -31,7 +31,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     void setDelegate(const std::shared_ptr<ScrubberDataProviderDelegate>& delegate) override;
     std::shared_ptr<ScrubberDataProviderDelegate> getDelegate() const override;
     void setApiProtocol(const std::string& protocol, std::int32_t andPort) override;
-    /// Before setSource(); what is loaded already stays as it is.
+    /// Before setSource(), unless the provider says otherwise.
     void enableEventGrouping(bool enabled) override;
 
     std::int32_t setSource(const std::string& token) override;
@@ -39,16 +39,19 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     std::int32_t setSource(const std::string& token, TimeMs startDateTime, TimeMs endDateTime,
                            const std::optional<std::string>& eventType, std::int64_t sortAscending,
                            std::int64_t withLimit, std::int64_t withOffset, TimeMs withPosition) override;
+    /// Breaks off the requests under way that read, and does not wait for the network.
     std::int32_t refresh() override;
-    /// Waits for a fill under way. A call while another one runs returns at once.
+    /// Breaks off all requests under way, of which the delegate hears nothing. Waits for a fill under way and the
+    /// delegate call it makes, never for the network. A call while another one runs returns at once.
     void close() override;
 
     /// Asks the service for the list between two moments, ms. With `withStartFrom` above 0 the view is brought there
     /// afterwards. The delegate hears of the outcome; without a camera nothing happens. Always 0.
     virtual std::int32_t requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) = 0;
 
-    /// Passes the warning of the expiry monitor on to the delegate: `timeLeft` ms. Gives the delegate's answer, or 0
-    /// without one.
+    /// Passes the warning of the expiry monitor on to the delegate: `timeLeft` ms, below zero once the token has
+    /// expired. It comes every 5 s from 5 minutes before the expiry until the token is swapped or the provider closed.
+    /// Gives the delegate's answer, or 0 without one.
     std::int32_t onSharedTokenWillExpireIn(std::int64_t timeLeft);
 
     /// Status of the last binding, and its text: what is wrong with the token or the camera, or "Success".
@@ -71,8 +74,6 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
         std::int64_t limit = 100;
         /// Of the first page.
         std::int64_t offset = 0;
-        /// Length of the list when it was made, head and live entry included; -1 before that.
-        std::int64_t size = -1;
         /// To go to after the first load; -1 is none.
         TimeMs position = -1;
     };
@@ -93,12 +94,12 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     std::shared_ptr<KorvaneCamera> cam() const;
     std::int64_t camid() const;
     Range range() const;
-    void setSize(std::int64_t size);
 
     std::string_view classPath() const { return classPath_; }
     Scheduler& scheduler() { return scheduler_; }
     const KorvaneHelpers& helpers() const { return *helpers_; }
 
+    /// Says nothing of StatusClosed: close() and refresh() are the caller's own.
     void tellReload(std::int32_t status, std::int32_t andState) const;
 
     /// The result of `body`, or StatusBadCall and a line in the log when an exception leaves it.
@@ -123,6 +124,7 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     };
 
     struct ParsedToken;
+    struct FoundCamera;
 
     struct FullLoad {
         std::uint64_t number = 0;
@@ -137,8 +139,8 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     std::shared_ptr<KorvaneShareConnection> openConnection(const ParsedToken& parsed);
     void requestCamera(const std::shared_ptr<KorvaneShareConnection>& connection, const ParsedToken& parsed);
     void armExpiryMonitor(KorvaneShareConnection& connection);
-    void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& error, std::int32_t status,
-                  const std::string& wholeToken, TimeMs now);
+    void onCamera(const FoundCamera& found, std::int32_t status, const std::string& error);
+    void breakOffLoads();
     FullLoad beginLoad(TimeMs now);
     // False once another load has begun, or the provider been closed.
     bool isNewest(const FullLoad& load) const;

@@ -1,4 +1,4 @@
-#include "views/timeline/Model/TimelineSearch.h"
+#include "korvane/views/timeline/Model/TimelineSearch.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "client/Timeline.h"
+#include "korvane/client/Timeline.h"
 
 namespace korvane {
 

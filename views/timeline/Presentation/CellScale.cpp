@@ -1,8 +1,8 @@
-#include "views/timeline/Presentation/CellScale.h"
+#include "korvane/views/timeline/Presentation/CellScale.h"
 
 #include <cmath>
 
-#include "views/timeline/Model/SaturatingTime.h"
+#include "korvane/base/SaturatingTime.h"
 
 namespace korvane {
 namespace {

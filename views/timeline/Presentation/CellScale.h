@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 

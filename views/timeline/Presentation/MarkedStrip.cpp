@@ -1,10 +1,10 @@
-#include "views/timeline/Presentation/MarkedStrip.h"
+#include "korvane/views/timeline/Presentation/MarkedStrip.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "toolkit/Animator.h"
-#include "toolkit/Coordinates.h"
+#include "korvane/toolkit/AnimatedValue.h"
+#include "korvane/toolkit/Coordinates.h"
 
 namespace korvane {
 namespace {
@@ -15,8 +15,8 @@ constexpr double fixedTimeLimit = 0.001;
 constexpr double secondsPerItem = 0.5;
 constexpr double longestScrollSeconds = 1.0;
 
-/// How long a scroll over `way` points takes. Only what is far is held to the longest time: a short way to the left
-/// gives 0 or below, which is no animation at all.
+/// How long a scroll over `way` points takes. Only long scrolls are capped: a short way to the left gives 0 or below,
+/// which is no animation at all.
 double scrollSeconds(double fixedTime, double way, double itemWidth) {
     const double seconds = fixedTime > fixedTimeLimit ? fixedTime : way / itemWidth * secondsPerItem;
     return seconds < -longestScrollSeconds || seconds > longestScrollSeconds ? longestScrollSeconds : seconds;
@@ -35,12 +35,25 @@ Point MarkedStrip::pointer() const {
 }
 
 IndexPath MarkedStrip::indexPathFromPointer() const {
-    return strip_ ? strip_->indexPathForItemAtPoint(pointer()) : std::nullopt;
+    return isPrepared() ? strip_->indexPathForItemAtPoint(pointer()) : std::nullopt;
+}
+
+IndexPath MarkedStrip::nearestIndexPath() const {
+    return isPrepared() ? strip_->nearestIndexPath(pointer().x) : std::nullopt;
+}
+
+// A new layout may put the strip elsewhere, so it comes before the pointer is read.
+bool MarkedStrip::isPrepared() const {
+    return strip_ && strip_->prepareLayoutIfNeeded();
 }
 
 double MarkedStrip::offsetBetweenPointerAndItemBegin(IndexPath indexPath) const {
-    if (!strip_) return 0;
+    if (!isPrepared()) return 0;
     return pointer().x - (strip_->layoutAttributesForItemAtIndexPath(indexPath).value_or(Rect{}).x + restingOffset);
+}
+
+double MarkedStrip::contentOffsetAt(IndexPath indexPath, double offset) const {
+    return baseOffset().x + offset - offsetBetweenPointerAndItemBegin(indexPath);
 }
 
 Point MarkedStrip::baseOffset() const {
@@ -51,13 +64,14 @@ void MarkedStrip::setBaseOffsetX(double x) {
     if (strip_) strip_->setContentOffset({x, baseOffset().y});
 }
 
-void MarkedStrip::scrollToPointer(IndexPath indexPath, double fixedAnimationTime, std::function<void()> completion) {
-    if (!indexPath || *indexPath <= 0 || !strip_) return;
+void MarkedStrip::scrollToPointer(IndexPath indexPath, double fixedAnimationTime,
+                                  std::function<void(bool hasFinished)> completion) {
+    if (!indexPath || *indexPath <= 0 || !isPrepared()) return;
     const double itemWidth = strip_->layoutAttributesForItemAtIndexPath(indexPath).value_or(Rect{}).width;
     const double way = offsetBetweenPointerAndItemBegin(indexPath);
     const double target = baseOffset().x - way;
-    auto done = life_.guard([completion = std::move(completion)](bool) {
-        if (completion) completion();
+    auto done = life_.guard([completion = std::move(completion)](bool hasFinished) {
+        if (completion) completion(hasFinished);
     });
     animate(
         scrollSeconds(fixedAnimationTime, way, itemWidth), [this, target] { setBaseOffsetX(target); }, std::move(done));

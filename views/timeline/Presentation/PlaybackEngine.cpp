@@ -1,4 +1,4 @@
-#include "views/timeline/Presentation/PlaybackEngine.h"
+#include "korvane/views/timeline/Presentation/PlaybackEngine.h"
 
 #include <atomic>
 #include <mutex>
@@ -9,10 +9,10 @@ namespace korvane {
 /// One run. Shared with its thread, which may outlast a stop() that could not wait.
 class PlaybackEngine::Run {
   public:
-    Run(const PlaybackEngine& engine, ScrubberCellOwner* owner, const std::shared_ptr<ScrubberEvent>& event)
+    Run(const PlaybackEngine& engine, PlaybackHost* host, const std::shared_ptr<ScrubberEvent>& event)
         : rules_(engine.rules_),
           advance_(engine.advance_),
-          owner_(owner),
+          host_(host),
           event_(event),
           progress_{rules_.firstPosition},
           monitor_(engine.scheduler_->makeMonitor()) {}
@@ -27,6 +27,11 @@ class PlaybackEngine::Run {
 
     void wake() { monitor_->notifyAll(); }
 
+    void setEvent(const std::shared_ptr<ScrubberEvent>& event) {
+        const std::lock_guard lock(*monitor_);
+        event_ = event;
+    }
+
     void loop() {
         while (isRunning_) rest(tick());
     }
@@ -39,25 +44,30 @@ class PlaybackEngine::Run {
     }
 
     std::chrono::milliseconds tick() {
-        if (rules_.holdsWhileScrolling && owner_ && owner_->isScrolling()) return playbackTickTime;
-        const auto event = owner_ ? event_.lock() : nullptr;
+        if (rules_.holdsWhileScrolling && host_ && host_->isScrolling()) return playbackTickTime;
+        const auto event = host_ ? this->event() : nullptr;
         TimeMs start = event ? event->start() : 0;
         TimeMs end = event ? event->end() : 0;
-        if (event) owner_->OnScrubberGetRangeForPlayingEvent(event, &start, &end);
-        const TimeMs position = event ? owner_->OnScrubberGetCurrentPositionForPlayingEvent(event) : 0;
+        if (event) host_->OnScrubberGetRangeForPlayingEvent(event, &start, &end);
+        const TimeMs position = event ? host_->OnScrubberGetCurrentPositionForPlayingEvent(event) : 0;
         const PlaybackTick now = playbackTick(rules_, progress_, end, position);
         progress_ = now.progress;
-        if (event && now.tellsStarted) owner_->OnScrubberEventPlayStarted(event);
-        if (event && now.tellsFinished) owner_->OnScrubberEventPlayFinished(event);
+        if (event && now.tellsStarted) host_->OnScrubberEventPlayStarted(event);
+        if (event && now.tellsFinished) host_->OnScrubberEventPlayFinished(event);
         if (now.advances) advance_(position, start, end);
         return now.wait;
     }
 
+    std::shared_ptr<ScrubberEvent> event() {
+        const std::lock_guard lock(*monitor_);
+        return event_.lock();
+    }
+
     const PlaybackRules rules_;
     const Advance advance_;
-    ScrubberCellOwner* const owner_;
-    const std::weak_ptr<ScrubberEvent> event_;
-    PlaybackProgress progress_;  // the thread's own
+    PlaybackHost* const host_;
+    std::weak_ptr<ScrubberEvent> event_;  // guarded by monitor_
+    PlaybackProgress progress_;           // the thread's own
     const std::unique_ptr<Monitor> monitor_;
     std::atomic<bool> isRunning_ = true;
 };
@@ -69,10 +79,15 @@ PlaybackEngine::~PlaybackEngine() {
     stop();
 }
 
-void PlaybackEngine::start(ScrubberCellOwner* owner, const std::shared_ptr<ScrubberEvent>& event) {
+void PlaybackEngine::start(PlaybackHost* host, const std::shared_ptr<ScrubberEvent>& event) {
     stop();
-    run_ = std::make_shared<Run>(*this, owner, event);
+    run_ = std::make_shared<Run>(*this, host, event);
     thread_ = scheduler_->spawn("progress_thread", [run = run_] { run->loop(); });
+    if (!thread_) run_.reset();  // the system has no thread for it
+}
+
+void PlaybackEngine::setEvent(const std::shared_ptr<ScrubberEvent>& event) {
+    if (run_) run_->setEvent(event);
 }
 
 void PlaybackEngine::stop() {

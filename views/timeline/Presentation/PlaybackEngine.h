@@ -3,13 +3,13 @@
 #include <functional>
 #include <memory>
 
-#include "base/Scheduler.h"
-#include "views/timeline/Presentation/PlaybackTick.h"
-#include "views/timeline/Presentation/ScrubberCellOwner.h"
+#include "korvane/base/Scheduler.h"
+#include "korvane/views/timeline/Presentation/PlaybackHost.h"
+#include "korvane/views/timeline/Presentation/PlaybackTick.h"
 
 namespace korvane {
 
-/// The thread of a playing cell: about once a second it asks the owner for the player's position, tells when playback
+/// The thread of a playing cell: about once a second it asks its host for the player's position, tells when playback
 /// has started and finished, and has the cell advance. It never waits for the main thread, so the main thread may wait
 /// for it. Made, used and destroyed on the main thread where nothing else is said.
 class PlaybackEngine {
@@ -23,9 +23,12 @@ class PlaybackEngine {
     PlaybackEngine(const PlaybackEngine&) = delete;
     PlaybackEngine& operator=(const PlaybackEngine&) = delete;
 
-    /// Begins a run, after stop(). The owner may be null and must outlive the run. Once the entry has left its list the
-    /// owner is left alone, and the position counts as 0 in an empty range.
-    void start(ScrubberCellOwner* owner, const std::shared_ptr<ScrubberEvent>& event);
+    /// Begins a run, after stop(). The host may be null and must outlive the run. The entry is held weakly: once it has
+    /// left its list the host is left alone, and the position counts as 0 in an empty range.
+    void start(PlaybackHost* host, const std::shared_ptr<ScrubberEvent>& event);
+
+    /// The run goes on with another object for the same entry, as after a list has been loaded anew.
+    void setEvent(const std::shared_ptr<ScrubberEvent>& event);
 
     /// Ends the run and waits until its thread is through with the call it is in. Away from the main thread, as in a
     /// host's callback, it ends the run without the wait; the next stop() makes up for that.

@@ -1,4 +1,4 @@
-#include "views/timeline/Presentation/PlaybackTick.h"
+#include "korvane/views/timeline/Presentation/PlaybackTick.h"
 
 namespace korvane {
 

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 

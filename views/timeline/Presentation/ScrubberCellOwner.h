@@ -1,45 +1,37 @@
 #pragma once
 
 #include <QString>
-#include <cstdint>
-#include <memory>
 
-#include "base/Geometry.h"
-#include "base/Time.h"
-#include "toolkit/IndexPath.h"
-#include "views/timeline/ScrubberCommon/ScrubberConfig.h"
-#include "views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "korvane/base/Geometry.h"
+#include "korvane/base/Time.h"
+#include "korvane/toolkit/IndexPath.h"
+#include "korvane/views/timeline/Presentation/PlaybackHost.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "korvane/views/timeline/ScrubberConfig.h"
 
 namespace korvane {
 
-/// What a cell needs of the view it belongs to. Times are ms. Main thread, except for the callbacks of playback, which
-/// come from any thread.
+/// What a cell needs of the view it belongs to. Main thread only.
 class ScrubberCellOwner {
   public:
     virtual ~ScrubberCellOwner() = default;
 
     virtual ScrubberConfig& getConfig() = 0;
 
-    /// `time` by a Unicode TS 35 pattern in a named zone, with AM or PM for an "a".
+    /// Outlives every cell that plays.
+    virtual PlaybackHost& playbackHost() = 0;
+
+    /// `time`, ms, by a Unicode TS 35 pattern in a named zone, with AM or PM for an "a".
     virtual QString formatTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const = 0;
+
+    /// The entry's own moment, ms: a drag writes another one into its timeAsValue. -1 for none.
+    virtual TimeMs momentOf(const ScrubberEvent::Fields& event) const { return event.timeAsValue; }
 
     /// The strip's content offset.
     virtual Point getBaseOffset() const = 0;
 
     /// Moves the strip by some points.
     virtual void scrollOnDeltaX(IndexPath indexPath, double delta) = 0;
-
-    /// Whether the strip has moved in this turn of the main loop. Any thread.
-    virtual bool isScrolling() const { return false; }
-
-    virtual std::int32_t OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) = 0;
-    virtual std::int32_t OnScrubberEventPlayFinished(const std::shared_ptr<ScrubberEvent>& event) = 0;
-    /// Either pointer may be null.
-    virtual void OnScrubberGetRangeForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event, TimeMs* startRange,
-                                                   TimeMs* endRange) = 0;
-    virtual void OnScrubberSetCurrentPositionForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event,
-                                                             TimeMs newPosition) = 0;
-    virtual TimeMs OnScrubberGetCurrentPositionForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event) = 0;
 };
 
 }  // namespace korvane

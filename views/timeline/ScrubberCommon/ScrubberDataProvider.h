@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "views/timeline/ScrubberCommon/ScrubberDataProviderDelegate.h"
-#include "views/timeline/ScrubberCommon/ScrubberDataSourceDelegate.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberDataProviderDelegate.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberDataSourceDelegate.h"
 
 namespace korvane {
 
@@ -60,6 +60,7 @@ class ScrubberDataProvider : public ScrubberDataSourceDelegate {
 
     virtual std::int32_t updateForRange(TimeMs /*start*/, TimeMs /*withEnd*/) { return 0; }
 
+    /// Shows entries that lie close together as one, or each by itself. A loaded list stays loaded.
     virtual void enableEventGrouping(bool enabled) = 0;
 
     /// The recording to play for a moment of the entry at `index`; only the day tree has it.

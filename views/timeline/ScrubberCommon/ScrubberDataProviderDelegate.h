@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 
@@ -29,9 +29,12 @@ class ScrubberDataProviderDelegate {
     /// List indexes of the cells on screen. The one call that may hop to the main thread and wait.
     virtual std::vector<std::int64_t> OnScrubberDataProviderGetVisibleIndexes() { return {}; }
 
+    /// The cells on screen shall be shown anew, and what they lack be asked for: something came, or may be asked for
+    /// again after a failure.
     virtual void OnScrubberDataProviderReloadVisible() {}
 
-    /// The token has `timeLeft` ms to live; the result is the host's.
+    /// The token has `timeLeft` ms to live, below zero once it has expired. Repeated every 5 s from 5 minutes before
+    /// the expiry until the token is swapped or the source closed. The result is the host's.
     virtual std::int32_t onSharedTokenWillExpireIn(std::int64_t /*timeLeft*/) { return 0; }
 };
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <memory>
 
-#include "base/Time.h"
-#include "views/timeline/ScrubberCommon/ScrubberEvent.h"
-#include "views/timeline/ScrubberCommon/ScrubberEventQuery.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventQuery.h"
 
 namespace korvane {
 
@@ -22,8 +22,8 @@ class ScrubberDataSourceDelegate {
     /// The entry at an index; null for a negative index or one past the end.
     virtual std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) = 0;
 
-    /// Index of the first entry that fits, or -1. This default, like the two after it, asks for one entry after the
-    /// other; a source that makes entries only when asked for them does better by not asking.
+    /// Index of the first entry that fits, or -1. This default, like findByPosition() and findClosestByPosition(), asks
+    /// for one entry after the other; a source that makes entries only when asked for them does better by not asking.
     virtual std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) {
         const std::int64_t count = OnScrubberGetEventsCount();
         for (std::int64_t i = std::max<std::int64_t>(query.fromIndex, 0); i < count; ++i) {
@@ -35,10 +35,30 @@ class ScrubberDataSourceDelegate {
 
     /// Index of the first entry that is of the moment `position`, ms, or covers it, its end excluded; for -1, of the
     /// live entry. -1 without one, and in a list without real entries.
-    virtual std::int64_t OnScrubberFindEventByPosition(TimeMs position) {
+    std::int64_t OnScrubberFindEventByPosition(TimeMs position) {
+        return placeOf(position, [&] { return ScrubberEventPlace{findByPosition(position), true}; }).index;
+    }
+
+    /// As OnScrubberFindEventByPosition(), the end of what an entry covers included; and a moment before the first real
+    /// entry gives that one.
+    ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) {
+        return placeOf(position, [&] { return findClosestByPosition(position); });
+    }
+
+    /// Takes an entry out of the list, after the service has deleted it. Its former index, or -1 when it is not there.
+    /// Of a group's member that is the index of the group, and the count tells whether an item has left.
+    virtual std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) = 0;
+
+    /// For sources that size themselves; the library does not call these three.
+    virtual void OnScrubberSetEventsCount(std::int64_t /*count*/) {}
+    virtual std::int32_t OnScrubberSetQuantity(std::int64_t /*quantity*/) { return 0; }
+    virtual void OnScrubberSetCurrentTime(TimeMs /*time*/) {}
+
+  protected:
+    /// OnScrubberFindEventByPosition() and OnScrubberFindClosestEventByPosition() for a moment, in a list with real
+    /// entries.
+    virtual std::int64_t findByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
-        if (count < 3) return -1;
-        if (position == -1) return count - 1;
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
             if (event && (event->timeAsValue() == position || event->covers(position, false))) return i;
@@ -46,28 +66,26 @@ class ScrubberDataSourceDelegate {
         return -1;
     }
 
-    /// As OnScrubberFindEventByPosition(), the end of what an entry covers included; and a moment before the first real
-    /// entry gives that one.
-    virtual ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) {
+    virtual ScrubberEventPlace findClosestByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
-        if (count < 3) return {};
-        if (position == -1) return {count - 1, true};
         for (std::int64_t i = 0; i < count; ++i) {
             const auto event = OnScrubberGetEventByIndex(i);
             if (!event) continue;
             if (event->timeAsValue() == position || (i > 0 && event->covers(position, true))) return {i, true};
-            if (i == 1 && event->hasSpan() && event->start() > position) return {i, false};
+            if (i == 1 && event->hasSpan() && event->start() >= position) return {i, false};
         }
         return {};
     }
 
-    /// Takes an entry out of the list, after the service has deleted it. Its former index, or -1 when it is not there.
-    virtual std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) = 0;
-
-    /// For sources that size themselves; the library does not call these three.
-    virtual void OnScrubberSetEventsCount(std::int64_t /*count*/) {}
-    virtual std::int32_t OnScrubberSetQuantity(std::int64_t /*quantity*/) { return 0; }
-    virtual void OnScrubberSetCurrentTime(TimeMs /*time*/) {}
+  private:
+    // A list of head and live entry has nothing to find, and the unset moment is the live one.
+    template <typename Find>
+    ScrubberEventPlace placeOf(TimeMs position, const Find& find) {
+        const std::int64_t count = OnScrubberGetEventsCount();
+        if (count < 3) return {};
+        if (position == -1) return {count - 1, true};
+        return find();
+    }
 };
 
 }  // namespace korvane

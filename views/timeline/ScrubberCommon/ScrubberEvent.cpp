@@ -1,9 +1,9 @@
-#include "views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
 
 #include <utility>
 
-#include "base/UtcTime.h"
-#include "views/timeline/ScrubberCommon/ScrubberEventBounds.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventBounds.h"
 
 namespace korvane {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "base/Time.h"
-#include "views/timeline/ScrubberCommon/ScrubberEventType.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventType.h"
 
 namespace korvane {
 

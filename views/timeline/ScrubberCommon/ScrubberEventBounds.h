@@ -5,13 +5,13 @@
 #include <limits>
 #include <optional>
 
-#include "views/timeline/ScrubberCommon/ScrubberEventQuery.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventQuery.h"
 
 namespace korvane {
 
-/// Between what values the moments and ids of some entries lie: a list keeps one for each run of its entries, so that a
-/// search passes over the runs in which nothing can fit. The entries widen it themselves, whoever changes them, and it
-/// never narrows. The values that stand for none, -1 and 0, do not count. All functions may be called from any thread.
+/// Lower and upper bounds of the moments and ids of some entries. A list keeps one for each run of its entries, so that
+/// a search skips the runs in which nothing can fit. Each entry widens the bounds when it is changed, and they never
+/// narrow. The values that stand for none, -1 and 0, do not count. All functions may be called from any thread.
 class ScrubberEventBounds {
   public:
     void widen(TimeMs timeAsValue, std::optional<std::int64_t> identificator) {

@@ -4,8 +4,8 @@
 #include <limits>
 #include <optional>
 
-#include "base/Time.h"
-#include "views/timeline/ScrubberCommon/ScrubberEvent.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
 
 namespace korvane {
 
@@ -18,12 +18,15 @@ struct ScrubberEventQuery {
     TimeMs notAfter = std::numeric_limits<TimeMs>::max();
     /// The entry's id; an entry without one, or with 0, never fits then.
     std::optional<std::int64_t> identificator;
+    /// This very object, where an entry has nothing else by which to know it; not owned.
+    const ScrubberEvent* object = nullptr;
 
     static ScrubberEventQuery at(TimeMs timeAsValue, std::int64_t fromIndex = 0) {
-        return {fromIndex, timeAsValue, timeAsValue, std::nullopt};
+        return {fromIndex, timeAsValue, timeAsValue, std::nullopt, nullptr};
     }
 
     bool fits(const ScrubberEvent& event) const {
+        if (object && object != &event) return false;
         const TimeMs moment = event.timeAsValue();
         if (moment < notBefore || moment > notAfter) return false;
         return !identificator || (*identificator != 0 && event.identificator() == identificator);

@@ -1,4 +1,4 @@
-#include "views/timeline/Utils/TimelineUtils.h"
+#include "korvane/views/timeline/Utils/TimelineUtils.h"
 
 #include <QFontMetricsF>
 #include <QGuiApplication>
@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "views/timeline/Model/TimelineSearch.h"
+#include "korvane/views/timeline/Model/TimelineSearch.h"
 
 namespace korvane {
 namespace {

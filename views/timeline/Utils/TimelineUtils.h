@@ -6,8 +6,8 @@
 #include <QString>
 #include <cstdint>
 
-#include "client/Timeline.h"
-#include "views/timeline/Utils/AttributedString.h"
+#include "korvane/client/Timeline.h"
+#include "korvane/toolkit/AttributedString.h"
 
 namespace korvane {
 

@@ -1,9 +1,9 @@
-#include "views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
+#include "korvane/views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
 
 #include <utility>
 
-#include "views/timeline/Model/ReplyValues.h"
-#include "views/timeline/Model/SaturatingTime.h"
+#include "korvane/base/SaturatingTime.h"
+#include "korvane/views/timeline/Model/ReplyValues.h"
 
 namespace korvane {
 namespace {

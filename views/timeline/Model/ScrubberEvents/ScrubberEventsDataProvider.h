@@ -1,6 +1,6 @@
 #pragma once
 
-#include "views/timeline/Model/ScrubberPagedDataProvider.h"
+#include "korvane/views/timeline/Model/ScrubberPagedDataProvider.h"
 
 namespace korvane {
 

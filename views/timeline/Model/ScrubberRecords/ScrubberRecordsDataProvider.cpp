@@ -1,4 +1,4 @@
-#include "views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
+#include "korvane/views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
 
 #include <cstddef>
 #include <string>
@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "views/timeline/Model/ReplyValues.h"
-#include "views/timeline/Model/SaturatingTime.h"
+#include "korvane/base/SaturatingTime.h"
+#include "korvane/views/timeline/Model/ReplyValues.h"
 
 namespace korvane {
 namespace {

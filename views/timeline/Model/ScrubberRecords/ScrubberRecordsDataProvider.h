@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "views/timeline/Model/ScrubberPagedDataProvider.h"
+#include "korvane/views/timeline/Model/ScrubberPagedDataProvider.h"
 
 namespace korvane {
 

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "base/Time.h"
+#include "korvane/base/Time.h"
 
 namespace korvane {
 

@@ -1,10 +1,10 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 
 #include <algorithm>
 #include <ranges>
 
-#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
-#include "views/timeline/Model/ScrubberTimeline/SearchNear.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/SearchNear.h"
 
 namespace korvane {
 namespace {

@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "base/Time.h"
-#include "client/TimelinePair.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/TimelinePair.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
 
 namespace korvane {
 

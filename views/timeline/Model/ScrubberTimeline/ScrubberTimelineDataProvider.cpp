@@ -1,13 +1,13 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
 
 #include <algorithm>
 #include <string>
 #include <utility>
 
-#include "base/Log.h"
-#include "base/UtcTime.h"
-#include "views/timeline/Model/SaturatingTime.h"
-#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/base/Log.h"
+#include "korvane/base/SaturatingTime.h"
+#include "korvane/base/UtcTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
 
 namespace korvane {
 namespace {
@@ -131,8 +131,7 @@ void ScrubberTimelineDataProvider::buildTree(Load& load) {
 }
 
 std::shared_ptr<Timeline> ScrubberTimelineDataProvider::fetchDay(const Load& load, const ScrubberTimelineDayItem& day) {
-    // close() waits here for a request that is under way: the camera stays whole as long.
-    const std::lock_guard lock(listLock());
+    // Without the list's lock: whoever closes or refreshes must not wait for the network.
     const auto camera = cam();
     std::shared_ptr<Timeline> timeline;
     if (!camera || !isCurrent(load)) return timeline;
@@ -271,21 +270,13 @@ std::int64_t ScrubberTimelineDataProvider::OnScrubberFindEvent(const ScrubberEve
     return isWanted(noMoment) ? count - 1 : -1;
 }
 
-std::int64_t ScrubberTimelineDataProvider::OnScrubberFindEventByPosition(TimeMs position) {
-    const auto shown = shownTree();
-    const std::int64_t count = entryCount(*shown);
-    if (count == 0) return -1;
-    if (position == noMoment) return count - 1;
-    const std::int64_t number = shown->findSegment(position);
+std::int64_t ScrubberTimelineDataProvider::findByPosition(TimeMs position) {
+    const std::int64_t number = shownTree()->findSegment(position);
     return number < 0 ? -1 : number + 1;
 }
 
-ScrubberEventPlace ScrubberTimelineDataProvider::OnScrubberFindClosestEventByPosition(TimeMs position) {
-    const auto shown = shownTree();
-    const std::int64_t count = entryCount(*shown);
-    if (count == 0) return {};
-    if (position == noMoment) return {count - 1, true};
-    auto place = shown->findClosestSegment(position);
+ScrubberEventPlace ScrubberTimelineDataProvider::findClosestByPosition(TimeMs position) {
+    auto place = shownTree()->findClosestSegment(position);
     if (place.index >= 0) ++place.index;
     return place;
 }

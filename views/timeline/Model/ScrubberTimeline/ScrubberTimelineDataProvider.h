@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "client/Reply.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineUploads.h"
+#include "korvane/client/Reply.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineUploads.h"
 
 namespace korvane {
 
@@ -30,8 +30,6 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     /// Null while closing and without a camera, too.
     std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
     std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) override;
-    std::int64_t OnScrubberFindEventByPosition(TimeMs position) override;
-    ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) override;
     /// The tree cannot be edited: -1.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
 
@@ -73,6 +71,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
 
   protected:
     void emptyList() override;
+    std::int64_t findByPosition(TimeMs position) override;
+    ScrubberEventPlace findClosestByPosition(TimeMs position) override;
     std::shared_ptr<const ScrubberTimelineTree> tree() const override;
 
   private:

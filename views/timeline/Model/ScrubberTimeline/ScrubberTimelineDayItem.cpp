@@ -1,4 +1,4 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDayItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDayItem.h"
 
 #include <utility>
 

@@ -7,9 +7,9 @@
 #include <mutex>
 #include <vector>
 
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
 
 namespace korvane {
 

@@ -1,11 +1,11 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineItem.h"
 
 #include <utility>
 
-#include "views/timeline/Model/SaturatingTime.h"
-#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
-#include "views/timeline/Model/ScrubberTimeline/SearchNear.h"
+#include "korvane/base/SaturatingTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/SearchNear.h"
 
 namespace korvane {
 

@@ -8,11 +8,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "base/Time.h"
-#include "views/timeline/Model/ScrubberTimeline/LazyBox.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineEventItem.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/LazyBox.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineEventItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
 
 namespace korvane {
 

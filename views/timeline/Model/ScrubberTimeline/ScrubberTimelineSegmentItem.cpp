@@ -1,4 +1,4 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
 
 #include <utility>
 

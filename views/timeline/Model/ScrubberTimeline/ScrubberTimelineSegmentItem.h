@@ -5,9 +5,9 @@
 #include <mutex>
 #include <vector>
 
-#include "views/timeline/Model/ScrubberTimeline/LazyBox.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentRecordItem.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/LazyBox.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentRecordItem.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
 
 namespace korvane {
 

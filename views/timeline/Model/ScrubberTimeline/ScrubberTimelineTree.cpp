@@ -1,10 +1,10 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineTree.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineTree.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
 
 namespace korvane {
 namespace {

@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
-#include "base/Time.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineDayItem.h"
-#include "views/timeline/ScrubberCommon/ScrubberEventQuery.h"
+#include "korvane/base/Time.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDayItem.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventQuery.h"
 
 namespace korvane {
 

@@ -1,12 +1,12 @@
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineUploads.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineUploads.h"
 
 #include <algorithm>
 #include <ranges>
 #include <utility>
 
-#include "base/Log.h"
-#include "views/timeline/Model/ReplyValues.h"
-#include "views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/base/Log.h"
+#include "korvane/views/timeline/Model/ReplyValues.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
 
 namespace korvane {
 namespace {
@@ -185,7 +185,6 @@ std::int32_t ScrubberTimelineUploads::uploadEventsForTimelineItem(
 std::int64_t ScrubberTimelineUploads::takeEvents(ScrubberTimelineItem& timeline, const Reply& reply,
                                                  std::int32_t status) {
     if (status != StatusSuccess || !reply.is_object()) return ScrubberTimelineStatusFailed;
-    setSize(totalCount(reply).value_or(0));
     if (const Reply* objects = elementsOf(reply)) timeline.addEvents(readEvents(helpers(), *objects));
     return ScrubberTimelineStatusDone;
 }

@@ -7,11 +7,11 @@
 #include <optional>
 #include <string_view>
 
-#include "base/SerialQueue.h"
-#include "base/Time.h"
-#include "client/Reply.h"
-#include "views/timeline/Model/ScrubberSourceBinding.h"
-#include "views/timeline/Model/ScrubberTimeline/ScrubberTimelineTree.h"
+#include "korvane/base/SerialQueue.h"
+#include "korvane/base/Time.h"
+#include "korvane/client/Reply.h"
+#include "korvane/views/timeline/Model/ScrubberSourceBinding.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineTree.h"
 
 namespace korvane {
 

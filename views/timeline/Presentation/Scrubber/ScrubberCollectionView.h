@@ -1,8 +1,6 @@
 #pragma once
 
-#include <functional>
-
-#include "toolkit/CollectionView.h"
+#include "korvane/views/timeline/Presentation/ReloadingCollectionView.h"
 
 namespace korvane {
 
@@ -13,28 +11,24 @@ class ScrubberCollectionViewDelegate {
     virtual void OnScrubberCollectionViewLayoutSubviews() {}
 };
 
-/// The event strip: a collection view that tells when a reload has been laid out. Main thread only.
-class ScrubberCollectionView : public CollectionView {
+/// The event strip. Main thread only.
+class ScrubberCollectionView : public ReloadingCollectionView {
     Q_OBJECT
     QML_ELEMENT
 
   public:
-    explicit ScrubberCollectionView(QQuickItem* parent = nullptr);
-
-    /// reloadData(), with `completion` after the next layout pass, when cells and layout attributes are valid. A second
-    /// call before that pass replaces the first one's completion, which then never runs; so does a call from within a
-    /// completion lose its own.
-    void reloadDataWithCompletion(std::function<void()> completion);
+    using ReloadingCollectionView::ReloadingCollectionView;
 
     /// Not owned; must be taken away (null) before it dies. Told of passes that no reload waits for.
     void setScrubberDelegate(ScrubberCollectionViewDelegate* delegate) { scrubberDelegate_ = delegate; }
 
   protected:
-    void layoutSubviews() override;
+    void tellLayoutPass() override {
+        if (scrubberDelegate_) scrubberDelegate_->OnScrubberCollectionViewLayoutSubviews();
+    }
 
   private:
     ScrubberCollectionViewDelegate* scrubberDelegate_ = nullptr;
-    std::function<void()> reloadDataCompletionBlock_;
 };
 
 }  // namespace korvane

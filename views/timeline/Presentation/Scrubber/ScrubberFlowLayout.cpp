@@ -1,4 +1,4 @@
-#include "views/timeline/Presentation/Scrubber/ScrubberFlowLayout.h"
+#include "korvane/views/timeline/Presentation/Scrubber/ScrubberFlowLayout.h"
 
 namespace korvane {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "toolkit/FlowLayout.h"
+#include "korvane/toolkit/FlowLayout.h"
 
 namespace korvane {
 

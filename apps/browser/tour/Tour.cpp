@@ -1,0 +1,370 @@
+#include "korvane/apps/browser/tour/Tour.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QQuickWindow>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "korvane/apps/browser/tour/EventPump.h"
+#include "korvane/apps/browser/tour/TourEye.h"
+#include "korvane/apps/browser/tour/TourHand.h"
+
+namespace korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+using State = RecordingPlayer::State;
+
+constexpr auto importBound = 600s;
+constexpr auto stepBound = 20s;
+constexpr auto settleTime = 300ms;  // for animations and answers
+constexpr double importedEnough = 0.4;
+constexpr TimeMs glance = 1'200;
+constexpr TimeMs look = 6'000;
+constexpr double wheelTurn = 2'000;       // points
+constexpr double creep = 20;              // points that a playing event may still move the strip
+constexpr std::int64_t enoughToWalk = 5;  // events
+
+bool isRecorded(const std::shared_ptr<ScrubberEvent>& event) {
+    return event && (event->type() == ScrubberEventTypeItem || event->type() == ScrubberEventTypeGroup);
+}
+
+QPointF markOf(const QQuickItem& strip) {
+    return strip.mapToScene({strip.width() / 2, strip.height() / 2});
+}
+
+/// Where an entry's cell begins, or will once the strip has come to rest.
+double beginOf(const ScrubberView& strip, std::int64_t index) {
+    return markOf(strip).x() - strip.getOffsetBetweenPointerAndItemBegin(index);
+}
+
+// The same token with a signature that is not valid.
+QString forged(const QString& token) {
+    constexpr auto encoding = QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals;
+    QJsonObject fields = QJsonDocument::fromJson(QByteArray::fromBase64(token.toLatin1(), encoding)).object();
+    fields[QStringLiteral("token")] = QStringLiteral("forged.forged");
+    return QString::fromLatin1(QJsonDocument(fields).toJson(QJsonDocument::Compact).toBase64(encoding));
+}
+
+}  // namespace
+
+Tour::Tour(Application& application, Options options)
+    : application_(application),
+      options_(std::move(options)),
+      hand_(std::make_unique<TourHand>(application.scheduler(), *application.window())) {
+    selection_ = QObject::connect(&application.browser().strip(), &StripHost::selected, [this] { ++selections_; });
+}
+
+Tour::~Tour() {
+    QObject::disconnect(selection_);
+}
+
+int Tour::run() {
+    std::error_code error;
+    std::filesystem::create_directories(options_.pictures, error);
+    if (error) {
+        std::fprintf(stderr, "korvane-browser: cannot make %s: %s\n", options_.pictures.c_str(),
+                     error.message().c_str());
+        return 1;
+    }
+    const bool isDone = walk();
+    if (!isDone) std::fprintf(stderr, "korvane-browser: %s\n", failure_.c_str());
+    for (const QString& fault : application_.faults()) std::fprintf(stderr, "interface: %s\n", qPrintable(fault));
+    if (!taken_.isEmpty()) std::printf("Pictures:\n");
+    for (const QString& picture : taken_) std::printf("  %s\n", qPrintable(picture));
+    std::fflush(stdout);
+    if (hasNothing_) return 2;
+    return isDone && application_.faults().isEmpty() ? 0 : 1;
+}
+
+bool Tour::walk() {
+    if (options_.token) {
+        application_.openToken(*options_.token);
+    } else if (!importFolder()) {
+        return false;
+    }
+    if (!seeLiveEnd()) return false;
+    // Footage without movement has no events to show.
+    const auto count = application_.browser().strip().count();
+    if (count == 0) return true;
+    if (count < enoughToWalk) return seeFirst() && seeSizes() && refuseToken();
+    return goToMiddle() && selectEvent() && watch("03-event-playing", look) && flyOver() && seeNeighbours() &&
+           seeDeletion() && seePlayOn() && seeRecordings() && seeGroups() && seeFirst() && seeSizes() && refuseToken();
+}
+
+bool Tour::importFolder() {
+    std::string fault;
+    double fraction = 0;
+    std::string shown;
+    application_.importFootage({[&](const FootageService::Progress& progress) {
+                                    fraction = progress.fraction;
+                                    if (progress.file.empty() || shown == progress.file) return;
+                                    shown = progress.file;
+                                    std::printf("importing %zu/%zu %s\n", progress.filesDone + 1, progress.filesTotal,
+                                                progress.file.c_str());
+                                },
+                                [this](const FootageService::Started& started) { started_ = started; },
+                                [&](const std::string& reason) { fault = reason; }});
+    const auto ended = [&] { return started_ || !fault.empty(); };
+    Scheduler& scheduler = application_.scheduler();
+    pumpEventsUntil(
+        scheduler, [&] { return ended() || fraction >= importedEnough; }, importBound);
+    if (fault.empty() && !take("01-import")) return false;
+    if (!pumpEventsUntil(scheduler, ended, importBound)) return fail("the import does not come to an end");
+    if (!fault.empty()) {
+        hasNothing_ = true;
+        application_.showFault(fault);
+        take("01-import");
+        return fail(fault);
+    }
+    std::printf("imported %zu files, %zu known before, %zu not imported\n", started_->imported, started_->unchanged,
+                started_->rejected.size());
+    for (const auto& [file, reason] : started_->rejected) std::printf("  %s: %s\n", file.c_str(), reason.c_str());
+    application_.openFootage(*started_);
+    return true;
+}
+
+bool Tour::seeLiveEnd() {
+    Browser& browser = application_.browser();
+    if (!wait("the events to load", [&] { return browser.isListSeen(); })) return false;
+    if (!wait("the newest recording's picture", [&] { return browser.player()->state() == State::Paused; }))
+        return false;
+    if (!wait("the previews at the live end", [this] { return isPreviewed(); })) return false;
+    if (!browser.rejected().isEmpty() && !take("02-not-imported")) return false;
+    browser.dismissRejected();
+    return take("02-live-end");
+}
+
+bool Tour::goToMiddle() {
+    const ScrubberView& strip = *application_.browser().strip().view();
+    const double wanted = strip.getBaseOffset().x / 2;
+    const auto isInMiddle = [&] {
+        const double way = strip.getBaseOffset().x - wanted;
+        if (way >= 1) hand_->wheel(markOf(strip), static_cast<int>(std::min(way, wheelTurn)));
+        return way < 1;
+    };
+    return wait("the middle of the strip", isInMiddle) &&
+           wait("the events in the middle", [this] { return isAtRest() && isPreviewed(); });
+}
+
+bool Tour::selectEvent() {
+    std::optional<std::int64_t> index;
+    const auto isReady = [&] {
+        index = isAtRest() && isMarked() && isPreviewed() ? eventBesideMark() : std::nullopt;
+        return index.has_value();
+    };
+    if (!wait("an event beside the mark", isReady)) return false;
+    ScrubberView& strip = *application_.browser().strip().view();
+    const auto event = strip.getEvent(*index);
+    hand_->tap({beginOf(strip, *index) + strip.getConfig().cellWidth() / 2, markOf(strip).y()});
+    return wait("the selection", [&] { return selected() == event && isMarked(); });
+}
+
+bool Tour::flyOver() {
+    const ScrubberView& strip = *application_.browser().strip().view();
+    const QPointF middle = markOf(strip);
+    // Not so far that the mark leaves the events.
+    const QPointF reach(std::min(strip.width() * 0.3, strip.getBaseOffset().x * 0.4), 0);
+    hand_->press(middle - reach);
+    hand_->drag(middle + reach, 12);
+    if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
+        return false;
+    if (!take("04-fly-over")) return false;
+    const int before = selections_;
+    hand_->release();
+    return wait("the event under the mark to be selected",
+                [&] { return selections_ > before && isMarked() && isAtRest(); });
+}
+
+bool Tour::go(Qt::Key key, const char* what) {
+    const int before = selections_;
+    hand_->key(key);
+    return wait(what, [&] { return selections_ > before && isMarked(); });
+}
+
+bool Tour::seeNeighbours() {
+    return go(Qt::Key_Right, "the next event") && watch("05-next", glance) && go(Qt::Key_Left, "the previous event") &&
+           watch("06-previous", glance) && seeHourBack();
+}
+
+bool Tour::seeHourBack() {
+    // The first event has none before it.
+    if (!application_.browser().navigation()->canGoBackByHours()) return true;
+    return go(Qt::Key_PageUp, "the events of an hour before") && watch("07-hour-back", glance);
+}
+
+bool Tour::seeDeletion() {
+    Navigation& navigation = *application_.browser().navigation();
+    hand_->key(Qt::Key_Delete);
+    if (!wait("the question before a deletion", [&] { return !navigation.doomed().isEmpty(); })) return false;
+    if (!take("08-delete")) return false;
+    if (!options_.mayDelete) {
+        hand_->key(Qt::Key_Escape);
+        return wait("the question to go", [&] { return navigation.doomed().isEmpty(); });
+    }
+    const StripHost& strip = application_.browser().strip();
+    const auto count = strip.count();
+    return go(Qt::Key_Return, "the event after the deleted one") &&
+           wait("the event to go", [&] { return strip.count() == count - 1; }) && watch("09-deleted", glance);
+}
+
+bool Tour::seePlayOn() {
+    StripHost& strip = application_.browser().strip();
+    if (!choose("Play on", "")) return false;
+    // Nearly to the end of the event that plays.
+    const auto index = strip.indexUnderMark();
+    const double passed = index ? strip.view()->getOffsetBetweenPointerAndItemBegin(*index) : 0;
+    const QPointF mark = markOf(*strip.view());
+    const auto before = selected();
+    hand_->press(mark);
+    hand_->drag(mark - QPointF(strip.view()->getConfig().cellWidth() - passed, 0), 12);
+    hand_->release();
+    return wait("the next event to follow", [&] { return selected() != before && isMarked(); }) &&
+           watch("10-played-on", glance) && choose("Play on", "");
+}
+
+bool Tour::seeRecordings() {
+    return choose("Recordings", "the recordings") && watch("11-recordings", glance) &&
+           choose("Recordings", "the events");
+}
+
+bool Tour::seeGroups() {
+    return choose("Group", "the groups") && watch("12-groups", glance) && choose("Group", "the single events");
+}
+
+bool Tour::seeFirst() {
+    const auto isFirst = [this] { return selected() == application_.browser().strip().entry(1) && isMarked(); };
+    return go(Qt::Key_Home, "the first event") && wait("the first event to load", isFirst) && watch("13-first", glance);
+}
+
+bool Tour::choose(const char* label, const char* what) {
+    QQuickItem* button = nullptr;
+    const auto isButton = [label](const QQuickItem& item) {
+        return item.property("label").toString() == QLatin1String(label);
+    };
+    for (QQuickItem* item : itemsIn(*application_.window()->contentItem(), isButton)) button = item;
+    if (!button) return fail(std::string("there is no choice ") + label);
+    hand_->tap(button->mapToScene({button->width() / 2, button->height() / 2}));
+    hand_->leave();
+    // Without a name there is nothing to wait for.
+    return *what == 0 || wait(what, [this] { return isMarked(); });
+}
+
+bool Tour::watch(const char* picture, TimeMs enough) {
+    RecordingPlayer& player = *application_.browser().player();
+    const auto isOver = [&] { return player.state() == State::Ended || player.state() == State::Paused; };
+    // An event that has already ended is played once more.
+    if (isOver()) hand_->key(Qt::Key_Space);
+    if (!wait("the recording to begin", [&] { return player.state() == State::Playing; })) return false;
+    const TimeMs from = player.getPosition();
+    const auto isSeen = [&] {
+        return (isOver() || player.getPosition() >= from + enough) && isAtRest() && isPreviewed();
+    };
+    return wait("the recording to play", isSeen) && take(picture);
+}
+
+bool Tour::seeSizes() {
+    return !options_.isResizing || (seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide"));
+}
+
+bool Tour::seeInSize(int width, int height, const char* picture) {
+    QQuickWindow& window = *application_.window();
+    window.resize(width, height);
+    const auto isResized = [&] {
+        return window.contentItem()->width() == width && window.contentItem()->height() == height && isAtRest() &&
+               isMarked();
+    };
+    return wait("the window to change its size", isResized) && watch(picture, look);
+}
+
+bool Tour::refuseToken() {
+    if (options_.token) return true;
+    application_.browser().open(forged(QString::fromStdString(started_->token)),
+                                QString::fromStdString(started_->cameraName));
+    const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
+    return wait("the service to refuse a forged token", isRefused) && take("16-token-refused");
+}
+
+std::optional<std::int64_t> Tour::eventBesideMark() const {
+    ScrubberView& strip = *application_.browser().strip().view();
+    const double half = strip.getConfig().cellWidth() / 2;
+    const auto under = strip.getIndexPathFromPointer();
+    // Left of the mark, and with room for a finger.
+    for (std::int64_t index = under.value_or(0) - 1; index > 0 && beginOf(strip, index) + half >= 8; --index)
+        if (isRecorded(strip.getEvent(index))) return index;
+    return std::nullopt;
+}
+
+bool Tour::isPreviewed() const {
+    ScrubberView& strip = *application_.browser().strip().view();
+    const double width = strip.getConfig().cellWidth();
+    const auto isInView = [&](double begin) { return begin + width > 0 && begin < strip.width(); };
+    const auto under = strip.getIndexPathFromPointer();
+    if (!under) return false;
+    std::int64_t first = *under;
+    while (first > 0 && isInView(beginOf(strip, first - 1))) --first;
+    std::size_t wanted = 0;
+    for (std::int64_t index = first; index < strip.getEventsCount() && isInView(beginOf(strip, index)); ++index) {
+        const auto event = strip.getEvent(index);
+        if (!event || event->type() == ScrubberEventTypePending) return false;
+        if (isRecorded(event) && !event->imageUrl().value_or("").empty()) ++wanted;
+    }
+    const auto isShown = [&](const QQuickItem* cell) {
+        return isInView(cell->mapToScene({}).x()) && isPictured(*cell);
+    };
+    const auto cells = cellsIn(strip);
+    return static_cast<std::size_t>(std::count_if(cells.begin(), cells.end(), isShown)) >= wanted;
+}
+
+bool Tour::isAtRest() const {
+    ScrubberView& strip = *application_.browser().strip().view();
+    const auto under = strip.getIndexPathFromPointer();
+    if (!under || application_.browser().isFlyingOver()) return false;
+    const double begin = beginOf(strip, *under);
+    const auto cells = cellsIn(strip);
+    return std::any_of(cells.begin(), cells.end(),
+                       [begin](const QQuickItem* cell) { return std::abs(cell->mapToScene({}).x() - begin) <= creep; });
+}
+
+const std::shared_ptr<ScrubberEvent>& Tour::selected() const {
+    return application_.browser().navigation()->selected();
+}
+
+bool Tour::isMarked() const {
+    const StripHost& strip = application_.browser().strip();
+    const auto index = strip.indexUnderMark();
+    return strip.isReady() && index && selected() && strip.entry(*index) == selected();
+}
+
+bool Tour::wait(const char* what, const std::function<bool()>& done) {
+    return pumpEventsUntil(application_.scheduler(), done, stepBound) ||
+           fail(std::string("waited in vain for ") + what);
+}
+
+void Tour::settle() {
+    pumpEventsUntil(
+        application_.scheduler(), [] { return false; }, settleTime);
+}
+
+bool Tour::take(const char* name) {
+    settle();
+    const QImage picture = application_.window()->grabWindow();
+    const std::filesystem::path path = options_.pictures / (std::string(name) + ".png");
+    if (picture.isNull() || !picture.save(QString::fromStdString(path.string())))
+        return fail("cannot write " + path.string());
+    taken_ << QString::fromStdString(path.string());
+    return true;
+}
+
+bool Tour::fail(const std::string& what) {
+    failure_ = what;
+    return false;
+}
+
+}  // namespace korvane

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "korvane/views/timeline/Binding/ScrubberStripView.h"
+
+namespace korvane {
+
+/// The strip of ScrubberView: a cell an event, which comes to rest with its begin under the mark.
+class EventStrip final : public ScrubberStripView {
+  public:
+    EventStrip(ScrubberWidget& widget, const TimelineEnvironment& environment);
+
+    QUrl layoutFile() const override;
+
+    /// As ScrubberView's.
+    void toClosestEvent(const std::shared_ptr<ScrubberEvent>& event);
+    void toNextEvent(bool withSendNotify);
+    void toPreviousEvent(bool withSendNotify);
+
+    void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
+    void scrollViewWillBeginDragging(CollectionView& view) override;
+    void scrollViewDidScroll(CollectionView& view) override;
+    void scrollViewDidEndDragging(CollectionView& view, bool willDecelerate) override;
+    void scrollViewDidEndDecelerating(CollectionView& view) override;
+
+  protected:
+    QUrl cellFile() const override;
+    QString cellIdentifier() const override;
+    std::unique_ptr<FlowLayout> makeLayout() const override;
+    void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
+    void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
+
+  private:
+    void toNeighbour(std::int64_t step, bool notify);
+    IndexPath neighbour(std::int64_t step) const;
+    void goWhereAsked(const std::shared_ptr<ScrubberEvent>& target, std::int64_t expected, bool isRegrouped);
+    void select(IndexPath indexPath);
+    void endOfScroll(bool afterDrag);
+};
+
+}  // namespace korvane
