@@ -37,7 +37,7 @@ void runBody(const std::function<void()>& body, std::shared_ptr<AnimationRun> ru
 
 void runAnimation(double duration, AnimationRun::Curve curve, const std::function<void()>& body,
                   Completion completion) {
-    const auto scheduler = ToolkitContext::shared()->scheduler;
+    const auto scheduler = ToolkitContext::current()->scheduler;
     if (currentGroup) ++currentGroup->pending;
     auto finish = [completion = std::move(completion), group = currentGroup](bool finished) {
         if (completion) detail::runGuarded([&] { completion(finished); }, "AnimatedValue");
@@ -128,7 +128,7 @@ void Transaction::commit() {
     if (group->pending > 1) {
         group->leave();
     } else {
-        ToolkitContext::shared()->scheduler->post([group] { group->leave(); });
+        ToolkitContext::current()->scheduler->post([group] { group->leave(); });
     }
 }
 

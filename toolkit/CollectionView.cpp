@@ -148,6 +148,7 @@ void CollectionView::setContentOffset(Point offset) {
 
 void CollectionView::setContentOffset(Point offset, bool animated) {
     if (animated) {
+        const ToolkitContext::Use use(context());
         animate(animatedScrollDuration, [this, offset] { setContentOffset(offset); });
     } else {
         setContentOffset(offset);
@@ -202,11 +203,6 @@ void CollectionView::scrollToItemAtIndexPath(IndexPath indexPath, CollectionView
     setContentOffset({std::clamp(x, bounds.minimum, bounds.maximum), offsetY_}, animated);
 }
 
-void CollectionView::reloadItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths) {
-    reloaded_.insert(reloaded_.end(), indexPaths.begin(), indexPaths.end());
-    if (batchDepth_ == 0) applyBatch();
-}
-
 void CollectionView::reconfigureItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths) {
     const QPointer<CollectionView> self(this);
     for (const std::int64_t item : indexPaths) {
@@ -235,7 +231,6 @@ void CollectionView::performBatchUpdates(const std::function<void()>& updates, C
 // The items are numbered as before the change; afterwards the data source is asked again.
 void CollectionView::applyBatch() {
     const auto deleted = sortedWithin(std::exchange(deleted_, {}), layout_.count());
-    for (const std::int64_t item : sortedWithin(std::exchange(reloaded_, {}), layout_.count())) cells_->recycle(item);
     cells_->removeItems(deleted);
     expectedCount_ = layout_.count() - static_cast<std::int64_t>(deleted.size());
     invalidateLayout();

@@ -50,6 +50,8 @@ class CollectionView : public PointerInput {
     explicit CollectionView(QQuickItem* parent = nullptr);
     ~CollectionView() override;
 
+    using PointerInput::context;
+
     /// Not owned; must be taken away (null) before it dies, unless the view dies first.
     void setDataSource(CollectionViewDataSource* dataSource);
     CollectionViewDataSource* dataSource() const { return dataSource_; }
@@ -123,9 +125,6 @@ class CollectionView : public PointerInput {
     /// Brings the item to that place of the viewport as far as the bounds let it, without animation (`animated` as in
     /// setContentOffset). An item that does not exist is ignored.
     void scrollToItemAtIndexPath(IndexPath indexPath, CollectionViewScrollPosition atScrollPosition, bool animated);
-
-    /// Cells of these items are asked for again. Within performBatchUpdates(), when it ends.
-    void reloadItemsAtIndexPaths(const std::vector<std::int64_t>& indexPaths);
 
     /// Has the data source fill the cells of these items anew, at once: the same cells, without prepareForReuse().
     /// Items without a cell at this moment, or whose cells the next layout pass will ask for anyway, are skipped.
@@ -205,7 +204,6 @@ class CollectionView : public PointerInput {
     std::int64_t expectedCount_ = 0;
     int batchDepth_ = 0;
     std::vector<std::int64_t> deleted_;
-    std::vector<std::int64_t> reloaded_;
     std::vector<Completion> afterLayout_;
     LifeToken life_;
 };

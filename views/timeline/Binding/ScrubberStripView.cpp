@@ -69,6 +69,7 @@ void ScrubberStripView::applyConfig() {
     setBackgroundColor(container_, getConfig().backgroundColor());
     setBackgroundColor(strip_, getConfig().backgroundColor());
     setBackgroundColor(mark_, getConfig().scrubberCenterMarkColor());
+    askForVisible();  // narrower cells bring others into view
 }
 
 void ScrubberStripView::layoutSubviews() {

@@ -5,6 +5,7 @@
 
 #include "korvane/toolkit/AnimatedValue.h"
 #include "korvane/toolkit/Coordinates.h"
+#include "korvane/toolkit/ToolkitContext.h"
 
 namespace korvane {
 namespace {
@@ -73,6 +74,7 @@ void MarkedStrip::scrollToPointer(IndexPath indexPath, double fixedAnimationTime
     auto done = life_.guard([completion = std::move(completion)](bool hasFinished) {
         if (completion) completion(hasFinished);
     });
+    const ToolkitContext::Use use(strip_->context());
     animate(
         scrollSeconds(fixedAnimationTime, way, itemWidth), [this, target] { setBaseOffsetX(target); }, std::move(done));
 }

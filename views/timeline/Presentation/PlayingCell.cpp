@@ -153,6 +153,7 @@ void PlayingCell::advanceProgressTo(TimeMs position, TimeMs startRange, TimeMs e
         // An animation that this one takes over from has not ended: were it to wake the thread, a position that moves
         // would bring the next advance at once, and that one the next.
         newestAdvance_ = LifeToken();
+        const ToolkitContext::Use use(context_);
         Transaction::begin();
         Transaction::setCompletionBlock(newestAdvance_.guard([this] { actionEnded(); }));
         animateAdvance(advanceSeconds, [this, offset, &prevOffset] { moveTo(offset, prevOffset); });
