@@ -50,9 +50,9 @@ class PlaybackEngine::Run {
         TimeMs end = event ? event->end() : 0;
         // The host may take its time to answer, and the cell may show another entry by then.
         if (event) host_->OnScrubberGetRangeForPlayingEvent(event, &start, &end);
-        if (this->event() != event) return std::chrono::milliseconds(0);
+        if (host_ && this->event() != event) return std::chrono::milliseconds(0);
         const TimeMs position = event ? host_->OnScrubberGetCurrentPositionForPlayingEvent(event) : 0;
-        if (this->event() != event) return std::chrono::milliseconds(0);
+        if (host_ && this->event() != event) return std::chrono::milliseconds(0);
         const PlaybackTick now = playbackTick(rules_, progress_, end, position);
         progress_ = now.progress;
         if (event && now.tellsStarted) host_->OnScrubberEventPlayStarted(event);
