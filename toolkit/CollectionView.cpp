@@ -86,10 +86,7 @@ void CollectionView::registerFactory(CellFactory factory, const QString& forCell
 
 CollectionViewCell* CollectionView::dequeueReusableCell(const QString& withReuseIdentifier, IndexPath forIndexPath) {
     CollectionViewCell* const cell = cells_ ? cells_->dequeue(withReuseIdentifier, forIndexPath) : nullptr;
-    if (cell && forIndexPath) {
-        const Rect frame = layout_.frame(*forIndexPath);
-        cell->setSize({drawnWidth(frame), frame.height});
-    }
+    if (cell && forIndexPath) fitCell(*cell, layout_.frame(*forIndexPath));
     return cell;
 }
 
@@ -363,7 +360,7 @@ void CollectionView::placeCells() {
     const double shift = toDevicePixel(origin - offsetX_.seen()) - origin;
     for (const auto& [item, cell] : cells_->shown()) {
         const Rect frame = layout_.frame(item);
-        cell->setSize({drawnWidth(frame), frame.height});
+        fitCell(*cell, frame);
         cell->setPosition({toDevicePixel(frame.x) + shift, frame.y - offsetY_});
         cell->setVisible(true);
     }
@@ -380,8 +377,9 @@ double CollectionView::toDevicePixel(double x) const {
     return std::floor(x * ratio + roundsUp) / ratio;
 }
 
-double CollectionView::drawnWidth(const Rect& frame) const {
-    return toDevicePixel(frame.right()) - toDevicePixel(frame.x);
+void CollectionView::fitCell(CollectionViewCell& cell, const Rect& frame) const {
+    cell.itemSize_ = {frame.width, frame.height};
+    cell.setSize({toDevicePixel(frame.right()) - toDevicePixel(frame.x), frame.height});
 }
 
 // False when the view is gone, or its data has changed meanwhile and another pass is on its way.

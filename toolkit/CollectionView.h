@@ -173,7 +173,7 @@ class CollectionView : public PointerInput {
     void reconfigureShown();
     bool makeCells(ItemRange items);
     double toDevicePixel(double x) const;
-    double drawnWidth(const Rect& frame) const;
+    void fitCell(CollectionViewCell& cell, const Rect& frame) const;
     ItemRange itemsAt(double offset) const;
 
     template <typename Call>

@@ -3,6 +3,7 @@
 #include <QQuickItem>
 #include <QString>
 
+#include "korvane/base/Geometry.h"
 #include "korvane/toolkit/IndexPath.h"
 
 namespace korvane {
@@ -27,8 +28,13 @@ class CollectionViewCell : public QQuickItem {
     /// The item it shows; nothing while it waits to be used.
     IndexPath indexPath() const { return indexPath_; }
 
+    /// The size of that item in the layout; the cell itself stands on device pixels.
+    Size itemSize() const { return itemSize_; }
+
   private:
     friend class CellPool;
+    friend class CollectionView;
+    Size itemSize_;
     QString reuseIdentifier_;
     IndexPath indexPath_;
 };

@@ -26,6 +26,10 @@ struct ScrubberViewDelegate {
     /// The finger lifted, and the strip does not go on moving by itself.
     std::function<void(const Event& event)> OnScrubberDraggingEndFlyOverEvent;
 
+    /// ScrubberTimelineView alone: at each step of a drag and of the motion after it, with the moment under the mark in
+    /// the entry's timeAsValue.
+    std::function<void(const Event& event)> OnScrubberFlyOverEvent;
+
     /// On each setState(), also to the same state. Both are ScrubberState; the status is 0 or the service's code.
     /// Runs on the thread that set the state.
     std::function<void(std::int32_t from, std::int32_t toState, std::int32_t withStatus)> OnScrubberStateChangedFrom;

@@ -1,5 +1,6 @@
 #include "korvane/views/timeline/ScrubberWidget.h"
 
+#include <QKeyEvent>
 #include <algorithm>
 #include <utility>
 
@@ -242,6 +243,11 @@ void ScrubberWidget::setConfig(const ScrubberConfig& config) {
 
 ScrubberViewPlayback* ScrubberWidget::playback() {
     return &strip_->playback();
+}
+
+void ScrubberWidget::keyPressEvent(QKeyEvent* event) {
+    const bool isPlain = !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    event->setAccepted(isPlain && strip_->keyPressed(event->key(), event->modifiers() & Qt::ShiftModifier));
 }
 
 void ScrubberWidget::layoutSubviews() {

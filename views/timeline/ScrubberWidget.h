@@ -166,6 +166,7 @@ class ScrubberWidget : public WidgetItem {
     void scrubberDraggingStartFlyOverEvent(const korvane::ScrubberEventInfo& event);
     void scrubberDraggingContinueFlyOverEvent(const korvane::ScrubberEventInfo& event);
     void scrubberDraggingEndFlyOverEvent(const korvane::ScrubberEventInfo& event);
+    void scrubberFlyOverEvent(const korvane::ScrubberEventInfo& event);
     void scrubberStateChanged(int from, int toState, int withStatus);
     void scrubberEventPlayStarted(const korvane::ScrubberEventInfo& event);
     void scrubberEventPlayFinished(const korvane::ScrubberEventInfo& event);
@@ -174,6 +175,8 @@ class ScrubberWidget : public WidgetItem {
     void sharedTokenWillExpireIn(qint64 timeLeft);
     /// A deleteEvent() from QML has succeeded. One that failed is told by scrubberStateChanged() alone.
     void scrubberEventDeleted(const korvane::ScrubberEventInfo& event, const QString& message);
+    /// The space key, while the widget has the focus: the player is the host's.
+    void playPauseRequested();
     void sourceChanged();
     void configChanged();
 
@@ -183,6 +186,7 @@ class ScrubberWidget : public WidgetItem {
     void setStrip(std::unique_ptr<ScrubberStripView> strip, const Rect& frame);
     ScrubberStripView& strip() const { return *strip_; }
 
+    void keyPressEvent(QKeyEvent* event) override;
     void layoutSubviews() override;
     void awakeFromNib() override;
 

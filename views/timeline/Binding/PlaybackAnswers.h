@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -20,6 +21,8 @@ class PlaybackAnswers final : public PlaybackHost {
     PlaybackAnswers(ScrubberWidget& widget, const HostLink<ScrubberViewDelegate>& host,
                     const ScrubberViewPlayback& playback, WantsNext wantsNext);
 
+    void setScrolling(bool isScrolling) { isScrolling_ = isScrolling; }
+    bool isScrolling() const override { return isScrolling_; }
     std::int32_t OnScrubberEventPlayStarted(const std::shared_ptr<ScrubberEvent>& event) override;
     std::int32_t OnScrubberEventPlayFinished(const std::shared_ptr<ScrubberEvent>& event) override;
     void OnScrubberGetRangeForPlayingEvent(const std::shared_ptr<ScrubberEvent>& event, TimeMs* startRange,
@@ -33,6 +36,7 @@ class PlaybackAnswers final : public PlaybackHost {
     const HostLink<ScrubberViewDelegate>& host_;
     const ScrubberViewPlayback& playback_;
     const WantsNext wantsNext_;
+    std::atomic<bool> isScrolling_ = false;
 };
 
 }  // namespace korvane

@@ -104,6 +104,12 @@ std::shared_ptr<ScrubberEvent> ScrubberEntries::at(std::int64_t index) const {
     return event;
 }
 
+std::optional<ScrubberEventSpan> ScrubberEntries::spanAt(std::int64_t index) const {
+    std::optional<ScrubberEventSpan> span;
+    if (const auto from = list()) ask([&] { span = from->OnScrubberGetEventSpanByIndex(index); });
+    return span;
+}
+
 std::vector<std::shared_ptr<ScrubberEvent>> ScrubberEntries::all() const {
     const auto own = ownList();
     if (!own) {
@@ -124,6 +130,18 @@ std::int64_t ScrubberEntries::find(const ScrubberEventQuery& query) const {
     std::int64_t index = -1;
     if (const auto from = list()) ask([&] { index = from->OnScrubberFindEvent(query); });
     return index;
+}
+
+std::int64_t ScrubberEntries::findByPosition(TimeMs position) const {
+    std::int64_t index = -1;
+    if (const auto from = list()) ask([&] { index = from->OnScrubberFindEventByPosition(position); });
+    return index;
+}
+
+ScrubberEventPlace ScrubberEntries::findClosestByPosition(TimeMs position) const {
+    ScrubberEventPlace place;
+    if (const auto from = list()) ask([&] { place = from->OnScrubberFindClosestEventByPosition(position); });
+    return place;
 }
 
 std::int64_t ScrubberEntries::indexOf(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const {

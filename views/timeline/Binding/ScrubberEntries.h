@@ -41,8 +41,13 @@ class ScrubberEntries {
     std::shared_ptr<ScrubberEvent> at(std::int64_t index) const;
     /// The provider's list; of the host's own, all entries but the head.
     std::vector<std::shared_ptr<ScrubberEvent>> all() const;
+    /// Type and span of the entry, without making it; nothing for an index outside of the list.
+    std::optional<ScrubberEventSpan> spanAt(std::int64_t index) const;
     /// Index of the first entry that fits; -1 when there is none.
     std::int64_t find(const ScrubberEventQuery& query) const;
+    /// As the list's own OnScrubberFindEventByPosition() and OnScrubberFindClosestEventByPosition().
+    std::int64_t findByPosition(TimeMs position) const;
+    ScrubberEventPlace findClosestByPosition(TimeMs position) const;
     /// Index of this very entry, also when the list gives another object for it now, or of the group that it is in; -1
     /// when it is not in the list. Looks at `expected` first.
     std::int64_t indexOf(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const;

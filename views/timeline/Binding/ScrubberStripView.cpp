@@ -1,6 +1,7 @@
 #include "korvane/views/timeline/Binding/ScrubberStripView.h"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QScreen>
 #include <algorithm>
 #include <utility>
@@ -135,7 +136,7 @@ void ScrubberStripView::resumePlaying() {
     if (lastCell_ && lastCell_->indexPath() && isKeptPlaying(*lastCell_, entries().at(*lastCell_->indexPath()))) {
         return syncPlayingOffset();
     }
-    const std::int64_t index = entries().indexOf(current, lastCell_ ? lastCell_->indexPath().value_or(-1) : -1);
+    const std::int64_t index = indexOfEntry(current, lastCell_ ? lastCell_->indexPath().value_or(-1) : -1);
     const PlayingCell* const cell = cellAt(index);
     const bool isShown = lastCell_ && lastCell_->indexPath();
     if (index < 0 || (lastCell_ && !isShown && !cell)) {
@@ -193,10 +194,7 @@ void ScrubberStripView::askForVisible() {
     const std::int64_t middle = nearestIndexPath().value_or(0);
     std::ranges::sort(visible, {}, [middle](std::int64_t index) { return std::abs(index - middle); });
     for (const std::int64_t index : visible) {
-        const auto event = entries().at(index);
-        if (event && event->type() == ScrubberEventTypePending) {
-            provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
-        }
+        if (isWanting(index)) provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
     }
 }
 
@@ -237,15 +235,38 @@ void ScrubberStripView::toEntry(std::int64_t index) {
     if (entries().count() >= 2) toEvent(entries().at(index), true, true, alignSeconds, index);
 }
 
+void ScrubberStripView::toEventByIndex(std::int64_t index, const std::shared_ptr<ScrubberEvent>& withEvent,
+                                       bool withSendNotify, bool withSendNotifyForLive) {
+    jumpTo(index, 0.0, [=, this](std::int64_t arrived) {
+        stopLastCell();
+        const bool isAtLive = isLive(entryAt(arrived));
+        const bool isTold = withSendNotify || (isAtLive && withSendNotifyForLive);
+        if ((!isTold || tellSelected(arrived, withEvent)) && !isAtLive) play(arrived);
+    });
+}
+
 void ScrubberStripView::selectAt(std::int64_t index) {
     if (strip_) collectionViewDidSelectItemAtIndexPath(*strip_, index);
 }
 
-/// Where the position's entry is: that very one, or the first of its moment; -1 when there is none.
+std::int64_t ScrubberStripView::indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const {
+    return entries().indexOf(event, expected);
+}
+
+double ScrubberStripView::scaleWidthOf(std::int64_t index) const {
+    return strip_ ? strip_->layoutAttributesForItemAtIndexPath(index).value_or(Rect{}).width : 0;
+}
+
+bool ScrubberStripView::isWanting(std::int64_t index) const {
+    const auto event = entries().at(index);
+    return event && event->type() == ScrubberEventTypePending;
+}
+
+/// That very one, or the first of its moment.
 std::int64_t ScrubberStripView::indexOfPosition(std::int64_t count) const {
     const Position wanted = position();
     const auto entry = wanted.entry.lock();
-    std::int64_t index = entry ? entries().indexOf(entry, wanted.index) : -1;
+    std::int64_t index = entry ? indexOfEntry(entry, wanted.index) : -1;
     const TimeMs time = wanted.time == -1 && entry ? entry->timeAsValue() : wanted.time;
     if (index < 0 && time == -1) return isLive(entry) || !entry ? count - 1 : -1;
     if (index < 0) index = entries().find(ScrubberEventQuery::at(time));
@@ -255,11 +276,13 @@ std::int64_t ScrubberStripView::indexOfPosition(std::int64_t count) const {
 void ScrubberStripView::scrollToPosition(bool notify, double withFixedAnimationTime) {
     const std::int64_t count = entries().count();
     if (count < 2) return;
-    onMain([=, this] { scrollToEntryOfPosition(notify, withFixedAnimationTime, count); });
+    onMain([=, this, seconds = positionSeconds(withFixedAnimationTime)] {
+        scrollToEntry(indexOfPosition(count), position().time, notify, seconds, true);
+    });
 }
 
-void ScrubberStripView::scrollToEntryOfPosition(bool notify, double withFixedAnimationTime, std::int64_t count) {
-    const std::int64_t index = indexOfPosition(count);
+void ScrubberStripView::scrollToEntry(std::int64_t index, TimeMs time, bool notify, double withFixedAnimationTime,
+                                      bool updatesPlaying) {
     if (!strip_) return;
     if (index < 1) {
         if (!place_) rememberPlace();
@@ -267,8 +290,8 @@ void ScrubberStripView::scrollToEntryOfPosition(bool notify, double withFixedAni
         return askForVisible();
     }
     if (isLive(entries().at(index))) {
-        return jumpTo(index, withFixedAnimationTime, [this, notify](std::int64_t arrived) {
-            stopLastCell();
+        return jumpTo(index, withFixedAnimationTime, [=, this](std::int64_t arrived) {
+            if (updatesPlaying) stopLastCell();
             if (notify) tellSelected(arrived);
         });
     }
@@ -279,9 +302,10 @@ void ScrubberStripView::scrollToEntryOfPosition(bool notify, double withFixedAni
         strip_->scrollToItemAtIndexPath(index, CollectionViewScrollPosition::Right, false);
         if (!self) return;
     }
-    jumpTo(index, withFixedAnimationTime, [this, notify](std::int64_t arrived) {
-        stopLastCell();
-        if (!notify || tellSelected(arrived)) play(arrived);
+    jumpTo(index, withFixedAnimationTime, [=, this](std::int64_t arrived) {
+        if (updatesPlaying) stopLastCell();
+        positionReached(arrived, time);
+        if ((!notify || tellSelected(arrived)) && updatesPlaying) play(arrived);
     });
 }
 
@@ -309,7 +333,6 @@ void ScrubberStripView::scrollToPointer(IndexPath indexPath, double withFixedAni
     const std::uint64_t jump = ++lastJump_;
     jump_ = jump;
     setPlace(*indexPath, 0);
-    offsetCommanded({markedStrip_.contentOffsetAt(*indexPath, 0), getBaseOffset().y});
     markedStrip_.scrollToPointer(
         indexPath, withFixedAnimationTime,
         [this, jump, ended = std::move(ended)](bool hasFinished) { jumpEnded(jump, hasFinished, ended); });
@@ -335,7 +358,6 @@ void ScrubberStripView::setContentOffset(double x) {
     const double most = markedStrip_.contentOffsetAt(count - 1, 0);
     const double least = count > 2 ? std::min(markedStrip_.contentOffsetAt(1, 0), most) : most;
     const Point target{std::clamp(x, least, most), getBaseOffset().y};
-    offsetCommanded(target);
     const QPointer<ScrubberWidget> self(&widget());
     strip_->setContentOffset(target);
     if (!self) return;
@@ -373,23 +395,27 @@ bool ScrubberStripView::isAtRightEnd() const {
 // The place under the mark
 
 void ScrubberStripView::setPlace(std::int64_t index, double offset) {
-    const auto entry = entries().at(index);
-    const auto frame = strip_ ? strip_->layoutAttributesForItemAtIndexPath(index) : std::nullopt;
-    const std::int64_t id = entry ? entry->identificator().value_or(0) : 0;
-    place_ = Place{index, entry, id, entry ? entry->start() : 0, offset, frame ? frame->width : 0, isLive(entry)};
+    const auto entry = entryAt(index);
+    Place place{.index = index, .entry = entry, .offset = offset, .width = scaleWidthOf(index)};
+    if (entry) {
+        place.identificator = entry->identificator().value_or(0);
+        place.start = entry->start();
+        place.end = entry->end();
+        place.isLive = isLive(entry);
+    }
+    place_ = place;
 }
 
-std::int64_t ScrubberStripView::indexOfPlace(std::int64_t count) const {
-    if (place_->isLive) return count - 1;
-    auto entry = place_->entry.lock();
-    if (!entry && place_->identificator != 0) {
+void ScrubberStripView::movePlace(Place& place, std::int64_t count) const {
+    auto entry = place.entry.lock();
+    if (!entry && place.identificator != 0) {
         ScrubberEvent::Fields fields;
-        fields.identificator = place_->identificator;
-        fields.start = place_->start;
+        fields.identificator = place.identificator;
+        fields.start = place.start;
         entry = std::make_shared<ScrubberEvent>(std::move(fields));
     }
-    const std::int64_t index = entries().indexOf(entry, place_->index);
-    return std::clamp<std::int64_t>(index >= 0 ? index : place_->index, 0, count - 1);
+    const std::int64_t index = indexOfEntry(entry, place.index);
+    place.index = std::clamp<std::int64_t>(index >= 0 ? index : place.index, 0, count - 1);
 }
 
 void ScrubberStripView::rememberPlace() {
@@ -408,9 +434,13 @@ void ScrubberStripView::rememberPlace() {
 std::optional<double> ScrubberStripView::collectionViewContentOffsetInNewLayout(CollectionView& view) {
     const std::int64_t count = view.numberOfItems();
     if (!place_ || count < 2) return std::nullopt;
-    place_->index = indexOfPlace(count);
-    place_->entry = entries().at(place_->index);
-    const double width = view.layoutAttributesForItemAtIndexPath(place_->index).value_or(Rect{}).width;
+    if (place_->isLive) {
+        place_->index = count - 1;
+    } else {
+        movePlace(*place_, count);
+    }
+    place_->entry = entryAt(place_->index);
+    const double width = scaleWidthOf(place_->index);
     // The same moment lies elsewhere in a cell of another width.
     const bool isInner = place_->index > 0 && place_->index < count - 1;
     if (isInner && place_->width > 0) place_->offset *= width / place_->width;
@@ -430,8 +460,8 @@ PlayingCell* ScrubberStripView::cellAt(IndexPath indexPath) const {
     return strip_ ? qobject_cast<PlayingCell*>(strip_->cellForItemAtIndexPath(indexPath)) : nullptr;
 }
 
-bool ScrubberStripView::tellSelected(std::int64_t index) {
-    const auto entry = entries().at(index);
+bool ScrubberStripView::tellSelected(std::int64_t index, const std::shared_ptr<ScrubberEvent>& withEvent) {
+    const auto entry = withEvent ? withEvent : entryAt(index);
     // A list that is being loaded anew has nothing to select.
     return !entry ||
            tellHost(&ScrubberViewDelegate::OnScrubberDidSelectEvent, &ScrubberWidget::scrubberDidSelectEvent, entry);
@@ -466,7 +496,6 @@ void ScrubberStripView::stopLastCell() {
     playing_ = nullptr;
 }
 
-// The strip has moved otherwise than by the playing cell's steps, which go on from where it is.
 void ScrubberStripView::syncPlayingOffset() {
     if (lastCell_ && lastCell_->indexPath()) {
         lastCell_->setOffset(offsetBetweenPointerAndItemBegin(lastCell_->indexPath()));
@@ -523,7 +552,7 @@ IndexPath ScrubberStripView::indexPathOfCell(const PlayingCell& cell) const {
     if (!event) return std::nullopt;
     if (event->type() == ScrubberEventTypeHead) return 0;
     if (isLive(event)) return entries().count() - 1;
-    const std::int64_t index = entries().indexOf(event, cell.indexPath().value_or(-1));
+    const std::int64_t index = indexOfEntry(event, cell.indexPath().value_or(-1));
     if (index < 0 && place_ && isKeptPlaying(cell, entries().at(place_->index))) return place_->index;
     return index >= 0 ? IndexPath(index) : std::nullopt;
 }
@@ -556,8 +585,50 @@ void ScrubberStripView::scrollViewDidScroll(CollectionView& view) {
     if (!isJumping() && (view.isDragging() || view.isDecelerating())) rememberPlace();
 }
 
+void ScrubberStripView::scrollViewDidEndDragging(CollectionView& /*view*/, bool willDecelerate) {
+    if (!willDecelerate) handHasLeft(true);
+}
+
 void ScrubberStripView::scrollViewWillBeginDecelerating(CollectionView& /*view*/) {
     if (lastCell_) lastCell_->pauseScroll(true);
+}
+
+void ScrubberStripView::scrollViewDidEndDecelerating(CollectionView& /*view*/) {
+    handHasLeft(false);
+}
+
+bool ScrubberStripView::keyPressed(int key, bool hasShift) {
+    const int direction = key == Qt::Key_Left || key == Qt::Key_PageUp ? -1 : 1;
+    switch (key) {
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+            if (!isMovedByHand()) step(direction, hasShift);
+            return true;
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown:
+            if (strip_) moveByHand(direction * strip_->width());
+            return true;
+        case Qt::Key_Home:
+            toEntry(1);
+            return true;
+        case Qt::Key_End:
+            goTo(nullptr);
+            return true;
+        case Qt::Key_Space:
+            emit widget().playPauseRequested();
+            return true;
+        default:
+            return false;
+    }
+}
+
+void ScrubberStripView::moveByHand(double points) {
+    if (!strip_ || isMovedByHand() || !strip_->prepareLayoutIfNeeded() || entries().count() < 2) return;
+    const QPointer<ScrubberWidget> self(&widget());
+    jump_ = 0;
+    setContentOffset(getBaseOffset().x + points);
+    if (self) strip_->layoutIfNeeded();
+    if (self) handHasLeft(false);
 }
 
 }  // namespace korvane

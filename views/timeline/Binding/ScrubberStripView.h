@@ -55,6 +55,10 @@ class ScrubberStripView : public ScrubberViewBase,
     void toEvent(const std::shared_ptr<ScrubberEvent>& event, bool withSendNotify, bool withScroll,
                  double withFixedAnimationTime, std::int64_t index = -1);
     void toEntry(std::int64_t index);
+    /// To an entry by its index, without a change of the position. It plays from then on, unless it is the live one, of
+    /// whose selection the host hears with either flag. `event`, where it is given, stands for the entry in that.
+    void toEventByIndex(std::int64_t index, const std::shared_ptr<ScrubberEvent>& withEvent, bool withSendNotify,
+                        bool withSendNotifyForLive);
     /// As a tap on the entry's cell.
     void selectAt(std::int64_t index);
 
@@ -94,7 +98,14 @@ class ScrubberStripView : public ScrubberViewBase,
     std::optional<double> collectionViewContentOffsetInNewLayout(CollectionView& view) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
+    void scrollViewDidEndDragging(CollectionView& view, bool willDecelerate) override;
     void scrollViewWillBeginDecelerating(CollectionView& view) override;
+    void scrollViewDidEndDecelerating(CollectionView& view) override;
+
+    /// Does what a key stands for: arrows a step, with Shift a long one, Page keys a screen, Home and End the first
+    /// entry and the live end, and Space asks the host to play or pause. Not while a finger moves the strip. False for
+    /// other keys.
+    bool keyPressed(int key, bool hasShift);
 
   protected:
     ScrubberStripView(ScrubberWidget& widget, const TimelineEnvironment& environment,
@@ -106,8 +117,25 @@ class ScrubberStripView : public ScrubberViewBase,
     virtual std::unique_ptr<FlowLayout> makeLayout() const = 0;
     /// Gives a cell its entry, and has it show that.
     virtual void fillCell(PlayingCell& cell, IndexPath indexPath);
-    /// The strip is about to go to this content offset, by a jump or a step of playback.
-    virtual void offsetCommanded(Point /*offset*/) {}
+    /// A hand has moved the strip and left it here.
+    virtual void handHasLeft(bool afterDrag) = 0;
+    /// One step of the arrow keys, to an older entry below 0.
+    virtual void step(int direction, bool isLong) = 0;
+    /// The entry at an index, as the strip shows it.
+    virtual std::shared_ptr<ScrubberEvent> entryAt(std::int64_t index) const { return entries().at(index); }
+    /// Where an entry stands, in a list that may have been made anew: `expected` is looked at first; -1 when it is
+    /// gone.
+    virtual std::int64_t indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const;
+    /// Where the position's entry is, -1 when there is none.
+    virtual std::int64_t indexOfPosition(std::int64_t count) const;
+    /// The entry of the position lies under the mark and is about to be told.
+    virtual void positionReached(std::int64_t /*index*/, TimeMs /*time*/) {}
+    /// Points over which the span of an entry lies in its cell.
+    virtual double scaleWidthOf(std::int64_t index) const;
+    /// In how many seconds the strip goes to its position when a host asks for `seconds`.
+    virtual double positionSeconds(double seconds) const { return seconds; }
+    /// What is in view at this index has something to be fetched.
+    virtual bool isWanting(std::int64_t index) const;
 
     ReloadingCollectionView* strip() const { return strip_; }
     PlayingCell* lastCell() const { return lastCell_; }
@@ -123,8 +151,9 @@ class ScrubberStripView : public ScrubberViewBase,
     /// Brings an entry to the mark; `arrived` is called with its index when it lies there, and not at all when
     /// something newer has taken the strip over.
     void jumpTo(IndexPath indexPath, double seconds, std::function<void(std::int64_t index)> arrived);
-    /// Tells the host that the entry is selected. False when the host has destroyed the widget.
-    bool tellSelected(std::int64_t index);
+    /// Tells the host that the entry is selected, as `withEvent` where that is given. False when the host has destroyed
+    /// the widget.
+    bool tellSelected(std::int64_t index, const std::shared_ptr<ScrubberEvent>& withEvent = nullptr);
     void play(std::int64_t index);
     void selectAndPlay(std::int64_t index);
     void stopLastCell();
@@ -144,30 +173,39 @@ class ScrubberStripView : public ScrubberViewBase,
     void takeOut(const std::shared_ptr<ScrubberEvent>& event, Completion completion) override;
     void goTo(const std::shared_ptr<ScrubberEvent>& event) override { toEvent(event, true, true, alignSeconds); }
 
-  private:
     /// What lies under the mark.
     struct Place {
         std::int64_t index = 0;
         std::weak_ptr<ScrubberEvent> entry;
         std::int64_t identificator = 0;  // with start, for when the list is made anew
         TimeMs start = 0;
+        TimeMs end = 0;
         double offset = 0;  // from the entry's resting point
-        double width = 0;   // of the entry's cell then
+        double width = 0;   // points that the entry's span took then
         bool isLive = false;
     };
+    /// The list has been made anew: index and offset are brought to where the place is now. The entry under it may
+    /// have become longer or shorter.
+    virtual void movePlace(Place& place, std::int64_t count) const;
 
+    /// A finger, or the motion that it has given, moves the strip.
+    bool isMovedByHand() const;
+    /// Moves the strip as a hand does that leaves it then.
+    void moveByHand(double points);
+    /// What plays goes on from where the strip is, after it has moved otherwise than by the steps of the cell.
+    void syncPlayingOffset();
+    /// Scrolls to the entry of a moment; with `updatesPlaying` it plays from then on, and the one before stops.
+    void scrollToEntry(std::int64_t index, TimeMs time, bool notify, double withFixedAnimationTime,
+                       bool updatesPlaying);
+
+  private:
     void setPlace(std::int64_t index, double offset);
-    std::int64_t indexOfPlace(std::int64_t count) const;
     void goToPosition();
-    void scrollToEntryOfPosition(bool notify, double withFixedAnimationTime, std::int64_t count);
-    std::int64_t indexOfPosition(std::int64_t count) const;
     void jumpEnded(std::uint64_t jump, bool hasFinished, const std::function<void(bool)>& ended);
     void setContentOffset(double x);
-    void syncPlayingOffset();
     void resumePlaying();
     IndexPath indexPathOfCell(const PlayingCell& cell) const;
     bool isKeptPlaying(const PlayingCell& cell, const std::shared_ptr<ScrubberEvent>& entry) const;
-    bool isMovedByHand() const;
 
     QPointer<QQuickItem> container_;
     QPointer<ReloadingCollectionView> strip_;

@@ -67,7 +67,7 @@ class ScrubberViewBase {
     Scheduler& scheduler() const { return widget_.scheduler(); }
     /// Runs `work` on a later turn of the main loop, while the widget lives. Any thread.
     void onMain(std::function<void()> work) const { widget_.onMain(std::move(work)); }
-    PlaybackHost& answers() { return answers_; }
+    PlaybackAnswers& answers() { return answers_; }
     ScrubberConfig& settings() { return config_; }
     const char* classPath() const { return classPath_; }
     const std::shared_ptr<VisibleIndexes>& visibleIndexesHolder() const { return visibleIndexes_; }

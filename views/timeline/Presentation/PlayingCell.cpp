@@ -50,6 +50,7 @@ void PlayingCell::prepareForReuse() {
 
 void PlayingCell::setEvent(const std::shared_ptr<ScrubberEvent>& event) {
     event_ = event;
+    kept_ = keepsEntry() ? event : nullptr;
     if (playback_.isRunning()) playback_.setEvent(event);
 }
 
@@ -68,15 +69,16 @@ void PlayingCell::updateLiveLabel(const ScrubberConfig& config, bool isLive) {
                                           config.liveViewTextColor(), config.liveViewTextKerning()));
 }
 
-void PlayingCell::updateDate(const ScrubberConfig& config, const ScrubberEvent::Fields& event) {
+AttributedString PlayingCell::updateDate(const ScrubberConfig& config, const ScrubberEvent::Fields& event) {
     QString text = QStringLiteral("loading...");
     if (event.timeAsValue != -1 && event.timeAsValue != 0) {
         text = owner_->formatTime(owner_->momentOf(event), config.dateTimeFormat(), timeZone(config, event));
     }
     if (event.type == ScrubberEventTypeGroup) text += QStringLiteral("(%1)").arg(event.childs.size());
-    setAttributedText(eventDateTimeaLabel_,
-                      TimelineUtils::prepareAttributedString(text, TextAlignmentLeft, config.dateTimeTextFont(),
-                                                             config.dateTimeTextColor(), config.dateTimeTextKerning()));
+    const AttributedString date = TimelineUtils::prepareAttributedString(
+        text, TextAlignmentLeft, config.dateTimeTextFont(), config.dateTimeTextColor(), config.dateTimeTextKerning());
+    setAttributedText(eventDateTimeaLabel_, date);
+    return date;
 }
 
 void PlayingCell::updateIcon(const ScrubberConfig& config, const ScrubberEvent::Fields& event) {
@@ -178,6 +180,7 @@ void PlayingCell::clean() {
     shown_ = LifeToken();
     index_.reset();
     event_.reset();
+    kept_.reset();
     owner_ = nullptr;
     clearText(eventDateTimeaLabel_);
     preview_.clean(previewImageView_);

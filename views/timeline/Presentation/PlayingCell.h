@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "korvane/base/LifeToken.h"
+#include "korvane/toolkit/AttributedString.h"
 #include "korvane/toolkit/CollectionViewCell.h"
 #include "korvane/toolkit/ImageView.h"
 #include "korvane/toolkit/LayoutConstraint.h"
@@ -27,7 +28,7 @@ class PlayingCell : public CollectionViewCell {
     void awakeFromNib() override;
     void prepareForReuse() override;
 
-    /// Held weakly: the list keeps it. A cell that plays goes on with this object.
+    /// Held weakly where the list keeps it. A cell that plays goes on with this object.
     void setEvent(const std::shared_ptr<ScrubberEvent>& event);
     /// Null once the entry has left its list.
     std::shared_ptr<ScrubberEvent> getEvent() const { return event_.lock(); }
@@ -75,6 +76,8 @@ class PlayingCell : public CollectionViewCell {
     virtual double scaleWidth() const = 0;
     /// Runs `body` as the motion of an advance.
     virtual void animateAdvance(double seconds, const std::function<void()>& body) = 0;
+    /// Whether the list makes entries only when asked, so that the cell is the one to keep its own.
+    virtual bool keepsEntry() const { return false; }
     /// Whether the bar follows the player.
     virtual bool hasBar() const { return true; }
     virtual QString timeZone(const ScrubberConfig& config, const ScrubberEvent::Fields& event) const = 0;
@@ -84,7 +87,8 @@ class PlayingCell : public CollectionViewCell {
     /// Pieces of update().
     void setPartsBackground(const QColor& color);
     void updateLiveLabel(const ScrubberConfig& config, bool isLive);
-    void updateDate(const ScrubberConfig& config, const ScrubberEvent::Fields& event);
+    /// Gives the text.
+    AttributedString updateDate(const ScrubberConfig& config, const ScrubberEvent::Fields& event);
     void updateIcon(const ScrubberConfig& config, const ScrubberEvent::Fields& event);
     void updatePreview(const ScrubberConfig& config, const ScrubberEvent::Fields& event);
     /// For an entry that has none; the space is `color`.
@@ -98,6 +102,7 @@ class PlayingCell : public CollectionViewCell {
     const char* const classPath_;
     const std::shared_ptr<ToolkitContext> context_;
     std::weak_ptr<ScrubberEvent> event_;
+    std::shared_ptr<ScrubberEvent> kept_;
     ScrubberCellOwner* owner_ = nullptr;
     IndexPath index_;
     bool isProgressPaused_ = false;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "korvane/base/Time.h"
 #include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
 #include "korvane/views/timeline/ScrubberCommon/ScrubberEventQuery.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventSpan.h"
 
 namespace korvane {
 
@@ -22,6 +24,14 @@ class ScrubberDataSourceDelegate {
     /// The entry at an index; null for a negative index or one past the end.
     virtual std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) = 0;
 
+    /// Type, moment and span, ms, of the entry at an index; nothing where OnScrubberGetEventByIndex() gives null. For
+    /// whoever needs no more of an entry, an entry's neighbours say. This default asks for the entry; a source that
+    /// makes entries only when asked for them does better by not making one.
+    virtual std::optional<ScrubberEventSpan> OnScrubberGetEventSpanByIndex(std::int64_t index) {
+        const auto event = OnScrubberGetEventByIndex(index);
+        return event ? std::optional(event->span()) : std::nullopt;
+    }
+
     /// Index of the first entry that fits, or -1. This default, like findByPosition() and findClosestByPosition(), asks
     /// for one entry after the other; a source that makes entries only when asked for them does better by not asking.
     virtual std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) {
@@ -33,14 +43,16 @@ class ScrubberDataSourceDelegate {
         return -1;
     }
 
-    /// Index of the first entry that is of the moment `position`, ms, or covers it, its end excluded; for -1, of the
-    /// live entry. -1 without one, and in a list without real entries.
+    /// Index of the first entry whose `timeAsValue` is `position`, ms, or whose span (`start` at least 0, `end` above
+    /// 0) holds it, the end excluded. The moment -1 is the live entry's. -1 for a moment in a gap, and in a list of
+    /// fewer than three entries, which has nothing to find.
     std::int64_t OnScrubberFindEventByPosition(TimeMs position) {
         return placeOf(position, [&] { return ScrubberEventPlace{findByPosition(position), true}; }).index;
     }
 
-    /// As OnScrubberFindEventByPosition(), the end of what an entry covers included; and a moment before the first real
-    /// entry gives that one.
+    /// As OnScrubberFindEventByPosition(), with the end of a span included; and for a moment before the entry at index
+    /// 1, or at its begin, that entry stands in, with isPositionExist false unless the moment is its own. The head is
+    /// never found by its span.
     ScrubberEventPlace OnScrubberFindClosestEventByPosition(TimeMs position) {
         return placeOf(position, [&] { return findClosestByPosition(position); });
     }
@@ -55,13 +67,13 @@ class ScrubberDataSourceDelegate {
     virtual void OnScrubberSetCurrentTime(TimeMs /*time*/) {}
 
   protected:
-    /// OnScrubberFindEventByPosition() and OnScrubberFindClosestEventByPosition() for a moment, in a list with real
-    /// entries.
+    /// OnScrubberFindEventByPosition() and OnScrubberFindClosestEventByPosition() for a moment other than -1, in a list
+    /// with real entries. These defaults look at one entry after the other.
     virtual std::int64_t findByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
         for (std::int64_t i = 0; i < count; ++i) {
-            const auto event = OnScrubberGetEventByIndex(i);
-            if (event && (event->timeAsValue() == position || event->covers(position, false))) return i;
+            const auto span = OnScrubberGetEventSpanByIndex(i);
+            if (span && (span->timeAsValue == position || span->covers(position, false))) return i;
         }
         return -1;
     }
@@ -69,10 +81,10 @@ class ScrubberDataSourceDelegate {
     virtual ScrubberEventPlace findClosestByPosition(TimeMs position) {
         const std::int64_t count = OnScrubberGetEventsCount();
         for (std::int64_t i = 0; i < count; ++i) {
-            const auto event = OnScrubberGetEventByIndex(i);
-            if (!event) continue;
-            if (event->timeAsValue() == position || (i > 0 && event->covers(position, true))) return {i, true};
-            if (i == 1 && event->hasSpan() && event->start() >= position) return {i, false};
+            const auto span = OnScrubberGetEventSpanByIndex(i);
+            if (!span) continue;
+            if (span->timeAsValue == position || (i > 0 && span->covers(position, true))) return {i, true};
+            if (i == 1 && span->hasSpan() && span->start >= position) return {i, false};
         }
         return {};
     }

@@ -13,6 +13,12 @@ ScrubberEvent::ScrubberEvent() {
 
 ScrubberEvent::ScrubberEvent(Fields fields) : fields_(std::move(fields)) {}
 
+ScrubberEvent::ScrubberEvent(TimeMs timeAsValue, const std::string& name, const std::string& timezone) {
+    fields_.name = name;
+    fields_.timeAsValue = timeAsValue;
+    fields_.timezone = timezone;
+}
+
 std::shared_ptr<ScrubberEvent> ScrubberEvent::build() {
     return std::make_shared<ScrubberEvent>();
 }
@@ -123,15 +129,9 @@ void ScrubberEvent::setVideoUrl(std::optional<std::string> videoUrl) {
     std::swap(fields_.videoUrl, videoUrl);
 }
 
-bool ScrubberEvent::hasSpan() const {
+ScrubberEventSpan ScrubberEvent::span() const {
     const std::lock_guard guard(mutex_);
-    return fields_.start >= 0 && fields_.end > 0;
-}
-
-bool ScrubberEvent::covers(TimeMs time, bool endIncluded) const {
-    const std::lock_guard guard(mutex_);
-    if (fields_.start < 0 || fields_.end <= 0 || time < fields_.start) return false;
-    return endIncluded ? time <= fields_.end : time < fields_.end;
+    return {fields_.type, fields_.timeAsValue, fields_.start, fields_.end};
 }
 
 TimeMs ScrubberEvent::start() const {

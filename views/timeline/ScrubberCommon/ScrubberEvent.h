@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "korvane/base/Time.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEventSpan.h"
 #include "korvane/views/timeline/ScrubberCommon/ScrubberEventType.h"
 
 namespace korvane {
@@ -52,6 +53,8 @@ class ScrubberEvent {
     /// All fields at their defaults, with the device's own time zone.
     ScrubberEvent();
     explicit ScrubberEvent(Fields fields);
+    /// An entry of which no more is known, as many are made at a time.
+    ScrubberEvent(TimeMs timeAsValue, const std::string& name, const std::string& timezone);
 
     /// A default entry, of type pending.
     static std::shared_ptr<ScrubberEvent> build();
@@ -84,10 +87,10 @@ class ScrubberEvent {
     void setStart(TimeMs start);
     TimeMs end() const;
     void setEnd(TimeMs end);
-    /// Whether the entry covers a span of time at all; head, live and pending entries do not.
-    bool hasSpan() const;
-    /// Whether `time`, ms, lies in that span.
-    bool covers(TimeMs time, bool endIncluded) const;
+    /// Type, moment and span as of one moment.
+    ScrubberEventSpan span() const;
+    bool hasSpan() const { return span().hasSpan(); }
+    bool covers(TimeMs time, bool endIncluded) const { return span().covers(time, endIncluded); }
     ImageViewSlot imageView() const;
     void setImageView(ImageViewSlot imageView);
     TimeMs timeAsValue() const;

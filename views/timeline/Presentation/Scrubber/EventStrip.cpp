@@ -103,13 +103,7 @@ IndexPath EventStrip::neighbour(std::int64_t step) const {
 /// Queues a scroll to an entry, which plays from then on unless it is the live one.
 void EventStrip::toNeighbour(std::int64_t step, bool notify) {
     onMain([=, this] {
-        jumpTo(neighbour(step), 0.0, [=, this](std::int64_t index) {
-            stopLastCell();
-            if (notify && !tellSelected(index)) return;
-            const PlayingCell* const cell = cellAt(index);
-            const auto event = cell ? cell->getEvent() : nullptr;
-            if (!event || event->type() != ScrubberEventTypeLive) play(index);
-        });
+        if (const IndexPath next = neighbour(step)) toEventByIndex(*next, nullptr, notify, false);
     });
 }
 
@@ -200,15 +194,11 @@ void EventStrip::scrollViewDidScroll(CollectionView& view) {
              &ScrubberWidget::scrubberDraggingContinueFlyOverEvent, event);
 }
 
-void EventStrip::scrollViewDidEndDragging(CollectionView& /*view*/, bool willDecelerate) {
-    if (!willDecelerate) endOfScroll(true);
+void EventStrip::step(int direction, bool /*isLong*/) {
+    toNeighbour(direction, true);
 }
 
-void EventStrip::scrollViewDidEndDecelerating(CollectionView& /*view*/) {
-    endOfScroll(false);
-}
-
-void EventStrip::endOfScroll(bool afterDrag) {
+void EventStrip::handHasLeft(bool afterDrag) {
     if (isJumping()) return;  // where that ends is selected
     const std::int64_t live = entries().count() - 1;
     const IndexPath under = indexPathFromPointer();

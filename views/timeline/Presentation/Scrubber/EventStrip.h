@@ -19,13 +19,13 @@ class EventStrip final : public ScrubberStripView {
     void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
-    void scrollViewDidEndDragging(CollectionView& view, bool willDecelerate) override;
-    void scrollViewDidEndDecelerating(CollectionView& view) override;
 
   protected:
     QUrl cellFile() const override;
     QString cellIdentifier() const override;
     std::unique_ptr<FlowLayout> makeLayout() const override;
+    void handHasLeft(bool afterDrag) override;
+    void step(int direction, bool isLong) override;
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
     void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
 
@@ -34,7 +34,6 @@ class EventStrip final : public ScrubberStripView {
     IndexPath neighbour(std::int64_t step) const;
     void goWhereAsked(const std::shared_ptr<ScrubberEvent>& target, std::int64_t expected, bool isRegrouped);
     void select(IndexPath indexPath);
-    void endOfScroll(bool afterDrag);
 };
 
 }  // namespace korvane

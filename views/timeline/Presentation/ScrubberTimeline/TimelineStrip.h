@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "korvane/views/timeline/Binding/ScrubberStripView.h"
+
+namespace korvane {
+
+class ScrubberTimelineCell;
+class ScrubberTimelineCollectionView;
+
+/// The strip of ScrubberTimelineView: recorded time in cells that touch, which rests where a hand leaves it.
+class TimelineStrip final : public ScrubberStripView {
+  public:
+    TimelineStrip(ScrubberWidget& widget, const TimelineEnvironment& environment);
+
+    QUrl layoutFile() const override;
+
+    /// As ScrubberTimelineView's.
+    void toClosestEvent(const std::shared_ptr<ScrubberEvent>& event);
+    void toNextEvent(bool withSendNotify);
+    void toNextEventOnlyScroll();
+    void toPreviousEvent(bool withSendNotify);
+    void scrollToTime(TimeMs time, bool notify, bool withStartUpdating, double withFixedAnimationTime);
+    bool isScrolling() { return answers().isScrolling(); }
+    ScrubberTimelineCell* timelineCell(IndexPath indexPath) const;
+    ScrubberTimelineCollectionView* collectionView() const;
+
+    void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
+    void scrollViewWillBeginDragging(CollectionView& view) override;
+    void scrollViewDidScroll(CollectionView& view) override;
+
+  protected:
+    QUrl cellFile() const override;
+    QString cellIdentifier() const override;
+    std::unique_ptr<FlowLayout> makeLayout() const override;
+    void fillCell(PlayingCell& cell, IndexPath indexPath) override;
+    void handHasLeft(bool afterDrag) override;
+    void step(int direction, bool isLong) override;
+    std::shared_ptr<ScrubberEvent> entryAt(std::int64_t index) const override;
+    std::int64_t indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const override;
+    std::int64_t indexOfPosition(std::int64_t count) const override;
+    void positionReached(std::int64_t index, TimeMs time) override;
+    double scaleWidthOf(std::int64_t index) const override;
+    double positionSeconds(double /*seconds*/) const override { return alignSeconds; }
+    bool isWanting(std::int64_t index) const override;
+    void movePlace(Place& place, std::int64_t count) const override;
+    /// Pages come into the list without a word: only the tree of days is shown as it comes.
+    void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
+    void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
+
+  private:
+    /// Whether a cell is the first or the last of its bar.
+    struct GroupEnds {
+        bool isBegin = false;
+        bool isEnd = false;
+    };
+
+    bool hasTree() const;
+    GroupEnds groupEnds(std::int64_t index) const;
+    void toNeighbour(std::int64_t step, bool notify, bool isByUser);
+    IndexPath neighbour(std::int64_t step) const;
+    void noteScrolling();
+    void waitForStill();
+    std::shared_ptr<ScrubberEvent> takeTimeUnderMark(IndexPath under);
+    void tellRecordingUnderMark(IndexPath under, TimeMs time, EventCallback callback, EventSignal signal);
+
+    std::uint64_t scrollSteps_ = 0;
+    bool isStillAwaited_ = false;
+};
+
+}  // namespace korvane
