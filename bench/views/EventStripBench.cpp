@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "korvane/bench/views/BenchService.h"
+#include "korvane/bench/views/FrameTimes.h"
 #include "korvane/bench/views/Stage.h"
 #include "korvane/client/http/HttpService.h"
 #include "korvane/toolkit/ImageCache.h"
@@ -26,18 +27,6 @@ namespace {
 
 constexpr double step = 7;
 constexpr int warmUpFrames = 500;
-
-using Clock = std::chrono::steady_clock;
-
-double millisecondsSince(Clock::time_point begin) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-}
-
-void report(benchmark::State& state, std::vector<double>& milliseconds) {
-    std::sort(milliseconds.begin(), milliseconds.end());
-    state.counters["median_ms"] = milliseconds[milliseconds.size() / 2];
-    state.counters["p99_ms"] = milliseconds[milliseconds.size() * 99 / 100];
-}
 
 /// Events with previews, made when asked for.
 class ManyEvents final : public ScrubberDataSourceDelegate {

@@ -16,26 +16,39 @@
 
 namespace korvane {
 
-/// An event strip of 800 x 120 that is drawn by the software renderer into an image.
-class Stage {
+/// A window of 800 x 120 that is drawn by the software renderer into an image.
+class Screen {
   public:
-    explicit Stage(const std::shared_ptr<KorvaneService>& service)
-        : window_(&control_), target_(800, 120, QImage::Format_ARGB32_Premultiplied) {
+    Screen() : window_(&control_), target_(800, 120, QImage::Format_ARGB32_Premultiplied) {
         window_.resize(800, 120);
         window_.contentItem()->setSize({800, 120});
         window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&target_));
-        view = std::make_unique<ScrubberView>(TimelineEnvironment{nullptr, service}, Rect{}, window_.contentItem());
-        view->applyConfig();
     }
 
-    ScrubberCollectionView& strip() const {
-        return *qvariant_cast<ScrubberCollectionView*>(view->contentView()->property("scrubberEventsCollectionView"));
-    }
+    QQuickItem* root() { return window_.contentItem(); }
 
     void draw() {
         control_.polishItems();
         control_.sync();
         control_.render();
+    }
+
+  private:
+    QQuickRenderControl control_;
+    QQuickWindow window_;
+    QImage target_;
+};
+
+/// An event strip on it.
+class Stage : public Screen {
+  public:
+    explicit Stage(const std::shared_ptr<KorvaneService>& service) {
+        view = std::make_unique<ScrubberView>(TimelineEnvironment{nullptr, service}, Rect{}, root());
+        view->applyConfig();
+    }
+
+    ScrubberCollectionView& strip() const {
+        return *qvariant_cast<ScrubberCollectionView*>(view->contentView()->property("scrubberEventsCollectionView"));
     }
 
     std::size_t cells() const { return static_cast<std::size_t>(strip().findChildren<ScrubberCell*>().size()); }
@@ -61,12 +74,6 @@ class Stage {
         });
     }
 
-  private:
-    QQuickRenderControl control_;
-    QQuickWindow window_;
-    QImage target_;
-
-  public:
     std::unique_ptr<ScrubberView> view;
 };
 

@@ -27,6 +27,10 @@ std::uint64_t firstSeed() {
     return given ? std::strtoull(given, nullptr, 10) : 1;
 }
 
+TEST_P(StormTest, TheTimelineKeepsThemToo) {
+    EXPECT_EQ(Storm(GetParam(), Storm::Widget::Timeline).run(steps), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, StormTest, testing::Range<std::uint64_t>(firstSeed(), firstSeed() + seeds));
 
 TEST(StormSeedTest, DoesTheSameAgain) {

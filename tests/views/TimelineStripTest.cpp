@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "korvane/tests/support/qt/VirtualUi.h"
@@ -38,7 +43,9 @@ class TimelineStripTest : public ::testing::Test {
             selected_.push_back(event->timeAsValue());
             seek(event->timeAsValue());
         };
-        host_.delegate->OnScrubberGetCurrentPositionForPlayingEvent = [this](const auto&) { return position(); };
+        host_.delegate->OnScrubberGetCurrentPositionForPlayingEvent = [this](const auto&) {
+            return polled_ = position();
+        };
         host_.delegate->OnScrubberEventPlayFinished = [](const auto&) { return 1; };
         view_->setDelegate(host_.delegate);
     }
@@ -82,6 +89,14 @@ class TimelineStripTest : public ::testing::Test {
         const auto* const cell = view_->getScrubberTimelineCellByIndex(index);
         return cell ? cell->positionUnder(view_->getOffsetBetweenPointerAndItemBegin(index)) : -1;
     }
+    double scaleWidth(std::int64_t index) const {
+        const auto* const drawn = view_->getScrubberTimelineCellByIndex(index)->containerView();
+        return drawn->scaleRect().width + frame(index).width - drawn->cellRect().width;
+    }
+    void advanceToRest() {
+        ui_.settle();
+        ui_.advance(1200ms, 50ms);
+    }
     void drag(double by) { ui_.drag({400, 60}, {400 + by, 60}, 200ms, true); }
 
     VirtualUi ui_;
@@ -91,32 +106,267 @@ class TimelineStripTest : public ::testing::Test {
     std::unique_ptr<ScrubberTimelineView> view_;
     TimeMs begin_ = 0;
     TimeMs playsFrom_ = 0;
+    TimeMs polled_ = -1;
     std::chrono::microseconds playsSince_{};
     std::vector<TimeMs> selected_;
 };
 
-TEST_F(TimelineStripTest, PlaysThroughAPeriodAndIntoTheNext) {
-    load({{0, 14}, {20, 26}});
-    EXPECT_EQ(view_->getEventsCount(), 2 + 4 + 2);
+TEST_F(TimelineStripTest, InPlaybackTheMarkStandsOnTheSecondThatPlays) {
+    load({{0, 14}, {20, 26}, {26, 31}});
     view_->toFirstEvent();
-    ui_.settle();
-    ui_.advance(100ms);
+    advanceToRest();
     ASSERT_EQ(selected_, std::vector<TimeMs>{begin_});
-    ui_.advance(5s);
-    EXPECT_NEAR(static_cast<double>(underMark()), static_cast<double>(position()), 2000);
     std::int64_t last = 0;
-    for (int second = 0; second < 14 * 60; ++second) {
+    for (int second = 0; second < 14 * 60 + 20; ++second) {
         ui_.advance(1s, 100ms);
         const std::int64_t index = view_->indexUnderMark();
-        EXPECT_GE(index, last);
+        ASSERT_GE(index, last) << second;
         last = index;
+        const auto entry = view_->getCurrentEvent();
+        ASSERT_TRUE(entry) << second;
+        // Between two polls the player is ahead by up to two seconds, and a gap is waited out at its edge.
+        const std::int64_t playing = *entry->identificator() + 1;
+        const double offset = view_->getOffsetBetweenPointerAndItemBegin(playing);
+        const CellScale scale{entry->start(), entry->end(), scaleWidth(playing)};
+        const TimeMs polled = std::clamp(polled_, entry->start(), entry->end());
+        EXPECT_NEAR(offset, scale.offsetOf(polled), 1.1) << second;
     }
     EXPECT_EQ(view_->indexUnderMark(), 5) << "the next period follows";
-    drag(-100);
+    EXPECT_EQ(selected_.size(), 1U) << "and nobody is told of a selection";
+}
+
+TEST_F(TimelineStripTest, RestsWhereAHandLeavesItAndPlaysOnFromThere) {
+    load({{0, 60}});
+    view_->toFirstEvent();
+    advanceToRest();
+    for (const double by : {-333.0, 40.0, -1000.0, 61.0}) {
+        selected_.clear();
+        drag(by);
+        ui_.settle();
+        ASSERT_EQ(selected_.size(), 1U);
+        EXPECT_NEAR(static_cast<double>(selected_[0]), static_cast<double>(underMark()), 1'001);
+        const double rest = strip().contentOffset().x;
+        const double perSecond = 134.35 / 240;
+        ui_.advance(1500ms);
+        EXPECT_NEAR(strip().contentOffset().x, rest + perSecond, 1.5) << "no jump";
+        ui_.advance(5s);
+        EXPECT_NEAR(static_cast<double>(underMark()), static_cast<double>(position()), 2'500);
+    }
+    // Beyond the right edge of a bar there is no other moment than its end.
+    const std::int64_t last = view_->getEventsCount() - 2;
+    view_->toLastEvent();
+    advanceToRest();
+    const auto* const cell = view_->getScrubberTimelineCellByIndex(last);
+    ASSERT_TRUE(cell);
+    EXPECT_EQ(cell->positionUnder(frame(last).width - 0.5), view_->getEvent(last)->end());
+}
+
+TEST_F(TimelineStripTest, KeepsTheSecondThroughSizesRefreshesAndGrowth) {
+    load({{0, 3}, {10, 21}});
+    view_->toLastEvent();
+    advanceToRest();
+    drag(-40);
+    ui_.advance(1500ms);
+    host_.delegate->OnScrubberGetCurrentPositionForPlayingEvent = [](const auto&) { return -1; };
+    ui_.advance(4s);
+    const TimeMs before = underMark();
+    selected_.clear();
+    const auto expectKept = [&](const char* what) {
+        ui_.advance(3s);
+        EXPECT_NEAR(static_cast<double>(underMark()), static_cast<double>(before), 1'001) << what;
+        EXPECT_TRUE(view_->getCurrentEvent()) << what << ": playback goes on";
+    };
+    ui_.root()->setSize({500, 90});
+    expectKept("narrower");
+    view_->getConfig().setCellWidth(60);
+    view_->applyConfig();
+    expectKept("narrower cells");
+    view_->refresh();
+    expectKept("loaded anew");
+    service_.withFootage([&](ScriptedFootage& footage) {
+        footage.addRecord({90, begin_ + 21 * minute, begin_ + 23 * minute, "", ""});
+        footage.addRecord({91, begin_ + 5 * minute, begin_ + 6 * minute, "", ""});
+    });
+    view_->refresh();
+    expectKept("the last segment has grown, and another came before it");
+    EXPECT_EQ(selected_.size(), 0U);
+}
+
+TEST_F(TimelineStripTest, RedrawsTheSameCellsWhenEventsArrive) {
+    service_.scriptNext("getEventsSync", Script::late(4s));
+    load({{0, 60}});
+    view_->toFirstEvent();
+    advanceToRest();
+    auto* const playing = view_->getScrubberTimelineCellByIndex(1);
+    ASSERT_TRUE(playing && playing->isStartedProgress());
+    EXPECT_EQ(playing->containerView()->eventTypeLayer2()->images().size(), 0U);
+    ui_.advance(5s);
+    EXPECT_EQ(view_->getScrubberTimelineCellByIndex(1), playing);
+    EXPECT_TRUE(playing->isStartedProgress());
+    EXPECT_EQ(playing->containerView()->eventTypeLayer2()->images().size(), 1U);
+}
+
+/// A list of the host's own, of spans.
+class Spans final : public ScrubberDataSourceDelegate {
+  public:
+    explicit Spans(std::vector<std::pair<TimeMs, TimeMs>> spans) {
+        entries_.push_back(ScrubberEvent::build());
+        entries_[0]->setType(ScrubberEventTypeHead);
+        for (const auto& [start, end] : spans) {
+            entries_.push_back(ScrubberEvent::build(std::ssize(entries_), start));
+            entries_.back()->setStart(start);
+            entries_.back()->setEnd(end);
+        }
+        entries_.push_back(ScrubberEvent::build(-1));
+    }
+    std::int64_t OnScrubberGetEventsCount() override { return std::ssize(entries_); }
+    std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override {
+        return index >= 0 && index < std::ssize(entries_) ? entries_[static_cast<std::size_t>(index)] : nullptr;
+    }
+    std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) override { return -1; }
+
+  private:
+    std::vector<std::shared_ptr<ScrubberEvent>> entries_;
+};
+
+TEST_F(TimelineStripTest, NeighboursThatJoinMakeOneBar) {
+    constexpr TimeMs t = 1'000'000;
+    view_->setDataSourceDelegate(std::make_shared<Spans>(std::vector<std::pair<TimeMs, TimeMs>>{
+        {t, t + 5'000}, {t + 6'001, t + 9'000}, {t + 10'002, t + 12'000}, {t + 10'998, t + 20'000}, {0, 0}}));
+    advanceToRest();
+    std::string told;
+    for (std::int64_t i = 0; i < view_->getEventsCount(); ++i) {
+        view_->scrollToPointer(std::max<std::int64_t>(i, 1), 0.002, {});
+        advanceToRest();
+        const auto* const cell = view_->getScrubberTimelineCellByIndex(i);
+        if (!cell) continue;
+        const auto* const drawn = cell->containerView();
+        told += std::string(drawn->isBeginOfGroup() ? "(" : "-") + (drawn->isEndOfGroup() ? ")" : "-");
+    }
+    EXPECT_EQ(told,
+              "()"
+              "(-"
+              "-)"
+              "()"
+              "(-"
+              "--"
+              "()")
+        << "1001 ms join, 1002 ms and an overlap of as much do not";
+}
+
+TEST_F(TimelineStripTest, FindsEntriesByTheMomentsThatTheyHold) {
+    constexpr TimeMs t = 1'000'000;
+    view_->setDataSourceDelegate(std::make_shared<Spans>(
+        std::vector<std::pair<TimeMs, TimeMs>>{{t, t + 100}, {t + 100, t + 200}, {t + 300, t + 400}}));
+    const std::tuple<TimeMs, std::int64_t, std::int64_t, bool> cases[] = {
+        {t - 1, -1, 1, false}, {t, 1, 1, true},       {t + 99, 1, 1, true},   {t + 100, 2, 1, true},
+        {t + 250, -1, -1, 0},  {t + 300, 3, 3, true}, {t + 400, -1, 3, true}, {-1, 4, 4, false},
+    };
+    for (const auto& [time, plain, closest, exists] : cases) {
+        std::int64_t index = -1;
+        EXPECT_EQ(view_->getEventByPosition(time, 5, index) != nullptr, plain >= 0);
+        EXPECT_EQ(index, plain) << time - t;
+        bool isThere = false;
+        index = -1;
+        view_->getClosestEventByPosition(time, 5, index, isThere);
+        EXPECT_EQ(index, closest) << time - t;
+        EXPECT_EQ(isThere, exists) << time - t;
+    }
+    std::int64_t index = 7;
+    EXPECT_EQ(view_->getEventByPosition(-1, 2, index), nullptr);
+    EXPECT_EQ(index, 7);
+}
+
+TEST_F(TimelineStripTest, GoesToNeighboursAndSaysSoOnce) {
+    load({{0, 12}});
+    const auto rest = [&] {
+        advanceToRest();
+        return std::exchange(selected_, {});
+    };
+    using Told = std::vector<TimeMs>;
+    view_->toFirstEvent();
+    EXPECT_EQ(rest(), Told{begin_});
+    view_->toPreviousEvent();
+    EXPECT_EQ(rest(), Told{}) << "before the first one there is none";
+    view_->toNextEvent();
+    view_->toNextEvent();
+    EXPECT_EQ(rest(), Told{begin_ + 2 * segment}) << "the second counts from where the first one goes";
+    view_->toPreviousEvent();
+    EXPECT_EQ(rest(), Told{begin_ + segment});
+    view_->toPreviousEvent();
+    EXPECT_EQ(rest(), Told{begin_ + 1'000}) << "a step back to the first one lands inside of it";
+    view_->toNextEventOnlyScroll();
+    EXPECT_EQ(rest(), Told{});
+    EXPECT_EQ(view_->indexUnderMark(), 2);
+    view_->toNextEventWithSendNotify(false);
+    EXPECT_EQ(rest(), Told{});
+    view_->toNextEventOnlyScroll();
+    EXPECT_EQ(rest(), Told{-1}) << "of the live end the host hears all the same";
+    EXPECT_EQ(view_->getCurrentEvent(), nullptr);
+    view_->toClosestEvent(begin_ + segment + 90'000);
+    EXPECT_EQ(rest(), Told{begin_ + segment + 90'000});
+    view_->toClosestEvent(begin_ - 5);
+    EXPECT_EQ(rest(), Told{begin_ + 1'000});
+    ui_.tap({450, 60});
+    EXPECT_EQ(rest(), Told{}) << "a tap selects the live end alone";
+    view_->scrollToPosition(begin_ + segment + 1, true, true, 0.002);
+    EXPECT_EQ(rest(), Told{begin_ + segment + 1});
+    view_->scrollToPosition(begin_ - 1, true, true, 0.002);
+    EXPECT_EQ(rest(), Told{});
+    EXPECT_EQ(view_->indexUnderMark(), 2) << "what no entry holds moves nothing";
+}
+
+TEST_F(TimelineStripTest, KeysDoWhatAHandDoes) {
+    load({{0, 60}});
+    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers with = Qt::NoModifier) {
+        QKeyEvent event(QEvent::KeyPress, key, with);
+        QCoreApplication::sendEvent(view_.get(), &event);
+        advanceToRest();
+        EXPECT_EQ(event.isAccepted(), key != Qt::Key_A);
+        return static_cast<double>(underMark() - begin_) / 1000;
+    };
+    host_.delegate->OnScrubberGetCurrentPositionForPlayingEvent = [](const auto&) { return -1; };
+    constexpr double near = 4;  // seconds; a bar stands clear of the head by two points
+    EXPECT_NEAR(press(Qt::Key_Home), 0, 0.1);
+    EXPECT_NEAR(press(Qt::Key_Right), 60, near);
+    EXPECT_NEAR(press(Qt::Key_Right, Qt::ShiftModifier), 240, 0.1);
+    EXPECT_NEAR(press(Qt::Key_Left), 180, near);
+    EXPECT_NEAR(press(Qt::Key_PageDown), 180 + 800 / 134.35 * 240, near);
+    press(Qt::Key_A);
+    press(Qt::Key_End);
+    EXPECT_EQ(view_->indexUnderMark(), view_->getEventsCount() - 1);
+    press(Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_EQ(view_->indexUnderMark(), view_->getEventsCount() - 2);
+    int asked = 0;
+    QObject::connect(view_.get(), &ScrubberWidget::playPauseRequested, [&] { ++asked; });
+    press(Qt::Key_Space);
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(TimelineStripTest, AFingerFliesOverTheRecordingsUnderTheMark) {
+    load({{0, 60}});
+    std::vector<std::string> heard;
+    const auto hear = [&](const char* what) {
+        return [&heard, what](const auto& event) {
+            if (heard.empty() || heard.back() != what) heard.push_back(what);
+            EXPECT_GT(event->timeAsValue(), 0);
+        };
+    };
+    host_.delegate->OnScrubberDraggingStartFlyOverEvent = hear("start");
+    host_.delegate->OnScrubberDraggingContinueFlyOverEvent = hear("continue");
+    host_.delegate->OnScrubberDraggingEndFlyOverEvent = hear("end");
+    host_.delegate->OnScrubberFlyOverEvent = hear("over");
+    view_->toFirstEvent();
+    advanceToRest();
+    EXPECT_TRUE(heard.empty()) << "neither a jump nor playback flies over";
+    service_.clearRequests();
+    drag(-300);
     ui_.settle();
-    ui_.advance(100ms);
-    drag(300);
-    ui_.advance(2s);
+    ASSERT_FALSE(heard.empty());
+    for (const char* what : {"start", "over", "continue", "end"}) {
+        EXPECT_GT(std::count(heard.begin(), heard.end(), what), 0) << what;
+    }
+    EXPECT_LE(service_.requests("getRecords").size(), 5U) << "one request a segment";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "korvane/views/timeline/Presentation/CellScale.h"
+#include "korvane/views/timeline/Presentation/ScrubberTimeline/ScrubberTimelineCell.h"
 
 namespace korvane::test {
 namespace {
@@ -20,8 +21,9 @@ constexpr auto coarse = 250ms;
 
 }  // namespace
 
-Storm::Storm(std::uint64_t seed)
+Storm::Storm(std::uint64_t seed, Widget widget)
     : seed_(seed),
+      widget_(widget),
       hasLies_(seed % 4 == 0),
       dice_(seed),
       ui_(800, 120, seed),
@@ -81,8 +83,25 @@ std::shared_ptr<Storm::Promise> Storm::promise(const char* name, bool mustBeKept
     return promises_.emplace_back(std::make_shared<Promise>(Promise{name, mustBeKept, hosts_.size()}));
 }
 
-ScrubberCollectionView& Storm::strip() const {
-    return *qvariant_cast<ScrubberCollectionView*>(view_->contentView()->property("scrubberEventsCollectionView"));
+ReloadingCollectionView& Storm::strip() const {
+    auto* const item = qvariant_cast<QObject*>(view_->contentView()->property("scrubberEventsCollectionView"));
+    return *qobject_cast<ReloadingCollectionView*>(item);
+}
+
+/// The tree of days has a new object for an entry each time it is asked.
+bool Storm::isSame(const std::shared_ptr<ScrubberEvent>& one, const std::shared_ptr<ScrubberEvent>& other) const {
+    if (one == other || !one || !other) return one == other;
+    return hasTimeline() && one->type() == other->type() && one->start() == other->start() &&
+           one->identificator() == other->identificator();
+}
+
+double Storm::scaleOf(std::int64_t index) const {
+    auto* const cell = strip().cellForItemAtIndexPath(index);
+    if (auto* const piece = qobject_cast<ScrubberTimelineCell*>(cell)) {
+        return piece->containerView() ? piece->containerView()->scaleRect().width : 0;
+    }
+    const auto* const picture = cell ? qvariant_cast<QQuickItem*>(cell->property("previewImageView")) : nullptr;
+    return picture ? picture->width() : 0;
 }
 
 void Storm::makeView() {
@@ -94,8 +113,9 @@ void Storm::makeView() {
         // An entry rests a little to the left of the mark, where a narrow cell is over already.
         for (std::int64_t index = under; index > std::max<std::int64_t>(under - 4, 0); --index) {
             const bool isThere = std::abs(view_->getOffsetBetweenPointerAndItemBegin(index)) < 0.01;
-            if (isThere && view_->getEvent(index) == event) return std::string();
+            if (isThere && isSame(view_->getEvent(index), event)) return std::string();
         }
+        if (hasTimeline() && isSame(view_->getEvent(under), event)) return std::string();
         return nameOf(view_->getEvent(under));
     };
     link.meddle = [this] { meddle(); };
@@ -105,8 +125,14 @@ void Storm::makeView() {
         return !view_ || current == event || (current && current->identificator() == event->identificator());
     };
     link.complain = [this](const std::string& what) { complain(what); };
+    link.playsWhatIsSelected = hasTimeline();
     hosts_.push_back(std::make_unique<StormHost>(ui_.scheduler(), dice_, std::move(link)));
-    view_ = std::make_unique<ScrubberView>(environment_, Rect{}, ui_.root());
+    if (hasTimeline()) {
+        view_ = std::make_unique<ScrubberTimelineView>(environment_, Rect{}, ui_.root());
+        view_->getConfig().setDataSourceType(ScrubberDataSourceTypeTimeline);
+    } else {
+        view_ = std::make_unique<ScrubberView>(environment_, Rect{}, ui_.root());
+    }
     view_->setDelegate(host().delegate());
 }
 
@@ -172,16 +198,17 @@ void Storm::checkMark() {
     // While it is loaded anew there is no list to look into.
     if (!current || view_->getEventsCount() < 3 || cellWidth < narrowest) return;
     // At its end an entry may leave the mark to the next one.
-    const std::int64_t index = view_->getEvent(under) == current ? under : under - 1;
+    const std::int64_t index = isSame(view_->getEvent(under), current) ? under : under - 1;
     const double offset = view_->getOffsetBetweenPointerAndItemBegin(index);
-    const auto* const cell = strip().cellForItemAtIndexPath(index);
-    const auto* const picture = cell ? qvariant_cast<QQuickItem*>(cell->property("previewImageView")) : nullptr;
-    const double width = picture ? picture->width() : 0;
-    if (view_->getEvent(index) != current || offset > cellWidth + 2) {
+    const double width = scaleOf(index);
+    if (!isSame(view_->getEvent(index), current) || (index < view_->getEventsCount() - 1 && offset > cellWidth + 2)) {
         return complain("the mark is in " + nameOf(view_->getEvent(index)) + ", and " + nameOf(current) + " plays");
     }
+    if (hasTimeline() && host().hasFinished()) return;  // from its end on the strip waits for the next entry
     const auto poll = host().lastPoll();
-    if (poll.event != current || poll.position < 0 || poll.position >= poll.end) return;
+    if (!isSame(poll.event, current) || current->type() == ScrubberEventTypeLive || poll.position < 0 ||
+        poll.position >= poll.end)
+        return;
     const double expected = std::max(0.0, CellScale{poll.start, poll.end, width}.offsetOf(poll.position));
     const double second = width * 1000 / static_cast<double>(poll.end - poll.start);
     if (expected <= width && std::abs(offset - expected) > 1.5 * second + 0.5) {

@@ -12,18 +12,21 @@
 #include "korvane/tests/support/service/ScriptedService.h"
 #include "korvane/tests/views/storm/Dice.h"
 #include "korvane/tests/views/storm/StormHost.h"
-#include "korvane/views/timeline/Presentation/Scrubber/ScrubberCollectionView.h"
+#include "korvane/views/timeline/Presentation/ReloadingCollectionView.h"
+#include "korvane/views/timeline/ScrubberTimelineView.h"
 #include "korvane/views/timeline/ScrubberView.h"
 
 namespace korvane::test {
 
-/// Does to an event strip whatever may be done to it, in the order that a seed draws, and looks after each step whether
+/// Does to a strip whatever may be done to it, in the order that a seed draws, and looks after each step whether
 /// it keeps what it promises. The same seed does the same, threads included, so a seed that fails is played again with
 /// --gtest_filter='Seeds/StormTest.*/N', N being one less than the seed. With KORVANE_STORM_TRACE in the environment
 /// each step is printed.
 class Storm {
   public:
-    explicit Storm(std::uint64_t seed);
+    enum class Widget { Events, Timeline };
+
+    explicit Storm(std::uint64_t seed, Widget widget = Widget::Events);
     ~Storm();
 
     Storm(const Storm&) = delete;
@@ -63,6 +66,8 @@ class Storm {
     void endView();
     void meddle();
     void navigate();
+    template <typename View>
+    void navigate(View& view);
     QString drawToken();
     std::shared_ptr<ScrubberEvent> drawEvent();
     Point drawPoint();
@@ -104,16 +109,21 @@ class Storm {
     void checkEnd();
 
     StormHost& host() { return *hosts_.back(); }
-    ScrubberCollectionView& strip() const;
+    ReloadingCollectionView& strip() const;
+    bool hasTimeline() const { return widget_ == Widget::Timeline; }
+    bool isSame(const std::shared_ptr<ScrubberEvent>& one, const std::shared_ptr<ScrubberEvent>& other) const;
+    /// Points over which the span of an entry lies.
+    double scaleOf(std::int64_t index) const;
 
     const std::uint64_t seed_;
+    const Widget widget_;
     const bool hasLies_;
     Dice dice_;
     VirtualUi ui_;
     ScriptedService service_;
     TimelineEnvironment environment_;
     std::vector<std::unique_ptr<StormHost>> hosts_;
-    std::unique_ptr<ScrubberView> view_;
+    std::unique_ptr<ScrubberWidget> view_;
     std::shared_ptr<ScrubberEvent> kept_;
     std::map<int, Point> down_;
     std::vector<std::shared_ptr<Promise>> promises_;

@@ -28,6 +28,7 @@ void StormHost::answerOnMain() {
     delegate_->OnScrubberDidSelectEvent = [this](const Event& event) {
         const std::string instead = isGone_ ? "" : link_.underMarkInstead(event);
         if (!instead.empty()) link_.complain("selected " + nameOf(event) + ", and under the mark is " + instead);
+        if (link_.playsWhatIsSelected && event) playFrom(event->timeAsValue());
         hear("select " + nameOf(event));
     };
     delegate_->OnScrubberDraggingStartFlyOverEvent = [this](const Event& event) { hear("start " + nameOf(event)); };
@@ -37,8 +38,7 @@ void StormHost::answerOnMain() {
         hear("state " + std::to_string(from) + ">" + std::to_string(to) + " " + std::to_string(status));
     };
     delegate_->OnScrubberSetCurrentPositionForPlayingEvent = [this](const Event& event, TimeMs position) {
-        playsFrom_ = position;
-        playsSince_ = scheduler_.monotonicNow();
+        playFrom(position);
         hear("seek " + nameOf(event));
     };
     delegate_->onSharedTokenWillExpireIn = [this](std::int64_t) {
@@ -49,12 +49,13 @@ void StormHost::answerOnMain() {
 
 void StormHost::answerPlayback() {
     delegate_->OnScrubberEventPlayStarted = [this](const Event& event) {
-        playsFrom_ = std::max(rangeStart_, TimeMs{0});
-        playsSince_ = scheduler_.monotonicNow();
+        hasFinished_ = false;
+        if (!link_.playsWhatIsSelected) playFrom(std::max(rangeStart_, TimeMs{0}));
         hear("started " + nameOf(event));
         return 0;
     };
     delegate_->OnScrubberEventPlayFinished = [this](const Event& event) {
+        hasFinished_ = true;
         hear("finished " + nameOf(event));
         return dice_.pick({1, 1, 0, 2});
     };
@@ -63,6 +64,11 @@ void StormHost::answerPlayback() {
         narrow(start, end);
     };
     delegate_->OnScrubberGetCurrentPositionForPlayingEvent = [this](const Event& event) { return positionOf(event); };
+}
+
+void StormHost::playFrom(TimeMs position) {
+    playsFrom_ = position;
+    playsSince_ = scheduler_.monotonicNow();
 }
 
 void StormHost::hear(const std::string& what) {

@@ -31,6 +31,8 @@ class StormHost {
         /// Whether the view says that this entry plays; one that is being destroyed says nothing.
         std::function<bool(const Event&)> isCurrent;
         std::function<void(const std::string& what)> complain;
+        /// Its player goes to the moment of what is selected, instead of to the begin of what starts to play.
+        bool playsWhatIsSelected = false;
     };
 
     StormHost(Scheduler& scheduler, Dice& dice, Link link);
@@ -49,6 +51,8 @@ class StormHost {
         Event event;
     };
     const Poll& lastPoll() const { return lastPoll_; }
+    /// The end of what plays has been told.
+    bool hasFinished() const { return hasFinished_; }
 
   private:
     enum class Player { Absent, Plays, Stands, Reverses, Overruns, AtTheEnd, Least, Most };
@@ -60,6 +64,7 @@ class StormHost {
     TimeMs positionOf(const Event& event);
     TimeMs answer();
     void narrow(TimeMs* start, TimeMs* end);
+    void playFrom(TimeMs position);
 
     Scheduler& scheduler_;
     Dice& dice_;
@@ -72,6 +77,7 @@ class StormHost {
     bool throws_ = false;
     bool isMeddling_ = false;
     bool isGone_ = false;
+    bool hasFinished_ = false;
     Poll lastPoll_;
     TimeMs rangeStart_ = 0;
     TimeMs rangeEnd_ = 0;

@@ -166,33 +166,43 @@ std::shared_ptr<ScrubberEvent> Storm::drawEvent() {
     return event;
 }
 
-void Storm::navigate() {
+template <typename View>
+void Storm::navigate(View& view) {
     const auto event = drawEvent();
     switch (dice_.between(0, 11)) {
         case 0:
-            return view_->toFirstEvent();
+            return view.toFirstEvent();
         case 1:
-            return view_->toLastEvent();
+            return view.toLastEvent();
         case 2:
         case 3:
-            return view_->toNextEvent();
+            return view.toNextEvent();
         case 4:
-            return view_->toPreviousEvent();
+            return view.toPreviousEvent();
         case 5:
-            return view_->toNextEventWithSendNotify(false);
+            return view.toNextEventWithSendNotify(false);
         case 6:
-            return view_->toPreviousEventWithSendNotify(false);
+            return view.toPreviousEventWithSendNotify(false);
         case 7:
         case 8: {
             const TimeMs ago = dice_.pick<TimeMs>({0, 1'000, 900'000, 4'000'000, 90'000'000});
-            return view_->toClosestEvent(dice_.oneIn(4) ? event : ScrubberEvent::build(ui_.scheduler().utcNow() - ago));
+            return view.toClosestEvent(dice_.oneIn(4) ? event : ScrubberEvent::build(ui_.scheduler().utcNow() - ago));
         }
         case 9:
-            return view_->toEvent(event, dice_.oneIn(2), dice_.oneIn(2));
+            return view.toEvent(event, dice_.oneIn(2), dice_.oneIn(2));
         case 10:
-            return view_->toEvent(event, dice_.oneIn(2), true, dice_.pick({0.0, 0.3, -1.0, 2.0}));
+            return view.toEvent(event, dice_.oneIn(2), true, dice_.pick({0.0, 0.3, -1.0, 2.0}));
         default:
-            return view_->toEvent(event);
+            return view.toEvent(event);
+    }
+}
+
+void Storm::navigate() {
+    if (auto* const timeline = qobject_cast<ScrubberTimelineView*>(view_.get())) {
+        if (dice_.oneIn(6)) return timeline->toNextEventOnlyScroll();
+        navigate(*timeline);
+    } else if (auto* const events = qobject_cast<ScrubberView*>(view_.get())) {
+        navigate(*events);
     }
 }
 
@@ -281,7 +291,7 @@ QString Storm::drawToken() {
 void Storm::stepSetSource() {
     if (!view_) return;
     auto& config = view_->getConfig();
-    config.setDataSourceType(dice_.pick({0, 0, 0, 1, 1, 2, 9}));
+    config.setDataSourceType(hasTimeline() ? dice_.pick({2, 2, 2, 2, 0, 1}) : dice_.pick({0, 0, 0, 1, 1, 2, 9}));
     config.setEventGrouping(dice_.oneIn(2));
     config.setContinuousEventPlaying(dice_.oneIn(2));
     const QString token = drawToken();
@@ -314,7 +324,8 @@ void Storm::stepReload() {
             view_->refresh();
             return;
         case 1:
-            return view_->updateScrubberData();
+            if (auto* const events = qobject_cast<ScrubberView*>(view_.get())) return events->updateScrubberData();
+            return;
         case 2:
             return view_->scrollToPosition(dice_.oneIn(2));
         default:
@@ -370,8 +381,9 @@ void Storm::stepLongTime() {
 }
 
 void Storm::stepScript() {
-    const std::string name = dice_.pick({"getCamera", "getEvents", "getEvents", "getEvents", "getRecords", "getRecords",
-                                         "getTimelineThumbnailsFull", "deleteEvent", "openSync"});
+    const std::string name =
+        dice_.pick({"getCamera", "getEvents", "getEvents", "getEvents", "getRecords", "getRecords",
+                    "getTimelineThumbnailsFull", "deleteEvent", "openSync", "getActivity", "getTimelineSync"});
     Script script;
     script.isHeld = dice_.oneIn(3);
     if (dice_.oneIn(3)) script.delay = milliseconds(dice_.between(1, 2'000));
@@ -393,13 +405,15 @@ void Storm::stepRelease() {
 
 void Storm::fillFootage(std::int64_t count) {
     const TimeMs now = ui_.scheduler().utcNow();
-    TimeMs time = now - count * 15'000;
+    TimeMs time = now - count * (hasTimeline() ? 300'000 : 15'000);
     service_.withFootage([&](ScriptedFootage& footage) {
         for (std::int64_t i = 0; i < count; ++i) {
             time += dice_.pick<TimeMs>({0, 1'000, 5'000, 10'000, 10'001, 30'000});
             const std::int64_t id = dice_.oneIn(30) ? 0 : ++lastId_;
             footage.addEvent({id, time, dice_.pick({"motion", "doorbell", "Doorbell", ""}), ""});
-            footage.addRecord({id, time, time + dice_.pick<TimeMs>({0, 5'000, 20'000}), "", ""});
+            if (hasTimeline()) time += dice_.pick<TimeMs>({0, 0, 200'000, 900'000});
+            const TimeMs length = dice_.pick<TimeMs>({0, 5'000, 20'000});
+            footage.addRecord({id, time, time + (hasTimeline() ? length * dice_.between(1, 60) : length), "", ""});
         }
     });
 }

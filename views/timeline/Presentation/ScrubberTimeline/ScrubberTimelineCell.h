@@ -23,6 +23,9 @@ class ScrubberTimelineCell : public PlayingCell {
     void setIsBeginOfCellGroup(bool isBegin) { isBeginOfCellGroup_ = isBegin; }
     void setIsEndOfCellGroup(bool isEnd) { isEndOfCellGroup_ = isEnd; }
 
+    /// Null when the interface file lacks it.
+    ScrubberTimelineCellCustomView* containerView() const { return containerView_; }
+
     /// Has the scale drawn anew in the cell's size, with the texts that were given last.
     void updateCustomDraw();
     void updateCustomDraw(const AttributedString& startTime, const AttributedString& withEndTime);

@@ -47,8 +47,10 @@ bool isApart(TimeMs end, TimeMs nextStart) {
     return std::abs(saturatingSubtract(nextStart, end)) > joinsGroup;
 }
 
-bool isSameSpan(const std::shared_ptr<ScrubberEvent>& one, const std::shared_ptr<ScrubberEvent>& other) {
-    return one && other && one->type() == other->type() && one->start() == other->start();
+/// The tree gives another object for an entry each time.
+bool isSame(const std::shared_ptr<ScrubberEvent>& one, const std::shared_ptr<ScrubberEvent>& other) {
+    if (one == other || !one || !other) return one && other;
+    return one->type() == other->type() && one->start() == other->start() && one->end() == other->end();
 }
 
 }  // namespace
@@ -240,12 +242,13 @@ void TimelineStrip::scrollToTime(TimeMs time, bool notify, bool withStartUpdatin
 void TimelineStrip::continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) {
     // What somebody has chosen meanwhile is not left for its neighbour.
     scheduler().after(100ms, widget().life().guard([this, finished] {
-        if (isAtRest() && isSameSpan(getCurrentEvent(), finished)) toNeighbour(1, false, false);
+        if (isAtRest() && isSame(getCurrentEvent(), finished)) toNeighbour(1, false, false);
     }));
 }
 
 void TimelineStrip::onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) {
     trace(1, classPath(), "OnScrubberDataProviderReloadIndexRequired: ", what.withScrollToIndex);
+    showAnew();
 }
 
 // The hand
@@ -351,7 +354,11 @@ void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
         provider->getUrl(static_cast<std::uint64_t>(*nearest), event->timeAsValue(), [](const auto&) {});
     }
     const std::uint64_t before = jumpNumber();
-    const auto isOvertaken = [&] { return jumpNumber() != before || entryAt(*nearest) != event; };
+    // The host may have moved the strip, or bound another list.
+    const auto isOvertaken = [&] {
+        const PlayingCell* const cell = cellAt(nearest);
+        return jumpNumber() != before || nearestIndexPath() != nearest || !cell || !isSame(cell->getEvent(), event);
+    };
     if (!tellHost(&ScrubberViewDelegate::OnScrubberDraggingEndFlyOverEvent,
                   &ScrubberWidget::scrubberDraggingEndFlyOverEvent, event) ||
         isOvertaken()) {

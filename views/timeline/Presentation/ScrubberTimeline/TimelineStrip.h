@@ -46,7 +46,7 @@ class TimelineStrip final : public ScrubberStripView {
     double positionSeconds(double /*seconds*/) const override { return alignSeconds; }
     bool isWanting(std::int64_t index) const override;
     void movePlace(Place& place, std::int64_t count) const override;
-    /// Pages come into the list without a word: only the tree of days is shown as it comes.
+    /// A page of events or recordings comes in place. It changes no state, and nothing is scrolled to.
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
     void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
 
