@@ -246,8 +246,28 @@ ScrubberViewPlayback* ScrubberWidget::playback() {
 }
 
 void ScrubberWidget::keyPressEvent(QKeyEvent* event) {
-    const bool isPlain = !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
-    event->setAccepted(isPlain && strip_->keyPressed(event->key(), event->modifiers() & Qt::ShiftModifier));
+    const bool isLong = event->modifiers() & Qt::ShiftModifier;
+    event->setAccepted(!(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)));
+    if (!event->isAccepted()) return;
+    switch (event->key()) {
+        case Qt::Key_Left:
+            return strip_->step(-1, isLong);
+        case Qt::Key_Right:
+            return strip_->step(1, isLong);
+        case Qt::Key_PageUp:
+            return strip_->moveByScreens(-1);
+        case Qt::Key_PageDown:
+            return strip_->moveByScreens(1);
+        case Qt::Key_Home:
+            return toFirstEvent();
+        case Qt::Key_End:
+            return toEvent(nullptr);
+        case Qt::Key_Space:
+            emit playPauseRequested();
+            return;
+        default:
+            event->ignore();
+    }
 }
 
 void ScrubberWidget::layoutSubviews() {

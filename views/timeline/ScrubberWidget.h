@@ -186,6 +186,8 @@ class ScrubberWidget : public WidgetItem {
     void setStrip(std::unique_ptr<ScrubberStripView> strip, const Rect& frame);
     ScrubberStripView& strip() const { return *strip_; }
 
+    /// With the focus: arrows a step, with Shift a long one, Page keys a screen, Home the first entry and End the live
+    /// end.
     void keyPressEvent(QKeyEvent* event) override;
     void layoutSubviews() override;
     void awakeFromNib() override;

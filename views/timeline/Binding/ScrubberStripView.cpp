@@ -1,13 +1,11 @@
 #include "korvane/views/timeline/Binding/ScrubberStripView.h"
 
 #include <QGuiApplication>
-#include <QKeyEvent>
 #include <QScreen>
 #include <algorithm>
 #include <utility>
 
 #include "korvane/base/Log.h"
-#include "korvane/client/KorvaneService.h"
 #include "korvane/toolkit/InterfaceLoader.h"
 #include "korvane/views/timeline/Presentation/ItemLooks.h"
 #include "korvane/views/timeline/TimelineTypes.h"
@@ -502,18 +500,6 @@ void ScrubberStripView::syncPlayingOffset() {
     }
 }
 
-QString ScrubberStripView::formatTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const {
-    if (!environment().service) return {};
-    return QString::fromStdString(
-        environment().service->helpers()->formatTime_AMPM(time, withFormat.toStdString(), withTimezone.toStdString()));
-}
-
-TimeMs ScrubberStripView::momentOf(const ScrubberEvent::Fields& event) const {
-    if (!event.time || event.time->empty() || !environment().service) return event.timeAsValue;
-    const TimeMs moment = environment().service->helpers()->parseUTCtime(*event.time);
-    return moment == -1 ? event.timeAsValue : moment;
-}
-
 // The collection view
 
 std::int64_t ScrubberStripView::collectionViewNumberOfItemsInSection(CollectionView& /*view*/,
@@ -595,31 +581,6 @@ void ScrubberStripView::scrollViewWillBeginDecelerating(CollectionView& /*view*/
 
 void ScrubberStripView::scrollViewDidEndDecelerating(CollectionView& /*view*/) {
     handHasLeft(false);
-}
-
-bool ScrubberStripView::keyPressed(int key, bool hasShift) {
-    const int direction = key == Qt::Key_Left || key == Qt::Key_PageUp ? -1 : 1;
-    switch (key) {
-        case Qt::Key_Left:
-        case Qt::Key_Right:
-            if (!isMovedByHand()) step(direction, hasShift);
-            return true;
-        case Qt::Key_PageUp:
-        case Qt::Key_PageDown:
-            if (strip_) moveByHand(direction * strip_->width());
-            return true;
-        case Qt::Key_Home:
-            toEntry(1);
-            return true;
-        case Qt::Key_End:
-            goTo(nullptr);
-            return true;
-        case Qt::Key_Space:
-            emit widget().playPauseRequested();
-            return true;
-        default:
-            return false;
-    }
 }
 
 void ScrubberStripView::moveByHand(double points) {

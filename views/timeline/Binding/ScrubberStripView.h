@@ -82,8 +82,10 @@ class ScrubberStripView : public ScrubberViewBase,
     // What cells need.
     ScrubberConfig& getConfig() override { return settings(); }
     PlaybackHost& playbackHost() override { return answers(); }
-    QString formatTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const override;
-    TimeMs momentOf(const ScrubberEvent::Fields& event) const override;
+    QString formatTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const override {
+        return textOfTime(time, withFormat, withTimezone);
+    }
+    TimeMs momentOf(const ScrubberEvent::Fields& event) const override { return ownMomentOf(event); }
     Point getBaseOffset() const override { return markedStrip_.baseOffset(); }
     void scrollOnDeltaX(IndexPath indexPath, double delta) override;
 
@@ -102,10 +104,10 @@ class ScrubberStripView : public ScrubberViewBase,
     void scrollViewWillBeginDecelerating(CollectionView& view) override;
     void scrollViewDidEndDecelerating(CollectionView& view) override;
 
-    /// Does what a key stands for: arrows a step, with Shift a long one, Page keys a screen, Home and End the first
-    /// entry and the live end, and Space asks the host to play or pause. Not while a finger moves the strip. False for
-    /// other keys.
-    bool keyPressed(int key, bool hasShift);
+    /// One step of the arrow keys, to an older entry below 0. Nothing while a finger moves the strip.
+    virtual void step(int direction, bool isLong) = 0;
+    /// Moves the strip by so many of its widths, as a hand does that leaves it then.
+    void moveByScreens(double screens) { moveByHand(strip_ ? screens * strip_->width() : 0); }
 
   protected:
     ScrubberStripView(ScrubberWidget& widget, const TimelineEnvironment& environment,
@@ -119,8 +121,6 @@ class ScrubberStripView : public ScrubberViewBase,
     virtual void fillCell(PlayingCell& cell, IndexPath indexPath);
     /// A hand has moved the strip and left it here.
     virtual void handHasLeft(bool afterDrag) = 0;
-    /// One step of the arrow keys, to an older entry below 0.
-    virtual void step(int direction, bool isLong) = 0;
     /// The entry at an index, as the strip shows it.
     virtual std::shared_ptr<ScrubberEvent> entryAt(std::int64_t index) const { return entries().at(index); }
     /// Where an entry stands, in a list that may have been made anew: `expected` is looked at first; -1 when it is

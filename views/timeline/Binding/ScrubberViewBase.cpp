@@ -6,6 +6,7 @@
 
 #include "korvane/base/Log.h"
 #include "korvane/base/Scheduler.h"
+#include "korvane/client/KorvaneService.h"
 #include "korvane/client/Status.h"
 #include "korvane/toolkit/ImageCache.h"
 #include "korvane/toolkit/ToolkitContext.h"
@@ -153,6 +154,18 @@ ScrubberViewBase::Position ScrubberViewBase::position() const {
 void ScrubberViewBase::setPosition(Position position) {
     const std::lock_guard lock(positionMutex_);
     position_ = std::move(position);
+}
+
+QString ScrubberViewBase::textOfTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const {
+    if (!environment().service) return {};
+    return QString::fromStdString(
+        environment().service->helpers()->formatTime_AMPM(time, withFormat.toStdString(), withTimezone.toStdString()));
+}
+
+TimeMs ScrubberViewBase::ownMomentOf(const ScrubberEvent::Fields& event) const {
+    if (!event.time || event.time->empty() || !environment().service) return event.timeAsValue;
+    const TimeMs moment = environment().service->helpers()->parseUTCtime(*event.time);
+    return moment == -1 ? event.timeAsValue : moment;
 }
 
 // Deletion

@@ -76,6 +76,10 @@ class ScrubberViewBase {
     bool tellHost(EventCallback callback, EventSignal signal, const std::shared_ptr<ScrubberEvent>& event);
     bool listens(EventCallback callback, EventSignal signal) const;
 
+    /// By the service's helpers; empty, and the entry's timeAsValue, without a service.
+    QString textOfTime(TimeMs time, const QString& withFormat, const QString& withTimezone) const;
+    TimeMs ownMomentOf(const ScrubberEvent::Fields& event) const;
+
     Position position() const;
     void setPosition(Position position);
 

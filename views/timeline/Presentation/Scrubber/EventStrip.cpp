@@ -195,7 +195,7 @@ void EventStrip::scrollViewDidScroll(CollectionView& view) {
 }
 
 void EventStrip::step(int direction, bool /*isLong*/) {
-    toNeighbour(direction, true);
+    if (!isMovedByHand()) toNeighbour(direction, true);
 }
 
 void EventStrip::handHasLeft(bool afterDrag) {

@@ -16,6 +16,7 @@ class EventStrip final : public ScrubberStripView {
     void toNextEvent(bool withSendNotify);
     void toPreviousEvent(bool withSendNotify);
 
+    void step(int direction, bool isLong) override;
     void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
@@ -25,7 +26,6 @@ class EventStrip final : public ScrubberStripView {
     QString cellIdentifier() const override;
     std::unique_ptr<FlowLayout> makeLayout() const override;
     void handHasLeft(bool afterDrag) override;
-    void step(int direction, bool isLong) override;
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
     void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
 

@@ -258,6 +258,7 @@ void TimelineStrip::collectionViewDidSelectItemAtIndexPath(CollectionView& /*vie
 }
 
 void TimelineStrip::step(int direction, bool isLong) {
+    if (isMovedByHand()) return;
     if (!isLong) return moveByHand(direction * getConfig().cellWidth() / ticksPerCell);
     const IndexPath next = heading() || lastCell() ? neighbour(direction) : std::nullopt;
     if (next) {

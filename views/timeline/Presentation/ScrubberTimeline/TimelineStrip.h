@@ -27,6 +27,7 @@ class TimelineStrip final : public ScrubberStripView {
     ScrubberTimelineCell* timelineCell(IndexPath indexPath) const;
     ScrubberTimelineCollectionView* collectionView() const;
 
+    void step(int direction, bool isLong) override;
     void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
@@ -37,7 +38,6 @@ class TimelineStrip final : public ScrubberStripView {
     std::unique_ptr<FlowLayout> makeLayout() const override;
     void fillCell(PlayingCell& cell, IndexPath indexPath) override;
     void handHasLeft(bool afterDrag) override;
-    void step(int direction, bool isLong) override;
     std::shared_ptr<ScrubberEvent> entryAt(std::int64_t index) const override;
     std::int64_t indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const override;
     std::int64_t indexOfPosition(std::int64_t count) const override;
