@@ -425,8 +425,10 @@ void ScrubberStripView::rememberPlace() {
     }
     const IndexPath nearest = nearestIndexPath();
     if (!nearest || entries().count() < 2) return;
-    // Nothing stays on the head entry, over which only the rubber band lets the mark go.
-    setPlace(std::max<std::int64_t>(*nearest, 1), *nearest > 0 ? offsetBetweenPointerAndItemBegin(nearest) : 0);
+    // Nothing stays on the head entry, over which only the rubber band lets the mark go, nor in the gap behind it.
+    const double offset = offsetBetweenPointerAndItemBegin(nearest);
+    if (*nearest < 1) return setPlace(1, 0);
+    setPlace(*nearest, *nearest == 1 ? std::max(0.0, offset) : offset);
 }
 
 std::optional<double> ScrubberStripView::collectionViewContentOffsetInNewLayout(CollectionView& view) {
@@ -439,9 +441,10 @@ std::optional<double> ScrubberStripView::collectionViewContentOffsetInNewLayout(
     }
     place_->entry = entryAt(place_->index);
     const double width = scaleWidthOf(place_->index);
-    // The same moment lies elsewhere in a cell of another width.
+    // The same moment lies elsewhere in a cell of another width; what lies beside the cell stays as far from it.
     const bool isInner = place_->index > 0 && place_->index < count - 1;
-    if (isInner && place_->width > 0) place_->offset *= width / place_->width;
+    const double inside = std::clamp(place_->offset, 0.0, place_->width);
+    if (isInner && place_->width > 0) place_->offset += inside * (width / place_->width - 1);
     place_->width = width;
     if (const IndexPath playing = lastCell_ ? lastCell_->indexPath() : std::nullopt) {
         const auto begin = [&view](std::int64_t index) {

@@ -92,9 +92,9 @@ bool TimelineStrip::hasTree() const {
 std::shared_ptr<ScrubberEvent> TimelineStrip::entryAt(std::int64_t index) const {
     const PlayingCell* const cell = cellAt(index);
     auto shown = cell ? cell->getEvent() : nullptr;
-    const auto span = shown ? entries().spanAt(index) : std::nullopt;
-    if (span && span->type == shown->type() && span->start == shown->start()) return shown;
-    return entries().at(index);
+    if (!shown || !hasTree()) return entries().at(index);
+    const auto span = entries().spanAt(index);
+    return span && span->type == shown->type() && span->start == shown->start() ? shown : entries().at(index);
 }
 
 std::int64_t TimelineStrip::indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const {
@@ -286,7 +286,7 @@ void TimelineStrip::waitForStill() {
 /// The entry under the mark, with the moment there written into it.
 std::shared_ptr<ScrubberEvent> TimelineStrip::takeTimeUnderMark(IndexPath under) {
     const ScrubberTimelineCell* const cell = timelineCell(under);
-    auto event = cell ? cell->getEvent() : nullptr;
+    auto event = cell ? entryAt(*under) : nullptr;
     if (event) event->setTimeAsValue(cell->positionUnder(offsetBetweenPointerAndItemBegin(under)));
     return event;
 }
@@ -357,8 +357,7 @@ void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
     const std::uint64_t before = jumpNumber();
     // The host may have moved the strip, or bound another list.
     const auto isOvertaken = [&] {
-        const PlayingCell* const cell = cellAt(nearest);
-        return jumpNumber() != before || nearestIndexPath() != nearest || !cell || !isSame(cell->getEvent(), event);
+        return jumpNumber() != before || nearestIndexPath() != nearest || !isSame(entryAt(*nearest), event);
     };
     if (!tellHost(&ScrubberViewDelegate::OnScrubberDraggingEndFlyOverEvent,
                   &ScrubberWidget::scrubberDraggingEndFlyOverEvent, event) ||
