@@ -2,8 +2,10 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "korvane/base/LoopScheduler.h"
@@ -76,12 +78,19 @@ struct Host {
         scheduler.runUntil([this] { return delegate->reloads.exchange(0) > 0; });
     }
 
-    // What the tree gives back when it goes.
+    // What the tree gives back when it goes, which it does on another thread.
     std::size_t clear() {
+        const std::weak_ptr<ScrubberTimelineItem> last = provider->getTimelineItemByIndex(0);
         const std::size_t before = bytesInUse();
         provider->clearAllDays();
+        std::size_t after = bytesInUse();
+        const auto isGone = [&] { return last.expired() && std::exchange(after, bytesInUse()) == after; };
+        while (!isGone()) {
+            scheduler.after(std::chrono::milliseconds(20), [this] { ++ticks; });
+            scheduler.runUntil([this, t = ticks] { return ticks > t; });
+        }
         service.clearRequests();
-        return before - bytesInUse();
+        return before - after;
     }
 
     std::int64_t segments() const { return provider->OnScrubberGetEventsCount() - 2; }
@@ -96,6 +105,7 @@ struct Host {
 
     LoopScheduler scheduler;
     test::ScriptedService service{scheduler};
+    int ticks = 0;
     std::vector<Reply> replies;
     std::shared_ptr<ReloadCounter> delegate = std::make_shared<ReloadCounter>(scheduler);
     std::shared_ptr<ScrubberTimelineDataProvider> provider =
@@ -115,6 +125,20 @@ void buildTenYears(benchmark::State& state) {
     }
 }
 BENCHMARK(buildTenYears)->Arg(1)->Arg(36)->Arg(360)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// What the caller of close(), or of refresh() before its request, waits for.
+void clearTenYears(benchmark::State& state) {
+    Host host(state.range(0));
+    for (auto _ : state) {
+        host.provider->clearAllDays();
+        state.PauseTiming();
+        host.clear();
+        host.script();
+        host.build();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(clearTenYears)->Arg(1)->Arg(360)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 template <typename Ask>
 void askTree(benchmark::State& state, const Ask& ask) {

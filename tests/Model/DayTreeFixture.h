@@ -43,17 +43,6 @@ inline std::shared_ptr<ScrubberTimelineSegmentItem> segmentOf(const std::shared_
     return {timeline, &timeline->segments()[index]};
 }
 
-/// The segments of a tree, day by day and timeline by timeline.
-inline Spans spansOf(const ScrubberTimelineDataProvider& provider) {
-    Spans spans;
-    for (std::int64_t i = 0; const auto day = provider.getTimelineDayItemByIndex(i); ++i) {
-        for (const auto& timeline : day->timelines()) {
-            for (const auto& segment : timeline->segments()) spans.push_back(spanOf(segment));
-        }
-    }
-    return spans;
-}
-
 /// A provider of the tree and what it stands on.
 struct DayTree {
     explicit DayTree(std::uint64_t seed = 1) : scheduler(seed) { provider->setDelegate(delegate); }

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstdlib>
 #include <limits>
 #include <random>
 
@@ -11,13 +13,16 @@ namespace {
 class DayTreeNumbering : public DayTreeTest {
   protected:
     using Random = std::mt19937;
+    static constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
+    static constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
+    static constexpr Span ends[] = {{least, least + 500'000}, {most - 500'000, most}, {most, march1}, {0, 0}};
 
     static TimeMs draw(Random& random, TimeMs below) {
         return static_cast<TimeMs>(random() % static_cast<std::uint64_t>(below));
     }
 
-    // Days out of order and told twice, at the epoch and before it; periods that overlap, touch, are turned round or
-    // have no length. Ascending and orderly when `isTidy`.
+    // Days out of order and told twice, at the epoch and before it; periods that overlap, touch, are turned round, have
+    // no length or lie where time ends. Ascending and orderly when `isTidy`.
     static std::vector<ToldDay> drawTree(Random& random, bool isTidy) {
         const TimeMs first = random() % 8 == 0 ? -2 * dayMs : march1;
         std::vector<ToldDay> days(random() % 5);
@@ -31,7 +36,9 @@ class DayTreeNumbering : public DayTreeTest {
                 TimeMs length = draw(random, 4) * slice + (random() % 2 ? draw(random, slice) : 0);
                 if (!isTidy && random() % 6 == 0) length = -length;
                 days[d].periods.emplace_back(start, start + length);
-                next = start + length + (random() % 2 ? draw(random, slice) : 0);
+                if (!isTidy && random() % 8 == 0) days[d].periods.back() = ends[random() % std::size(ends)];
+                // A gap or an overlap of a second, as neighbours of one recording have, or any gap.
+                next = start + length + (random() % 2 ? draw(random, slice) : draw(random, 2003) - 1001);
             }
         }
         return days;
@@ -63,45 +70,21 @@ class DayTreeNumbering : public DayTreeTest {
         timeline.addEvents(events);
     }
 
-    // What a walk over days, timelines and segments gives for a segment.
-    struct Walked {
-        std::shared_ptr<ScrubberTimelineDayItem> day;
-        std::shared_ptr<ScrubberTimelineItem> timeline;
-        const ScrubberTimelineSegmentItem* segment = nullptr;
-    };
-
-    std::vector<Walked> walk() {
-        std::vector<Walked> found;
-        for (std::int64_t d = 0; const auto day = provider->getTimelineDayItemByIndex(d); ++d) {
-            for (const auto& timeline : day->timelines()) {
-                EXPECT_EQ(provider->getTimelineItemByIndex(timelines++), timeline);
-                for (const auto& segment : timeline->segments()) found.push_back({day, timeline, &segment});
-            }
-        }
-        EXPECT_EQ(provider->getTimelineItemByIndex(timelines), nullptr);
-        EXPECT_EQ(provider->getTimelineItemByIndex(-1), nullptr);
-        return found;
-    }
-
-    void expectEntry(std::int64_t index, const Walked& walked) {
-        const auto event = entry(index);
-        ASSERT_TRUE(event);
-        const auto fields = event->fields();
-        const auto [start, end] = spanOf(*walked.segment);
-        EXPECT_EQ(std::tuple(fields.type, fields.identificator, fields.camid, fields.name, fields.timezone),
-                  std::tuple(ScrubberEventTypeItem, index - 1, 7, "record_segment", "UTC"));
-        EXPECT_EQ(std::tuple(fields.timeAsValue, fields.start, fields.end), std::tuple(start, start, end));
+    void expectEntry(std::int64_t index, const ScrubberTimelineSegmentPath& path, const Span& span) {
+        const auto fields = entry(index)->fields();
+        EXPECT_EQ(std::tuple(fields.identificator, fields.camid, fields.name, fields.timezone),
+                  std::tuple(index - 1, 7, "record_segment", "UTC"));
+        EXPECT_EQ(std::tuple(fields.timeAsValue, Span(fields.start, fields.end), spanOf(*path.segment)),
+                  std::tuple(span.first, span, span));
         std::vector<std::pair<TimeMs, std::string>> expected, childs;
-        for (const auto& e : walked.timeline->events()) {
+        for (const auto& e : path.timeline->events()) {
             const TimeMs time = longLongValue(e.dateTime());
-            if (start <= time && time < end) expected.emplace_back(time, e.name());
+            if (span.first <= time && time < span.second) expected.emplace_back(time, e.name());
         }
         for (const auto& c : fields.childs) childs.emplace_back(c->timeAsValue(), c->name().value_or("?"));
         EXPECT_EQ(childs, expected);
-        const auto path = provider->getTimelineSegmentItemByIndex(index - 1);
-        ASSERT_TRUE(path);
-        EXPECT_EQ(std::tuple(path->day, path->timeline, path->segment.get()),
-                  std::tuple(walked.day, walked.timeline, walked.segment));
+        EXPECT_EQ(path.segment.get(), &path.timeline->segments()[path.indexInTimeline]);
+        EXPECT_EQ(std::ranges::count(path.day->timelines(), path.timeline), 1);
     }
 
     std::shared_ptr<ScrubberEvent> entry(std::int64_t index) { return provider->OnScrubberGetEventByIndex(index); }
@@ -114,8 +97,6 @@ class DayTreeNumbering : public DayTreeTest {
         if (random() % 8 == 0) query.notBefore = std::numeric_limits<TimeMs>::min();
         expectPlainSearches(*provider, position, query);
     }
-
-    std::int64_t timelines = 0;
 };
 
 TEST_F(DayTreeNumbering, EqualsAPlainWalkOverRandomTrees) {
@@ -124,67 +105,55 @@ TEST_F(DayTreeNumbering, EqualsAPlainWalkOverRandomTrees) {
         Random random(seed);
         const auto days = drawTree(random, seed % 2 == 0);
         load(days);
-        ASSERT_EQ(spansOf(*provider), slicesOf(days));
-        timelines = 0;
-        for (const auto& walked : walk()) {
-            if (random() % 3 == 0) addEvents(random, *walked.timeline);
+        const auto slices = slicesOf(days);
+        const auto count = static_cast<std::int64_t>(slices.size());
+        std::int64_t timelines = 0;
+        for (; const auto timeline = provider->getTimelineItemByIndex(timelines); ++timelines) {
+            if (random() % 3 == 0) addEvents(random, *timeline);
         }
-        timelines = 0;
-        const auto walked = walk();
-        const auto count = static_cast<std::int64_t>(walked.size());
-        ASSERT_EQ(provider->OnScrubberGetEventsCount(), count == 0 ? 0 : count + 2);
-        for (const std::int64_t outside : {count + 2, count + 3, std::int64_t{-1}, std::int64_t{-2}}) {
-            EXPECT_EQ(entry(outside), nullptr);
-            EXPECT_FALSE(provider->getTimelineSegmentItemByIndex(outside < 0 ? outside : outside - 2));
+        for (const auto& day : days) timelines -= static_cast<std::int64_t>(day.periods.size());
+        EXPECT_EQ(timelines, 0);
+        EXPECT_EQ(provider->getTimelineItemByIndex(-1), nullptr);
+        const std::int64_t all = count == 0 ? 0 : count + 2;
+        ASSERT_EQ(provider->OnScrubberGetEventsCount(), all);
+        for (std::int64_t i = -2; i <= count + 3; ++i) {
+            const auto span = provider->OnScrubberGetEventSpanByIndex(i);
+            const auto event = entry(i);
+            ASSERT_EQ(std::pair(event != nullptr, span.has_value()), std::pair(i >= 0 && i < all, i >= 0 && i < all));
+            const auto path = provider->getTimelineSegmentItemByIndex(i - 1);
+            ASSERT_EQ(path.has_value(), i > 0 && i <= count);
+            if (path) expectEntry(i, *path, slices[static_cast<std::size_t>(i - 1)]);
+            if (!event) continue;
+            EXPECT_EQ(std::tuple(span->type, span->timeAsValue, span->start, span->end),
+                      std::tuple(event->type(), event->timeAsValue(), event->start(), event->end()));
+            EXPECT_EQ(span->type, i == 0         ? ScrubberEventTypeHead
+                                  : i == all - 1 ? ScrubberEventTypeLive
+                                                 : ScrubberEventTypeItem);
         }
-        expectSearches(random, -1);
-        if (count == 0) {
-            EXPECT_EQ(entry(0), nullptr);
-            continue;
-        }
-        EXPECT_EQ(entry(0)->type(), ScrubberEventTypeHead);
-        EXPECT_EQ(entry(count + 1)->type(), ScrubberEventTypeLive);
-        for (std::int64_t k = 0; k < count; ++k) expectEntry(k + 1, walked[static_cast<std::size_t>(k)]);
-        for (const auto& each : walked) {
-            const auto [start, end] = spanOf(*each.segment);
-            for (const TimeMs time : {start, end, start - 1, end - 1, end + 1, (start + end) / 2}) {
-                if (random() % 8 == 0) expectSearches(random, time);
+        for (const TimeMs time : {TimeMs{-1}, least + 1, most - 1, TimeMs{0}, march1}) expectSearches(random, time);
+        for (const auto& [start, end] : slices) {
+            for (const TimeMs beside : {TimeMs{-1}, TimeMs{0}, TimeMs{1}, draw(random, slice)}) {
+                if (random() % 8 == 0) expectSearches(random, saturatingAdd(random() % 2 ? start : end, beside));
             }
         }
     }
 }
 
-TEST_F(DayTreeNumbering, SearchesEqualPlainOnesFarAndWide) {
-    constexpr TimeMs least = std::numeric_limits<TimeMs>::min();
-    constexpr TimeMs most = std::numeric_limits<TimeMs>::max();
-    const std::vector<ToldDay> trees[] = {
-        {{"2024-03-01", {{march1, march1 + 3 * dayMs}}}, {"2024-03-02", {{march1 + dayMs, march1 + dayMs + slice}}}},
-        {{"2024-03-02", {{march1 + dayMs, march1 + dayMs + 1}}}, {"2024-03-01", {{march1 - dayMs, march1 + dayMs}}}},
-        {{"2024-03-01", {{least, least + 500'000}, {0, 0}, {march1 + 10, march1}, {most - 500'000, most}}}},
-        {{"2024-03-01", {{most - 500'000, most}, {march1, march1 + slice}}}, {"1970-01-01", {{-slice, 1}}}},
-    };
-    for (const auto& tree : trees) {
-        SCOPED_TRACE(&tree - trees);
-        load(tree);
-        EXPECT_EQ(spansOf(*provider), slicesOf(tree));
-        Random random;
-        for (const TimeMs around : {least + 1, TimeMs{0}, march1, march1 + dayMs, march1 + 3 * dayMs, most - 1}) {
-            for (const TimeMs beside : {-1, 0, 1}) expectSearches(random, around + beside);
-        }
+// Looked up with the tree, and with each tree anew.
+TEST_F(DayTreeNumbering, EntriesTakeOnTheZoneOfTheDeviceAsTheTreeFoundIt) {
+    const char* const before = std::getenv("TZ");
+    const std::string kept = before ? before : "";
+    for (const std::string zone : {"Europe/Berlin", "Asia/Tokyo"}) {
+        setenv("TZ", zone.c_str(), 1);
+        load({{"2024-03-01", {{march1, march1 + slice}}}});
+        setenv("TZ", "America/New_York", 1);
+        ScrubberTimelineItem::Events events(1);
+        events[0].setDateTime(static_cast<double>(march1));
+        provider->getTimelineItemByIndex(0)->setEvents(events);
+        for (const auto& event : {entry(0), entry(1)->childs().at(0), entry(2)}) EXPECT_EQ(event->timezone(), zone);
+        EXPECT_EQ(entry(1)->timezone(), "UTC");
     }
-}
-
-TEST(DayTreeItems, ReadBoxedTimesAsIntegers) {
-    const std::pair<double, TimeMs> cases[] = {
-        {1.9, 1},
-        {-1.9, -1},
-        {1e300, std::numeric_limits<TimeMs>::max()},
-        {-1e300, std::numeric_limits<TimeMs>::min()},
-        {0x1p63, std::numeric_limits<TimeMs>::max()},
-        {-0x1p63, std::numeric_limits<TimeMs>::min()},
-        {std::numeric_limits<double>::quiet_NaN(), 0},
-    };
-    for (const auto& [boxed, read] : cases) EXPECT_EQ(longLongValue(boxed), read) << boxed;
+    before ? setenv("TZ", kept.c_str(), 1) : unsetenv("TZ");
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <limits>
 
 #include "korvane/tests/Model/DayTreeFixture.h"
@@ -102,94 +103,75 @@ TEST_F(DayTreeUploadTest, EventsOfAnyShapeAreRead) {
                           {{"time", 5}, {"name", {1}}},
                           {{"Time", "2024-03-01T00:00:09Z"}},
                           {{"time", "no time"}, {"name", ""}}}}};
-    const std::pair<double, std::string> expected[] = {
+    const std::vector<std::pair<double, std::string>> all = {
         {march1 + 9250, "doorbell"}, {0, ""}, {0, ""}, {0, ""}, {0, ""}, {-1, ""}};
-    const auto expectEvents = [&](const ScrubberTimelineItem& timeline) {
-        EXPECT_EQ(timeline.isUpdated(), ScrubberTimelineStatusDone);
-        const auto events = timeline.events();
-        ASSERT_EQ(events.size(), std::size(expected));
-        for (std::size_t i = 0; i < events.size(); ++i) {
-            EXPECT_EQ(std::pair(events[i].dateTime(), events[i].name()), expected[i]) << i;
-        }
-    };
-    service.scriptNext("getEventsSync", Script::answered(page));
-    expectEvents(*uploadOneTimeline());
-    service.scriptNext("getEvents", Script::answered(page));
-    const auto asked = loadDay({{0, minute}})->timeline(0);
-    provider->uploadEventsForTimelineItem(asked);
-    EXPECT_EQ(asked->isUpdated(), ScrubberTimelineStatusUnderWay);
-    scheduler.runUntilIdle();
-    expectEvents(*asked);
-    for (const auto& script : {Script::failed(404), Script::answered(Reply::array())}) {
-        service.scriptNext("getEvents", script);
-        const auto timeline = loadDay({{0, minute}})->timeline(0);
-        provider->uploadEventsForTimelineItem(timeline);
+    // Of one page without waiting, or of all that a day has.
+    const std::tuple<std::string, Script, bool> rows[] = {{"getEventsSync", Script::answered(page), true},
+                                                          {"getEvents", Script::answered(page), true},
+                                                          {"getEvents", Script::failed(404), false},
+                                                          {"getEvents", Script::answered(Reply::array()), false}};
+    for (const auto& [name, script, isRead] : rows) {
+        service.scriptNext(name, script);
+        const auto day = loadDay({{0, minute}});
+        name == "getEvents" ? provider->uploadEventsForTimelineItem(day->timeline(0))
+                            : provider->uploadEventsForTimelineDay(day);
         scheduler.runUntilIdle();
-        EXPECT_EQ(timeline->isUpdated(), ScrubberTimelineStatusFailed);
+        std::vector<std::pair<double, std::string>> found;
+        for (const auto& event : day->timeline(0)->events()) found.emplace_back(event.dateTime(), event.name());
+        EXPECT_EQ(day->timeline(0)->isUpdated(), isRead ? ScrubberTimelineStatusDone : ScrubberTimelineStatusFailed);
+        EXPECT_EQ(found.size(), isRead ? all.size() : 0u);
+        EXPECT_TRUE(std::ranges::equal(found, all) == isRead);
     }
 }
 
-// The day is asked for twice before the first operation runs: the second round fetches nothing.
 TEST_F(DayTreeUploadTest, ADayIsFilledFromItsEndAndRedrawnWhereItIsSeen) {
     const auto day = loadDay({{0, minute}, {minute, 2 * minute}, {2 * minute, 3 * minute}});
-    const auto states = [&] {
-        std::string text = std::to_string(day->isUpdated()) + ":";
-        for (const auto& timeline : day->timelines()) text += " " + std::to_string(timeline->isUpdated());
-        return text;
-    };
-    delegate->visible = {std::numeric_limits<std::int64_t>::min(), 0, 99, 1, 1, 2};
-    delegate->onAskedForVisible = [&] { delegate->note(states()); };
+    delegate->visible = {std::numeric_limits<std::int64_t>::min(), 99, 3, 3};
     delegate->take();
-    service.scriptNext("getEventsSync", {});
+    delegate->onAskedForVisible = [&, last = std::string()]() mutable {
+        std::string states = std::to_string(day->isUpdated()) + ":";
+        for (const auto& timeline : day->timelines()) states += " " + std::to_string(timeline->isUpdated());
+        if (std::exchange(last, states) != states) delegate->note(states);
+    };
     service.scriptNext("getEventsSync", Script::held());
-    provider->uploadEventsForTimelineDays();
+    for (int i = 0; i < 2; ++i) provider->uploadEventsForTimelineDays();
     provider->uploadEventsForTimelineDay(day);
-    EXPECT_EQ(states(), "0: 0 0 0");
+    EXPECT_EQ(day->isUpdated(), ScrubberTimelineStatusNotAsked);
     scheduler.runUntilIdle();
-    EXPECT_EQ(states(), "1: 0 1 2");
-    EXPECT_EQ(delegate->take(), Calls{"2: 0 0 2"});
-    provider->uploadEventsForTimelineDay(day);
+    EXPECT_EQ(day->isUpdated(), ScrubberTimelineStatusUnderWay);
     service.releaseAll();
     scheduler.runUntilIdle();
-    EXPECT_EQ(delegate->take(), (Calls{"2: 0 2 2", "redraw", "2: 2 2 2", "redraw", "2: 2 2 2", "2: 2 2 2", "redraw",
-                                       "2: 2 2 2", "redraw"}));
-    EXPECT_EQ(service.count("getEventsSync"), 3u);
-    EXPECT_EQ(service.requests("getEventsSync").front().start, march1 + 2 * minute);
+    EXPECT_EQ(delegate->take(), (Calls{"0: 0 0 0", "2: 0 0 2", "redraw", "2: 0 2 2", "2: 2 2 2"}));
+    EXPECT_EQ(offsets(), std::vector<std::int64_t>(3));
 }
 
 TEST_F(DayTreeUploadTest, AnUrlIsThatOfTheFirstRecordThatEndsLater) {
-    service.withFootage([](ScriptedFootage& f) {
-        f.addRecord({1, march1, march1 + minute, "one", ""});
-        f.addRecord({2, march1 + minute, march1 + 2 * minute, "two", ""});
-        f.addRecord({3, march1 + 3 * minute, march1 + 5 * minute, "three", ""});
+    const std::tuple<std::string, TimeMs, TimeMs> records[] = {{"one", 0, 1}, {"two", 1, 2}, {"three", 3, 5}};
+    service.withFootage([&](ScriptedFootage& f) {
+        for (const auto& [name, start, end] : records)
+            f.addRecord({1, march1 + start * minute, march1 + end * minute, name, ""});
     });
     loadDay({{0, 8 * minute}});
     askUrl(1, 0);
     EXPECT_EQ(urls, 0);
     scheduler.runUntilIdle();
-    EXPECT_EQ(urls, 1);
-    EXPECT_FALSE(isOnMainThread);
-    const std::tuple<std::uint64_t, TimeMs, std::string, Span> rows[] = {{1, -1, "one", {0, 1}},
-                                                                         {1, minute - 1, "one", {0, 1}},
-                                                                         {1, minute, "two", {1, 2}},
-                                                                         {1, 2 * minute, "three", {3, 5}},
-                                                                         {1, 5 * minute, "", {}},
-                                                                         {0, 0, "", {}},
-                                                                         {3, 0, "", {}},
-                                                                         {most, 0, "", {}}};
-    for (const auto& [index, time, video, span] : rows) {
+    EXPECT_EQ(std::pair(urls, isOnMainThread), std::pair(1, false));
+    const std::tuple<std::uint64_t, TimeMs, int> rows[] = {{1, -1, 0},         {1, minute - 1, 0},  {1, minute, 1},
+                                                           {1, 2 * minute, 2}, {1, 5 * minute, -1}, {0, 0, -1},
+                                                           {3, 0, -1},         {most, 0, -1}};
+    for (const auto& [index, time, record] : rows) {
         SCOPED_TRACE(std::to_string(index) + " at " + std::to_string(time));
         url = nullptr;
         askUrl(index, time);
-        ASSERT_EQ(url != nullptr, !video.empty());
+        ASSERT_EQ(url != nullptr, record >= 0);
         if (!url) continue;
         EXPECT_TRUE(isOnMainThread);
+        const auto& [name, start, end] = records[record];
         const auto fields = url->fields();
-        EXPECT_EQ(std::tuple(fields.type, fields.timeAsValue, fields.videoUrl),
-                  std::tuple(ScrubberEventTypeItem, march1 + time, video));
-        EXPECT_EQ(Span(fields.start - march1, fields.end - march1), Span(span.first * minute, span.second * minute));
+        EXPECT_EQ(
+            std::tuple(fields.type, fields.timeAsValue, fields.videoUrl, fields.start, fields.end),
+            std::tuple(ScrubberEventTypeItem, march1 + time, name, march1 + start * minute, march1 + end * minute));
     }
-    scheduler.runUntilIdle();
     const auto asked = service.requests("getRecords");
     ASSERT_EQ(asked.size(), 1u);
     EXPECT_EQ(std::tuple(asked[0].start, asked[0].end, asked[0].order, asked[0].limit),
@@ -198,43 +180,26 @@ TEST_F(DayTreeUploadTest, AnUrlIsThatOfTheFirstRecordThatEndsLater) {
 
 TEST_F(DayTreeUploadTest, ASegmentWithoutRecordsIsNotAskedAgain) {
     const Reply odd = {3, {{"start", 5}, {"end", "no time"}, {"url", {}}}, {{"end", "2024-03-02T00:00:00Z"}}};
-    const std::pair<Script, int> rows[] = {{Script::failed(404), 0},
-                                           {Script::answered(Reply::array({1})), 0},
-                                           {Script::answered({{"objects", Reply::array()}}), 0},
-                                           {Script::answered({{"objects", {{"a", 1}}}}), 0},
-                                           {Script::answered({{"objects", odd}}), 2}};
-    for (const auto& [script, told] : rows) {
+    // URLs and requests of two questions with a minute between them.
+    const std::tuple<Script, int, std::size_t> rows[] = {{Script::failed(404), 0, 2},
+                                                         {Script::answered(Reply::array({1})), 0, 2},
+                                                         {Script::answered({{"objects", Reply::array()}}), 0, 1},
+                                                         {Script::answered({{"objects", {{"a", 1}}}}), 0, 1},
+                                                         {Script::answered({{"objects", odd}}), 2, 1}};
+    for (const auto& [script, told, asked] : rows) {
         urls = 0;
         const auto segment = segmentOf(loadDay({{0, minute}})->timeline(0), 0);
-        service.scriptNext("getRecords", script);
         for (int i = 0; i < 2; ++i) {
+            service.scriptNext("getRecords", script);
             askUrl(1, 0);
-            scheduler.runUntilIdle();
+            scheduler.advance(std::chrono::milliseconds(minute));
         }
-        EXPECT_EQ(segment->isUpdated(), told == 0 ? ScrubberTimelineStatusFailed : ScrubberTimelineStatusDone);
-        EXPECT_EQ(urls, told);
-        EXPECT_EQ(service.count("getRecords"), 1u);
+        service.clearScripts();
+        EXPECT_EQ(std::pair(urls, service.count("getRecords")), std::pair(told, asked));
+        if (asked == 1) {
+            EXPECT_EQ(segment->isUpdated(), told == 0 ? ScrubberTimelineStatusFailed : ScrubberTimelineStatusDone);
+        }
     }
-}
-
-TEST_F(DayTreeUploadTest, RequestsBeyondSixAreDropped) {
-    service.withFootage([](ScriptedFootage& f) { f.addRecord({1, march1, march1 + dayMs, "all", ""}); });
-    const auto timeline = loadDay({{0, 8 * slice}})->timeline(0);
-    service.scriptNext("getRecords", Script::held());
-    for (std::uint64_t index = 1; index <= 8; ++index) askUrl(index, 0);
-    scheduler.runUntilIdle();
-    EXPECT_EQ(urls, 5);
-    // A request under way has one asker only.
-    EXPECT_EQ(segmentOf(timeline, 0)->isUpdated(), ScrubberTimelineStatusUnderWay);
-    askUrl(1, 0);
-    service.releaseAll();
-    scheduler.runUntilIdle();
-    EXPECT_EQ(urls, 6);
-    EXPECT_EQ(service.count("getRecords"), 6u);
-    EXPECT_EQ(segmentOf(timeline, 6)->isUpdated(), ScrubberTimelineStatusNotAsked);
-    askUrl(7, 0);
-    scheduler.runUntilIdle();
-    EXPECT_EQ(urls, 7);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "korvane/views/timeline/Model/PageRequests.h"
 
+#include <algorithm>
+
 namespace korvane {
 namespace {
 
@@ -39,41 +41,30 @@ PageRequests::Request PageRequests::covering(std::uint64_t slot) const {
     return nullptr;
 }
 
-PageRequests::Failure PageRequests::fail(const PageRequest& request, std::int32_t status) {
-    const auto before =
-        std::ranges::find_if(failed_, [&](const FailedPage& page) { return page.request.covers(request.wanted); });
-    FailedPage page{request, status, ++lastNumber_, before == failed_.end() ? RetryDelay() : before->delay, true};
-    const Failure failure{page.number, page.delay.next()};
-    if (before != failed_.end()) failed_.erase(before);
-    failed_.push_back(page);
-    return failure;
+PageFailure PageRequests::fail(const PageRequest& request, std::int32_t status) {
+    return failed_.fail({request, status}, [&](const FailedPage& page) { return page.request.covers(request.wanted); });
 }
 
 void PageRequests::succeed(const PageRequest& request) {
-    std::erase_if(failed_, [&](const FailedPage& page) {
+    failed_.forget([&](const FailedPage& page) {
         return page.request.first <= request.last && request.first <= page.request.last;
     });
 }
 
 bool PageRequests::release(std::uint64_t number) {
-    const auto found = std::ranges::find(failed_, number, &FailedPage::number);
-    if (found == failed_.end()) return false;
-    found->isBarred = false;
-    return true;
+    return failed_.release(number) != nullptr;
 }
 
 std::optional<std::int32_t> PageRequests::barredWith(std::uint64_t slot) const {
-    const auto found = std::ranges::find_if(
-        failed_, [slot](const FailedPage& page) { return page.isBarred && page.request.covers(slot); });
-    if (found == failed_.end()) return std::nullopt;
-    return found->status;
+    const auto* const page = failed_.barred([slot](const FailedPage& p) { return p.request.covers(slot); });
+    return page ? std::optional(page->status) : std::nullopt;
 }
 
 void PageRequests::slotErased(std::uint64_t slot) {
     for (const auto* requests : {&underWay_, &waiting_}) {
         for (const Request& request : *requests) shift(*request, slot);
     }
-    for (FailedPage& page : failed_) shift(page.request, slot);
+    failed_.changeAll([slot](FailedPage& page) { shift(page.request, slot); });
 }
 
 }  // namespace korvane

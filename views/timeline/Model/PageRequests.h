@@ -1,28 +1,14 @@
 #pragma once
 
-#include <algorithm>
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "korvane/views/timeline/Model/FailedPages.h"
+
 namespace korvane {
-
-/// Waits that double from 5 s to a minute.
-class RetryDelay {
-  public:
-    std::chrono::seconds next() {
-        const auto now = next_;
-        next_ = std::min(next_ * 2, std::chrono::seconds(60));
-        return now;
-    }
-
-  private:
-    std::chrono::seconds next_{5};
-};
 
 /// Where the view shall scroll once a page is in: an index as it was given, and the slot that it stood for. -1 is
 /// nowhere.
@@ -67,13 +53,8 @@ class PageRequests {
     /// The request that will fill `slot`; null without one.
     Request covering(std::uint64_t slot) const;
 
-    struct Failure {
-        std::uint64_t number = 0;
-        std::chrono::seconds delay{0};
-    };
-
     /// Bars the slots of a finished request until release() of the number that it gives, which is due after the delay.
-    Failure fail(const PageRequest& request, std::int32_t status);
+    PageFailure fail(const PageRequest& request, std::int32_t status);
     /// Forgets the failures of slots that a page has filled.
     void succeed(const PageRequest& request);
     /// Whether that failure was still remembered.
@@ -88,15 +69,11 @@ class PageRequests {
     struct FailedPage {
         PageRequest request;
         std::int32_t status = 0;
-        std::uint64_t number = 0;
-        RetryDelay delay;
-        bool isBarred = true;
     };
 
     std::vector<Request> underWay_;
     std::vector<Request> waiting_;
-    std::vector<FailedPage> failed_;
-    std::uint64_t lastNumber_ = 0;
+    FailedPages<FailedPage> failed_;
 };
 
 }  // namespace korvane

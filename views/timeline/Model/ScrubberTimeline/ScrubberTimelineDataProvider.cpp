@@ -31,21 +31,6 @@ std::int64_t entryCount(const ScrubberTimelineTree& tree) {
     return tree.segmentCount() > 0 ? tree.segmentCount() + 2 : 0;
 }
 
-ScrubberEvent::Childs makeChilds(const ScrubberTimelineItem::Events& events) {
-    ScrubberEvent::Childs childs;
-    if (events.empty()) return childs;
-    const std::string zone = localTimeZoneName();
-    childs.reserve(events.size());
-    for (const auto& event : events) {
-        ScrubberEvent::Fields child;
-        child.name = event.name();
-        child.timeAsValue = longLongValue(event.dateTime());
-        child.timezone = zone;
-        childs.push_back(std::make_shared<ScrubberEvent>(std::move(child)));
-    }
-    return childs;
-}
-
 }  // namespace
 
 struct ScrubberTimelineDataProvider::Load {
@@ -164,7 +149,8 @@ void ScrubberTimelineDataProvider::publish(const Load& load) {
     if (!isCurrent(load)) return;
     auto days = tree()->days();
     days.insert(days.end(), load.days.begin(), load.days.end());
-    replaceTree(std::make_shared<const ScrubberTimelineTree>(std::move(days)));
+    // The zone is looked up once for the tree: that goes through the file system.
+    replaceTree(std::make_shared<const ScrubberTimelineTree>(std::move(days), localTimeZoneName()));
     const auto& shown = tree()->days();
     if (!shown.empty()) {
         const bool hasPosition = load.position >= 1;
@@ -178,6 +164,7 @@ std::int32_t ScrubberTimelineDataProvider::refresh() {
     if (isClosing()) return StatusBadCall;
     // Now, not under the lock: a load under way leaves the lock to this one.
     ++clearings_;
+    dropUploads();
     // One refresh after the other: days that two have asked for would stand in the tree twice.
     const std::lock_guard lock(listLock());
     return ScrubberTimelineUploads::refresh();
@@ -186,9 +173,13 @@ std::int32_t ScrubberTimelineDataProvider::refresh() {
 void ScrubberTimelineDataProvider::clearAllDays() {
     ++clearings_;
     const std::lock_guard lock(listLock());
-    const auto cleared = tree();
+    dropUploads();
+    auto cleared = tree();
+    if (cleared->days().empty()) return;
     replaceTree(std::make_shared<const ScrubberTimelineTree>());
-    for (const auto& day : cleared->days()) day->clear();
+    for (const auto& day : cleared->days()) day->setTimelines(nullptr);
+    // Whoever clears does not wait for a million segments to go.
+    scheduler().runInBackground([cleared = std::move(cleared)] { cleared->emptyTimelines(); });
 }
 
 void ScrubberTimelineDataProvider::emptyList() {
@@ -221,15 +212,19 @@ std::shared_ptr<ScrubberEvent> ScrubberTimelineDataProvider::OnScrubberGetEventB
     if (!camera || index < 0 || index >= count) return nullptr;
     std::shared_ptr<ScrubberEvent> entry;
     guarded([&] {
-        if (index > 0 && index < count - 1) {
-            entry = makeEntry(*camera, *shown, index - 1);
-        } else {
-            entry = ScrubberEvent::build();
-            entry->setType(index == 0 ? ScrubberEventTypeHead : ScrubberEventTypeLive);
-        }
+        const bool isSegment = index > 0 && index < count - 1;
+        entry = isSegment ? makeEntry(*camera, *shown, index - 1) : makeEdge(*shown, index);
         return StatusSuccess;
     });
     return entry;
+}
+
+std::shared_ptr<ScrubberEvent> ScrubberTimelineDataProvider::makeEdge(const ScrubberTimelineTree& tree,
+                                                                      std::int64_t index) {
+    ScrubberEvent::Fields edge;
+    edge.type = index == 0 ? ScrubberEventTypeHead : ScrubberEventTypeLive;
+    edge.timezone = tree.localZone();
+    return std::make_shared<ScrubberEvent>(std::move(edge));
 }
 
 std::shared_ptr<ScrubberEvent> ScrubberTimelineDataProvider::makeEntry(const KorvaneCamera& camera,
@@ -246,8 +241,20 @@ std::shared_ptr<ScrubberEvent> ScrubberTimelineDataProvider::makeEntry(const Kor
     entry.start = longLongValue(path->segment->startDateTime());
     entry.timeAsValue = entry.start;
     entry.end = longLongValue(path->segment->endDateTime());
-    entry.childs = makeChilds(path->timeline->eventsOfSegment(path->indexInTimeline));
+    entry.childs = path->timeline->childsOfSegment(path->indexInTimeline, tree.localZone());
     return std::make_shared<ScrubberEvent>(std::move(entry));
+}
+
+std::optional<ScrubberEventSpan> ScrubberTimelineDataProvider::OnScrubberGetEventSpanByIndex(std::int64_t index) {
+    const auto shown = shownTree();
+    const std::int64_t count = entryCount(*shown);
+    if (index < 0 || index >= count) return std::nullopt;
+    if (index == 0) return ScrubberEventSpan{.type = ScrubberEventTypeHead};
+    if (index == count - 1) return ScrubberEventSpan{.type = ScrubberEventTypeLive};
+    const auto path = shown->segment(static_cast<std::uint64_t>(index - 1));
+    if (!path) return std::nullopt;
+    const TimeMs start = longLongValue(path->segment->startDateTime());
+    return ScrubberEventSpan{ScrubberEventTypeItem, start, start, longLongValue(path->segment->endDateTime())};
 }
 
 std::int64_t ScrubberTimelineDataProvider::OnScrubberFindEvent(const ScrubberEventQuery& query) {
@@ -314,7 +321,7 @@ std::int32_t ScrubberTimelineDataProvider::checkPartNeedRequested(std::uint64_t 
     if (isClosing() || !cam()) return 0;
     guarded([&] {
         const auto path = getTimelineSegmentItemByIndex(static_cast<std::int64_t>(index - 1));
-        if (path && path->day->isUpdated() == ScrubberTimelineStatusNotAsked) uploadEventsForTimelineDay(path->day);
+        if (path) wishForDay(*path);
         return StatusSuccess;
     });
     return 0;

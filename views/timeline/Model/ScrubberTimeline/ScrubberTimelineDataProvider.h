@@ -29,6 +29,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     std::int64_t OnScrubberGetEventsCount() override;
     /// Null while closing and without a camera, too.
     std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override;
+    /// Makes no entry and looks at no events.
+    std::optional<ScrubberEventSpan> OnScrubberGetEventSpanByIndex(std::int64_t index) override;
     std::int64_t OnScrubberFindEvent(const ScrubberEventQuery& query) override;
     /// The tree cannot be edited: -1.
     std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& event) override;
@@ -38,7 +40,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     /// Deletes nothing and never calls the completion: 0, or -1 while closing.
     std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event, DeleteCompletion onComplete) override;
     std::int32_t refresh() override;
-    /// Fetches the events of the day of the entry at `index`; the other two take no part.
+    /// Fetches the events of the day of the entry at `index` before those of other days, its own period's first; the
+    /// other two take no part. A view asks so for what lies under its mark.
     std::int32_t checkPartNeedRequested(std::uint64_t index, std::int64_t withScrollToIndex,
                                         TimeMs withDateTime) override;
     /// Does nothing, as updateForRange(): the whole tree is there. 0.
@@ -48,8 +51,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     /// events of the day of `withStartFrom` are fetched, or of the last day when that is below 1.
     std::int32_t requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) override;
 
-    /// Drops the tree, and what a load under way has got so far; that load, once it has its days, ends without a word.
-    /// Waits for a request for one day's periods that is under way.
+    /// Drops the tree, and what a load under way has got so far; that load ends without a word. Does not wait for the
+    /// network; timelines that others hold are emptied in the background.
     void clearAllDays();
 
     /// The day of UTC that `time`, ms, lies on, or the last one when that day is not in the tree. Nothing while
@@ -89,6 +92,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     void replaceTree(std::shared_ptr<const ScrubberTimelineTree> tree);
     // The tree, or an empty one while closing and without a camera.
     std::shared_ptr<const ScrubberTimelineTree> shownTree() const;
+    // The head or the live entry.
+    static std::shared_ptr<ScrubberEvent> makeEdge(const ScrubberTimelineTree& tree, std::int64_t index);
     std::shared_ptr<ScrubberEvent> makeEntry(const KorvaneCamera& camera, const ScrubberTimelineTree& tree,
                                              std::int64_t number) const;
 

@@ -37,4 +37,11 @@ void ScrubberTimelineDayItem::clear() {
     for (auto& timeline : held->timelines()) timeline.clear();
 }
 
+void ScrubberTimelineDayItem::letGo() {
+    setIsUpdated(ScrubberTimelineStatusNotAsked);
+    const auto held = block();
+    if (!held) return;
+    for (auto& timeline : held->timelines()) timeline.letGo();
+}
+
 }  // namespace korvane

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -24,13 +23,9 @@ class ScrubberTimelineDayItem {
     ScrubberTimelineDayItem& operator=(const ScrubberTimelineDayItem&) = delete;
 
     /// A ScrubberTimelineStatus, of the day's events: under way while one of its timelines is being filled, done after
-    /// each of them, and never failed.
+    /// each of them, not asked where some wait for another call, and never failed.
     std::int64_t isUpdated() const { return isUpdated_.get(); }
     void setIsUpdated(std::int64_t isUpdated) { isUpdated_.set(isUpdated); }
-
-    /// Whether the events of the day may be asked for: nobody has, or one other whose turn has not come. A strip that
-    /// scrolls over a day asks at each step.
-    bool beginRequest() { return isUpdated() == ScrubberTimelineStatusNotAsked && requests_++ < 2; }
 
     /// Midnight of UTC in seconds since the epoch, not in ms as all else in the tree.
     double dateTime() const { return dateTime_; }
@@ -46,10 +41,11 @@ class ScrubberTimelineDayItem {
 
     /// Clears and removes the timelines; time and status stay.
     void clear();
+    /// Removes all events and records, which may be fetched again then; the timelines stay.
+    void letGo();
 
   private:
     ScrubberTimelineStatusField isUpdated_;
-    std::atomic<std::uint32_t> requests_ = 0;
     double dateTime_ = 0.0;
     mutable std::mutex mutex_;
     std::shared_ptr<ScrubberTimelineBlock> block_;

@@ -4,6 +4,7 @@
 
 #include "korvane/base/SaturatingTime.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
+#include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberEventRow.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/SearchNear.h"
 
@@ -28,12 +29,28 @@ ScrubberTimelineItem::Events ScrubberTimelineItem::events() const {
     return shelf->events;
 }
 
+std::size_t ScrubberTimelineItem::eventCount() const {
+    EventShelf* const shelf = shelf_.get();
+    if (!shelf) return 0;
+    const std::lock_guard guard(shelf->mutex);
+    return shelf->events.size();
+}
+
 void ScrubberTimelineItem::setEvents(Events events) {
-    EventShelf& shelf = shelf_.make();
-    const std::lock_guard guard(shelf.mutex);
-    shelf.events.clear();
-    shelf.ofSegments.clear();
-    append(shelf, std::move(events));
+    dropEvents();
+    addEvents(std::move(events));
+}
+
+void ScrubberTimelineItem::dropEvents() {
+    EventShelf* const shelf = shelf_.get();
+    if (!shelf) return;
+    // What is removed goes away outside of the lock.
+    Events events;
+    decltype(shelf->ofSegments) ofSegments;
+    const std::lock_guard guard(shelf->mutex);
+    shelf->events.swap(events);
+    shelf->ofSegments.swap(ofSegments);
+    shelf->total = 0;
 }
 
 void ScrubberTimelineItem::addEvents(Events events) {
@@ -55,22 +72,39 @@ void ScrubberTimelineItem::append(EventShelf& shelf, Events events) {
     }
 }
 
-ScrubberTimelineItem::Events ScrubberTimelineItem::eventsOfSegment(std::size_t index) const {
-    Events found;
+ScrubberEvent::Childs ScrubberTimelineItem::childsOfSegment(std::size_t index, const std::string& timezone) const {
     EventShelf* const shelf = shelf_.get();
-    if (!shelf) return found;
+    if (!shelf) return {};
     const std::lock_guard guard(shelf->mutex);
     const auto places = shelf->ofSegments.find(index);
-    if (places == shelf->ofSegments.end()) return found;
-    found.reserve(places->second.size());
-    for (const std::size_t place : places->second) found.push_back(shelf->events[place]);
-    return found;
+    if (places == shelf->ofSegments.end()) return {};
+    const auto row = std::make_shared<ScrubberEventRow>(places->second.size());
+    for (const std::size_t place : places->second) {
+        const auto& event = shelf->events[place];
+        row->add(longLongValue(event.dateTime()), event.name(), timezone);
+    }
+    return row->entries();
+}
+
+std::int64_t ScrubberTimelineItem::noteTotal(std::int64_t told) {
+    EventShelf& shelf = shelf_.make();
+    const std::lock_guard guard(shelf.mutex);
+    if (shelf.total == 0) shelf.total = told;
+    return shelf.total;
+}
+
+void ScrubberTimelineItem::letGo() {
+    for (auto& segment : segments_) segment.letGo();
+    if (isUpdated() == ScrubberTimelineStatusUnderWay) return;
+    dropEvents();
+    isUpdated_.change(ScrubberTimelineStatusFailed, ScrubberTimelineStatusNotAsked);
+    isUpdated_.change(ScrubberTimelineStatusDone, ScrubberTimelineStatusNotAsked);
 }
 
 void ScrubberTimelineItem::clear() {
     for (auto& segment : segments_) segment.clear();
     isCleared_ = true;
-    if (shelf_.get()) setEvents({});
+    dropEvents();
 }
 
 }  // namespace korvane

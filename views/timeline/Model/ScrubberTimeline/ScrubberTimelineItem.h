@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <mutex>
 #include <span>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineEventItem.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineSegmentItem.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineStatus.h"
+#include "korvane/views/timeline/ScrubberCommon/ScrubberEvent.h"
 
 namespace korvane {
 
@@ -32,6 +34,8 @@ class ScrubberTimelineItem {
     void setIsUpdated(std::int64_t isUpdated) { isUpdated_.set(isUpdated); }
     /// From not asked to under way; false when it was not at not asked.
     bool beginUpdate() { return isUpdated_.begin(); }
+    /// From failed to not asked.
+    void allowUpdate() { isUpdated_.change(ScrubberTimelineStatusFailed, ScrubberTimelineStatusNotAsked); }
 
     /// Begin of the period, ms.
     double startDateTime() const { return startDateTime_; }
@@ -53,9 +57,14 @@ class ScrubberTimelineItem {
     void setEvents(Events events);
     /// Appends.
     void addEvents(Events events);
-    /// Copies of the events from the start of the slice at `index` to before its end, in order of arrival. Costs what
-    /// it gives.
-    Events eventsOfSegment(std::size_t index) const;
+    std::size_t eventCount() const;
+    /// An entry for each event from the start of the slice at `index` to before its end, in order of arrival, with
+    /// `timezone`. Costs what it gives.
+    ScrubberEvent::Childs childsOfSegment(std::size_t index, const std::string& timezone) const;
+    /// Keeps the first total above 0 that the service has told for these events, and gives it; 0 before one.
+    std::int64_t noteTotal(std::int64_t told);
+    /// Removes events and records and gives back what they took; what had been filled has not been asked then.
+    void letGo();
 
     /// Clears and removes the segments, and removes the events; times and status stay.
     void clear();
@@ -65,11 +74,13 @@ class ScrubberTimelineItem {
         // Nothing is called out with it held.
         std::mutex mutex;
         Events events;
+        std::int64_t total = 0;
         // Places in events by place in segments_.
         std::unordered_map<std::size_t, std::vector<std::size_t>> ofSegments;
     };
 
     void append(EventShelf& shelf, Events events);
+    void dropEvents();
 
     ScrubberTimelineStatusField isUpdated_;
     double startDateTime_ = 0.0;

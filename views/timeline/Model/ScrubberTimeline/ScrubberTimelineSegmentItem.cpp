@@ -20,6 +20,10 @@ void ScrubberTimelineSegmentItem::clear() {
     if (Shelf* const shelf = shelf_.get()) replace(*shelf, nullptr);
 }
 
+void ScrubberTimelineSegmentItem::letGo() {
+    if (isUpdated_.change(ScrubberTimelineStatusDone, ScrubberTimelineStatusNotAsked)) clear();
+}
+
 void ScrubberTimelineSegmentItem::replace(Shelf& shelf, std::shared_ptr<const Records> records) {
     // What is replaced goes away outside of the lock.
     const std::lock_guard guard(shelf.mutex);

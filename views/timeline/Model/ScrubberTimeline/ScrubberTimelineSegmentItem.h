@@ -26,6 +26,8 @@ class ScrubberTimelineSegmentItem {
     void setIsUpdated(std::int64_t isUpdated) { isUpdated_.set(isUpdated); }
     /// From not asked to under way; false when it was not at not asked.
     bool beginUpdate() { return isUpdated_.begin(); }
+    /// From failed to not asked.
+    void allowUpdate() { isUpdated_.change(ScrubberTimelineStatusFailed, ScrubberTimelineStatusNotAsked); }
 
     /// Begin of the slice, ms.
     double startDateTime() const { return startDateTime_; }
@@ -41,6 +43,8 @@ class ScrubberTimelineSegmentItem {
 
     /// Removes the records; times and status stay.
     void clear();
+    /// Removes the records; a segment that had some has not been asked then.
+    void letGo();
 
   private:
     struct Shelf {

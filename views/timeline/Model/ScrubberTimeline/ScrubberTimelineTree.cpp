@@ -25,7 +25,8 @@ struct Span {
 
 }  // namespace
 
-ScrubberTimelineTree::ScrubberTimelineTree(Days days) : days_(std::move(days)) {
+ScrubberTimelineTree::ScrubberTimelineTree(Days days, std::string localZone)
+    : days_(std::move(days)), localZone_(std::move(localZone)) {
     for (std::size_t day = 0; day < days_.size(); ++day) addDay(day);
     orderByTime();
 }
@@ -40,8 +41,24 @@ void ScrubberTimelineTree::addDay(std::size_t day) {
 
 void ScrubberTimelineTree::orderByTime() {
     isAscending_ = std::ranges::is_sorted(runs_, {}, &Run::start);
-    if (!isAscending_) return;
-    for (std::size_t i = 1; i < runs_.size(); ++i) runs_[i].reach = std::max(runs_[i].reach, runs_[i - 1].reach);
+    byTime_.reserve(runs_.size());
+    for (std::size_t run = 0; run < runs_.size(); ++run) byTime_.push_back({runs_[run].start, runs_[run].reach, run});
+    std::ranges::stable_sort(byTime_, {}, &RunInTime::start);
+    for (std::size_t i = 1; i < byTime_.size(); ++i) {
+        byTime_[i].reachSoFar = std::max(byTime_[i].reachSoFar, byTime_[i - 1].reachSoFar);
+    }
+}
+
+// In a tree whose days are in order of time.
+ScrubberTimelineTree::Runs::const_iterator ScrubberTimelineTree::firstReaching(TimeMs time) const {
+    const auto at = std::ranges::lower_bound(byTime_, time, {}, &RunInTime::reachSoFar);
+    return runs_.begin() + (at - byTime_.begin());
+}
+
+void ScrubberTimelineTree::emptyTimelines() const {
+    for (const Run& run : runs_) {
+        for (auto& timeline : run.block->timelines()) timeline.clear();
+    }
 }
 
 std::shared_ptr<ScrubberTimelineItem> ScrubberTimelineTree::timeline(std::uint64_t index) const {
@@ -70,29 +87,41 @@ std::optional<ScrubberTimelineSegmentPath> ScrubberTimelineTree::segment(std::ui
         days_[run.day], {run.block, &timeline}, {run.block, &segments[inTimeline]}, inTimeline};
 }
 
+ScrubberTimelineTree::Days ScrubberTimelineTree::daysBetween(std::int64_t first, std::int64_t last) const {
+    Days found;
+    for (auto run = runOf(first); run != runs_.end() && run->firstSegment <= last; ++run)
+        found.push_back(days_[run->day]);
+    return found;
+}
+
 // `match` is given the number of a timeline's first segment and its segments, and gives the place among them of one
 // that fits. It is asked in order of the numbers, at least about each timeline that has to do with the range of time.
 template <typename Match>
-std::int64_t ScrubberTimelineTree::findFirst(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter,
-                                             const Match& match) const {
-    auto run = fromIndex > 0 ? runOf(fromIndex) : runs_.begin();
-    if (isAscending_) run = std::max(run, std::ranges::lower_bound(runs_, notBefore, {}, &Run::reach));
-    for (; run != runs_.end(); ++run) {
-        if (run->start > notAfter && isAscending_) break;
-        if (run->start > notAfter || run->reach < notBefore) continue;
-        const auto timelines = run->block->timelines();
-        for (std::size_t i = run->block->firstReaching(notBefore); i < timelines.size(); ++i) {
-            if (longLongValue(timelines[i].startDateTime()) > notAfter && run->block->isAscending()) break;
-            const auto first = run->firstSegment + static_cast<std::int64_t>(run->block->firstSegment(i));
-            if (const auto place = match(first, timelines[i].segments()))
-                return first + static_cast<std::int64_t>(*place);
-        }
+std::int64_t ScrubberTimelineTree::findInRun(const Run& run, TimeMs notBefore, TimeMs notAfter, const Match& match) {
+    if (run.start > notAfter || run.reach < notBefore) return -1;
+    const auto timelines = run.block->timelines();
+    for (std::size_t i = run.block->firstReaching(notBefore); i < timelines.size(); ++i) {
+        if (longLongValue(timelines[i].startDateTime()) > notAfter && run.block->isAscending()) break;
+        const auto first = run.firstSegment + static_cast<std::int64_t>(run.block->firstSegment(i));
+        if (const auto place = match(first, timelines[i].segments())) return first + static_cast<std::int64_t>(*place);
     }
     return -1;
 }
 
+// As findInRun(), in all days, whatever their order. Days hardly overlap, so this looks at one or two of them.
+template <typename Match>
+std::int64_t ScrubberTimelineTree::findAt(TimeMs time, const Match& match) const {
+    std::int64_t number = -1;
+    auto at = std::ranges::lower_bound(byTime_, time, {}, &RunInTime::reachSoFar);
+    for (; at != byTime_.end() && at->start <= time; ++at) {
+        const std::int64_t found = findInRun(runs_[at->run], time, time, match);
+        if (found >= 0 && (number < 0 || found < number)) number = found;
+    }
+    return number;
+}
+
 std::int64_t ScrubberTimelineTree::findSegment(TimeMs position) const {
-    return findFirst(0, position, position, [position](std::int64_t, Segments segments) {
+    return findAt(position, [position](std::int64_t, Segments segments) {
         std::optional<std::size_t> found;
         const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
         if (started > 0 && Span(segments[started - 1]).holds(position)) found = started - 1;
@@ -105,7 +134,7 @@ ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) con
         const Span span(*first->segment);
         if (span.isSpan() && span.start >= position) return {0, span.start == position};
     }
-    const std::int64_t number = findFirst(0, position, position, [position](std::int64_t, Segments segments) {
+    const std::int64_t number = findAt(position, [position](std::int64_t, Segments segments) {
         std::optional<std::size_t> found;
         const std::size_t started = ScrubberTimelineItem::startedBy(segments, position);
         // Where two segments meet, the earlier one holds the moment too.
@@ -118,7 +147,7 @@ ScrubberEventPlace ScrubberTimelineTree::findClosestSegment(TimeMs position) con
 }
 
 std::int64_t ScrubberTimelineTree::findSegmentByStart(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter) const {
-    return findFirst(fromIndex, notBefore, notAfter, [=](std::int64_t first, Segments segments) {
+    const auto match = [=](std::int64_t first, Segments segments) {
         std::optional<std::size_t> found;
         auto place = static_cast<std::size_t>(std::max<std::int64_t>(fromIndex - first, 0));
         if (place >= segments.size()) return found;
@@ -127,7 +156,14 @@ std::int64_t ScrubberTimelineTree::findSegmentByStart(std::int64_t fromIndex, Ti
         }
         if (place < segments.size() && longLongValue(segments[place].startDateTime()) <= notAfter) found = place;
         return found;
-    });
+    };
+    auto run = fromIndex > 0 ? runOf(fromIndex) : runs_.begin();
+    if (isAscending_) run = std::max(run, firstReaching(notBefore));
+    std::int64_t number = -1;
+    for (; run != runs_.end() && number < 0 && (run->start <= notAfter || !isAscending_); ++run) {
+        number = findInRun(*run, notBefore, notAfter, match);
+    }
+    return number;
 }
 
 }  // namespace korvane

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "korvane/base/Time.h"
@@ -34,16 +35,24 @@ class ScrubberTimelineTree {
     static constexpr std::uint64_t maxSegments = 4'000'000;
 
     ScrubberTimelineTree() = default;
-    explicit ScrubberTimelineTree(Days days);
+    /// `localZone` names the zone of this device, which the tree's entries take on.
+    ScrubberTimelineTree(Days days, std::string localZone);
 
     const Days& days() const { return days_; }
+    const std::string& localZone() const { return localZone_; }
     std::int64_t segmentCount() const { return segmentCount_; }
+
+    /// Clears all timelines, for those who still hold one.
+    void emptyTimelines() const;
 
     /// The timeline at `index` of the flat run of all timelines; null past the end.
     std::shared_ptr<ScrubberTimelineItem> timeline(std::uint64_t index) const;
 
     /// The segment of that number; nothing past the end.
     std::optional<ScrubberTimelineSegmentPath> segment(std::uint64_t index) const;
+
+    /// The days that have segments from number `first` to `last`, both included.
+    Days daysBetween(std::int64_t first, std::int64_t last) const;
 
     /// The first segment, by number, that begins at `position` or has it in its span, the end excluded; -1 without one.
     /// A segment that begins before 0 has no span.
@@ -66,23 +75,36 @@ class ScrubberTimelineTree {
         // Numbers of its first segment and of its first timeline.
         std::int64_t firstSegment = 0;
         std::uint64_t firstTimeline = 0;
+        // The moments between which its periods lie.
         TimeMs start = 0;
-        // The last moment that this day's periods, or with isAscending_ those of one before it, have to do with.
         TimeMs reach = 0;
     };
     using Runs = std::vector<Run>;
 
+    struct RunInTime {
+        TimeMs start = 0;
+        // The last moment that it, or one that begins before it, has to do with.
+        TimeMs reachSoFar = 0;
+        std::size_t run = 0;
+    };
+
     void addDay(std::size_t day);
     void orderByTime();
     Runs::const_iterator runOf(std::int64_t segment) const;
+    Runs::const_iterator firstReaching(TimeMs time) const;
     template <typename Match>
-    std::int64_t findFirst(std::int64_t fromIndex, TimeMs notBefore, TimeMs notAfter, const Match& match) const;
+    static std::int64_t findInRun(const Run& run, TimeMs notBefore, TimeMs notAfter, const Match& match);
+    template <typename Match>
+    std::int64_t findAt(TimeMs time, const Match& match) const;
 
     Days days_;
+    std::string localZone_;
     Runs runs_;
+    // In order of their begins.
+    std::vector<RunInTime> byTime_;
     std::int64_t segmentCount_ = 0;
     std::uint64_t timelineCount_ = 0;
-    // The days' periods begin in ascending order: searches by time need not look at all of them.
+    // The days' periods begin in ascending order, so that byTime_ is the order of the numbers too.
     bool isAscending_ = true;
 };
 
