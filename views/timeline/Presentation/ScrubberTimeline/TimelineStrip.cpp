@@ -291,12 +291,20 @@ std::shared_ptr<ScrubberEvent> TimelineStrip::takeTimeUnderMark(IndexPath under)
     return event;
 }
 
-/// Tells the host of the recording to play for that moment, when the provider has it; that may be later.
-void TimelineStrip::tellRecordingUnderMark(IndexPath under, TimeMs time, EventCallback callback, EventSignal signal) {
+/// Tells the host of the recording to play for that moment, when the provider has it. Of several that wait for one
+/// reply the provider answers the last, so the first answer of a drag is its start, whichever was asked for it.
+void TimelineStrip::tellRecordingUnderMark(IndexPath under, TimeMs time) {
     const auto provider = entries().provider();
-    if (!under || !provider || entries().ownList()) return;
+    if (!under || !provider || entries().ownList() || !isFlownOver()) return;
     auto tell = widget().life().guard([=, this](const std::shared_ptr<ScrubberEvent>& recording) {
-        if (entries().provider() == provider) tellHost(callback, signal, recording);
+        if (entries().provider() != provider) return;
+        if (std::exchange(isStartAwaited_, false)) {
+            tellHost(&ScrubberViewDelegate::OnScrubberDraggingStartFlyOverEvent,
+                     &ScrubberWidget::scrubberDraggingStartFlyOverEvent, recording);
+        } else {
+            tellHost(&ScrubberViewDelegate::OnScrubberDraggingContinueFlyOverEvent,
+                     &ScrubberWidget::scrubberDraggingContinueFlyOverEvent, recording);
+        }
     });
     provider->getUrl(static_cast<std::uint64_t>(*under), time,
                      [tell = std::move(tell),
@@ -311,16 +319,19 @@ void TimelineStrip::tellRecordingUnderMark(IndexPath under, TimeMs time, EventCa
                      });
 }
 
+bool TimelineStrip::isFlownOver() const {
+    return listens(&ScrubberViewDelegate::OnScrubberDraggingStartFlyOverEvent,
+                   &ScrubberWidget::scrubberDraggingStartFlyOverEvent) ||
+           listens(&ScrubberViewDelegate::OnScrubberDraggingContinueFlyOverEvent,
+                   &ScrubberWidget::scrubberDraggingContinueFlyOverEvent);
+}
+
 void TimelineStrip::scrollViewWillBeginDragging(CollectionView& view) {
     ScrubberStripView::scrollViewWillBeginDragging(view);
     if (!view.isDragging()) return;
+    isStartAwaited_ = true;
     const IndexPath under = indexPathFromPointer();
-    const auto event = takeTimeUnderMark(under);
-    if (event && listens(&ScrubberViewDelegate::OnScrubberDraggingStartFlyOverEvent,
-                         &ScrubberWidget::scrubberDraggingStartFlyOverEvent)) {
-        tellRecordingUnderMark(under, event->timeAsValue(), &ScrubberViewDelegate::OnScrubberDraggingStartFlyOverEvent,
-                               &ScrubberWidget::scrubberDraggingStartFlyOverEvent);
-    }
+    if (const auto event = takeTimeUnderMark(under)) tellRecordingUnderMark(under, event->timeAsValue());
 }
 
 void TimelineStrip::scrollViewDidScroll(CollectionView& view) {
@@ -336,14 +347,11 @@ void TimelineStrip::scrollViewDidScroll(CollectionView& view) {
         !tellHost(&ScrubberViewDelegate::OnScrubberFlyOverEvent, &ScrubberWidget::scrubberFlyOverEvent, event)) {
         return;
     }
-    if (view.isDragging() && listens(&ScrubberViewDelegate::OnScrubberDraggingContinueFlyOverEvent,
-                                     &ScrubberWidget::scrubberDraggingContinueFlyOverEvent)) {
-        tellRecordingUnderMark(under, time, &ScrubberViewDelegate::OnScrubberDraggingContinueFlyOverEvent,
-                               &ScrubberWidget::scrubberDraggingContinueFlyOverEvent);
-    }
+    if (view.isDragging()) tellRecordingUnderMark(under, time);
 }
 
 void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
+    isStartAwaited_ = false;
     if (isJumping() || !strip()) return;  // where that ends is selected
     // In a gap the nearer neighbour counts, and nobody rests on the head entry.
     const IndexPath nearest = nearestIndexPath();

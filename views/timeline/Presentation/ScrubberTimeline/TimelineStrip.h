@@ -64,10 +64,12 @@ class TimelineStrip final : public ScrubberStripView {
     void noteScrolling();
     void waitForStill();
     std::shared_ptr<ScrubberEvent> takeTimeUnderMark(IndexPath under);
-    void tellRecordingUnderMark(IndexPath under, TimeMs time, EventCallback callback, EventSignal signal);
+    void tellRecordingUnderMark(IndexPath under, TimeMs time);
+    bool isFlownOver() const;
 
     std::uint64_t scrollSteps_ = 0;
     bool isStillAwaited_ = false;
+    bool isStartAwaited_ = false;  // of the drag: no recording has been told of yet
 };
 
 }  // namespace korvane
