@@ -195,6 +195,8 @@ void Storm::checkMark() {
     const auto current = view_->getCurrentEvent();
     const std::int64_t under = view_->indexUnderMark();
     const double cellWidth = strip().layoutAttributesForItemAtIndexPath(1).value_or(Rect{}).width;
+    // From its end on an entry of the timeline moves the strip no more, wherever the host takes it.
+    if (hasTimeline() && host().hasFinished()) return;
     // While it is loaded anew there is no list to look into.
     if (!current || view_->getEventsCount() < 3 || cellWidth < narrowest) return;
     // At its end an entry may leave the mark to the next one.
@@ -204,7 +206,6 @@ void Storm::checkMark() {
     if (!isSame(view_->getEvent(index), current) || (index < view_->getEventsCount() - 1 && offset > cellWidth + 2)) {
         return complain("the mark is in " + nameOf(view_->getEvent(index)) + ", and " + nameOf(current) + " plays");
     }
-    if (hasTimeline() && host().hasFinished()) return;  // from its end on the strip waits for the next entry
     const auto poll = host().lastPoll();
     if (!isSame(poll.event, current) || current->type() == ScrubberEventTypeLive || poll.position < 0 ||
         poll.position >= poll.end)

@@ -462,10 +462,10 @@ PlayingCell* ScrubberStripView::cellAt(IndexPath indexPath) const {
 }
 
 bool ScrubberStripView::tellSelected(std::int64_t index, const std::shared_ptr<ScrubberEvent>& withEvent) {
-    const auto entry = withEvent ? withEvent : entryAt(index);
+    const auto entry = entryAt(index);
     // A list that is being loaded anew has nothing to select.
-    return !entry ||
-           tellHost(&ScrubberViewDelegate::OnScrubberDidSelectEvent, &ScrubberWidget::scrubberDidSelectEvent, entry);
+    return !entry || tellHost(&ScrubberViewDelegate::OnScrubberDidSelectEvent, &ScrubberWidget::scrubberDidSelectEvent,
+                              withEvent ? withEvent : entry);
 }
 
 void ScrubberStripView::play(std::int64_t index) {

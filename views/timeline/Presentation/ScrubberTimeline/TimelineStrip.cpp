@@ -372,8 +372,8 @@ void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
         isOvertaken()) {
         return;
     }
-    stopLastCell();
-    if (!tellSelected(*nearest, event) || isOvertaken()) return;
+    stopLastCell();  // waits for a callback, in which the host may bind another list
+    if (isOvertaken() || !tellSelected(*nearest, event) || isOvertaken()) return;
     play(*nearest);
     rememberPlace();
     syncPlayingOffset();
