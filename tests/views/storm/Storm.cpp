@@ -199,6 +199,9 @@ void Storm::checkMark() {
     if (hasTimeline() && host().hasFinished()) return;
     // While it is loaded anew there is no list to look into.
     if (!current || view_->getEventsCount() < 3 || cellWidth < narrowest) return;
+    // In a list made anew what plays goes on until its page has come.
+    const auto there = view_->getEvent(under);
+    if (there && there->type() == ScrubberEventTypePending) return;
     // At its end an entry may leave the mark to the next one.
     const std::int64_t index = isSame(view_->getEvent(under), current) ? under : under - 1;
     const double offset = view_->getOffsetBetweenPointerAndItemBegin(index);
