@@ -23,6 +23,7 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
       player_(scheduler, *service.helpers()),
       link_(scheduler, service),
       strip_(scheduler, player_, *service.helpers()),
+      timeline_(scheduler, player_, *service.helpers()),
       navigation_(strip_, player_, *service.helpers()) {
     connectParts();
 }
@@ -30,38 +31,50 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
 Browser::~Browser() {
     player_.disconnect(this);
     strip_.disconnect(this);
+    timeline_.disconnect(this);
 }
 
 void Browser::connectParts() {
-    connect(&strip_, &StripHost::selected, this, &Browser::onSelected);
-    connect(&strip_, &StripHost::renewed, this, &Browser::onRenewed);
-    connect(&strip_, &StripHost::stateChanged, this, &Browser::onListState);
-    connect(&strip_, &StripHost::playFinished, this, [this](const std::shared_ptr<ScrubberEvent>& event) {
-        if (!playsOn() && event && event == navigation_.selected()) endEvent();
+    connectStrip(strip_);
+    connectStrip(timeline_);
+    connectPlayer();
+    connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
+    connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
+        isRefused_ = true;
+        setNote(tr("Not deleted: %1 (status %2)").arg(deletionFault(status)).arg(status), Mood::Warning);
     });
-    connect(&player_, &RecordingPlayer::boundReached, this, &Browser::endEvent);
-    connect(&strip_, &StripHost::sought, this, &Browser::onSought);
-    connect(&strip_, &StripHost::flyOverEnded, this, [this] { setFlyOver(-1); });
-    connect(&strip_, &StripHost::flownOver, this, [this](qint64 time, const QString& zone) {
+}
+
+void Browser::connectStrip(ScrubberHost& strip) {
+    connect(&strip, &ScrubberHost::selected, this, &Browser::onSelected);
+    connect(&strip, &ScrubberHost::arrived, this, &Browser::onArrived);
+    connect(&strip, &ScrubberHost::renewed, this, &Browser::onRenewed);
+    connect(&strip, &ScrubberHost::stateChanged, this, &Browser::onListState);
+    connect(&strip, &ScrubberHost::playFinished, this, [this](const std::shared_ptr<ScrubberEvent>& event) {
+        if (!shown_->isPlayingOn() && event && event == navigation_.selected()) endEvent();
+    });
+    connect(&strip, &ScrubberHost::sought, this, &Browser::onSought);
+    connect(&strip, &ScrubberHost::flyOverEnded, this, [this] { setFlyOver(-1); });
+    connect(&strip, &ScrubberHost::flownOver, this, [this](qint64 time, const QString& zone) {
         if (zone_.isEmpty()) setZone(zone);
         setFlyOver(time);
     });
-    connect(&strip_, &StripHost::tokenWillExpire, this, [this](qint64 left) {
+    connect(&strip, &ScrubberHost::tokenWillExpire, this, [this](qint64 left) {
         expiry_ = left > 0 ? tr("Access ends in %1").arg(durationText(left)) : tr("Access has ended");
         emit messageChanged();
     });
+}
+
+void Browser::connectPlayer() {
+    connect(&player_, &RecordingPlayer::boundReached, this, &Browser::endEvent);
     connect(&player_, &RecordingPlayer::positionChanged, this, &Browser::timeChanged);
     connect(&player_, &RecordingPlayer::stateChanged, this, [this] {
+        timeline_.setHeld(player_.state() == RecordingPlayer::State::Paused);
         // A note stays until the player goes to another moment.
         if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
         if (player_.state() == RecordingPlayer::State::Ended) onPlayerEnded();
         emit messageChanged();
         emit navigation_.changed();
-    });
-    connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
-    connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
-        isRefused_ = true;
-        setNote(tr("Not deleted: %1 (status %2)").arg(deletionFault(status)).arg(status), Mood::Warning);
     });
     connect(&player_, &RecordingPlayer::gapSkipped, this, [this](qint64 from, qint64 to) {
         setNote(tr("Nothing recorded for %1").arg(durationText(to - from)), Mood::Calm);
@@ -73,6 +86,10 @@ void Browser::connectParts() {
 
 void Browser::attachStrip(ScrubberView* strip) {
     strip_.attach(strip);
+}
+
+void Browser::attachTimeline(ScrubberTimelineView* timeline) {
+    timeline_.attach(timeline);
 }
 
 void Browser::open(const QString& token, const QString& cameraName) {
@@ -91,7 +108,7 @@ void Browser::open(const QString& token, const QString& cameraName) {
     setFlyOver(-1);
     link_.open(token.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& text,
                                            std::int32_t status) { onCamera(camera, text, status); });
-    strip_.open(token);
+    shown_->open(token);
     emit cameraChanged();
     emit selectionChanged();
     emit messageChanged();
@@ -110,7 +127,7 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
     if (isLive_)
         goLive();
     else if (const auto& event = navigation_.selected())
-        player_.open(strip_.momentOf(*event), RecordingPlayer::Then::Play);
+        player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
 }
 
 void Browser::onListState(int state, int status) {
@@ -126,7 +143,7 @@ void Browser::onListState(int state, int status) {
 void Browser::onListLoaded() {
     isListSeen_ = true;
     // After a load the strip rests at its live end without telling of a selection.
-    if (!strip_.wanted() && !navigation_.selected() && !isLive_) goLive();
+    if (!shown_->wanted() && !navigation_.selected() && !isLive_) goLive();
 }
 
 void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
@@ -134,30 +151,31 @@ void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     const bool isEntry = type == ScrubberEventTypeItem || type == ScrubberEventTypeGroup;
     boundPlayer();
     isEventOver_ = false;
+    isReloaded_ = false;
     if (isEntry && std::exchange(listStatus_, 0) != 0) {
         // With an entry selected, an earlier failure to load no longer matters.
         emit stateChanged();
         emit messageChanged();
     }
-    // After a switch the player goes on, and the strip follows it.
-    if (keepsPlaying(event)) return emit selectionChanged();
     if (type == ScrubberEventTypeLive) return goLive();
     isLive_ = false;
     emit selectionChanged();
     // An entry that is still loading is selected once more when its page has come.
     if (!isEntry) return player_.pause();
-    player_.open(strip_.momentOf(*event), RecordingPlayer::Then::Play);
+    player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
+}
+
+// After a switch the player goes on, and the strip follows it.
+void Browser::onArrived(const std::shared_ptr<ScrubberEvent>& event) {
+    if (!std::exchange(isReloaded_, false) || player_.getPosition() < 0) return onSelected(event);
+    onRenewed();
+    emit selectionChanged();
 }
 
 void Browser::onRenewed() {
     boundPlayer();
     isEventOver_ = false;
     emit messageChanged();
-}
-
-bool Browser::keepsPlaying(const std::shared_ptr<ScrubberEvent>& event) {
-    const TimeMs position = player_.getPosition();
-    return std::exchange(isReloaded_, false) && event && position >= event->start() && position <= event->end();
 }
 
 void Browser::goLive() {
@@ -169,15 +187,14 @@ void Browser::goLive() {
 
 void Browser::onSought() {
     // The strip tells of an end once in a run, and seeking starts no new run.
-    if (std::exchange(isEventOver_, false) && navigation_.selected())
-        strip_.view()->toEvent(navigation_.selected(), false);
+    if (std::exchange(isEventOver_, false) && navigation_.selected()) shown_->toEntry(navigation_.selected(), false);
 }
 
 // Where an event outlasts the recordings, the player never reaches its end and the strip does not tell of it.
 void Browser::onPlayerEnded() {
     const auto& event = navigation_.selected();
     if (!event) return;
-    if (!playsOn()) return endEvent();
+    if (!shown_->isPlayingOn()) return endEvent();
     if (player_.getPosition() >= event->end()) return;
     // Posted, since the strip may be on its way to this entry.
     scheduler_.post(life_.guard([this] {
@@ -193,20 +210,37 @@ void Browser::endEvent() {
 
 void Browser::boundPlayer() {
     const auto& event = navigation_.selected();
-    player_.setBound(event && !playsOn() ? std::optional(event->end()) : std::nullopt);
+    player_.setBound(event && !shown_->isPlayingOn() ? std::optional(event->end()) : std::nullopt);
 }
 
 void Browser::togglePlaying() {
     if (player_.state() == RecordingPlayer::State::Playing)
         player_.pause();
     else if (isEventOver_ && navigation_.selected())
-        strip_.view()->toEvent(navigation_.selected());
+        shown_->toEntry(navigation_.selected(), true);
     else
         player_.resume();
 }
 
+void Browser::setShowsTimeline(bool showsTimeline) {
+    if (showsTimeline == this->showsTimeline()) return;
+    const TimeMs moment = isLive_ || player_.getPosition() <= 0 ? shown_->wanted().value_or(-1) : player_.getPosition();
+    shown_->close();
+    shown_ = showsTimeline ? static_cast<ScrubberHost*>(&timeline_) : &strip_;
+    navigation_.show(*shown_);
+    listState_ = ScrubberStateReady;
+    listStatus_ = 0;
+    boundPlayer();
+    isEventOver_ = false;
+    isReloaded_ = moment > 0;
+    emit switchesChanged();
+    if (!token_.isEmpty()) shown_->open(token_, moment);
+    emit stateChanged();
+    emit messageChanged();
+}
+
 void Browser::setShowsRecordings(bool showsRecordings) {
-    if (showsRecordings == strip_.hasRecordings()) return;
+    if (showsRecordings == strip_.hasRecordings() || showsTimeline()) return;
     const TimeMs moment = momentToKeep();
     strip_.showRecordings(showsRecordings);
     navigation_.forget();
@@ -243,6 +277,7 @@ void Browser::setRejected(const QStringList& rejected) {
 
 void Browser::setZone(const QString& zone) {
     zone_ = zone;
+    timeline_.setZone(zone);
     emit cameraChanged();
     emit timeChanged();
 }
@@ -277,7 +312,7 @@ QString Browser::date() const {
 }
 
 QString Browser::count() const {
-    if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0) return {};
+    if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0 || showsTimeline()) return {};
     const QString noun = strip_.isGrouping() ? tr("group") : strip_.hasRecordings() ? tr("recording") : tr("event");
     return countText(strip_.count(), noun);
 }
@@ -286,18 +321,18 @@ QString Browser::message() const {
     if (!fault_.isEmpty()) return fault_;
     if (listStatus_ != 0) return tr("%1 (status %2)").arg(sentence(statusText(listStatus_))).arg(listStatus_);
     if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
-    if (listState_ != ScrubberStateReady) return showsRecordings() ? tr("Loading recordings") : tr("Loading events");
+    if (listState_ != ScrubberStateReady) return loadingText();
     if (!note_.isEmpty()) return note_;
     if (!expiry_.isEmpty()) return expiry_;
     switch (player_.state()) {
         case RecordingPlayer::State::Idle:
-            return isListSeen_ && strip_.count() == 0 ? tr("No events") : tr("Ready");
+            return isListSeen_ && shown_->count() == 0 ? nothingText() : tr("Ready");
         case RecordingPlayer::State::Opening:
             return tr("Loading recording");
         case RecordingPlayer::State::Playing:
             return tr("Playing");
         case RecordingPlayer::State::Paused:
-            if (isLive_ && strip_.count() == 0) return tr("No events");
+            if (isLive_ && shown_->count() == 0) return nothingText();
             if (isEventOver_) return showsRecordings() ? tr("End of the recording") : tr("End of the event");
             return isLive_ ? tr("Live end") : tr("Paused");
         case RecordingPlayer::State::Ended:
@@ -306,6 +341,15 @@ QString Browser::message() const {
             break;
     }
     return tr("Ready");
+}
+
+QString Browser::loadingText() const {
+    if (showsTimeline()) return tr("Loading the timeline");
+    return showsRecordings() ? tr("Loading recordings") : tr("Loading events");
+}
+
+QString Browser::nothingText() const {
+    return showsTimeline() ? tr("Nothing recorded") : tr("No events");
 }
 
 Browser::Mood Browser::mood() const {

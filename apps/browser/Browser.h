@@ -12,6 +12,7 @@
 #include "korvane/apps/browser/Navigation.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
 #include "korvane/apps/browser/StripHost.h"
+#include "korvane/apps/browser/TimelineHost.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/base/Scheduler.h"
 #include "korvane/client/KorvaneService.h"
@@ -26,6 +27,7 @@ class Browser : public QObject {
     QML_UNCREATABLE("made by the application")
     Q_PROPERTY(korvane::RecordingPlayer* player READ player CONSTANT)
     Q_PROPERTY(korvane::Navigation* navigation READ navigation CONSTANT)
+    Q_PROPERTY(bool showsTimeline READ showsTimeline WRITE setShowsTimeline NOTIFY switchesChanged)
     Q_PROPERTY(bool showsRecordings READ showsRecordings WRITE setShowsRecordings NOTIFY switchesChanged)
     Q_PROPERTY(bool groups READ groups WRITE setGroups NOTIFY switchesChanged)
     Q_PROPERTY(bool playsOn READ playsOn WRITE setPlaysOn NOTIFY switchesChanged)
@@ -50,13 +52,18 @@ class Browser : public QObject {
     ~Browser() override;
 
     Q_INVOKABLE void attachStrip(korvane::ScrubberView* strip);
+    Q_INVOKABLE void attachTimeline(korvane::ScrubberTimelineView* timeline);
     /// Shows the camera of a token. An empty name stands for the camera's number.
     void open(const QString& token, const QString& cameraName);
     /// At the end of an event, plays it once more.
     Q_INVOKABLE void togglePlaying();
 
-    /// Recordings in the strip instead of events, and what lies within 10 s of each other as one. The strip keeps to
-    /// the moment that is on screen.
+    /// The timeline strip instead of the event strip. What is on screen stays, and a player that plays goes on.
+    bool showsTimeline() const { return shown_ == &timeline_; }
+    void setShowsTimeline(bool showsTimeline);
+    /// Recordings in the event strip instead of events, and what lies within 10 s of each other as one. The
+    /// strip keeps to the moment that is on screen.
+    /// Takes no other value while the timeline is shown.
     bool showsRecordings() const { return strip_.hasRecordings(); }
     void setShowsRecordings(bool showsRecordings);
     bool groups() const { return strip_.isGrouping(); }
@@ -71,6 +78,9 @@ class Browser : public QObject {
 
     RecordingPlayer* player() { return &player_; }
     StripHost& strip() { return strip_; }
+    TimelineHost& timeline() { return timeline_; }
+    /// The one of the two that is on screen.
+    ScrubberHost& shown() { return *shown_; }
     Navigation* navigation() { return &navigation_; }
     QString cameraName() const { return cameraName_; }
     /// Of the camera, "America/New_York"; empty while unknown.
@@ -100,7 +110,10 @@ class Browser : public QObject {
 
   private:
     void connectParts();
+    void connectStrip(ScrubberHost& strip);
+    void connectPlayer();
     void onSelected(const std::shared_ptr<ScrubberEvent>& event);
+    void onArrived(const std::shared_ptr<ScrubberEvent>& event);
     void onRenewed();
     void onSought();
     void onPlayerEnded();
@@ -109,13 +122,14 @@ class Browser : public QObject {
     void onListState(int state, int status);
     void onListLoaded();
     TimeMs momentToKeep() const;
-    bool keepsPlaying(const std::shared_ptr<ScrubberEvent>& event);
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
     void goLive();
     void setZone(const QString& zone);
     void setFlyOver(TimeMs time);
     void setNote(const QString& note, Mood mood);
     TimeMs shownTime() const;
+    QString loadingText() const;
+    QString nothingText() const;
     QString format(TimeMs time, const char* pattern) const;
 
     Scheduler& scheduler_;
@@ -123,6 +137,8 @@ class Browser : public QObject {
     RecordingPlayer player_;
     CameraLink link_;
     StripHost strip_;
+    TimelineHost timeline_;
+    ScrubberHost* shown_ = &strip_;
     Navigation navigation_;
     QString token_;
     QString cameraName_;
@@ -132,7 +148,7 @@ class Browser : public QObject {
     bool isListSeen_ = false;
     bool isLive_ = false;
     bool isEventOver_ = false;  // the player has been stopped at the end of what is selected
-    bool isReloaded_ = false;   // the strip is going back to the moment on screen
+    bool isReloaded_ = false;   // the strip is on its way back to the moment on screen
     bool isRefused_ = false;    // the list's next status comes from a failed deletion
     TimeMs flyOver_ = -1;
     QString fault_;  // of token or camera; stays until the next open()

@@ -110,6 +110,14 @@ void drawPlayOn(QPainter& painter, const QColor& color) {
     painter.drawPolygon(QPolygonF({{15, 11}, {21, 15}, {15, 19}}));
 }
 
+// A bar with ticks, and the mark through it.
+void drawTimeline(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawRoundedRect(QRectF(2.5, 7, 19, 10), 2.5, 2.5);
+    painter.drawLine(QPointF(12, 3.5), QPointF(12, 20.5));
+    for (const double x : {7.3, 16.7}) painter.drawLine(QPointF(x, 10.5), QPointF(x, 13.5));
+}
+
 void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
     switch (shape) {
         case Glyph::Play:
@@ -140,6 +148,8 @@ void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
             return drawGroup(painter, color);
         case Glyph::PlayOn:
             return drawPlayOn(painter, color);
+        case Glyph::Timeline:
+            return drawTimeline(painter, color);
     }
 }
 

@@ -14,7 +14,22 @@ class Glyph : public QQuickPaintedItem {
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY changed)
 
   public:
-    enum Shape { Play, Pause, Sound, Muted, Close, First, Previous, Next, Last, Delete, Recordings, Group, PlayOn };
+    enum Shape {
+        Play,
+        Pause,
+        Sound,
+        Muted,
+        Close,
+        First,
+        Previous,
+        Next,
+        Last,
+        Delete,
+        Recordings,
+        Group,
+        PlayOn,
+        Timeline
+    };
     Q_ENUM(Shape)
 
     explicit Glyph(QQuickItem* parent = nullptr);

@@ -10,14 +10,21 @@ namespace {
 constexpr TimeMs hour = 3'600'000;
 }
 
-Navigation::Navigation(StripHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent)
-    : QObject(parent), strip_(strip), player_(player), helpers_(helpers) {
-    connect(&strip_, &StripHost::selected, this, &Navigation::onSelected);
-    connect(&strip_, &StripHost::renewed, this, &Navigation::onSelected);
-    connect(&strip_, &StripHost::stateChanged, this, &Navigation::onState);
+Navigation::Navigation(ScrubberHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent)
+    : QObject(parent), player_(player), helpers_(helpers) {
+    show(strip);
 }
 
-void Navigation::onSelected(const StripHost::Event& event) {
+void Navigation::show(ScrubberHost& strip) {
+    if (strip_) disconnect(strip_, nullptr, this, nullptr);
+    strip_ = &strip;
+    for (const auto told : {&ScrubberHost::selected, &ScrubberHost::arrived, &ScrubberHost::renewed})
+        connect(strip_, told, this, &Navigation::onSelected);
+    connect(strip_, &ScrubberHost::stateChanged, this, &Navigation::onState);
+    forget();
+}
+
+void Navigation::onSelected(const ScrubberHost::Event& event) {
     const int type = event ? event->type() : ScrubberEventTypeLive;
     const bool isEntry = type == ScrubberEventTypeItem || type == ScrubberEventTypeGroup;
     loading_ = event && type == ScrubberEventTypePending ? event : nullptr;
@@ -42,15 +49,15 @@ void Navigation::forget() {
 }
 
 bool Navigation::canGoBack() const {
-    return strip_.isReady() && current() != strip_.entry(1);
+    return strip_->isReady() && !strip_->isAt(current(), 1);
 }
 
 bool Navigation::canGoOn() const {
-    return strip_.isReady() && current();
+    return strip_->isReady() && current();
 }
 
 bool Navigation::canGoToLast() const {
-    return strip_.isReady() && current() != strip_.entry(lastIndex());
+    return strip_->isReady() && !strip_->isAt(current(), lastIndex());
 }
 
 bool Navigation::canGoBackByHours() const {
@@ -62,35 +69,35 @@ bool Navigation::canGoOnByHours() const {
 }
 
 bool Navigation::canDelete() const {
-    const bool isFree = strip_.isReady() && !isDeleting_;
-    return isFree && selected_ && selected_->type() == ScrubberEventTypeItem && !strip_.hasRecordings();
+    const bool isFree = strip_->isReady() && !isDeleting_;
+    return isFree && selected_ && strip_->canDelete(*selected_);
 }
 
 void Navigation::toFirst() {
-    if (strip_.isReady()) strip_.view()->toFirstEvent();
+    if (strip_->isReady()) strip_->toFirst();
 }
 
 void Navigation::toPrevious() {
-    if (canGoBack()) strip_.view()->toPreviousEvent();
+    if (canGoBack()) strip_->toPrevious();
 }
 
 void Navigation::toNext() {
-    if (canGoOn()) strip_.view()->toNextEvent();
+    if (canGoOn()) strip_->toNext();
 }
 
 void Navigation::toLast() {
-    if (canGoToLast()) strip_.view()->toLastEvent();
+    if (canGoToLast()) strip_->toLast();
 }
 
 void Navigation::goByHours(int hours) {
     if (!(hours < 0 ? canGoBackByHours() : canGoOnByHours())) return;
     const TimeMs target = player_.getPosition() + hours * hour;
-    const auto index = strip_.indexUnderMark();
-    const auto before = index && hours < 0 ? strip_.entry(*index - 1) : nullptr;
-    const TimeMs begin = before ? strip_.momentOf(*before) : -1;
+    const auto index = strip_->indexUnderMark();
+    const auto before = index && hours < 0 ? strip_->entry(*index - 1) : nullptr;
+    const TimeMs begin = before ? strip_->momentOf(*before) : -1;
     // An hour in which nothing happened: the first entry after its beginning would be the one to go away from.
     if (begin >= 0 && begin < target) return toPrevious();
-    if (target > 0) strip_.view()->toClosestEvent(ScrubberEvent::build(target));
+    if (target > 0) strip_->toClosest(target);
 }
 
 void Navigation::askToDelete() {
@@ -104,7 +111,7 @@ QString Navigation::doomed() const {
     const auto event = doomed_->fields();
     const QString name = QString::fromStdString(event.name.value_or(std::string()));
     const QString moment = QString::fromStdString(
-        helpers_.formatTime(strip_.momentOf(*doomed_), "EEE d MMM yyyy, HH:mm:ss", event.timezone));
+        helpers_.formatTime(strip_->momentOf(*doomed_), "EEE d MMM yyyy, HH:mm:ss", event.timezone));
     return name.isEmpty() ? moment : name.left(1).toUpper() + name.mid(1) + QStringLiteral(", ") + moment;
 }
 
@@ -115,13 +122,14 @@ void Navigation::keep() {
 
 void Navigation::deleteDoomed() {
     const auto event = std::exchange(doomed_, nullptr);
-    if (!event || !strip_.view()) return;
+    if (!event || !strip_->widget()) return;
     // The answer comes on a later turn.
-    const std::int32_t status = strip_.view()->deleteEvent(event, life_.guard([this](std::int32_t, const std::string&) {
-        isDeleting_ = false;
-        emit changed();
-        emit deleted();
-    }));
+    const std::int32_t status =
+        strip_->widget()->deleteEvent(event, life_.guard([this](std::int32_t, const std::string&) {
+            isDeleting_ = false;
+            emit changed();
+            emit deleted();
+        }));
     isDeleting_ = status == StatusSuccess;
     emit changed();
 }

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "korvane/apps/browser/StripHost.h"
+#include "korvane/apps/browser/ScrubberHost.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/client/KorvaneHelpers.h"
 #include "korvane/client/KorvanePlayer.h"
@@ -29,7 +29,11 @@ class Navigation : public QObject {
 
   public:
     /// All outlive the navigation.
-    Navigation(StripHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent = nullptr);
+    Navigation(ScrubberHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers,
+               QObject* parent = nullptr);
+
+    /// Moves that strip from now on. It outlives the navigation, too.
+    void show(ScrubberHost& strip);
 
     /// There is an entry before the selected one; the live end counts as the last.
     bool canGoBack() const;
@@ -38,7 +42,6 @@ class Navigation : public QObject {
     bool canGoToLast() const;
     bool canGoBackByHours() const;
     bool canGoOnByHours() const;
-    /// Single events can be deleted; recordings and groups of events cannot.
     bool canDelete() const;
 
     Q_INVOKABLE void toFirst();
@@ -58,7 +61,7 @@ class Navigation : public QObject {
     Q_INVOKABLE void deleteDoomed();
 
     /// What is selected; null for the live end, for nothing, and for an entry that is still loading.
-    const StripHost::Event& selected() const { return selected_; }
+    const ScrubberHost::Event& selected() const { return selected_; }
     /// The list begins anew: nothing is selected.
     void forget();
 
@@ -69,18 +72,18 @@ class Navigation : public QObject {
     void deletionFailed(int status);
 
   private:
-    void onSelected(const StripHost::Event& event);
+    void onSelected(const ScrubberHost::Event& event);
     void onState(int state, int status);
     /// Where the strip is, loaded or not; null at the live end.
-    const StripHost::Event& current() const { return loading_ ? loading_ : selected_; }
-    std::int64_t lastIndex() const { return strip_.count(); }
+    const ScrubberHost::Event& current() const { return loading_ ? loading_ : selected_; }
+    std::int64_t lastIndex() const { return strip_->count(); }
 
-    StripHost& strip_;
+    ScrubberHost* strip_ = nullptr;
     const KorvanePlayer& player_;
     const KorvaneHelpers& helpers_;
-    StripHost::Event selected_;
-    StripHost::Event loading_;  // selected before its page has come
-    StripHost::Event doomed_;
+    ScrubberHost::Event selected_;
+    ScrubberHost::Event loading_;  // selected before its page has come
+    ScrubberHost::Event doomed_;
     bool isDeleting_ = false;  // the service has been asked
     LifeToken life_;
 };

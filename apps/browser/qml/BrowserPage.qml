@@ -25,11 +25,14 @@ Item {
         switch (key) {
         case Qt.Key_Space: browser.togglePlaying(); return true
         case Qt.Key_Delete: navigation.askToDelete(); return true
+        case Qt.Key_T: browser.showsTimeline = !browser.showsTimeline; return true
         }
         return false
     }
 
     focus: true
+    // The timeline strip has keys of its own.
+    Keys.forwardTo: timeline
     Keys.onPressed: event => event.accepted = press(event.key) || (!event.isAutoRepeat && pressOnce(event.key))
 
     StateLine {
@@ -57,7 +60,16 @@ Item {
         anchors.bottom: parent.bottom
         width: parent.width
         height: Theme.stripHeight
+        visible: !page.browser.showsTimeline
         Component.onCompleted: page.browser.attachStrip(strip)
+    }
+    ScrubberTimelineView {
+        id: timeline
+
+        anchors.fill: strip
+        visible: page.browser.showsTimeline
+        onPlayPauseRequested: page.browser.togglePlaying()
+        Component.onCompleted: page.browser.attachTimeline(timeline)
     }
     Notice {
         anchors.horizontalCenter: parent.horizontalCenter

@@ -10,7 +10,9 @@ Item {
     readonly property Navigation navigation: browser.navigation
     readonly property bool isOneRow: width >= 840
     readonly property bool isLabelled: width >= 1200
-    readonly property int touchSize: isOneRow ? 48 : 44
+    readonly property bool isTimeline: browser.showsTimeline
+    // In a narrow window the lower row has up to nine buttons.
+    readonly property int touchSize: isOneRow ? 48 : Math.min(44, Math.floor((width - 8) / (browser.player.hasSound ? 9 : 8)))
 
     component Choice: IconButton {
         property string label
@@ -29,7 +31,8 @@ Item {
 
         hasIcon: false
         text: hours < 0 ? "\u22121 h" : "+1 h"
-        tip: hours < 0 ? "An hour back (Page Up)" : "An hour on (Page Down)"
+        tip: (hours < 0 ? "An hour back" : "An hour on")
+             + (transport.isTimeline ? "" : hours < 0 ? " (Page Up)" : " (Page Down)")
         enabled: hours < 0 ? transport.navigation.canGoBackByHours : transport.navigation.canGoOnByHours
         onClicked: transport.navigation.goByHours(hours)
     }
@@ -62,7 +65,7 @@ Item {
         Way {
             anchors.verticalCenter: parent.verticalCenter
             shape: Glyph.Previous
-            tip: "Previous (Left)"
+            tip: transport.isTimeline ? "Previous (Shift+Left)" : "Previous (Left)"
             enabled: transport.navigation.canGoBack
             onClicked: transport.navigation.toPrevious()
         }
@@ -92,7 +95,7 @@ Item {
         Way {
             anchors.verticalCenter: parent.verticalCenter
             shape: Glyph.Next
-            tip: "Next (Right)"
+            tip: transport.isTimeline ? "Next (Shift+Right)" : "Next (Right)"
             enabled: transport.navigation.canGoOn
             onClicked: transport.navigation.toNext()
         }
@@ -104,7 +107,7 @@ Item {
         Way {
             anchors.verticalCenter: parent.verticalCenter
             shape: Glyph.Last
-            tip: "Last (End)"
+            tip: transport.isTimeline ? "Last" : "Last (End)"
             enabled: transport.navigation.canGoToLast
             onClicked: transport.navigation.toLast()
         }
@@ -130,6 +133,13 @@ Item {
             tip: transport.browser.player.muted ? "Sound on" : "Sound off"
             onClicked: transport.browser.player.muted = !transport.browser.player.muted
         }
+        Choice {
+            shape: Glyph.Timeline
+            label: "Timeline"
+            tip: checked ? "Show the strip of events (T)" : "Show the timeline (T)"
+            checked: transport.isTimeline
+            onClicked: transport.browser.showsTimeline = !checked
+        }
         HourWay {
             visible: !transport.isOneRow
             hours: -1
@@ -147,6 +157,7 @@ Item {
         Choice {
             shape: Glyph.Recordings
             label: "Recordings"
+            enabled: !transport.isTimeline
             tip: checked ? "Show events" : "Show recordings"
             checked: transport.browser.showsRecordings
             onClicked: transport.browser.showsRecordings = !checked
@@ -154,6 +165,7 @@ Item {
         Choice {
             shape: Glyph.Group
             label: "Group"
+            enabled: !transport.isTimeline
             tip: "Show what is less than 10 s apart as one"
             checked: transport.browser.groups
             onClicked: transport.browser.groups = !checked
@@ -161,6 +173,7 @@ Item {
         Choice {
             shape: Glyph.PlayOn
             label: "Play on"
+            enabled: !transport.isTimeline
             tip: "Go on with the next when one is over"
             checked: transport.browser.playsOn
             onClicked: transport.browser.playsOn = !checked

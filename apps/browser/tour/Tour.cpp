@@ -27,9 +27,10 @@ constexpr auto settleTime = 300ms;  // for animations and answers
 constexpr double importedEnough = 0.4;
 constexpr TimeMs glance = 1'200;
 constexpr TimeMs look = 6'000;
-constexpr double wheelTurn = 2'000;       // points
-constexpr double creep = 20;              // points that a playing event may still move the strip
-constexpr std::int64_t enoughToWalk = 5;  // events
+constexpr double wheelTurn = 2'000;        // points
+constexpr double creep = 20;               // points that a playing event may still move the strip
+constexpr std::int64_t enoughToWalk = 5;   // events
+constexpr std::int64_t enoughToTurn = 30;  // segments
 
 bool isRecorded(const std::shared_ptr<ScrubberEvent>& event) {
     return event && (event->type() == ScrubberEventTypeItem || event->type() == ScrubberEventTypeGroup);
@@ -59,10 +60,13 @@ Tour::Tour(Application& application, Options options)
       options_(std::move(options)),
       hand_(std::make_unique<TourHand>(application.scheduler(), *application.window())) {
     selection_ = QObject::connect(&application.browser().strip(), &StripHost::selected, [this] { ++selections_; });
+    timelineSelection_ =
+        QObject::connect(&application.browser().timeline(), &TimelineHost::selected, [this] { ++selections_; });
 }
 
 Tour::~Tour() {
     QObject::disconnect(selection_);
+    QObject::disconnect(timelineSelection_);
 }
 
 int Tour::run() {
@@ -94,8 +98,9 @@ bool Tour::walk() {
     const auto count = application_.browser().strip().count();
     if (count == 0) return true;
     if (count < enoughToWalk) return seeFirst() && seeSizes() && refuseToken();
-    return goToMiddle() && selectEvent() && watch("03-event-playing", look) && flyOver() && seeNeighbours() &&
-           seeDeletion() && seePlayOn() && seeRecordings() && seeGroups() && seeFirst() && seeSizes() && refuseToken();
+    return goToMiddle() && selectEvent() && watch("03-event-playing", look) && flyOver("04-fly-over") &&
+           seeNeighbours() && seeDeletion() && seePlayOn() && seeRecordings() && seeGroups() && seeTimeline() &&
+           seeFirst() && seeSizes() && refuseToken();
 }
 
 bool Tour::importFolder() {
@@ -166,8 +171,8 @@ bool Tour::selectEvent() {
     return wait("the selection", [&] { return selected() == event && isMarked(); });
 }
 
-bool Tour::flyOver() {
-    const ScrubberView& strip = *application_.browser().strip().view();
+bool Tour::flyOver(const char* picture) {
+    const ScrubberWidget& strip = *application_.browser().shown().widget();
     const QPointF middle = markOf(strip);
     // Not so far that the mark leaves the events.
     const QPointF reach(std::min(strip.width() * 0.3, strip.getBaseOffset().x * 0.4), 0);
@@ -175,7 +180,7 @@ bool Tour::flyOver() {
     hand_->drag(middle + reach, 12);
     if (!wait("the time under the finger", [this] { return application_.browser().isFlyingOver() && isPreviewed(); }))
         return false;
-    if (!take("04-fly-over")) return false;
+    if (!take(picture)) return false;
     const int before = selections_;
     hand_->release();
     return wait("the event under the mark to be selected",
@@ -236,6 +241,23 @@ bool Tour::seeRecordings() {
 
 bool Tour::seeGroups() {
     return choose("Group", "the groups") && watch("12-groups", glance) && choose("Group", "the single events");
+}
+
+bool Tour::seeTimeline() {
+    Browser& browser = application_.browser();
+    const auto isLive = [&] { return browser.isLive() && isAtRest() && browser.player()->state() == State::Paused; };
+    hand_->key(Qt::Key_T);
+    if (!wait("the moment on the timeline", [this] { return isMarked() && isAtRest(); })) return false;
+    if (!go(Qt::Key_Home, "the begin of the timeline") || !watch("17-timeline-first", glance)) return false;
+    const bool isLong = browser.timeline().count() > enoughToTurn;
+    for (int steps = isLong ? 2 : 3; steps > 0; --steps)
+        if (!go(isLong ? Qt::Key_PageDown : Qt::Key_Right, "another place of the timeline")) return false;
+    if (!watch("18-timeline-playing", look) || !flyOver("19-timeline-fly-over")) return false;
+    if (!watch("20-timeline-after-drag", glance)) return false;
+    hand_->key(Qt::Key_End);
+    if (!wait("the live end of the timeline", isLive) || !take("21-timeline-live")) return false;
+    hand_->key(Qt::Key_T);
+    return wait("the events after the timeline", [&] { return browser.strip().isReady() && isAtRest(); });
 }
 
 bool Tour::seeFirst() {
@@ -302,6 +324,7 @@ std::optional<std::int64_t> Tour::eventBesideMark() const {
 }
 
 bool Tour::isPreviewed() const {
+    if (application_.browser().showsTimeline()) return true;
     ScrubberView& strip = *application_.browser().strip().view();
     const double width = strip.getConfig().cellWidth();
     const auto isInView = [&](double begin) { return begin + width > 0 && begin < strip.width(); };
@@ -323,6 +346,8 @@ bool Tour::isPreviewed() const {
 }
 
 bool Tour::isAtRest() const {
+    if (const Browser& browser = application_.browser(); browser.showsTimeline())
+        return application_.browser().timeline().view()->isAtRest() && !browser.isFlyingOver();
     ScrubberView& strip = *application_.browser().strip().view();
     const auto under = strip.getIndexPathFromPointer();
     if (!under || application_.browser().isFlyingOver()) return false;
@@ -337,9 +362,9 @@ const std::shared_ptr<ScrubberEvent>& Tour::selected() const {
 }
 
 bool Tour::isMarked() const {
-    const StripHost& strip = application_.browser().strip();
+    const ScrubberHost& strip = application_.browser().shown();
     const auto index = strip.indexUnderMark();
-    return strip.isReady() && index && selected() && strip.entry(*index) == selected();
+    return strip.isReady() && index && strip.isAt(selected(), *index);
 }
 
 bool Tour::wait(const char* what, const std::function<bool()>& done) {

@@ -48,13 +48,14 @@ class Tour {
     bool seeLiveEnd();
     bool goToMiddle();
     bool selectEvent();
-    bool flyOver();
+    bool flyOver(const char* picture);
     bool seeNeighbours();
     bool seeHourBack();
     bool seeDeletion();
     bool seePlayOn();
     bool seeRecordings();
     bool seeGroups();
+    bool seeTimeline();
     bool seeFirst();
     bool seeSizes();
     bool seeInSize(int width, int height, const char* picture);
@@ -78,6 +79,7 @@ class Tour {
     std::unique_ptr<TourHand> hand_;
     std::optional<FootageService::Started> started_;
     QMetaObject::Connection selection_;
+    QMetaObject::Connection timelineSelection_;
     int selections_ = 0;
     QStringList taken_;
     std::string failure_;
