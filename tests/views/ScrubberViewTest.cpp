@@ -272,5 +272,21 @@ TEST(VersionTest, IsExported) {
     EXPECT_NE(exported.find(ScrubberView::getVersion().toStdString()), std::string::npos);
 }
 
+TEST_F(ScrubberViewTest, IsSpokenAsASliderOverItsEntries) {
+    load(250);
+    EXPECT_EQ(spoken(*view_), "251 of 1..251 | Live view | ");
+    view_->toLastEvent();
+    settle();
+    ui_.advance(100ms);
+    const std::string last = "250 of 1..251 | Tue 14 Nov 2023, 22:13:20 | recorded, nearest event: motion at 22:13:20";
+    EXPECT_EQ(spoken(*view_), last);
+    drag(300);
+    EXPECT_EQ(spoken(*view_), last) << "not on the way";
+    settle();
+    ui_.advance(1s);
+    EXPECT_EQ(spoken(*view_),
+              "247 of 1..251 | Tue 14 Nov 2023, 22:11:50 | recorded, nearest event: motion at 22:11:50");
+}
+
 }  // namespace
 }  // namespace korvane::test

@@ -1,5 +1,6 @@
 #include "korvane/tests/views/StripFixture.h"
 
+#include <QAccessible>
 #include <QQuickItem>
 
 namespace korvane::test {
@@ -59,6 +60,21 @@ std::shared_ptr<ScrubberEvent> OwnEvents::OnScrubberGetEventByIndex(std::int64_t
     }
     fields.timezone = "UTC";
     return event = std::make_shared<ScrubberEvent>(fields);
+}
+
+std::string spoken(ScrubberWidget& scrubber) {
+    for (QQuickItem* child : scrubber.childItems()) {
+        QAccessibleInterface* const heard = QAccessible::queryAccessibleInterface(child);
+        if (!heard || heard->role() != QAccessible::Slider || !heard->valueInterface()) continue;
+        const QAccessibleValueInterface& value = *heard->valueInterface();
+        return QStringLiteral("%1 of %2..%3 | %4 | %5")
+            .arg(value.currentValue().toInt())
+            .arg(value.minimumValue().toInt())
+            .arg(value.maximumValue().toInt())
+            .arg(heard->text(QAccessible::Name), heard->text(QAccessible::Description))
+            .toStdString();
+    }
+    return "nothing";
 }
 
 StripTest::StripTest()

@@ -52,6 +52,9 @@ class OwnEvents final : public ScrubberDataSourceDelegate {
     std::map<std::int64_t, std::shared_ptr<ScrubberEvent>> made;
 };
 
+/// What assistive technology hears of a scrubber: "value of minimum..maximum | name | description".
+std::string spoken(ScrubberWidget& scrubber);
+
 /// An event strip of 800 x 120 with cells of 100 on virtual time, and a scripted camera.
 class StripTest : public ::testing::Test {
   protected:

@@ -369,5 +369,18 @@ TEST_F(TimelineStripTest, AFingerFliesOverTheRecordingsUnderTheMark) {
     EXPECT_LE(service_.requests("getRecords").size(), 5U) << "one request a segment";
 }
 
+TEST_F(TimelineStripTest, IsSpokenAsASliderOverItsSegments) {
+    load({{0, 14}, {20, 26}});
+    EXPECT_EQ(spoken(*view_), "7 of 1..7 | Live view | ");
+    view_->getConfig().setDateTimeZone("UTC");
+    view_->scrollToPosition(begin_ + 23 * minute, false, false, 0.01);
+    ui_.settle();
+    ui_.advance(100ms);
+    EXPECT_EQ(spoken(*view_), "5 of 1..7 | Mon 13 Nov 2023, 04:20:00 | recorded, nearest event: motion at 04:20:30");
+    drag(200);
+    ui_.settle();
+    EXPECT_EQ(spoken(*view_), "3 of 1..7 | Mon 13 Nov 2023, 04:10:20 | recorded");
+}
+
 }  // namespace
 }  // namespace korvane::test

@@ -263,7 +263,7 @@ void ScrubberWidget::keyPressEvent(QKeyEvent* event) {
         case Qt::Key_End:
             return toEvent(nullptr);
         case Qt::Key_Space:
-            emit playPauseRequested();
+            if (!event->isAutoRepeat()) emit playPauseRequested();
             return;
         default:
             event->ignore();

@@ -37,6 +37,7 @@ void ScrubberStripView::setup(QQuickItem* root) {
     mark_ = outlets.get<QQuickItem>("scrubberCenterMarkView");
     markWidth_ = outlets.get<LayoutConstraint>("scrubberCenterMarkViewWidth");
     outlets.report(classPath());
+    spokenPlace_.setItem(root);
     markedStrip_.setItems(container_, strip_, mark_);
     if (!strip_) return;
     strip_->setVisibleIndexes(visibleIndexesHolder());
@@ -182,8 +183,10 @@ void ScrubberStripView::onReloadVisible() {
 }
 
 void ScrubberStripView::askForVisible() {
+    if (!strip_ || isJumping() || isMovedByHand()) return;
+    speakPlace();
     const auto provider = entries().provider();
-    if (!strip_ || !provider || entries().ownList() || isJumping() || isMovedByHand()) return;
+    if (!provider || entries().ownList()) return;
     const QPointer<ScrubberWidget> self(&widget());
     strip_->layoutIfNeeded();
     if (!self) return;
@@ -194,6 +197,29 @@ void ScrubberStripView::askForVisible() {
     for (const std::int64_t index : visible) {
         if (isWanting(index)) provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
     }
+}
+
+void ScrubberStripView::speakPlace() {
+    const std::int64_t index = nearestIndexPath().value_or(-1);
+    const auto entry = entries().count() >= 2 ? entryAt(index) : nullptr;
+    SpokenPlace::Place place;
+    place.index = std::max<std::int64_t>(index, 1);
+    place.last = entries().count() - 1;
+    place.isLive = isLive(entry);
+    const TimeMs moment = entry && !place.isLive ? momentUnderMark(index) : -1;
+    if (moment >= 0) {
+        const auto inWords = [&](TimeMs time, const QString& format) {
+            return formatTime(time, format, zoneOf(*entry));
+        };
+        place.isRecorded = indexPathFromPointer().has_value();
+        place.time = inWords(moment, QStringLiteral("EEE d MMM yyyy, HH:mm:ss"));
+        if (const auto event = eventNear(index, moment)) {
+            const auto fields = event->fields();
+            place.event = QString::fromStdString(fields.name.value_or(std::string())) + QStringLiteral(" at ") +
+                          inWords(momentOf(fields), QStringLiteral("HH:mm:ss"));
+        }
+    }
+    spokenPlace_.tell(place);
 }
 
 void ScrubberStripView::takeOut(const std::shared_ptr<ScrubberEvent>& event, Completion completion) {

@@ -12,6 +12,7 @@
 #include "korvane/toolkit/CollectionViewDelegate.h"
 #include "korvane/toolkit/LayoutConstraint.h"
 #include "korvane/views/timeline/Binding/ScrubberViewBase.h"
+#include "korvane/views/timeline/Binding/SpokenPlace.h"
 #include "korvane/views/timeline/Presentation/MarkedStrip.h"
 #include "korvane/views/timeline/Presentation/PlayingCell.h"
 #include "korvane/views/timeline/Presentation/ReloadingCollectionView.h"
@@ -160,8 +161,13 @@ class ScrubberStripView : public ScrubberViewBase,
     void restartLastCell();
     /// Shows the list as it is now where it is; goes to the position when the strip has no place in it yet.
     void showAnew();
-    /// Has what is in view and pending fetched, when the strip rests or is moved by playback.
+    /// When the strip rests or is moved by playback: has what is in view and pending fetched, and the place spoken.
     void askForVisible();
+    /// The moment under the mark, ms, in an entry there; -1 for none. And the event that is nearest to it.
+    virtual TimeMs momentUnderMark(std::int64_t index) const = 0;
+    virtual std::shared_ptr<ScrubberEvent> eventNear(std::int64_t index, TimeMs moment) const = 0;
+    /// The zone in which an entry's times are shown.
+    virtual QString zoneOf(const ScrubberEvent& entry) const = 0;
     /// The next page that brings a scroll index is waited for, until something newer moves the strip.
     void waitForScroll() { isScrollAwaited_ = true; }
     bool takeAwaitedScroll() { return std::exchange(isScrollAwaited_, false); }
@@ -201,6 +207,7 @@ class ScrubberStripView : public ScrubberViewBase,
   private:
     void setPlace(std::int64_t index, double offset);
     void goToPosition();
+    void speakPlace();
     void jumpEnded(std::uint64_t jump, bool hasFinished, const std::function<void(bool)>& ended);
     void setContentOffset(double x);
     void resumePlaying();
@@ -213,6 +220,7 @@ class ScrubberStripView : public ScrubberViewBase,
     QPointer<LayoutConstraint> markWidth_;
     QPointer<PlayingCell> lastCell_;
     MarkedStrip markedStrip_;
+    SpokenPlace spokenPlace_;
     std::optional<Place> place_;
     std::shared_ptr<ScrubberEvent> playing_;  // kept, since its list may be made anew
     std::uint64_t jump_ = 0;                  // number of the jump that is under way

@@ -69,6 +69,7 @@ class ScrubberViewBase {
     void onMain(std::function<void()> work) const { widget_.onMain(std::move(work)); }
     PlaybackAnswers& answers() { return answers_; }
     ScrubberConfig& settings() { return config_; }
+    const ScrubberConfig& settings() const { return config_; }
     const char* classPath() const { return classPath_; }
     const std::shared_ptr<VisibleIndexes>& visibleIndexesHolder() const { return visibleIndexes_; }
 

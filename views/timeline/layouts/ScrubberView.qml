@@ -9,6 +9,15 @@ Item {
     property LayoutConstraint scrubberCenterMarkViewWidth: LayoutConstraint {
         constant: 3
     }
+    property real value: 0
+    property real minimumValue: 1
+    property real maximumValue: 1
+    property string spokenTime
+    property string spokenDetails
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: spokenTime
+    Accessible.description: spokenDetails
 
     Rectangle {
         id: strip

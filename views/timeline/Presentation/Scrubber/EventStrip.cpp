@@ -224,4 +224,21 @@ void EventStrip::handHasLeft(bool afterDrag) {
     select(resting);
 }
 
+// What is spoken
+
+TimeMs EventStrip::momentUnderMark(std::int64_t index) const {
+    const auto entry = entryAt(index);
+    const int type = entry ? entry->type() : ScrubberEventTypePending;
+    return type == ScrubberEventTypeItem || type == ScrubberEventTypeGroup ? momentOf(entry->fields()) : -1;
+}
+
+std::shared_ptr<ScrubberEvent> EventStrip::eventNear(std::int64_t index, TimeMs /*moment*/) const {
+    const bool hasRecordings = entries().provider() && settings().dataSourceType() == ScrubberDataSourceTypeRecords;
+    return hasRecordings ? nullptr : entryAt(index);
+}
+
+QString EventStrip::zoneOf(const ScrubberEvent& entry) const {
+    return QString::fromStdString(entry.timezone());
+}
+
 }  // namespace korvane

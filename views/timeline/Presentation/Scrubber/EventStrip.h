@@ -28,6 +28,9 @@ class EventStrip final : public ScrubberStripView {
     void handHasLeft(bool afterDrag) override;
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
     void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
+    TimeMs momentUnderMark(std::int64_t index) const override;
+    std::shared_ptr<ScrubberEvent> eventNear(std::int64_t index, TimeMs moment) const override;
+    QString zoneOf(const ScrubberEvent& entry) const override;
 
   private:
     void toNeighbour(std::int64_t step, bool notify);

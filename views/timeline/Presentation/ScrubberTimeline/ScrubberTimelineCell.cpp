@@ -34,7 +34,6 @@ void ScrubberTimelineCell::awakeFromNib() {
     containerView_ = outlets.get<ScrubberTimelineCellCustomView>("containerView");
     previewContainerView_ = outlets.get<QQuickItem>("previewContainerView");
     outlets.report(classPath);
-    if (containerView_) containerView_->setClip(true);
 }
 
 void ScrubberTimelineCell::update() {

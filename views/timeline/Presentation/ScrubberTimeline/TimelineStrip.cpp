@@ -380,4 +380,32 @@ void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
     askForVisible();
 }
 
+// What is spoken
+
+TimeMs TimelineStrip::momentUnderMark(std::int64_t index) const {
+    const ScrubberTimelineCell* const cell = timelineCell(index);
+    const auto span = entries().spanAt(index);
+    if (!cell || !span || span->type != ScrubberEventTypeItem) return -1;
+    return cell->positionUnder(offsetBetweenPointerAndItemBegin(index));
+}
+
+/// In the segment under the mark, or in those beside it.
+std::shared_ptr<ScrubberEvent> TimelineStrip::eventNear(std::int64_t index, TimeMs moment) const {
+    if (!hasTree()) return entryAt(index);
+    std::shared_ptr<ScrubberEvent> nearest;
+    const auto distance = [moment](const ScrubberEvent& event) {
+        return std::abs(saturatingSubtract(event.timeAsValue(), moment));
+    };
+    for (const std::int64_t beside : {index, index - 1, index + 1}) {
+        const auto segment = entries().at(beside);
+        for (const auto& event : segment ? segment->childs() : ScrubberEvent::Childs())
+            if (event && (!nearest || distance(*event) < distance(*nearest))) nearest = event;
+    }
+    return nearest;
+}
+
+QString TimelineStrip::zoneOf(const ScrubberEvent& /*entry*/) const {
+    return settings().dateTimeZone();
+}
+
 }  // namespace korvane

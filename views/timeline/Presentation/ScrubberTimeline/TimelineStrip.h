@@ -49,6 +49,9 @@ class TimelineStrip final : public ScrubberStripView {
     /// A page of events or recordings comes in place. It changes no state, and nothing is scrolled to.
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
     void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
+    TimeMs momentUnderMark(std::int64_t index) const override;
+    std::shared_ptr<ScrubberEvent> eventNear(std::int64_t index, TimeMs moment) const override;
+    QString zoneOf(const ScrubberEvent& entry) const override;
 
   private:
     /// Whether a cell is the first or the last of its bar.
