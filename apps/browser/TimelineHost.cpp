@@ -28,7 +28,7 @@ void TimelineHost::adjust(ScrubberConfig& config) const {
     auto icons = ScrubberConfig::builtInEventTypeImages();
     for (QImage& icon : icons) icon = tinted(icon, ink);
     config.setDataSourceType(ScrubberDataSourceTypeTimeline);
-    config.setBackgroundCellColor(QColor(0x2a, 0x36, 0x46));
+    config.setBackgroundCellColor(QColor(0x33, 0x42, 0x57));
     config.setEventTypeTintColor(ink);
     config.setEventTypeImages(icons);
     config.setDateTimeFormat(QStringLiteral("HH:mm"));
