@@ -230,6 +230,7 @@ void Browser::setShowsTimeline(bool showsTimeline) {
     navigation_.show(*shown_);
     listState_ = ScrubberStateReady;
     listStatus_ = 0;
+    expiry_.clear();  // the timeline is not told how it goes on
     boundPlayer();
     isEventOver_ = false;
     isReloaded_ = moment > 0;

@@ -311,8 +311,8 @@ void TimelineStrip::tellRecordingUnderMark(IndexPath under, TimeMs time) {
                       main = widget().toolkit()->scheduler](const std::shared_ptr<ScrubberEvent>& recording) {
                          if (!recording) return;
                          if (main->isMainThread()) {
-                             auto now = tell;
-                             now(recording);
+                             auto tellNow = tell;
+                             tellNow(recording);
                          } else {
                              main->post([tell, recording]() mutable { tell(recording); });
                          }
