@@ -110,18 +110,5 @@ TEST(JsonReader, RefusesWhatWouldCostTooMuch) {
     EXPECT_FALSE(readJson(zeros(maxJsonParts + 1)));
 }
 
-TEST(Reply, MembersAreFoundByTheirSpellingOrInAnyCase) {
-    const Reply object = *readJson(R"({"ID":1,"id":2,"Time":"t","dup":1,"dup":2})");
-    EXPECT_EQ(*findMember(object, "id"), 2);
-    EXPECT_EQ(*findMemberAnyCase(object, "id"), 1);
-    EXPECT_EQ(findMember(object, "time"), nullptr);
-    EXPECT_EQ(*findMember(object, "dup"), 2);
-    EXPECT_EQ(findMemberAnyCase(Reply::array({1}), "id"), nullptr);
-    std::string order;
-    for (const Reply& of : {object, Reply(7)})
-        forEachMember(of, [&](std::string_view key, const Reply&) { order += std::string(key) + " "; });
-    EXPECT_EQ(order, "ID id Time dup ");
-}
-
 }  // namespace
 }  // namespace korvane::test

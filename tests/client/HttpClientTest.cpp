@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <netdb.h>
 
-#include <future>
-#include <thread>
 #include <tuple>
 
 #include "korvane/base/Log.h"

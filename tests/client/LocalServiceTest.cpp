@@ -151,7 +151,7 @@ TEST_F(LocalServiceTest, TheScriptedServiceAnswersAsTheRealOne) {
     }
     const auto periods = [](KorvaneCamera& c) {
         std::vector<TimeMs> bounds;
-        const auto timeline = c.getTimelineSync(base + 1, base + 2 * hour);
+        const auto timeline = c.getTimelineSync(base + 1, base + 2 * hour + 60'000);
         for (const TimelinePair& p : *timeline->periods()) bounds.insert(bounds.end(), {p.start(), p.end()});
         return bounds;
     };
@@ -179,6 +179,7 @@ TEST_F(LocalServiceTest, AbsurdArgumentsDoNoHarm) {
     for (const std::int64_t value : {most, least, std::int64_t{-1}, std::int64_t{0}}) {
         for (const int order : {-1, 2}) camera->getEventsSync(value, value, "'; DROP TABLE x;", order, value, value);
         camera->getTimelineSync(value, most);
+        answer(*camera, [value](auto& c, auto done) { c.getActivity(1, value, most, {}, 0, 0, 100, 0, done); });
         const Outcome deletion = answer(*camera, [value](auto& c, auto done) { c.deleteEvent(value, done); });
         EXPECT_NE(deletion.status, StatusSuccess);
     }

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <memory>
 #include <thread>
 
 #include "korvane/base/LoopScheduler.h"

@@ -82,16 +82,9 @@ class ScriptedService::Camera final : public KorvaneCamera {
         return timeline;
     }
 
-    std::int32_t getCalendar(TimeMs start, TimeMs end, std::int32_t limit, std::int32_t offset,
-                             ReplyCompletion onComplete) override {
-        const ScriptedRequest request{{start, end, 0, limit, offset}, "getCalendar", connection_};
-        if (state_->lifeOf(connection_) != State::Life::Open) {
-            state_->note(request);
-            return StatusBadCall;
-        }
-        const auto find = [](ScriptedFootage& f, const ScriptedRequest&) { return Reply(f.recordedDays(-1, -1)); };
-        state_->ask(request, find, std::move(onComplete));
-        return StatusSuccess;
+    // Nobody asks for it.
+    std::int32_t getCalendar(TimeMs, TimeMs, std::int32_t, std::int32_t, ReplyCompletion) override {
+        return StatusBadCall;
     }
 
   private:
