@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <fstream>
-
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/server/TempFolder.h"

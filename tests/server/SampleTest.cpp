@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/Importer.h"

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <random>
-#include <set>
 
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/SampleMaker.h"
@@ -120,22 +119,11 @@ TEST_F(StorageTest, EventPagesAreThoseOfAPlainListWhileEventsComeAndGo) {
     }
 }
 
-TEST_F(StorageTest, EndsOfTimeAndForeignCamerasGiveEmptyPages) {
+TEST_F(StorageTest, EventsBelongToTheirCamera) {
     store("a", baseTime, baseTime + 1000, {{baseTime, "motion", ""}});
     const std::int64_t other = makeCamera("/other");
     EXPECT_EQ(storage->events(other, {})->totalCount, 0);
-    const std::int64_t id = storage->events(camera, {})->rows.at(0).id;
-    EXPECT_FALSE(*storage->deleteEvent(other, id));
-    for (const TimeRange range :
-         {TimeRange{INT64_MAX, -1}, TimeRange{-1, INT64_MIN}, TimeRange{baseTime + 1, baseTime - 1}}) {
-        PageQuery query;
-        query.range = range;
-        query.offset = INT64_MAX;
-        EXPECT_EQ(storage->events(camera, query)->totalCount, 0);
-        EXPECT_EQ(storage->records(camera, query)->totalCount, 0);
-        EXPECT_TRUE(storage->timeline(camera, range)->empty());
-        EXPECT_TRUE(storage->recordedDays(camera, range, "UTC")->empty());
-    }
+    EXPECT_FALSE(*storage->deleteEvent(other, storage->events(camera, {})->rows.at(0).id));
 }
 
 TEST_F(StorageTest, DaysAreThoseOfTheZoneAndARecordingOverMidnightHasTwo) {
