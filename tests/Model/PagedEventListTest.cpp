@@ -84,15 +84,5 @@ TEST(PagedEventList, FindsWhatIsChangedInPlaceAtOnce) {
     EXPECT_LT(list.size(), static_cast<std::int64_t>(length));
 }
 
-TEST(PagedEventList, RefusesAbsurdLengths) {
-    PagedEventList list(groupOf);
-    list.create(~std::uint64_t{0}, 7);
-    EXPECT_EQ(list.size(), static_cast<std::int64_t>(PagedEventList::maxSlots + 2));
-    EXPECT_EQ(list.at(PagedEventList::maxSlots + 1)->type(), ScrubberEventTypeLive);
-    EXPECT_EQ(list.made(PagedEventList::maxSlots), nullptr);
-    list.clear();
-    EXPECT_TRUE(list.all().empty());
-}
-
 }  // namespace
 }  // namespace korvane

@@ -1,6 +1,5 @@
 #include <map>
 #include <random>
-#include <set>
 
 #include "korvane/client/Status.h"
 #include "korvane/tests/Model/ProviderFixture.h"

@@ -213,17 +213,6 @@ TEST_F(PagedWindow, AFirstPageThatADeletionHasOvertakenIsAskedForAgain) {
     EXPECT_EQ(provider->OnScrubberDeleteEvent(event), -1);
 }
 
-TEST_F(PagedWindow, LetsADelegateCloseTheProviderFromItsCall) {
-    bindTo250();
-    delegate->onCall = [this] { provider->close(); };
-    check(200, 200);
-    EXPECT_EQ(delegate->take(), Calls{"index 200 0 200 252 252"});
-    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
-    bind();
-    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
-    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 0);
-}
-
 TEST_F(PagedWindow, ReportsLoadingForAFirstPageWithAPosition) {
     bindTo250();
     provider->requestEvents(-1, -1, 1000);
