@@ -2,7 +2,6 @@
 #include <limits>
 #include <random>
 #include <utility>
-#include <vector>
 
 #include "korvane/tests/toolkit/StripFixture.h"
 #include "korvane/toolkit/Coordinates.h"

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <QBuffer>
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QFile>
 #include <QPainter>
@@ -9,8 +8,6 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <cstdlib>
-#include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>

@@ -5,8 +5,6 @@
 #include <QQuickItem>
 #include <QTemporaryDir>
 #include <QUrl>
-#include <string>
-#include <vector>
 
 #include "korvane/base/Log.h"
 #include "korvane/tests/toolkit/StripFixture.h"
