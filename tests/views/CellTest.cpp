@@ -224,25 +224,5 @@ TEST_F(CellTest, PicturesOfWhatIsSeenAreLoadedInTheSizeThatIsSeen) {
     EXPECT_TRUE(preview().image().isNull()) << "an event's picture for a recording of the same number";
 }
 
-TEST_F(CellTest, SeeksWithinTheRangeThatTheHostPlays) {
-    const auto event = item();
-    fill(event);
-    ASSERT_DOUBLE_EQ(preview().width(), 134);
-    EXPECT_EQ(cell_->getPositionFromOffset(67), 80'000);
-    EXPECT_EQ(cell_->getPositionFromOffset(500), 55'000);
-
-    owner_.rangeStart = 60'000;
-    owner_.rangeEnd = 100'000;
-    cell_->pauseScroll(true);
-    cell_->setPositionByOffset(67);
-    EXPECT_TRUE(owner_.sought.empty()) << "on the next turn only";
-    ui_.settle();
-    EXPECT_THAT(owner_.sought, testing::ElementsAre(80'000));
-    cell_->setPositionByOffset(0);
-    cell_.reset();
-    ui_.settle();
-    EXPECT_EQ(owner_.sought.size(), 1U);
-}
-
 }  // namespace
 }  // namespace korvane

@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <string>
-
 #include "korvane/client/Status.h"
 #include "korvane/tests/views/StripFixture.h"
 
@@ -95,22 +93,6 @@ TEST_F(DeletionTest, AListOfTheHostsOwnKeepsItsEntries) {
     expectEachCellToShowItsEntry();
     view_->setDataSourceDelegate(nullptr);
     EXPECT_EQ(view_->getEventsCount(), 6);
-}
-
-TEST_F(DeletionTest, SeveralAtOnceAnsweredBackwardsBesideAPage) {
-    load(250);
-    view_->toEvent(view_->getEvent(200));
-    comeToRestUnheard();
-    service_.scriptAll("deleteEvent", Script::held());
-    service_.scriptAll("getEvents", Script::held());
-    for (const std::int64_t index : {200, 201, 201, 251, 0}) deleteEvent(view_->getEvent(index));
-    moveTo(100);
-    drag(-20);  // asks for a page
-    service_.releaseAllReversed();
-    finish();
-    EXPECT_EQ(host_.count(done_), 2U) << "201 is gone the second time, and the outermost are no events";
-    EXPECT_EQ(view_->getEventsCount(), 250);
-    expectEachCellToShowItsEntry();
 }
 
 TEST_F(DeletionTest, AnotherSourceOrTheEndOfTheViewSilencesIt) {

@@ -1,7 +1,4 @@
 #include <limits>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "korvane/tests/views/StripFixture.h"
 
@@ -82,6 +79,8 @@ TEST_F(NavigationTest, NeighboursOfWhatPlays) {
         {2, [](auto& view) { view.toNextEventWithSendNotify(false); }, {}, 3},
         {2, [](auto& view) { view.toPreviousEventWithSendNotify(false); }, {}, 1},
         {2, [](auto& view) { view.toEvent(nullptr, true, false); }, {}, 2},
+        {2, [](auto& view) { view.toEvent(ScrubberEvent::build(123)); }, {}, 2},
+        {2, [](auto& view) { view.toEvent(view.getEvent(4), false); }, {}, 4},
     };
     for (const Case& c : cases) {
         playIn(6, c.from);

@@ -137,65 +137,6 @@ TEST_F(PlaybackTest, AnAnimationWithoutEndIsWaitedForThreeSeconds) {
     EXPECT_EQ(polls_.size(), 5U);
 }
 
-TEST_F(PlaybackTest, TheMarkStandsWhereThePlayerIs) {
-    // By a snap.
-    moveTo(item);
-    playFrom(startOf() + 3'300);
-    dragToRest(-20);
-    ASSERT_EQ(view_->getCurrentEvent(), view_->getEvent(item));
-    expectMarkFollows(item, 4s);
-
-    // By a drag within the playing entry.
-    TimeMs sought = 0;
-    seek_ = [&](TimeMs position) { playFrom(sought = position); };
-    drag(-40);
-    EXPECT_GT(sought, startOf() + 15'000);
-    expectMarkFollows(item, 4s);
-    ui_.press({400, 60});  // caught in the middle of an advance, and let go at once
-    ui_.advance(16ms);
-    ui_.release({400, 60});
-    expectMarkFollows(item, 4s);
-
-    // By a start anew where the strip is.
-    view_->toEvent(view_->getEvent(item), false, false);
-    EXPECT_GT(atMark(), 20);
-    expectMarkFollows(item, 4s);
-
-    // By going on to the next entry at the end of this one.
-    view_->getConfig().setContinuousEventPlaying(true);
-    host_.delegate->OnScrubberDidSelectEvent = [this](const auto& event) { playFrom(event->start()); };
-    playFrom(startOf() + 49'000);
-    ui_.advance(4s);
-    EXPECT_EQ(view_->getCurrentEvent(), view_->getEvent(item + 1));
-    expectMarkFollows(item + 1, 4s);
-    EXPECT_EQ(threads(), 1);
-}
-
-// The end of a jump is exact, in whichever phase of a tick it begins and wherever the player is.
-TEST_F(PlaybackTest, AJumpDuringPlaybackArrivesWhereItGoes) {
-    const std::function<void()> jumps[] = {
-        [this] { view_->toPreviousEvent(); },
-        [this] { view_->toEvent(view_->getEvent(item - 1), true, true, 1.0); },
-    };
-    for (int phase = 0; phase < 7; ++phase) {
-        for (const auto& jump : jumps) {
-            for (const TimeMs ahead : {0, 30'000}) {
-                SCOPED_TRACE(std::to_string(phase) + " " + std::to_string(ahead));
-                view_->toEvent(view_->getEvent(item));
-                playFrom(startOf() + 5'000);
-                ui_.advance(3s + phase * 150ms);
-                playFrom(startOf() + 9'000 + ahead);
-                jump();
-                ui_.advance(500ms);
-                player_ = nullptr;
-                ui_.advance(2s);
-                EXPECT_NEAR(atMark(item - 1), 0, 1e-6);
-                EXPECT_EQ(view_->getCurrentEvent(), view_->getEvent(item - 1));
-            }
-        }
-    }
-}
-
 // What plays stays under the mark, to the second, while its list is loaded anew, folded and unfolded.
 TEST_F(PlaybackTest, AListThatIsMadeAnewGoesOnPlaying) {
     service_.withFootage([this](ScriptedFootage& footage) {
@@ -242,47 +183,6 @@ TEST_F(PlaybackTest, AListThatIsMadeAnewGoesOnPlaying) {
         }
         EXPECT_EQ(std::ranges::count_if(heard_, [](const auto& line) { return line.starts_with("started "); }), 1);
         requests += 2;
-    }
-}
-
-// After the list that it was of, nothing shows, plays or asks.
-TEST_F(PlaybackTest, WhatHasLeftIsSilent) {
-    const std::function<void()> ends[] = {
-        [this] {
-            service_.withFootage([](ScriptedFootage& footage) { footage.clear(); });
-            view_->setSource(QString::fromStdString(service_.makeToken()));
-        },
-        [this] {
-            service_.scriptNext("getEvents", Script::failed(503));
-            view_->refresh();
-        },
-        [this] { view_->clean(); },
-    };
-    view_->setDataSourceDelegate(nullptr);
-    for (const auto& end : ends) {
-        load(50);
-        const auto event = view_->getEvent(40);
-        view_->toEvent(event);
-        playFrom(event->end() - 3'000);
-        ui_.advance(1s);
-        ASSERT_EQ(view_->getCurrentEvent(), event);
-        end();
-        settle();
-        polls_.clear();
-        heard_.clear();
-        const double offset = view_->getBaseOffset().x;
-        ui_.advance(20s);
-        EXPECT_THAT(polls_, IsEmpty());
-        EXPECT_THAT(heard_, IsEmpty());
-        EXPECT_EQ(view_->getCurrentEvent(), nullptr);
-        EXPECT_EQ(view_->getBaseOffset().x, offset);
-        strip().layoutIfNeeded();
-        for (const auto* shown : strip().findChildren<ScrubberCell*>()) {
-            const bool isOfTheOld = shown->getEvent() && shown->getEvent()->type() == ScrubberEventTypeItem;
-            EXPECT_FALSE(shown->isVisible() && isOfTheOld);
-        }
-        EXPECT_EQ(std::ssize(strip().indexPathsForVisibleItems()), view_->getEventsCount());
-        EXPECT_LE(view_->getEventsCount(), 2);
     }
 }
 
@@ -360,40 +260,6 @@ TEST_F(PlaybackTest, AHostThatStopsFromItsCallbackEndsTheRun) {
     EXPECT_GT(bar().constant(), 0);
 }
 
-TEST_F(PlaybackTest, AnEntryThatVanishesIsNotAskedFor) {
-    playFrom(startOf() + 10'000);
-    play();
-    EXPECT_NEAR(atMark(), 20, 1e-6);
-    entries_->made.erase(item);
-    ui_.advance(4s);
-    EXPECT_EQ(polls_.size(), 1U);
-    EXPECT_THAT(heard_, ElementsAre("started 20"));
-    EXPECT_NEAR(atMark(), 0, 1e-6) << "as at position 0 of an empty range";
-    EXPECT_EQ(threads(), 1);
-}
-
-TEST_F(PlaybackTest, NoThreadOutlivesItsCell) {
-    const std::function<void()> ends[] = {
-        [this] { playing().clean(); },
-        [this] {
-            for (const int far : {30, 40, 10}) moveTo(far);
-        },
-        [this] { view_.reset(); },
-    };
-    for (const auto& end : ends) {
-        playFrom(startOf() + 10'000);
-        play();
-        playing().startProgress(owner());
-        settle();
-        EXPECT_EQ(threads(), 1);
-        end();
-        EXPECT_EQ(threads(), 0);
-        polls_.clear();
-        ui_.advance(4s);
-        EXPECT_THAT(polls_, IsEmpty());
-    }
-}
-
 TEST_F(PlaybackTest, ACellThatShowsAnotherEntryForgetsWhatWasPosted) {
     play();
     double base = 0;
@@ -410,21 +276,6 @@ TEST_F(PlaybackTest, ACellThatShowsAnotherEntryForgetsWhatWasPosted) {
     EXPECT_EQ(bar().constant(), 0);
     EXPECT_NEAR(atMark(), 0, 1e-6);
     EXPECT_EQ(seeks, 0);
-}
-
-TEST_F(PlaybackTest, AHostMayDestroyTheViewInTheMiddleOfAnAdvance) {
-    play();
-    ui_.press({400, 60});
-    ui_.advance(16ms);
-    ui_.move({380, 60});
-    ASSERT_TRUE(strip().isDragging());
-    playing().pauseScroll(false);
-    host_.on["continue"] = [this] { view_.reset(); };
-    playFrom(startOf() + 10'000);
-    ui_.advance(4s);
-    EXPECT_FALSE(view_);
-    EXPECT_EQ(threads(), 0);
-    ui_.release({380, 60});
 }
 
 }  // namespace
