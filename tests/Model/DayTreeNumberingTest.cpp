@@ -64,7 +64,7 @@ class DayTreeNumbering : public DayTreeTest {
         ScrubberTimelineItem::Events events(random() % 5);
         const TimeMs start = longLongValue(timeline.startDateTime());
         for (auto& event : events) {
-            event.setDateTime(static_cast<double>(start + draw(random, 8) * slice / 2 - slice / 2));
+            event.setDateTime(static_cast<double>(saturatingAdd(start, draw(random, 8) * slice / 2 - slice / 2)));
             event.setName("event " + std::to_string(random() % 100));
         }
         timeline.addEvents(events);
