@@ -216,5 +216,22 @@ TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
     strip->setParentItem(ui.root());
 }
 
+TEST_F(CollectionViewPointer, GrabTakenAwayEndsTheDrag) {
+    for (const int pointer : {VirtualUi::mouse, 0}) {
+        start(2000);
+        ui.press({500, 60}, pointer);
+        for (const double to : {480.0, 460.0, 440.0}) {
+            ui.advance(16ms);
+            ui.move({to, 60}, pointer);
+        }
+        ASSERT_TRUE(strip->isDragging());
+        pointer == 0 ? strip->setVisible(false) : strip->ungrabMouse();
+        EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
+        strip->setVisible(true);
+        ui.release({440, 60}, pointer);
+        EXPECT_EQ(log.size(), 3u);
+    }
+}
+
 }  // namespace
 }  // namespace korvane
