@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -97,7 +98,10 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
         note("stopped");
     }
 
-    void note(const std::string& what) { log.push_back(what); }
+    void note(const std::string& what) {
+        log.push_back(what);
+        if (const auto action = onEvent.find(what); action != onEvent.end()) std::function(action->second)();
+    }
 
     double x() const { return strip->contentOffset().x; }
 
@@ -156,6 +160,7 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
     int filled = 0;
     int scrolls = 0;
     Log log;
+    std::map<std::string, std::function<void()>> onEvent;
     std::function<void()> onFill;
     std::function<CollectionViewCell*(IndexPath)> oddCell;  // in place of a good one
     std::function<void()> onScroll;

@@ -201,6 +201,9 @@ TEST_F(PlaybackTest, PausesHoldBarAndStripUntilASeek) {
     EXPECT_EQ(atMark(), before);
     playing().setPositionByOffset(before);
     expectMarkFollows(item, 4s);
+    view_->toEvent(view_->getEvent(item), false, false);
+    EXPECT_GT(atMark(), 20) << "a start where the strip is begins at the player, not at the mark";
+    expectMarkFollows(item, 4s);
 
     playing().pauseScroll(true);
     play();
@@ -276,6 +279,83 @@ TEST_F(PlaybackTest, ACellThatShowsAnotherEntryForgetsWhatWasPosted) {
     EXPECT_EQ(bar().constant(), 0);
     EXPECT_NEAR(atMark(), 0, 1e-6);
     EXPECT_EQ(seeks, 0);
+}
+
+TEST_F(PlaybackTest, NoThreadOutlivesItsCell) {
+    const std::function<void()> ends[] = {
+        [this] { playing().clean(); },
+        [this] {
+            for (const int far : {30, 40, 10}) moveTo(far);
+        },
+        [this] { view_.reset(); },
+    };
+    for (const auto& end : ends) {
+        playFrom(startOf() + 10'000);
+        play();
+        playing().startProgress(owner());
+        settle();
+        EXPECT_EQ(threads(), 1);
+        end();
+        EXPECT_EQ(threads(), 0);
+        polls_.clear();
+        ui_.advance(4s);
+        EXPECT_THAT(polls_, IsEmpty());
+    }
+}
+
+TEST_F(PlaybackTest, AHostMayDestroyTheViewInTheMiddleOfAnAdvance) {
+    play();
+    ui_.press({400, 60});
+    ui_.advance(16ms);
+    ui_.move({380, 60});
+    ASSERT_TRUE(strip().isDragging());
+    playing().pauseScroll(false);
+    host_.on["continue"] = [this] { view_.reset(); };
+    playFrom(startOf() + 10'000);
+    ui_.advance(4s);
+    EXPECT_FALSE(view_);
+    EXPECT_EQ(threads(), 0);
+    ui_.release({380, 60});
+}
+
+TEST_F(PlaybackTest, WhatHasLeftIsSilent) {
+    const std::function<void()> ends[] = {
+        [this] {
+            service_.withFootage([](ScriptedFootage& footage) { footage.clear(); });
+            view_->setSource(QString::fromStdString(service_.makeToken()));
+        },
+        [this] {
+            service_.scriptNext("getEvents", Script::failed(503));
+            view_->refresh();
+        },
+        [this] { view_->clean(); },
+    };
+    view_->setDataSourceDelegate(nullptr);
+    for (const auto& end : ends) {
+        load(50);
+        const auto event = view_->getEvent(40);
+        view_->toEvent(event);
+        playFrom(event->end() - 3'000);
+        ui_.advance(1s);
+        ASSERT_EQ(view_->getCurrentEvent(), event);
+        end();
+        settle();
+        polls_.clear();
+        heard_.clear();
+        const double offset = view_->getBaseOffset().x;
+        ui_.advance(20s);
+        EXPECT_THAT(polls_, IsEmpty());
+        EXPECT_THAT(heard_, IsEmpty());
+        EXPECT_EQ(view_->getCurrentEvent(), nullptr);
+        EXPECT_EQ(view_->getBaseOffset().x, offset);
+        strip().layoutIfNeeded();
+        for (const auto* shown : strip().findChildren<ScrubberCell*>()) {
+            const bool isOfTheOld = shown->getEvent() && shown->getEvent()->type() == ScrubberEventTypeItem;
+            EXPECT_FALSE(shown->isVisible() && isOfTheOld);
+        }
+        EXPECT_EQ(std::ssize(strip().indexPathsForVisibleItems()), view_->getEventsCount());
+        EXPECT_LE(view_->getEventsCount(), 2);
+    }
 }
 
 }  // namespace

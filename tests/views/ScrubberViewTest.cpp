@@ -13,6 +13,26 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+/// Does something else once, before it makes a connection.
+class HookedService final : public KorvaneService {
+  public:
+    explicit HookedService(KorvaneService& service) : service_(service) {}
+
+    std::shared_ptr<const KorvaneHelpers> helpers() const override { return service_.helpers(); }
+    std::shared_ptr<KorvaneShareConnection> makeConnection() override {
+        if (const auto first = std::exchange(onConnection, nullptr)) first();
+        return service_.makeConnection();
+    }
+    std::shared_ptr<KorvaneCameraList> makeCameraList(const std::shared_ptr<KorvaneShareConnection>& over) override {
+        return service_.makeCameraList(over);
+    }
+
+    std::function<void()> onConnection;
+
+  private:
+    KorvaneService& service_;
+};
+
 class ScrubberViewTest : public StripTest {
   protected:
     std::int32_t bind() { return view_->setSource(QString::fromStdString(service_.makeToken())); }
@@ -40,10 +60,26 @@ TEST_F(ScrubberViewTest, StateFollowsEachTriggerAndNothingIsRefused) {
     EXPECT_THAT(host_.take(), ElementsAre("state 1>0 0"));
 }
 
-TEST_F(ScrubberViewTest, ALoadedSourceThatIsOvertakenIsNotHeardOf) {
+TEST_F(ScrubberViewTest, ASourceThatIsOvertakenIsClosedAndNotHeardOf) {
     service_.addEvents(5, ui_.scheduler().utcNow());
+    const auto hooked = std::make_shared<HookedService>(service_);
+    environment_.service = hooked;
+    makeView();
+    service_.scriptAll("getCamera", Script::held());
+    hooked->onConnection = [this] { bind(); };
     bind();
-    Semaphore(ui_.scheduler()).waitFor(1s);  // its report waits for the main thread
+    settle();
+    EXPECT_EQ(service_.openConnections(), 1) << "the first opens another one afterwards";
+    service_.clearScripts();
+    service_.releaseAll();
+    settle();
+    EXPECT_EQ(service_.count("getEvents"), 1U);
+    EXPECT_EQ(view_->getEventsCount(), 7);
+
+    // When the first has loaded, and its report waits for the main thread.
+    host_.take();
+    bind();
+    Semaphore(ui_.scheduler()).waitFor(1s);
     EXPECT_EQ(view_->getEventsCount(), 7);
     service_.scriptNext("getEvents", Script::held());
     bind();
@@ -52,7 +88,6 @@ TEST_F(ScrubberViewTest, ALoadedSourceThatIsOvertakenIsNotHeardOf) {
     service_.releaseAll();
     settle();
     EXPECT_THAT(host_.take(), ElementsAre("state 1>0 0"));
-    EXPECT_EQ(service_.openConnections(), 1);
 }
 
 TEST_F(ScrubberViewTest, CleanKeepsTheSettingsAndEmptiesTheCache) {
