@@ -195,8 +195,10 @@ void Storm::checkMark() {
     const auto current = view_->getCurrentEvent();
     const std::int64_t under = view_->indexUnderMark();
     const double cellWidth = strip().layoutAttributesForItemAtIndexPath(1).value_or(Rect{}).width;
-    // From its end on an entry of the timeline moves the strip no more, wherever the host takes it.
+    const auto poll = host().lastPoll();
+    // A player beyond the end of an entry moves the strip no more, wherever the host takes it.
     if (hasTimeline() && host().hasFinished()) return;
+    if (current && leftByHost_.lock() == current && isSame(poll.event, current) && poll.position > poll.end) return;
     // While it is loaded anew there is no list to look into.
     if (!current || view_->getEventsCount() < 3 || cellWidth < narrowest) return;
     // In a list made anew what plays goes on until its page has come.
@@ -209,7 +211,6 @@ void Storm::checkMark() {
     if (!isSame(view_->getEvent(index), current) || (index < view_->getEventsCount() - 1 && offset > cellWidth + 2)) {
         return complain("the mark is in " + nameOf(view_->getEvent(index)) + ", and " + nameOf(current) + " plays");
     }
-    const auto poll = host().lastPoll();
     if (!isSame(poll.event, current) || current->type() == ScrubberEventTypeLive || poll.position < 0 ||
         poll.position >= poll.end)
         return;

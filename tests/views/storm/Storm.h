@@ -125,6 +125,8 @@ class Storm {
     std::vector<std::unique_ptr<StormHost>> hosts_;
     std::unique_ptr<ScrubberWidget> view_;
     std::shared_ptr<ScrubberEvent> kept_;
+    /// What played when the host scrolled the strip by itself.
+    std::weak_ptr<ScrubberEvent> leftByHost_;
     std::map<int, Point> down_;
     std::vector<std::shared_ptr<Promise>> promises_;
     std::int64_t lastId_ = 0;

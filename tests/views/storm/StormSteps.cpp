@@ -249,6 +249,7 @@ void Storm::stepScrollToPointer() {
     const std::int64_t item = dice_.between(0, view_->getEventsCount() - 1);
     const auto kept = promise("scrollToPointer", item > 0);
     note(std::to_string(item));
+    leftByHost_ = view_->getCurrentEvent();
     view_->scrollToPointer(item, dice_.pick({0.0, 0.002, 0.5, 3.0}), [kept] { ++kept->calls; });
 }
 
