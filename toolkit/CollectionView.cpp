@@ -1,8 +1,11 @@
 #include "korvane/toolkit/CollectionView.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QQuickWindow>
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "korvane/base/Log.h"
@@ -29,6 +32,29 @@ std::vector<std::int64_t> sortedWithin(std::vector<std::int64_t> items, std::int
     if (items.size() != given) logError(classPath, "batch update: an item does not exist and is ignored");
     return items;
 }
+
+/// Wakes a strip on the next turn of the main loop. A strip that moves asks for one in every frame, so the memory of
+/// the last one is kept for the next.
+class TurnEvent final : public QEvent {
+  public:
+    static Type turn() {
+        static const Type type = static_cast<Type>(QEvent::registerEventType());
+        return type;
+    }
+
+    TurnEvent() : QEvent(turn()) {}
+
+    static void* operator new(std::size_t size) {
+        void* const kept = std::exchange(spare, nullptr);
+        return kept ? kept : ::operator new(size);
+    }
+    static void operator delete(void* memory) { ::operator delete(std::exchange(spare, memory)); }
+
+  private:
+    static thread_local void* spare;
+};
+
+thread_local void* TurnEvent::spare = nullptr;
 
 }  // namespace
 
@@ -140,7 +166,7 @@ void CollectionView::setContentOffset(Point offset) {
     offsetY_ = offset.y;
     offsetX_.setValue(offset.x);
     setNeedsLayout();
-    if (contentOffset() != before) tell([this](auto& delegate) { delegate.scrollViewDidScroll(*this); });
+    if (contentOffset() != before) tellScrolled();
 }
 
 void CollectionView::setContentOffset(Point offset, bool animated) {
@@ -182,11 +208,16 @@ std::optional<Rect> CollectionView::layoutAttributesForItemAtIndexPath(IndexPath
 
 std::vector<std::int64_t> CollectionView::indexPathsForVisibleItems() const {
     std::vector<std::int64_t> items;
+    getVisibleItems(items);
+    return items;
+}
+
+void CollectionView::getVisibleItems(std::vector<std::int64_t>& items) const {
+    items.clear();
     const ItemRange visible = itemsAt(offsetX_.value());
     for (const auto& [item, cell] : cells_->shown()) {
         if (visible.contains(item)) items.push_back(item);
     }
-    return items;
 }
 
 void CollectionView::scrollToItemAtIndexPath(IndexPath indexPath, CollectionViewScrollPosition atScrollPosition,
@@ -241,12 +272,26 @@ void CollectionView::invalidateLayout() {
 void CollectionView::setNeedsLayout() {
     needsLayout_ = true;
     polish();
-    if (layoutPosted_) return;
-    layoutPosted_ = true;
-    context()->scheduler->post(life_.guard([this] {
-        layoutPosted_ = false;
-        layoutIfNeeded();
-    }));
+    askForTurn();
+}
+
+void CollectionView::askForTurn() {
+    if (!std::exchange(isTurnAsked_, true)) QCoreApplication::postEvent(this, new TurnEvent);
+}
+
+bool CollectionView::event(QEvent* event) {
+    if (event->type() != TurnEvent::turn()) return PointerInput::event(event);
+    isTurnAsked_ = false;
+    const bool hasMoved = std::exchange(hasMovedInTurn_, false);
+    const QPointer<CollectionView> self(this);
+    detail::runGuarded([this] { layoutIfNeeded(); }, classPath);
+    if (!self) return true;
+    if (hasMoved) {
+        askForTurn();
+    } else if (std::exchange(isScrolling_, false)) {
+        tell([this](auto& delegate) { delegate.scrollViewDidComeToStandstill(*this); });
+    }
+    return true;
 }
 
 void CollectionView::layoutIfNeeded() {
@@ -406,11 +451,16 @@ bool CollectionView::tell(Call call) {
     return !self.isNull();
 }
 
+bool CollectionView::tellScrolled() {
+    hasMovedInTurn_ = isScrolling_ = true;
+    return tell([this](auto& delegate) { delegate.scrollViewDidScroll(*this); });
+}
+
 bool CollectionView::syncOffset() {
     if (physics_.offset() == offsetX_.value()) return true;
     offsetX_.setValueAtOnce(physics_.offset());
     setNeedsLayout();
-    return tell([this](auto& delegate) { delegate.scrollViewDidScroll(*this); });
+    return tellScrolled();
 }
 
 bool CollectionView::catchAnimation() {
@@ -421,7 +471,7 @@ bool CollectionView::catchAnimation() {
     physics_.setOffset(offsetX_.value());
     setNeedsLayout();
     const bool isThere =
-        offsetX_.value() == before || tell([this](auto& delegate) { delegate.scrollViewDidScroll(*this); });
+        offsetX_.value() == before || tellScrolled();
     if (completion) completion();
     return isThere && self;
 }

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "korvane/base/Geometry.h"
-#include "korvane/base/LifeToken.h"
 #include "korvane/toolkit/AnimatedValue.h"
 #include "korvane/toolkit/CollectionLayout.h"
 #include "korvane/toolkit/CollectionViewCell.h"
@@ -121,6 +120,8 @@ class CollectionView : public PointerInput {
 
     /// Items with a cell in the viewport of the value set, ascending.
     std::vector<std::int64_t> indexPathsForVisibleItems() const;
+    /// The same into `items`, whose memory is used again.
+    void getVisibleItems(std::vector<std::int64_t>& items) const;
 
     /// Brings the item to that place of the viewport as far as the bounds let it, without animation (`animated` as in
     /// setContentOffset). An item that does not exist is ignored.
@@ -151,6 +152,7 @@ class CollectionView : public PointerInput {
     /// One layout pass. An override calls this one first; when it returns, cells and layout attributes are valid.
     virtual void layoutSubviews();
 
+    bool event(QEvent* event) override;
     void componentComplete() override;
     void updatePolish() override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
@@ -176,8 +178,10 @@ class CollectionView : public PointerInput {
     void fitCell(CollectionViewCell& cell, const Rect& frame) const;
     ItemRange itemsAt(double offset) const;
 
+    void askForTurn();
     template <typename Call>
     bool tell(Call call);
+    bool tellScrolled();
     bool syncOffset();
     bool catchAnimation();
     void dragEnded(ScrollPhysics::Change change);
@@ -195,7 +199,9 @@ class CollectionView : public PointerInput {
     double offsetY_ = 0;
     std::unique_ptr<ScrollTicker, DeleteLater> ticker_;
     bool needsLayout_ = false;
-    bool layoutPosted_ = false;
+    bool isTurnAsked_ = false;
+    bool hasMovedInTurn_ = false;
+    bool isScrolling_ = false;
     bool isLayingOut_ = false;
     bool layoutIsValid_ = false;
     bool cellsAreStale_ = true;
@@ -205,7 +211,6 @@ class CollectionView : public PointerInput {
     int batchDepth_ = 0;
     std::vector<std::int64_t> deleted_;
     std::vector<Completion> afterLayout_;
-    LifeToken life_;
 };
 
 }  // namespace korvane

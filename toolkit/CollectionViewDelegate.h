@@ -50,6 +50,8 @@ class CollectionViewDelegate {
     /// The content offset has changed, by whatever cause. While an animation runs it holds its end value from the
     /// start.
     virtual void scrollViewDidScroll(CollectionView& /*view*/) {}
+    /// A whole turn of the main loop has passed without a change of the content offset, after one with.
+    virtual void scrollViewDidComeToStandstill(CollectionView& /*view*/) {}
     virtual void scrollViewDidEndDragging(CollectionView& /*view*/, bool /*willDecelerate*/) {}
     virtual void scrollViewWillBeginDecelerating(CollectionView& /*view*/) {}
     virtual void scrollViewDidEndDecelerating(CollectionView& /*view*/) {}

@@ -75,7 +75,7 @@ VirtualUi::~VirtualUi() {
 }
 
 void VirtualUi::settle() {
-    constexpr int turns = 3;  // what Qt delivers may post, and the other way round
+    constexpr int turns = 4;  // what Qt delivers may post, and the other way round
     for (int turn = 0; turn < turns; ++turn) {
         QCoreApplication::processEvents();
         scheduler_->runUntilIdle();

@@ -14,7 +14,10 @@ void ReloadingCollectionView::layoutSubviews() {
     const QPointer<ReloadingCollectionView> self(this);
     CollectionView::layoutSubviews();
     if (!self) return;
-    if (visibleIndexes_) visibleIndexes_->set(indexPathsForVisibleItems());
+    if (visibleIndexes_) {
+        getVisibleItems(visibleItems_);
+        visibleIndexes_->exchange(visibleItems_);
+    }
     if (reloadDataCompletionBlock_) {
         const auto completion = reloadDataCompletionBlock_;
         completion();

@@ -31,6 +31,7 @@ class ReloadingCollectionView : public CollectionView {
   private:
     std::function<void()> reloadDataCompletionBlock_;
     std::shared_ptr<VisibleIndexes> visibleIndexes_;
+    std::vector<std::int64_t> visibleItems_;  // memory for the next layout pass
 };
 
 }  // namespace korvane

@@ -11,7 +11,8 @@ namespace korvane {
 /// the main thread need not answer. All functions may be called from any thread.
 class VisibleIndexes {
   public:
-    void set(std::vector<std::int64_t> indexes) {
+    /// Takes the indexes over, and gives those from before.
+    void exchange(std::vector<std::int64_t>& indexes) {
         const std::lock_guard lock(mutex_);
         indexes_.swap(indexes);
     }

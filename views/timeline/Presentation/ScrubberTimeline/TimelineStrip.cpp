@@ -268,19 +268,8 @@ void TimelineStrip::step(int direction, bool isLong) {
     }
 }
 
-void TimelineStrip::noteScrolling() {
-    answers().setScrolling(true);
-    ++scrollSteps_;
-    if (!std::exchange(isStillAwaited_, true)) waitForStill();
-}
-
-/// Scrolling has ended when a turn of the main loop passes without a step.
-void TimelineStrip::waitForStill() {
-    onMain([this, steps = scrollSteps_] {
-        if (steps != scrollSteps_) return waitForStill();
-        isStillAwaited_ = false;
-        answers().setScrolling(false);
-    });
+void TimelineStrip::scrollViewDidComeToStandstill(CollectionView& /*view*/) {
+    answers().setScrolling(false);
 }
 
 /// The entry under the mark, with the moment there written into it.
@@ -336,7 +325,7 @@ void TimelineStrip::scrollViewWillBeginDragging(CollectionView& view) {
 
 void TimelineStrip::scrollViewDidScroll(CollectionView& view) {
     ScrubberStripView::scrollViewDidScroll(view);
-    noteScrolling();
+    answers().setScrolling(true);
     if (isJumping()) return;
     const IndexPath under = indexPathFromPointer();
     const auto event = takeTimeUnderMark(under);

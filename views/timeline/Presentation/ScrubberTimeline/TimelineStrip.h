@@ -31,6 +31,7 @@ class TimelineStrip final : public ScrubberStripView {
     void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
+    void scrollViewDidComeToStandstill(CollectionView& view) override;
 
   protected:
     QUrl cellFile() const override;
@@ -64,14 +65,10 @@ class TimelineStrip final : public ScrubberStripView {
     GroupEnds groupEnds(std::int64_t index) const;
     void toNeighbour(std::int64_t step, bool notify, bool isByUser);
     IndexPath neighbour(std::int64_t step) const;
-    void noteScrolling();
-    void waitForStill();
     std::shared_ptr<ScrubberEvent> takeTimeUnderMark(IndexPath under);
     void tellRecordingUnderMark(IndexPath under, TimeMs time);
     bool isFlownOver() const;
 
-    std::uint64_t scrollSteps_ = 0;
-    bool isStillAwaited_ = false;
     bool isStartAwaited_ = false;  // of the drag: no recording has been told of yet
 };
 
