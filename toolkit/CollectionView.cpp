@@ -470,8 +470,7 @@ bool CollectionView::catchAnimation() {
     const auto completion = offsetX_.stopWhereSeen();
     physics_.setOffset(offsetX_.value());
     setNeedsLayout();
-    const bool isThere =
-        offsetX_.value() == before || tellScrolled();
+    const bool isThere = offsetX_.value() == before || tellScrolled();
     if (completion) completion();
     return isThere && self;
 }
