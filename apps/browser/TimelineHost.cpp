@@ -86,7 +86,8 @@ TimeMs TimelineHost::recordedNear(TimeMs moment) const {
     const Event next = index <= count() ? entry(index) : nullptr;
     const Event before = index > 1 ? entry(index - 1) : nullptr;
     const bool isInGap = !next || next->start() > moment;
-    if (isInGap && before && (!next || moment - before->end() < next->start() - moment)) return before->end() - 1;
+    if (isInGap && before && (!next || moment - before->end() < next->start() - moment))
+        return std::max(before->start(), before->end() - 1);
     return next ? std::max(moment, next->start()) : moment;
 }
 
@@ -113,7 +114,7 @@ void TimelineHost::onPlayStarted(const Event& event) {
 
 TimeMs TimelineHost::positionIn(const Event& event) const {
     const TimeMs position = player().getPosition();
-    return isHeld_ && event ? std::min(position, event->end() - 1) : position;
+    return isHeld_ && event ? std::min(position, std::max(event->start(), event->end() - 1)) : position;
 }
 
 }  // namespace korvane

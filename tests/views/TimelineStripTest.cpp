@@ -152,6 +152,16 @@ TEST_F(TimelineStripTest, RestsWhereAHandLeavesItAndPlaysOnFromThere) {
         ui_.advance(5s);
         EXPECT_NEAR(static_cast<double>(underMark()), static_cast<double>(position()), 2'500);
     }
+    // A hand can reach the live end and stay there.
+    for (const double by : {-400.0, 12.0, -12.0}) {
+        view_->scrollToPosition(begin_ + 60 * minute - 1, false, false, 0.002);
+        if (by != -400) view_->toEvent(nullptr);
+        advanceToRest();
+        drag(by);
+        advanceToRest();
+        EXPECT_EQ(selected_.back(), -1) << by;
+        EXPECT_EQ(view_->indexUnderMark(), view_->getEventsCount() - 1) << by;
+    }
     // Beyond the right edge of a bar there is no other moment than its end.
     const std::int64_t last = view_->getEventsCount() - 2;
     view_->toLastEvent();
@@ -190,6 +200,55 @@ TEST_F(TimelineStripTest, KeepsTheSecondThroughSizesRefreshesAndGrowth) {
     view_->refresh();
     expectKept("the last segment has grown, and another came before it");
     EXPECT_EQ(selected_.size(), 0U);
+    view_->refresh();
+    view_->toEvent(ScrubberEvent::build(begin_ + 2 * minute));
+    ui_.advance(3s);
+    EXPECT_EQ(view_->indexUnderMark(), 1) << "asked for while it is loaded anew";
+}
+
+TEST_F(TimelineStripTest, WhatIsRecordedOnGoesOnPlaying) {
+    load({{0, 3}});
+    host_.delegate->OnScrubberEventPlayFinished = [](const auto&) { return 0; };
+    view_->toFirstEvent();
+    ui_.advance(184s, 100ms);
+    const auto mark = [&] { return static_cast<double>(underMark() - begin_) / 1000; };
+    EXPECT_NEAR(mark(), 180, 2);
+    service_.withFootage([&](ScriptedFootage& footage) {
+        footage.addRecord({90, begin_ + 3 * minute, begin_ + 4 * minute - 1, "", ""});
+    });
+    view_->refresh();
+    ui_.advance(10s, 100ms);
+    EXPECT_NEAR(mark(), 194, 3);
+    // Left by the next one, it keeps its drawing through a change of size.
+    auto* const cell = view_->getScrubberTimelineCellByIndex(1);
+    view_->toEvent(nullptr);
+    advanceToRest();
+    ui_.root()->setHeight(90);
+    advanceToRest();
+    EXPECT_EQ(cell->indexPath(), 1);
+    EXPECT_TRUE(cell->containerView()->isNeedCustomDraw());
+}
+
+TEST_F(TimelineStripTest, OfOverlappingPeriodsGoesToTheOneThatIsNamed) {
+    const auto answer = [this](const std::vector<std::pair<TimeMs, TimeMs>>& periods) {
+        Reply reply = Reply::array();
+        for (const auto& [from, to] : periods) reply.push_back({begin_ + from * minute, begin_ + to * minute});
+        service_.scriptAll("getTimelineSync", Script::answered(std::move(reply)));
+    };
+    answer({{0, 4}, {10, 14}, {12, 15}});
+    load({{0, 4}});
+    const std::int64_t last = view_->getEventsCount() - 2;
+    ASSERT_EQ(last, 3);
+    for (const std::int64_t index : {last, last - 1, last}) {
+        view_->toEventAt(index);
+        advanceToRest();
+        EXPECT_EQ(view_->indexUnderMark(), index);
+    }
+    answer({{10, 14}, {12, 15}});
+    view_->refresh();
+    ui_.advance(2s);
+    EXPECT_EQ(view_->indexUnderMark(), last - 1);
+    EXPECT_TRUE(view_->getCurrentEvent());
 }
 
 TEST_F(TimelineStripTest, RedrawsTheSameCellsWhenEventsArrive) {
@@ -367,6 +426,18 @@ TEST_F(TimelineStripTest, AFingerFliesOverTheRecordingsUnderTheMark) {
         EXPECT_GT(std::count(heard.begin(), heard.end(), what), 0) << what;
     }
     EXPECT_LE(service_.requests("getRecords").size(), 5U) << "one request a segment";
+
+    heard.clear();
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_PageDown, Qt::NoModifier);
+    QCoreApplication::sendEvent(view_.get(), &key);
+    advanceToRest();
+    EXPECT_TRUE(heard.empty()) << "a key is no drag";
+    service_.scriptAll("getRecords", Script::late(3s));
+    drag(-400);
+    advanceToRest();
+    heard.clear();
+    ui_.advance(5s);
+    EXPECT_TRUE(heard.empty()) << "recordings of what has left the mark";
 }
 
 TEST_F(TimelineStripTest, IsSpokenAsASliderOverItsSegments) {

@@ -53,9 +53,9 @@ class ScrubberWidget : public WidgetItem {
     void setDelegate(const std::shared_ptr<ScrubberViewDelegate>& delegate);
     std::shared_ptr<ScrubberViewDelegate> getDelegate() const;
 
-    /// A list of the host's own: count and entries come from it while it is set; it leaves the widget alone when it is
-    /// asked. The strip shows it from the next turn
-    /// of the main loop on; later changes of it with reload(). Shared. Any thread.
+    /// A list of the host's own: count and entries come from it while it is set. It does not call the widget while it
+    /// answers. The strip shows it from the next turn of the main loop on; later changes of it with reload(). Shared.
+    /// Any thread.
     void setDataSourceDelegate(const std::shared_ptr<ScrubberDataSourceDelegate>& source);
     std::shared_ptr<ScrubberDataSourceDelegate> getDataSourceDelegate() const;
 

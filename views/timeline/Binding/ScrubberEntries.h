@@ -31,6 +31,8 @@ class ScrubberEntries {
     std::shared_ptr<ScrubberDataProvider> provider() const;
     /// The provider hears no more of it.
     void detachProvider();
+    /// Nothing is heard of the provider any more, what it has posted already included, until the next one takes over.
+    void silenceProvider() { *numberInUse_ = 0; }
 
     /// The host's own list; null for the provider's.
     void setOwnList(std::shared_ptr<ScrubberDataSourceDelegate> list);

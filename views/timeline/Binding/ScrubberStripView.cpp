@@ -270,7 +270,7 @@ void ScrubberStripView::toEventByIndex(std::int64_t index, const std::shared_ptr
 }
 
 void ScrubberStripView::selectAt(std::int64_t index) {
-    if (strip_) collectionViewDidSelectItemAtIndexPath(*strip_, index);
+    if (strip_) tapped(index);
 }
 
 std::int64_t ScrubberStripView::indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const {
@@ -298,9 +298,10 @@ std::int64_t ScrubberStripView::indexOfPosition(std::int64_t count) const {
 }
 
 void ScrubberStripView::scrollToPosition(bool notify, double withFixedAnimationTime) {
-    const std::int64_t count = entries().count();
-    if (count < 2) return;
     onMain([=, this, seconds = positionSeconds(withFixedAnimationTime)] {
+        const std::int64_t count = entries().count();
+        // Of a list that is being loaded the position decides, and no longer the place that was kept.
+        if (count < 2) return place_.reset();
         scrollToEntry(indexOfPosition(count), position().time, notify, seconds, true);
     });
 }
@@ -348,7 +349,7 @@ void ScrubberStripView::jumpTo(IndexPath indexPath, double seconds, std::functio
 void ScrubberStripView::scrollToPointer(IndexPath indexPath, double withFixedAnimationTime,
                                         std::function<void(bool hasArrived)> ended) {
     trace(1, classPath(), "scrollToPointer: ", indexPath.value_or(-1));
-    if (!strip_ || !indexPath || *indexPath <= 0 || !strip_->prepareLayoutIfNeeded()) return;
+    if (!indexPath || *indexPath <= 0 || !catchUp() || !strip_ || !strip_->prepareLayoutIfNeeded()) return;
     const bool isThere = strip_->layoutAttributesForItemAtIndexPath(indexPath).has_value();
     if (!isThere) logError(classPath(), "scrollToPointer: there is no such item, so the strip stays");
     if (!isThere || (strip_->isTracking() && strip_->isDragging())) return onMain([ended] { ended(false); });
@@ -391,7 +392,7 @@ void ScrubberStripView::setContentOffset(double x) {
 
 void ScrubberStripView::scrollOnDeltaX(IndexPath /*indexPath*/, double delta) {
     const QPointer<ScrubberWidget> self(&widget());
-    if (!strip_ || !strip_->prepareLayoutIfNeeded() || strip_->numberOfItems() < 2) return;
+    if (!catchUp() || !strip_ || !strip_->prepareLayoutIfNeeded() || strip_->numberOfItems() < 2) return;
     setContentOffset(getBaseOffset().x + delta);
     if (self) askForVisible();
 }
@@ -442,7 +443,19 @@ void ScrubberStripView::movePlace(Place& place, std::int64_t count) const {
     place.index = std::clamp<std::int64_t>(index >= 0 ? index : place.index, 0, count - 1);
 }
 
+/// A page may have moved the list's indexes, and the redraw for it be still on its way.
+bool ScrubberStripView::isBehindList() const {
+    return strip_ && place_ && !entries().ownList() && strip_->numberOfItems() != entries().count();
+}
+
+bool ScrubberStripView::catchUp() {
+    const QPointer<ScrubberWidget> self(&widget());
+    if (isBehindList()) showAnew();
+    return !self.isNull();
+}
+
 void ScrubberStripView::rememberPlace() {
+    if (isBehindList()) return;
     // A cell may be so narrow that what plays in it lies beside the mark.
     if (const IndexPath playing = lastCell_ ? lastCell_->indexPath() : std::nullopt) {
         const double offset = offsetBetweenPointerAndItemBegin(playing);
@@ -531,6 +544,11 @@ void ScrubberStripView::syncPlayingOffset() {
 
 // The hand
 
+void ScrubberStripView::collectionViewDidSelectItemAtIndexPath(CollectionView& /*view*/, IndexPath indexPath) {
+    const QPointer<PlayingCell> cell = cellAt(indexPath);
+    if (catchUp() && cell && cell->indexPath()) tapped(*cell->indexPath());
+}
+
 void ScrubberStripView::scrollViewWillBeginDragging(CollectionView& /*view*/) {
     jump_ = 0;
     isScrollAwaited_ = false;
@@ -543,7 +561,7 @@ void ScrubberStripView::scrollViewDidScroll(CollectionView& view) {
 }
 
 void ScrubberStripView::scrollViewDidEndDragging(CollectionView& /*view*/, bool willDecelerate) {
-    if (!willDecelerate) handHasLeft(true);
+    if (!willDecelerate && catchUp()) handHasLeft(HandMove::Drag);
 }
 
 void ScrubberStripView::scrollViewWillBeginDecelerating(CollectionView& /*view*/) {
@@ -551,16 +569,16 @@ void ScrubberStripView::scrollViewWillBeginDecelerating(CollectionView& /*view*/
 }
 
 void ScrubberStripView::scrollViewDidEndDecelerating(CollectionView& /*view*/) {
-    handHasLeft(false);
+    if (catchUp()) handHasLeft(HandMove::Deceleration);
 }
 
 void ScrubberStripView::moveByHand(double points) {
-    if (!strip_ || isMovedByHand() || !strip_->prepareLayoutIfNeeded() || entries().count() < 2) return;
+    if (!catchUp() || !strip_ || isMovedByHand() || !strip_->prepareLayoutIfNeeded() || entries().count() < 2) return;
     const QPointer<ScrubberWidget> self(&widget());
     jump_ = 0;
     setContentOffset(getBaseOffset().x + points);
     if (self) strip_->layoutIfNeeded();
-    if (self) handHasLeft(false);
+    if (self) handHasLeft(HandMove::Keys);
 }
 
 }  // namespace korvane

@@ -99,6 +99,7 @@ class ScrubberStripView : public ScrubberViewBase,
                                                                          std::int64_t section) override;
     Size collectionViewLayoutSizeForItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     std::optional<double> collectionViewContentOffsetInNewLayout(CollectionView& view) override;
+    void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
     void scrollViewDidEndDragging(CollectionView& view, bool willDecelerate) override;
@@ -120,8 +121,11 @@ class ScrubberStripView : public ScrubberViewBase,
     virtual std::unique_ptr<FlowLayout> makeLayout() const = 0;
     /// Gives a cell its entry, and has it show that.
     virtual void fillCell(PlayingCell& cell, IndexPath indexPath);
+    /// What a hand has moved the strip by.
+    enum class HandMove { Drag, Deceleration, Keys };
     /// A hand has moved the strip and left it here.
-    virtual void handHasLeft(bool afterDrag) = 0;
+    virtual void handHasLeft(HandMove by) = 0;
+    virtual void tapped(std::int64_t index) = 0;
     /// The entry at an index, as the strip shows it.
     virtual std::shared_ptr<ScrubberEvent> entryAt(std::int64_t index) const { return entries().at(index); }
     /// Where an entry stands, in a list that may have been made anew: `expected` is looked at first; -1 when it is
@@ -172,6 +176,9 @@ class ScrubberStripView : public ScrubberViewBase,
     void waitForScroll() { isScrollAwaited_ = true; }
     bool takeAwaitedScroll() { return std::exchange(isScrollAwaited_, false); }
     void rememberPlace();
+    /// Shows the list as it is by now, before indexes of the strip are used for it. False when that has destroyed the
+    /// widget.
+    bool catchUp();
 
     void onReloadRequired(std::int32_t status, std::int32_t andState) override;
     void onReloadVisible() override;
@@ -210,6 +217,7 @@ class ScrubberStripView : public ScrubberViewBase,
     void speakPlace();
     void jumpEnded(std::uint64_t jump, bool hasFinished, const std::function<void(bool)>& ended);
     void setContentOffset(double x);
+    bool isBehindList() const;
     void resumePlaying();
     IndexPath indexPathOfCell(const PlayingCell& cell) const;
     bool isKeptPlaying(const PlayingCell& cell, const std::shared_ptr<ScrubberEvent>& entry) const;

@@ -138,6 +138,7 @@ void ScrubberViewBase::clean() {
     setPosition({});
     forgetList();
     const auto left = entries_->provider();  // the host may bind another one while it hears of the state
+    entries_->silenceProvider();
     setState(ScrubberStateReady, 0);
     if (left) left->close();
     if (!self) return;

@@ -46,7 +46,7 @@ class ScrubberViewBase {
                              ScrubberDataProvider::DeleteCompletion onComplete);
     /// The entry of a signal where the list has it still, as its moment may have changed since; otherwise one like it.
     /// Null for one that is not valid.
-    std::shared_ptr<ScrubberEvent> entryOf(const ScrubberEventInfo& event) const;
+    virtual std::shared_ptr<ScrubberEvent> entryOf(const ScrubberEventInfo& event) const;
 
   protected:
     using EventSignal = void (ScrubberWidget::*)(const ScrubberEventInfo&);

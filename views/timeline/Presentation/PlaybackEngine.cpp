@@ -14,6 +14,7 @@ class PlaybackEngine::Run {
           advance_(engine.advance_),
           host_(host),
           event_(event),
+          end_(event ? event->end() : 0),
           progress_{rules_.firstPosition},
           monitor_(engine.scheduler_->makeMonitor()) {}
 
@@ -30,6 +31,9 @@ class PlaybackEngine::Run {
     void setEvent(const std::shared_ptr<ScrubberEvent>& event) {
         const std::lock_guard lock(*monitor_);
         event_ = event;
+        const TimeMs end = event ? event->end() : 0;
+        hasGrown_ = hasGrown_ || end > end_;
+        end_ = end;
     }
 
     void loop() {
@@ -48,6 +52,7 @@ class PlaybackEngine::Run {
         const auto event = host_ ? this->event() : nullptr;
         TimeMs start = event ? event->start() : 0;
         TimeMs end = event ? event->end() : 0;
+        if (takeGrown()) progress_.finished = false;
         // The host may take its time to answer, and the cell may show another entry by then.
         if (event) host_->OnScrubberGetRangeForPlayingEvent(event, &start, &end);
         if (host_ && this->event() != event) return std::chrono::milliseconds(0);
@@ -66,11 +71,20 @@ class PlaybackEngine::Run {
         return event_.lock();
     }
 
+    /// An entry that has been recorded on is not over any more.
+    bool takeGrown() {
+        const std::lock_guard lock(*monitor_);
+        return std::exchange(hasGrown_, false);
+    }
+
     const PlaybackRules rules_;
     const Advance advance_;
     PlaybackHost* const host_;
-    std::weak_ptr<ScrubberEvent> event_;  // guarded by monitor_
-    PlaybackProgress progress_;           // the thread's own
+    // Guarded by monitor_.
+    std::weak_ptr<ScrubberEvent> event_;
+    TimeMs end_;
+    bool hasGrown_ = false;
+    PlaybackProgress progress_;  // the thread's own
     const std::unique_ptr<Monitor> monitor_;
     std::atomic<bool> isRunning_ = true;
 };

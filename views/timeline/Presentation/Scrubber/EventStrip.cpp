@@ -147,14 +147,13 @@ void EventStrip::goWhereAsked(const std::shared_ptr<ScrubberEvent>& target, std:
 
 // The hand
 
-void EventStrip::collectionViewDidSelectItemAtIndexPath(CollectionView& /*view*/, IndexPath indexPath) {
+void EventStrip::tapped(std::int64_t index) {
     const std::int64_t last = entries().count() - 1;
-    if (!indexPath) return;
-    if (*indexPath == last) {
+    if (index == last) {
         goTo(nullptr);
-    } else if (*indexPath > 0 && *indexPath < last) {
+    } else if (index > 0 && index < last) {
         stopLastCell();
-        select(indexPath);
+        select(index);
     }
 }
 
@@ -198,12 +197,12 @@ void EventStrip::step(int direction, bool /*isLong*/) {
     if (!isMovedByHand()) toNeighbour(direction, true);
 }
 
-void EventStrip::handHasLeft(bool afterDrag) {
+void EventStrip::handHasLeft(HandMove by) {
     if (isJumping()) return;  // where that ends is selected
     const std::int64_t live = entries().count() - 1;
     const IndexPath under = indexPathFromPointer();
     const QPointer<PlayingCell> cell = cellAt(under);
-    if (afterDrag && cell &&
+    if (by == HandMove::Drag && cell &&
         !tellHost(&ScrubberViewDelegate::OnScrubberDraggingEndFlyOverEvent,
                   &ScrubberWidget::scrubberDraggingEndFlyOverEvent, cell->getEvent())) {
         return;

@@ -17,7 +17,6 @@ class EventStrip final : public ScrubberStripView {
     void toPreviousEvent(bool withSendNotify);
 
     void step(int direction, bool isLong) override;
-    void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
 
@@ -25,7 +24,8 @@ class EventStrip final : public ScrubberStripView {
     QUrl cellFile() const override;
     QString cellIdentifier() const override;
     std::unique_ptr<FlowLayout> makeLayout() const override;
-    void handHasLeft(bool afterDrag) override;
+    void handHasLeft(HandMove by) override;
+    void tapped(std::int64_t index) override;
     void onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) override;
     void continuePlaying(const std::shared_ptr<ScrubberEvent>& finished) override;
     TimeMs momentUnderMark(std::int64_t index) const override;

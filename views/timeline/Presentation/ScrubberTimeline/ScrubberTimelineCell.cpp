@@ -44,6 +44,7 @@ void ScrubberTimelineCell::update() {
     if (event) fields = event->fields();
     trace(3, classPath, ": (", this, ") update: index: ", index().value_or(-1));
 
+    isScale_ = config.dataSourceType() == ScrubberDataSourceTypeTimeline;
     containerView_->eventTypeLayer2()->clean();
     containerView_->eventTypeLayer2()->setTintColor(config.eventTypeTintColor());
     containerView_->setBackgroundColor(config.backgroundColor());
@@ -108,9 +109,8 @@ void ScrubberTimelineCell::updateCustomDraw(const AttributedString& startTime, c
 
 void ScrubberTimelineCell::updateCustomDraw() {
     if (!containerView_) return;
-    const bool isScale = owner() && owner()->getConfig().dataSourceType() == ScrubberDataSourceTypeTimeline;
-    containerView_->setIsNeedCustomDraw(isScale && !isSpacer(getEvent()));
-    containerView_->setIsNeedFullCustomDraw(isScale);
+    containerView_->setIsNeedCustomDraw(isScale_ && !isSpacer(getEvent()));
+    containerView_->setIsNeedFullCustomDraw(isScale_);
     containerView_->setCellRect({0, 0, width(), height()});
     containerView_->setIsNeedUpdateScale(true);
     containerView_->setIsNeedUpdateText(true);
@@ -118,7 +118,7 @@ void ScrubberTimelineCell::updateCustomDraw() {
     containerView_->setIsEndOfGroup(isEndOfCellGroup_);
     containerView_->updateScaleRect();
     containerView_->setNeedsDisplay();
-    if (previewContainerView_) previewContainerView_->setVisible(!isScale && !isSpacer(getEvent()));
+    if (previewContainerView_) previewContainerView_->setVisible(!isScale_ && !isSpacer(getEvent()));
 }
 
 void ScrubberTimelineCell::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {

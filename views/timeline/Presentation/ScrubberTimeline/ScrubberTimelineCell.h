@@ -50,6 +50,7 @@ class ScrubberTimelineCell : public PlayingCell {
 
     QPointer<ScrubberTimelineCellCustomView> containerView_;
     QPointer<QQuickItem> previewContainerView_;
+    bool isScale_ = false;  // drawn as a scale, and not as a preview
     bool isBeginOfCellGroup_ = false;
     bool isEndOfCellGroup_ = false;
 };

@@ -106,7 +106,8 @@ std::int64_t TimelineStrip::indexOfEntry(const std::shared_ptr<ScrubberEvent>& e
         return span && span->type == ScrubberEventTypeItem && span->start == start;
     };
     if (isThere(expected)) return expected;
-    const std::int64_t found = entries().findByPosition(event->start());
+    // Periods may overlap: the one that begins then, not the first one that lasts then.
+    const std::int64_t found = entries().find(ScrubberEventQuery::at(event->start()));
     return found >= 0 && isThere(found) ? found : -1;
 }
 
@@ -115,7 +116,7 @@ std::int64_t TimelineStrip::indexOfPosition(std::int64_t count) const {
     if (wanted.time == -1) return count - 1;
     // Of several entries of one moment, the very one.
     const auto entry = wanted.entry.lock();
-    const std::int64_t index = entry ? indexOfEntry(entry, wanted.index) : -1;
+    const std::int64_t index = entry ? indexOfEntry(entry, wanted.index) : wanted.index;
     const auto span = entries().spanAt(index);
     if (span && (span->timeAsValue == wanted.time || span->covers(wanted.time, false))) return index;
     return entries().findByPosition(wanted.time);
@@ -248,13 +249,16 @@ void TimelineStrip::continuePlaying(const std::shared_ptr<ScrubberEvent>& finish
 
 void TimelineStrip::onReloadIndexRequired(const ScrubberProviderBridge::ReloadIndex& what) {
     trace(1, classPath(), "OnScrubberDataProviderReloadIndexRequired: ", what.withScrollToIndex);
+    const bool isAsked = what.withScrollToIndex >= 0 && takeAwaitedScroll();
+    const QPointer<ScrubberWidget> self(&widget());
     showAnew();
+    if (self && isAsked) scrollToPosition(true, alignSeconds);
 }
 
 // The hand
 
-void TimelineStrip::collectionViewDidSelectItemAtIndexPath(CollectionView& /*view*/, IndexPath indexPath) {
-    if (indexPath && *indexPath == entries().count() - 1) goTo(nullptr);
+void TimelineStrip::tapped(std::int64_t index) {
+    if (index == entries().count() - 1) goTo(nullptr);
 }
 
 void TimelineStrip::step(int direction, bool isLong) {
@@ -272,11 +276,12 @@ void TimelineStrip::scrollViewDidComeToStandstill(CollectionView& /*view*/) {
     answers().setScrolling(false);
 }
 
-/// The entry under the mark, with the moment there written into it.
+/// The entry under the mark, with the moment there written into it where it has moments.
 std::shared_ptr<ScrubberEvent> TimelineStrip::takeTimeUnderMark(IndexPath under) {
     const ScrubberTimelineCell* const cell = timelineCell(under);
     auto event = cell ? entryAt(*under) : nullptr;
-    if (event) event->setTimeAsValue(cell->positionUnder(offsetBetweenPointerAndItemBegin(under)));
+    if (event && event->type() != ScrubberEventTypeLive)
+        event->setTimeAsValue(cell->positionUnder(offsetBetweenPointerAndItemBegin(under)));
     return event;
 }
 
@@ -285,8 +290,9 @@ std::shared_ptr<ScrubberEvent> TimelineStrip::takeTimeUnderMark(IndexPath under)
 void TimelineStrip::tellRecordingUnderMark(IndexPath under, TimeMs time) {
     const auto provider = entries().provider();
     if (!under || !provider || entries().ownList() || !isFlownOver()) return;
-    auto tell = widget().life().guard([=, this](const std::shared_ptr<ScrubberEvent>& recording) {
-        if (entries().provider() != provider) return;
+    auto tell = widget().life().guard([=, this, drag = drag_](const std::shared_ptr<ScrubberEvent>& recording) {
+        // What comes when the hand has left, or in the next drag, is not under the mark any more.
+        if (entries().provider() != provider || drag != drag_ || !isFlying_) return;
         if (std::exchange(isStartAwaited_, false)) {
             tellHost(&ScrubberViewDelegate::OnScrubberDraggingStartFlyOverEvent,
                      &ScrubberWidget::scrubberDraggingStartFlyOverEvent, recording);
@@ -318,7 +324,8 @@ bool TimelineStrip::isFlownOver() const {
 void TimelineStrip::scrollViewWillBeginDragging(CollectionView& view) {
     ScrubberStripView::scrollViewWillBeginDragging(view);
     if (!view.isDragging()) return;
-    isStartAwaited_ = true;
+    isStartAwaited_ = isFlying_ = true;
+    ++drag_;
     const IndexPath under = indexPathFromPointer();
     if (const auto event = takeTimeUnderMark(under)) tellRecordingUnderMark(under, event->timeAsValue());
 }
@@ -330,7 +337,8 @@ void TimelineStrip::scrollViewDidScroll(CollectionView& view) {
     const IndexPath under = indexPathFromPointer();
     const auto event = takeTimeUnderMark(under);
     if (!event) return;
-    if (hasTree()) entries().provider()->checkPartNeedRequested(static_cast<std::uint64_t>(*under), -1, -1);
+    const auto provider = entries().provider();  // another thread may bind another one
+    if (provider && hasTree()) provider->checkPartNeedRequested(static_cast<std::uint64_t>(*under), -1, -1);
     const TimeMs time = event->timeAsValue();
     if ((view.isDragging() || view.isDecelerating()) &&
         !tellHost(&ScrubberViewDelegate::OnScrubberFlyOverEvent, &ScrubberWidget::scrubberFlyOverEvent, event)) {
@@ -339,8 +347,8 @@ void TimelineStrip::scrollViewDidScroll(CollectionView& view) {
     if (view.isDragging()) tellRecordingUnderMark(under, time);
 }
 
-void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
-    isStartAwaited_ = false;
+void TimelineStrip::handHasLeft(HandMove by) {
+    isStartAwaited_ = isFlying_ = false;
     if (isJumping() || !strip()) return;  // where that ends is selected
     // In a gap the nearer neighbour counts, and nobody rests on the head entry.
     const IndexPath nearest = nearestIndexPath();
@@ -356,11 +364,14 @@ void TimelineStrip::handHasLeft(bool /*afterDrag*/) {
     const auto isOvertaken = [&] {
         return jumpNumber() != before || nearestIndexPath() != nearest || !isSame(entryAt(*nearest), event);
     };
-    if (!tellHost(&ScrubberViewDelegate::OnScrubberDraggingEndFlyOverEvent,
-                  &ScrubberWidget::scrubberDraggingEndFlyOverEvent, event) ||
-        isOvertaken()) {
-        return;
+    if (by != HandMove::Keys) {
+        if (!tellHost(&ScrubberViewDelegate::OnScrubberDraggingEndFlyOverEvent,
+                      &ScrubberWidget::scrubberDraggingEndFlyOverEvent, event) ||
+            isOvertaken()) {
+            return;
+        }
     }
+    if (isAtRightEnd()) return goTo(nullptr);
     stopLastCell();  // waits for a callback, in which the host may bind another list
     if (isOvertaken() || !tellSelected(*nearest, event) || isOvertaken()) return;
     play(*nearest);
@@ -391,6 +402,12 @@ std::shared_ptr<ScrubberEvent> TimelineStrip::eventNear(std::int64_t index, Time
             if (event && (!nearest || distance(*event) < distance(*nearest))) nearest = event;
     }
     return nearest;
+}
+
+/// Of a segment QML knows the number, which another one has after the next load, and the moment.
+std::shared_ptr<ScrubberEvent> TimelineStrip::entryOf(const ScrubberEventInfo& event) const {
+    if (!event.valid || !hasTree()) return ScrubberStripView::entryOf(event);
+    return event.type == ScrubberEventTypeLive ? nullptr : ScrubberEvent::build(event.identificator, event.timeAsValue);
 }
 
 QString TimelineStrip::zoneOf(const ScrubberEvent& /*entry*/) const {

@@ -27,8 +27,8 @@ class TimelineStrip final : public ScrubberStripView {
     ScrubberTimelineCell* timelineCell(IndexPath indexPath) const;
     ScrubberTimelineCollectionView* collectionView() const;
 
+    std::shared_ptr<ScrubberEvent> entryOf(const ScrubberEventInfo& event) const override;
     void step(int direction, bool isLong) override;
-    void collectionViewDidSelectItemAtIndexPath(CollectionView& view, IndexPath indexPath) override;
     void scrollViewWillBeginDragging(CollectionView& view) override;
     void scrollViewDidScroll(CollectionView& view) override;
     void scrollViewDidComeToStandstill(CollectionView& view) override;
@@ -38,7 +38,8 @@ class TimelineStrip final : public ScrubberStripView {
     QString cellIdentifier() const override;
     std::unique_ptr<FlowLayout> makeLayout() const override;
     void fillCell(PlayingCell& cell, IndexPath indexPath) override;
-    void handHasLeft(bool afterDrag) override;
+    void handHasLeft(HandMove by) override;
+    void tapped(std::int64_t index) override;
     std::shared_ptr<ScrubberEvent> entryAt(std::int64_t index) const override;
     std::int64_t indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const override;
     std::int64_t indexOfPosition(std::int64_t count) const override;
@@ -69,6 +70,8 @@ class TimelineStrip final : public ScrubberStripView {
     void tellRecordingUnderMark(IndexPath under, TimeMs time);
     bool isFlownOver() const;
 
+    std::uint64_t drag_ = 0;
+    bool isFlying_ = false;        // from the begin of a drag until the hand has left the strip
     bool isStartAwaited_ = false;  // of the drag: no recording has been told of yet
 };
 
