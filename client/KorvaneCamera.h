@@ -62,6 +62,12 @@ class KorvaneCamera {
     /// Gives a negative Status when the request could not be made, and then never completes.
     virtual std::int32_t getCalendar(TimeMs start, TimeMs end, std::int32_t limit, std::int32_t offset,
                                      ReplyCompletion onComplete) = 0;
+
+    /// Breaks off the calls named Sync that are under way on this object: each gives its failure within 100 ms. Calls
+    /// that begin afterwards, those with a completion and other objects of the same camera are left alone, and the
+    /// connection stays open. Does not wait for anything. A camera that does nothing here lets whoever stops a reader,
+    /// the time ruler say, wait for the call's own end.
+    virtual void cancelSyncRequests() {}
 };
 
 }  // namespace korvane

@@ -87,8 +87,7 @@ void HttpCamera::getEvents(TimeMs start, TimeMs end, const std::optional<std::st
 
 std::optional<Reply> HttpCamera::getEventsSync(TimeMs start, TimeMs end, const std::optional<std::string>& events,
                                                int order, std::int64_t limit, std::int64_t offset) {
-    HttpResult result =
-        session_->requestSync(HttpMethod::Get, eventsTarget(path(), {start, end, order, limit, offset}, events));
+    HttpResult result = getSync(eventsTarget(path(), {start, end, order, limit, offset}, events));
     if (result.status != StatusSuccess) return std::nullopt;
     return std::move(result.reply);
 }
@@ -127,7 +126,7 @@ void HttpCamera::getActivity(int, TimeMs start, TimeMs end, const std::optional<
 
 std::shared_ptr<Timeline> HttpCamera::getTimelineSync(TimeMs start, TimeMs end) {
     HttpQuery query(path() + "/timeline");
-    const HttpResult result = session_->requestSync(HttpMethod::Get, query.add("start", start).add("end", end).text());
+    const HttpResult result = getSync(query.add("start", start).add("end", end).text());
     if (result.status != StatusSuccess) return nullptr;
     const Reply* periods = findMember(result.reply, "periods");
     if (!periods || !periods->is_array()) return nullptr;
@@ -145,12 +144,20 @@ std::int32_t HttpCamera::getCalendar(TimeMs start, TimeMs end, std::int32_t limi
     return StatusSuccess;
 }
 
+void HttpCamera::cancelSyncRequests() {
+    session_->cancel(syncRequests_);
+}
+
 std::string HttpCamera::path() const {
     return "/cameras/" + std::to_string(id_);
 }
 
 void HttpCamera::get(const std::string& target, ReplyCompletion onComplete) {
     session_->request(HttpMethod::Get, target, std::move(onComplete));
+}
+
+HttpResult HttpCamera::getSync(const std::string& target) {
+    return session_->requestSync(HttpMethod::Get, target, syncRequests_);
 }
 
 }  // namespace korvane

@@ -33,14 +33,17 @@ class HttpCamera final : public KorvaneCamera {
     std::shared_ptr<Timeline> getTimelineSync(TimeMs start, TimeMs end) override;
     std::int32_t getCalendar(TimeMs start, TimeMs end, std::int32_t limit, std::int32_t offset,
                              ReplyCompletion onComplete) override;
+    void cancelSyncRequests() override;
 
   private:
     std::string path() const;
     void get(const std::string& target, ReplyCompletion onComplete);
+    HttpResult getSync(const std::string& target);
 
     const std::shared_ptr<HttpSession> session_;
     const std::int64_t id_;
     const std::string timezone_;
+    const HttpTransport::Group syncRequests_ = HttpSession::makeGroup();
 };
 
 }  // namespace korvane

@@ -14,11 +14,6 @@ namespace {
 /// The path of the service where a base URL has none.
 constexpr std::string_view servicePath = "/v1";
 
-HttpTransport::Group nextGroup() {
-    static std::atomic<HttpTransport::Group> last{0};
-    return ++last;
-}
-
 /// `target` up to its query, which may hold what a person looked for.
 void traceOutcome(std::string_view target, std::int32_t status) {
     trace(1, "HttpSession", target.substr(0, target.find('?')), " status: ", status);
@@ -31,7 +26,12 @@ HttpResult refusal(std::int32_t status) {
 }  // namespace
 
 HttpSession::HttpSession(std::shared_ptr<Engine> engine)
-    : engine_(std::move(engine)), reads_(nextGroup()), writes_(nextGroup()) {}
+    : engine_(std::move(engine)), reads_(makeGroup()), writes_(makeGroup()) {}
+
+HttpTransport::Group HttpSession::makeGroup() {
+    static std::atomic<HttpTransport::Group> last{0};
+    return ++last;
+}
 
 void HttpSession::setIsPathIncluded(bool isPathIncluded) {
     const std::lock_guard lock(mutex_);
@@ -70,6 +70,10 @@ void HttpSession::cancelReads() {
     engine_->transport.cancel(reads_);
 }
 
+void HttpSession::cancel(HttpTransport::Group group) {
+    engine_->transport.cancel(group);
+}
+
 std::int32_t HttpSession::status() const {
     const std::lock_guard lock(mutex_);
     return statusLocked();
@@ -88,18 +92,18 @@ void HttpSession::request(HttpMethod method, const std::string& target, ReplyCom
             }
         });
     };
-    const std::int32_t status = start(method, target, arrival);
+    const std::int32_t status = start(method, target, 0, arrival);
     if (status != StatusSuccess) fail(status, std::move(*completion));
 }
 
-HttpResult HttpSession::requestSync(HttpMethod method, const std::string& target) {
+HttpResult HttpSession::requestSync(HttpMethod method, const std::string& target, HttpTransport::Group group) {
     struct Wait {
         explicit Wait(Scheduler& scheduler) : arrived(scheduler) {}
         Semaphore arrived;
         HttpResponse response;
     };
     const auto wait = std::make_shared<Wait>(engine_->scheduler);
-    const std::int32_t status = start(method, target, [wait](HttpResponse response) {
+    const std::int32_t status = start(method, target, group, [wait](HttpResponse response) {
         wait->response = std::move(response);
         wait->arrived.signal();
     });
@@ -115,7 +119,8 @@ void HttpSession::fail(std::int32_t status, ReplyCompletion onComplete) {
     engine_->callbacks.run([onComplete = std::move(onComplete), status] { onComplete(refusal(status).reply, status); });
 }
 
-std::int32_t HttpSession::start(HttpMethod method, const std::string& target, HttpTransport::Arrival arrival) {
+std::int32_t HttpSession::start(HttpMethod method, const std::string& target, HttpTransport::Group group,
+                                HttpTransport::Arrival arrival) {
     // Under the lock: a request goes out before a close() and is cancelled by it, or does not go out.
     const std::lock_guard lock(mutex_);
     if (const std::int32_t status = statusLocked(); status != StatusSuccess) return status;
@@ -125,8 +130,8 @@ std::int32_t HttpSession::start(HttpMethod method, const std::string& target, Ht
     if (!isPathIncluded_ && !baseUrl_.hasPath) request.url += servicePath;
     request.url += target;
     request.bearer = bearer_;
-    const auto group = method == HttpMethod::Get ? reads_ : writes_;
-    const auto refused = engine_->transport.start(group, std::move(request), std::move(arrival));
+    const auto kind = method == HttpMethod::Get ? reads_ : writes_;
+    const auto refused = engine_->transport.start({kind, group}, std::move(request), std::move(arrival));
     return refused ? readResponse({*refused, 0, {}}).status : StatusSuccess;
 }
 

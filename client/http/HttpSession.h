@@ -40,14 +40,20 @@ class HttpSession {
     /// Requests under way that read complete with StatusClosed. The session stays open.
     void cancelReads();
 
+    /// A group for requestSync() alone.
+    static HttpTransport::Group makeGroup();
+
+    /// Requests of the group that are under way complete with StatusClosed. The session stays open.
+    void cancel(HttpTransport::Group group);
+
     /// What a request that is made now would fail with before it is sent, or 0.
     std::int32_t status() const;
 
     /// `target` is what follows the service's path: "/cameras/7". Completes once, on the callback thread.
     void request(HttpMethod method, const std::string& target, ReplyCompletion onComplete);
 
-    /// As request(), blocking.
-    HttpResult requestSync(HttpMethod method, const std::string& target);
+    /// As request(), blocking; cancel() of the group breaks it off.
+    HttpResult requestSync(HttpMethod method, const std::string& target, HttpTransport::Group group = 0);
 
     /// Completes without a request.
     void fail(std::int32_t status, ReplyCompletion onComplete);
@@ -55,7 +61,8 @@ class HttpSession {
   private:
     enum class Life { Closed, Open, Ended };
 
-    std::int32_t start(HttpMethod method, const std::string& target, HttpTransport::Arrival arrival);
+    std::int32_t start(HttpMethod method, const std::string& target, HttpTransport::Group group,
+                       HttpTransport::Arrival arrival);
     // mutex_ held.
     std::int32_t statusLocked() const;
 

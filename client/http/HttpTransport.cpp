@@ -30,7 +30,7 @@ struct ListDeleter {
 
 /// One request on its way.
 struct Transfer {
-    HttpTransport::Group group = 0;
+    HttpTransport::Groups groups{};
     std::string server;
     HttpRequest request;
     HttpTransport::Arrival arrival;
@@ -127,10 +127,10 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
         curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, mostKeptConnections);
     }
 
-    /// An order without a transfer cancels its group.
+    /// Without a transfer, an order to cancel the group.
     struct Order {
-        Group group = 0;
         std::unique_ptr<Transfer> transfer;
+        Group cancelled = 0;
     };
 
     std::optional<End> give(Order order, Scheduler& scheduler);
@@ -220,7 +220,7 @@ bool HttpTransport::Worker::takeOrders() {
         if (order.transfer) {
             waiting_.push_back(std::move(order.transfer));
         } else {
-            cancel(order.group);
+            cancel(order.cancelled);
         }
     }
     return goesOn;
@@ -274,13 +274,14 @@ void HttpTransport::Worker::finish(CURL* easy, End end) {
 }
 
 void HttpTransport::Worker::cancel(Group group) {
+    const auto isOf = [group](const Transfer& transfer) { return std::ranges::count(transfer.groups, group) > 0; };
     std::vector<CURL*> cancelled;
     for (const auto& [easy, transfer] : active_) {
-        if (transfer->group == group) cancelled.push_back(easy);
+        if (isOf(*transfer)) cancelled.push_back(easy);
     }
     for (CURL* easy : cancelled) finish(easy, End::Cancelled);
-    std::erase_if(waiting_, [group](const std::unique_ptr<Transfer>& transfer) {
-        const bool isCancelled = transfer->group == group;
+    std::erase_if(waiting_, [&](const std::unique_ptr<Transfer>& transfer) {
+        const bool isCancelled = isOf(*transfer);
         if (isCancelled) transfer->arrival({});
         return isCancelled;
     });
@@ -293,17 +294,17 @@ HttpTransport::~HttpTransport() {
     end();
 }
 
-std::optional<HttpResponse::End> HttpTransport::start(Group group, HttpRequest request, Arrival arrival) {
+std::optional<HttpResponse::End> HttpTransport::start(Groups groups, HttpRequest request, Arrival arrival) {
     auto transfer = std::make_unique<Transfer>();
-    transfer->group = group;
+    transfer->groups = groups;
     transfer->server = serverOf(request.url);
     transfer->request = std::move(request);
     transfer->arrival = std::move(arrival);
-    return worker_->give({group, std::move(transfer)}, scheduler_);
+    return worker_->give({std::move(transfer)}, scheduler_);
 }
 
 void HttpTransport::cancel(Group group) {
-    worker_->give({group, nullptr}, scheduler_);
+    worker_->give({nullptr, group}, scheduler_);
 }
 
 void HttpTransport::end() {

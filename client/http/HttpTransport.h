@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -17,8 +18,10 @@ namespace korvane {
 /// reads nothing from the environment. All functions may be called from any thread.
 class HttpTransport {
   public:
-    /// Requests that are cancelled together.
+    /// Requests that are cancelled together; 0 is no group.
     using Group = std::uint64_t;
+    /// A request may stand in two.
+    using Groups = std::array<Group, 2>;
     /// Runs once on the transport's thread, which it must not hold up.
     using Arrival = std::function<void(HttpResponse response)>;
 
@@ -32,7 +35,7 @@ class HttpTransport {
 
     /// Returns at once. Gives why the request cannot be made, and then nothing arrives: it is cancelled after end(),
     /// and the transport failed where the system gives no thread.
-    std::optional<HttpResponse::End> start(Group group, HttpRequest request, Arrival arrival);
+    std::optional<HttpResponse::End> start(Groups groups, HttpRequest request, Arrival arrival);
 
     /// Requests of the group that were started before this arrive as cancelled. Does not wait for that, and neither a
     /// server nor the look-up of its name delays it.

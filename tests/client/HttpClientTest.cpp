@@ -276,6 +276,40 @@ TEST_F(HttpClientTest, WhatIsUnderWayIsBrokenOff) {
     }
 }
 
+TEST_F(HttpClientTest, SyncCallsOfOneCameraAreBrokenOffAlone) {
+    std::atomic<bool> isSilent = true;
+    setScript([&](const std::string& request) {
+        const bool answers = !isSilent && request.find("/timeline?") != std::string::npos;
+        return answers ? std::optional(Answer{RawServer::ok(R"({"periods":[]})"), true}) : std::nullopt;
+    });
+    const auto camera = bind();
+    const auto twin = lookUp(*service, connection, 7).camera;
+    std::atomic<int> ended = 0;
+    const auto hang = [&](const auto& of) {
+        return std::async(std::launch::async, [&ended, of] {
+            const auto timeline = of->getTimelineSync(0, 1);
+            ++ended;
+            return timeline;
+        });
+    };
+    const std::size_t before = server.requests().size();
+    camera->getRecords(-1, -1, 0, 1, 0, [&](const Reply&, std::int32_t) { ++ended; });
+    auto other = hang(twin);
+    while (server.requests().size() < before + 2) std::this_thread::yield();
+    // One server is given four requests at a time: the last of these waits for its turn.
+    std::future<std::shared_ptr<Timeline>> broken[] = {hang(camera), hang(camera), hang(camera)};
+    // Again and again, since nothing tells when a call has been handed to the network.
+    while (ended < 3) {
+        camera->cancelSyncRequests();
+        std::this_thread::yield();
+    }
+    for (auto& call : broken) EXPECT_EQ(call.get(), nullptr);
+    isSilent = false;
+    EXPECT_NE(camera->getTimelineSync(0, 1), nullptr) << "begun afterwards, over the same connection";
+    EXPECT_EQ(ended, 3) << "the twin's call and the records are still under way";
+    service.reset();
+}
+
 TEST_F(HttpClientTest, ANameThatDoesNotResolveHoldsNobodyUp) {
     const auto askSlow = [&] {
         auto slow = service->makeConnection();

@@ -32,7 +32,8 @@ class ScriptedService::Camera final : public KorvaneCamera {
 
     std::optional<Reply> getEventsSync(TimeMs start, TimeMs end, const std::optional<std::string>& events, int order,
                                        std::int64_t limit, std::int64_t offset) override {
-        return state_->askSync({{start, end, order, limit, offset}, "getEventsSync", connection_, events}, findEvents);
+        return state_->askSync({{start, end, order, limit, offset}, "getEventsSync", connection_, events}, findEvents,
+                               this);
     }
 
     void getRecords(TimeMs start, TimeMs end, int order, std::int64_t limit, std::int64_t offset,
@@ -72,7 +73,7 @@ class ScriptedService::Camera final : public KorvaneCamera {
             for (const auto& period : *stored.periods()) pairs.push_back({period.start(), period.end()});
             return pairs;
         };
-        const auto pairs = state_->askSync({{start, end}, "getTimelineSync", connection_}, find);
+        const auto pairs = state_->askSync({{start, end}, "getTimelineSync", connection_}, find, this);
         if (!pairs) return nullptr;
         auto timeline = std::make_shared<Timeline>(start, end);
         if (pairs->is_null()) return timeline;
@@ -86,6 +87,8 @@ class ScriptedService::Camera final : public KorvaneCamera {
     std::int32_t getCalendar(TimeMs, TimeMs, std::int32_t, std::int32_t, ReplyCompletion) override {
         return StatusBadCall;
     }
+
+    void cancelSyncRequests() override { state_->endSyncRequestsOf(this); }
 
   private:
     static State::Answer findEvents(ScriptedFootage& f, const ScriptedRequest& r) { return f.events(r, r.events); }

@@ -26,10 +26,18 @@ int ScriptedService::State::openConnections() const {
 
 void ScriptedService::State::endRequestsOf(int connection, std::string_view spared) {
     const std::lock_guard lock(mutex);
+    endRequests([&](const Pending& p) { return p.request.connection == connection && p.request.name != spared; });
+}
+
+void ScriptedService::State::endSyncRequestsOf(const void* camera) {
+    const std::lock_guard lock(mutex);
+    endRequests([camera](const Pending& p) { return p.camera == camera; });
+}
+
+void ScriptedService::State::endRequests(const std::function<bool(const Pending&)>& isEnded) {
     const auto all = pending_;
     for (const PendingPtr& pending : all) {
-        const ScriptedRequest& request = pending->request;
-        if (request.connection != connection || request.name == spared || pending->script.isUnstoppable) continue;
+        if (pending->script.isUnstoppable || !isEnded(*pending)) continue;
         pending->answer = {"The connection was closed.", StatusClosed};
         giveLocked(pending);
     }
@@ -50,9 +58,10 @@ void ScriptedService::State::ask(ScriptedRequest request, const Compute& compute
     });
 }
 
-std::optional<Reply> ScriptedService::State::askSync(ScriptedRequest request, const Compute& compute) {
+std::optional<Reply> ScriptedService::State::askSync(ScriptedRequest request, const Compute& compute,
+                                                     const void* camera) {
     const auto arrival = std::make_shared<Semaphore>(scheduler);
-    const PendingPtr pending = begin(std::move(request), compute, nullptr, arrival);
+    const PendingPtr pending = begin(std::move(request), compute, nullptr, arrival, camera);
     if (pending->script.isHeld) {
         arrival->wait();
     } else {
@@ -98,11 +107,13 @@ void ScriptedService::State::stop() {
 
 ScriptedService::State::PendingPtr ScriptedService::State::begin(ScriptedRequest request, const Compute& compute,
                                                                  ReplyCompletion onComplete,
-                                                                 std::shared_ptr<Semaphore> arrival) {
+                                                                 std::shared_ptr<Semaphore> arrival,
+                                                                 const void* camera) {
     const Life life = lifeOf(request.connection);
     auto pending = std::make_shared<Pending>();
     pending->onComplete = std::move(onComplete);
     pending->arrival = std::move(arrival);
+    pending->camera = camera;
     const std::lock_guard lock(mutex);
     requests.push_back(request);
     pending->script = takeScript(request.name);

@@ -42,12 +42,15 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
     /// Completes what waits of a connection, but for what cannot be stopped and for requests of the name `spared`.
     void endRequestsOf(int connection, std::string_view spared = "");
 
+    /// Completes what waits of a camera's synchronous calls, but for what cannot be stopped.
+    void endSyncRequestsOf(const void* camera);
+
     /// Writes the request down and gives its status: the script's, or that of a connection that is not open.
     std::int32_t note(const ScriptedRequest& request);
 
     void ask(ScriptedRequest request, const Compute& compute, ReplyCompletion onComplete);
     /// Nothing when the request failed.
-    std::optional<Reply> askSync(ScriptedRequest request, const Compute& compute);
+    std::optional<Reply> askSync(ScriptedRequest request, const Compute& compute, const void* camera);
 
     std::vector<ScriptedRequest> held() const;
     void releaseAll(bool isReversed);
@@ -72,12 +75,16 @@ class ScriptedService::State : public std::enable_shared_from_this<State> {
         ReplyCompletion onComplete;
         // Of a synchronous call: its caller waits for it, and takes `answer` itself.
         std::shared_ptr<Semaphore> arrival;
+        // Likewise; who was asked, to be compared alone.
+        const void* camera = nullptr;
         bool isGiven = false;
     };
     using PendingPtr = std::shared_ptr<Pending>;
 
     PendingPtr begin(ScriptedRequest request, const Compute& compute, ReplyCompletion onComplete,
-                     std::shared_ptr<Semaphore> arrival);
+                     std::shared_ptr<Semaphore> arrival, const void* camera = nullptr);
+    /// `mutex` held.
+    void endRequests(const std::function<bool(const Pending&)>& isEnded);
     Script takeScript(const std::string& name);
     void give(const PendingPtr& pending);
     void giveLocked(const PendingPtr& pending);
