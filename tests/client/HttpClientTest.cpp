@@ -13,6 +13,7 @@
 #include "korvane/client/http/HttpService.h"
 #include "korvane/tests/client/Asking.h"
 #include "korvane/tests/client/RawServer.h"
+#include "korvane/tests/support/service/FewThreads.h"
 
 namespace {
 
@@ -338,24 +339,8 @@ TEST_F(HttpClientTest, ANameThatDoesNotResolveHoldsNobodyUp) {
     for (int left = 0; (left = slowLookUps) > 0;) slowLookUps.wait(left);
 }
 
-/// Has no thread to give until it is told to.
-class Threadless final : public SystemScheduler {
-  public:
-    ~Threadless() override { stopBackgroundWork(); }
-
-    std::unique_ptr<Thread> spawn(std::string name, Task body) override {
-        return gives ? SystemScheduler::spawn(std::move(name), std::move(body)) : nullptr;
-    }
-    bool isMainThread() const override { return true; }
-    void post(Task) override {}
-    TimerId after(std::chrono::milliseconds, Task) override { return 1; }
-    void cancel(TimerId) override {}
-
-    std::atomic<bool> gives = false;
-};
-
 TEST_F(HttpClientTest, WithoutAThreadCallsFailInsteadOfWaiting) {
-    Threadless threads;
+    FewThreads threads;
     const auto engine = std::make_shared<HttpSession::Engine>(threads, options);
     const auto session = std::make_shared<HttpSession>(engine);
     session->open("b", server.url());
@@ -364,7 +349,7 @@ TEST_F(HttpClientTest, WithoutAThreadCallsFailInsteadOfWaiting) {
     EXPECT_EQ(askEvents(camera).get().status, StatusTransportFailed);
     ExpiryMonitors monitors(threads);
     EXPECT_EQ(monitors.start({[](std::int64_t) {}, {}, {}, 0}), 0u);
-    threads.gives = true;
+    threads.left = 9;
     EXPECT_EQ(askEvents(camera).get().status, StatusSuccess);
     engine->transport.end();
     engine->callbacks.end();
