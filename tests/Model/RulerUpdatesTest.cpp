@@ -99,7 +99,7 @@ struct Storm final : RulerUpdatesHost {
 
     std::shared_ptr<Timeline> fetchSlowly(TimeMs start) {
         const auto kind = below(6);
-        if (kind == 0) return nullptr;
+        if (kind == 0) return failed.insert(start / 1000), nullptr;
         if (kind == 1) return std::make_shared<Timeline>(start, start + sector * 1000);
         if (kind == 2) return recordedFrom(start + sector * 1000);
         if (kind == 3) return recordedFrom(start);
@@ -166,7 +166,7 @@ struct Storm final : RulerUpdatesHost {
     bool isBroken = false, isStopped = true;
     int fetches = 0, ticks = 0, generation = 0;
     std::deque<TimeSec> queue;
-    std::set<TimeSec> requested, cache;
+    std::set<TimeSec> requested, cache, failed;
     RulerSectors sectors;
     RulerUpdates updates{scheduler, sectors, *this};
 };
@@ -182,6 +182,10 @@ TEST_F(RulerUpdatesTest, WhateverTheSourceAndTheHostDo) {
         const auto records = storm.sectors.snapshot();
         for (const auto& record : *records) found.insert(record.first);
         EXPECT_EQ(found, storm.cache);
+        for (TimeSec k = 0; k < 8 * sector; k += sector) {
+            const bool hasFailed = storm.sectors.state(k) == RulerSectorState::Failed;
+            EXPECT_LE(hasFailed, storm.failed.contains(k)) << "what is broken off has not failed";
+        }
     }
 }
 
