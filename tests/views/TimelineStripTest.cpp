@@ -251,6 +251,23 @@ TEST_F(TimelineStripTest, OfOverlappingPeriodsGoesToTheOneThatIsNamed) {
     EXPECT_TRUE(view_->getCurrentEvent());
 }
 
+TEST_F(TimelineStripTest, AFlickThroughManyDaysLoadsWhatItRestsOn) {
+    std::vector<std::pair<TimeMs, TimeMs>> days;
+    for (TimeMs day = 0; day < 400; ++day) days.push_back({(day - 400) * 24 * 60, (day - 400) * 24 * 60 + 4});
+    load(days);
+    service_.clearRequests();
+    service_.scriptAll("getEventsSync", Script::late(200ms));
+    const std::int64_t before = view_->indexUnderMark();
+    for (int flick = 0; flick < 12; ++flick) {
+        ui_.drag({100, 60}, {700, 60}, 100ms);
+        ui_.advance(500ms);
+    }
+    ui_.advance(10s);
+    EXPECT_GT(before - view_->indexUnderMark(), 150);
+    constexpr std::size_t inViewAndBeside = 3 * 7;
+    EXPECT_LE(service_.requests("getEventsSync").size(), inViewAndBeside);
+}
+
 TEST_F(TimelineStripTest, RedrawsTheSameCellsWhenEventsArrive) {
     service_.scriptNext("getEventsSync", Script::late(4s));
     load({{0, 60}});

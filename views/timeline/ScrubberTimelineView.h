@@ -21,8 +21,8 @@ class ScrubberTimelineView : public ScrubberWidget {
     /// At `frame` of its parent. A view whose environment has no service stays empty, with a log line.
     ScrubberTimelineView(const TimelineEnvironment& environment, const Rect& frame, QQuickItem* parent = nullptr);
 
-    /// To the entry that holds the moment of `event`, or to the first one for a moment before it. Nothing moves for a
-    /// moment in a gap, for -1 and for null.
+    /// To the entry that holds the moment of `event`, or a second into the first one for a moment before that. Nothing
+    /// moves for a moment in a gap, for -1 and for null.
     void toClosestEvent(const std::shared_ptr<ScrubberEvent>& event);
     /// The same for QML; `time` is ms.
     Q_INVOKABLE void toClosestEvent(qint64 time);
@@ -30,9 +30,9 @@ class ScrubberTimelineView : public ScrubberWidget {
     /// change of the position. Nothing while a finger moves the strip, while none plays, and at the live end. With
     /// `withSendNotify`, which is the default, the host hears of the selection. Any thread.
     Q_INVOKABLE void toNextEvent();
-    void toNextEventWithSendNotify(bool withSendNotify);
+    Q_INVOKABLE void toNextEventWithSendNotify(bool withSendNotify);
     Q_INVOKABLE void toPreviousEvent();
-    void toPreviousEventWithSendNotify(bool withSendNotify);
+    Q_INVOKABLE void toPreviousEventWithSendNotify(bool withSendNotify);
     /// As toNextEvent(), also under a finger's flick; the host hears of the live end alone.
     Q_INVOKABLE void toNextEventOnlyScroll();
     /// To an entry by its index. `withEvent` is what the host hears of; null stands for the entry there. Of the live
@@ -53,11 +53,12 @@ class ScrubberTimelineView : public ScrubberWidget {
     /// As scrollToPosition(notify): the other two take no part. Any thread.
     void scrollToPosition(bool notify, bool withStartUpdating, double withFixedAnimationTime);
     /// Queues a scroll to the begin of the entry of `time`, ms, which holds that moment from then on. With
-    /// `withStartUpdating` it plays from there, and what has played before ends. Any thread.
+    /// `withStartUpdating` it plays from there, and what has played before ends. The last argument is in seconds, 0.001
+    /// and below for a speed of its own. Nothing moves for a moment that no entry holds. Any thread.
     void scrollToPosition(TimeMs time, bool withNotify, bool withStartUpdating, double withFixedAnimationTime);
 
     /// The strip has moved in this turn of the main loop or the one before. Any thread.
-    bool isScrolling() const;
+    Q_INVOKABLE bool isScrolling() const;
     /// Stops nothing.
     void cancelScrolling() {}
 

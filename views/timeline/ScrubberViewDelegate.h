@@ -19,6 +19,10 @@ struct ScrubberViewDelegate {
     /// A scroll that selected an entry has ended.
     std::function<void(const Event& event)> OnScrubberDidSelectEvent;
 
+    // In ScrubberTimelineView start and continue carry the recording under the mark, as far as the day tree knows it,
+    // when it is known: late, once for several steps, or not at all. Its end comes after the motion that a drag leaves,
+    // too. They come for the day tree alone.
+
     /// A drag begins with this entry under the mark.
     std::function<void(const Event& event)> OnScrubberDraggingStartFlyOverEvent;
     /// At each step of a drag. The moment under the mark is written into the entry's timeAsValue and stays there.
@@ -46,8 +50,9 @@ struct ScrubberViewDelegate {
     /// Seek.
     std::function<void(const Event& event, TimeMs newPosition)> OnScrubberSetCurrentPositionForPlayingEvent;
 
-    /// The source's token has `timeLeft` ms to live, below zero once it has expired. Repeated every 5 s from 5 minutes
-    /// before the expiry until the token is swapped or the source closed. Runs on a thread of the client library.
+    /// ScrubberView alone. The source's token has `timeLeft` ms to live, below zero once it has expired. Repeated every
+    /// 5 s from 5 minutes before the expiry until the token is swapped or the source closed. Runs on a thread of the
+    /// client library.
     std::function<std::int32_t(std::int64_t timeLeft)> onSharedTokenWillExpireIn;
 };
 

@@ -41,7 +41,7 @@ class ScrubberWidget : public WidgetItem {
     /// clean(), so the host hears of a last change of state.
     ~ScrubberWidget() override;
 
-    static QString getVersion();
+    Q_INVOKABLE static QString getVersion();
 
     /// The settings in use, for editing in place; see ScrubberConfig for what takes effect when. setSource() reads
     /// them, so they are left alone while it runs on another thread.
@@ -91,6 +91,11 @@ class ScrubberWidget : public WidgetItem {
     std::int64_t getEventsCount() const;
     /// Null for an index outside of the list. Any thread.
     std::shared_ptr<ScrubberEvent> getEvent(std::int64_t index) const;
+    /// The same two for QML; not valid for an index outside of the list.
+    Q_INVOKABLE qint64 eventsCount() const { return getEventsCount(); }
+    Q_INVOKABLE korvane::ScrubberEventInfo eventInfoAt(qint64 index) const {
+        return ScrubberEventInfo(getEvent(index));
+    }
     std::shared_ptr<ScrubberEvent> getEventByIndex(std::int64_t index) const { return getEvent(index); }
     /// The provider's list; of a host's own source, all entries but the head. Any thread.
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() const;
@@ -108,8 +113,8 @@ class ScrubberWidget : public WidgetItem {
     /// To the entry after the head and to the one before the live entry. Nothing for a list of less than two entries.
     Q_INVOKABLE void toFirstEvent();
     Q_INVOKABLE void toLastEvent();
-    /// Selects an entry as a tap on its cell does, which plays it and loads it if need be. An index outside of the list
-    /// and the head entry are ignored.
+    /// As a tap on its cell: selects an entry, plays it and loads it if need be; in ScrubberTimelineView the live entry
+    /// alone. An index outside of the list and the head entry are ignored.
     Q_INVOKABLE void selectEventAt(qint64 index);
 
     /// Deletes an event at the service. Gives -1, with nothing done, for null and without a provider, otherwise 0: how
@@ -142,7 +147,8 @@ class ScrubberWidget : public WidgetItem {
     /// to an entry has arrived.
     void scrollOnDeltaX(IndexPath indexPath, double delta);
     void scrollOnPositionX(IndexPath indexPath, double position);
-    /// Queues a scroll to the position; nothing moves when no entry has exactly its moment. Any thread.
+    /// Queues a scroll to the position; nothing moves when no entry has exactly its moment, or in the day tree when
+    /// none holds it. Any thread.
     void scrollToPosition(bool notify);
     void scrollToPosition(bool notify, double withFixedAnimationTime);
     /// Brings an item to the mark, in that many seconds, or at a speed of its own for 0.001 and below. Does nothing for

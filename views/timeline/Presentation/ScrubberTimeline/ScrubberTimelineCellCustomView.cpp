@@ -9,7 +9,6 @@
 namespace korvane {
 namespace {
 
-constexpr double groupGap = 2.0;  // between a group's end and what comes next
 constexpr double cornerRadius = 6.0;
 constexpr double bandInset = 0.28;  // of the height, above and below the band
 constexpr double textMargin = 4.0;

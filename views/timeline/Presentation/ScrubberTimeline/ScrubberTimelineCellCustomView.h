@@ -24,6 +24,9 @@ class ScrubberTimelineCellCustomView : public PaintedItem {
     QML_ELEMENT
 
   public:
+    /// Points that either end of a group's bar stands clear of what comes next.
+    static constexpr double groupGap = 2.0;
+
     explicit ScrubberTimelineCellCustomView(QQuickItem* parent = nullptr);
 
     bool isBeginOfGroup() const { return isBeginOfGroup_; }

@@ -24,8 +24,8 @@ using namespace std::chrono_literals;
 
 constexpr TimeMs joinsGroup = 1001;     // the widest gap between two entries of one bar
 constexpr TimeMs insideOfEntry = 1000;  // where a move to an entry lands that was not asked for by its moment
-constexpr double groupGap = 2.0;        // points that a bar stands clear of its neighbours
 constexpr double ticksPerCell = 4;
+constexpr auto seenTime = 100ms;  // under the mark, from which on a segment is looked at
 
 ScrubberEntries::ProviderFactory providerFactory(ScrubberWidget& widget, const TimelineEnvironment& environment) {
     return [toolkit = widget.toolkit(),
@@ -88,7 +88,7 @@ bool TimelineStrip::hasTree() const {
     return !entries().ownList() && dynamic_cast<const ScrubberTimelineDataProvider*>(entries().provider().get());
 }
 
-/// The one that its cell holds: what is written into it stays there.
+/// The tree makes an entry anew for each question, so what has been written into one is in its cell's alone.
 std::shared_ptr<ScrubberEvent> TimelineStrip::entryAt(std::int64_t index) const {
     const PlayingCell* const cell = cellAt(index);
     auto shown = cell ? cell->getEvent() : nullptr;
@@ -148,7 +148,8 @@ TimelineStrip::GroupEnds TimelineStrip::groupEnds(std::int64_t index) const {
 
 double TimelineStrip::scaleWidthOf(std::int64_t index) const {
     const GroupEnds ends = groupEnds(index);
-    const double gaps = (ends.isBegin ? groupGap : 0) + (ends.isEnd ? groupGap : 0);
+    constexpr double gap = ScrubberTimelineCellCustomView::groupGap;
+    const double gaps = (ends.isBegin ? gap : 0) + (ends.isEnd ? gap : 0);
     return std::max(0.0, ScrubberStripView::scaleWidthOf(index) - gaps);
 }
 
@@ -285,6 +286,15 @@ std::shared_ptr<ScrubberEvent> TimelineStrip::takeTimeUnderMark(IndexPath under)
     return event;
 }
 
+/// Of what a flick rushes by nothing is asked for: a segment counts that has been under the mark for a moment.
+void TimelineStrip::askForSegment(IndexPath under) {
+    const auto now = scheduler().monotonicNow();
+    if (std::exchange(passing_, under) != under) passingSince_ = now;
+    const auto provider = entries().provider();  // another thread may bind another one
+    if (now - passingSince_ < seenTime || !under || !provider || !hasTree()) return;
+    provider->checkPartNeedRequested(static_cast<std::uint64_t>(*under), -1, -1);
+}
+
 /// Tells the host of the recording to play for that moment, when the provider has it. Of several that wait for one
 /// reply the provider answers the last, so the first answer of a drag is its start, whichever was asked for it.
 void TimelineStrip::tellRecordingUnderMark(IndexPath under, TimeMs time) {
@@ -337,8 +347,7 @@ void TimelineStrip::scrollViewDidScroll(CollectionView& view) {
     const IndexPath under = indexPathFromPointer();
     const auto event = takeTimeUnderMark(under);
     if (!event) return;
-    const auto provider = entries().provider();  // another thread may bind another one
-    if (provider && hasTree()) provider->checkPartNeedRequested(static_cast<std::uint64_t>(*under), -1, -1);
+    askForSegment(under);
     const TimeMs time = event->timeAsValue();
     if ((view.isDragging() || view.isDecelerating()) &&
         !tellHost(&ScrubberViewDelegate::OnScrubberFlyOverEvent, &ScrubberWidget::scrubberFlyOverEvent, event)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
@@ -67,9 +68,12 @@ class TimelineStrip final : public ScrubberStripView {
     void toNeighbour(std::int64_t step, bool notify, bool isByUser);
     IndexPath neighbour(std::int64_t step) const;
     std::shared_ptr<ScrubberEvent> takeTimeUnderMark(IndexPath under);
+    void askForSegment(IndexPath under);
     void tellRecordingUnderMark(IndexPath under, TimeMs time);
     bool isFlownOver() const;
 
+    IndexPath passing_;  // the segment that is under the mark in a movement
+    std::chrono::microseconds passingSince_{};
     std::uint64_t drag_ = 0;
     bool isFlying_ = false;        // from the begin of a drag until the hand has left the strip
     bool isStartAwaited_ = false;  // of the drag: no recording has been told of yet
