@@ -263,9 +263,16 @@ void ScrubberStripView::toEventByIndex(std::int64_t index, const std::shared_ptr
                                        bool withSendNotify, bool withSendNotifyForLive) {
     jumpTo(index, 0.0, [=, this](std::int64_t arrived) {
         stopLastCell();
-        const bool isAtLive = isLive(entryAt(arrived));
+        const auto there = entryAt(arrived);
+        const bool isAtLive = isLive(there);
         const bool isTold = withSendNotify || (isAtLive && withSendNotifyForLive);
-        if ((!isTold || tellSelected(arrived, withEvent)) && !isAtLive) play(arrived);
+        auto told = withEvent;
+        if (told && there && told->start() == there->start() && told->identificator() != there->identificator()) {
+            // The list has been numbered anew on the way.
+            there->setTimeAsValue(told->timeAsValue());
+            told = there;
+        }
+        if ((!isTold || tellSelected(arrived, told)) && !isAtLive) play(arrived);
     });
 }
 
@@ -301,7 +308,11 @@ void ScrubberStripView::scrollToPosition(bool notify, double withFixedAnimationT
     onMain([=, this, seconds = positionSeconds(withFixedAnimationTime)] {
         const std::int64_t count = entries().count();
         // Of a list that is being loaded the position decides, and no longer the place that was kept.
-        if (count < 2) return place_.reset();
+        if (count < 2) {
+            place_.reset();
+            jump_ = 0;
+            return;
+        }
         scrollToEntry(indexOfPosition(count), position().time, notify, seconds, true);
     });
 }
@@ -478,6 +489,8 @@ std::optional<double> ScrubberStripView::collectionViewContentOffsetInNewLayout(
     } else {
         movePlace(*place_, count);
     }
+    // Nothing rests within the live entry, to which a shorter list leads.
+    if (place_->index == count - 1 && !isMovedByHand()) place_->offset = std::min(place_->offset, 0.0);
     place_->entry = entryAt(place_->index);
     const double width = scaleWidthOf(place_->index);
     // The same moment lies elsewhere in a cell of another width; what lies beside the cell stays as far from it.
