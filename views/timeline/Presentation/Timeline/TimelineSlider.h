@@ -107,7 +107,7 @@ class TimelineSlider : public Control {
     bool isZoomEnabled() const { return zoomEnabled_; }
     void setZoomEnabled(bool isEnabled);
     bool showsSectorStates() const { return showsSectorStates_; }
-    void setShowsSectorStates(bool shows);
+    void setShowsSectorStates(bool shows) { change(showsSectorStates_, shows); }
 
     /// Settings, which repaint when they change. A colour that is not valid is absent.
     float lineWidth() const { return lineWidth_; }
@@ -184,6 +184,12 @@ class TimelineSlider : public Control {
 
   private:
     enum class MadeBy { Frame, Coder };
+    /// The second that the last zoom kept in its place, where, and which centre it set.
+    struct Zoomed {
+        double x = 0;
+        TimeSec center_time = 0;
+        TimeSec time = 0;
+    };
     TimelineSlider(MadeBy madeBy, QQuickItem* parent);
 
     template <typename T>
@@ -193,12 +199,12 @@ class TimelineSlider : public Control {
         redrawLayers();
         emit settingsChanged();
     }
-    void makeLayers(MadeBy madeBy);
     RulerWindow window() const { return {center_time, pix_scale, width()}; }
     /// As the layers have it, which have a scale of their own until the first one is set.
     RulerWindow layerWindow() const;
     std::optional<RulerRange> range() const;
-    void placeInRange();
+    void applyScale(float scale);
+    void styleScaleLayer();
     std::int64_t moveTo(std::optional<TimeSec> center, const char* refusal);
     void perform(const RulerGestureStep& step);
     void tell(const RulerTrace& line) const;
@@ -245,6 +251,7 @@ class TimelineSlider : public Control {
     QString timeZone_;
     bool zoomEnabled_ = false;
     bool showsSectorStates_ = false;
+    std::optional<Zoomed> zoomed_;
 
     std::shared_ptr<const KorvaneHelpers> helpers_;
     /// Holds the layers, which it shows; a child of this item.

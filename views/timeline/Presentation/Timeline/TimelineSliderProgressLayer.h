@@ -86,7 +86,7 @@ class TimelineSliderProgressLayer final : public PaintedLayer {
     RulerWindow window() const { return {centertime, scale_px_sec, frame().width}; }
     TimeSec now() const;
     void drawRecords(Canvas& canvas, const RulerWindow& window);
-    void drawSector(Canvas& canvas, const RulerWindow& window, TimeSec start, const Timeline* sector);
+    void drawSector(Canvas& canvas, const RulerWindow& window, const Timeline& sector) const;
     void drawStates(Canvas& canvas, const RulerWindow& window, const RulerSectors::Records& records) const;
     void drawState(Canvas& canvas, RulerSectorState state, double x0, double x1) const;
     void follow(const RulerWindow& window, TimeSec position);
