@@ -534,7 +534,7 @@ PointerInput::Claim CollectionView::pointerClaim() const {
     return physics_.isHeadedAcross() ? Claim::Kept : Claim::Shared;
 }
 
-void CollectionView::wheelTurned(double delta) {
+void CollectionView::wheelTurned(double delta, Point /*at*/) {
     ticker_->stop();
     if (!prepareLayoutIfNeeded() || !catchAnimation()) return;
     const auto change = physics_.wheel(delta);

@@ -162,7 +162,7 @@ class CollectionView : public PointerInput {
     void pointerEnded(Point at, double time, bool isForChild) override;
     void pointerCancelled() override;
     Claim pointerClaim() const override;
-    void wheelTurned(double delta) override;
+    void wheelTurned(double delta, Point at) override;
     void wheelEnded() override;
 
   private:

@@ -1,10 +1,13 @@
 #include "korvane/toolkit/PointerInput.h"
 
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QTouchEvent>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "korvane/toolkit/ToolkitContext.h"
 
@@ -21,6 +24,14 @@ double timeOf(const QInputEvent& event) {
 
 Point toPoint(QPointF at) {
     return {at.x(), at.y()};
+}
+
+Point middleOf(Point a, Point b) {
+    return {(a.x + b.x) / 2, (a.y + b.y) / 2};
+}
+
+double fingerDistance(Point a, Point b) {
+    return std::max(1.0, std::hypot(a.x - b.x, a.y - b.y));
 }
 
 }  // namespace
@@ -56,6 +67,8 @@ void PointerInput::end(Point at, double time, bool isForChild) {
 
 void PointerInput::cancel() {
     touchId_ = -1;
+    isMouse_ = false;
+    pinch_.reset();
     const QPointer<PointerInput> self(this);  // a grab may be taken away outside of events
     pointerCancelled();
     if (self) keepAsClaimed();
@@ -63,25 +76,35 @@ void PointerInput::cancel() {
 
 // A Flickable around the item sees each event first, so the grab must be kept before its threshold is reached.
 void PointerInput::keepAsClaimed() {
-    const bool isKept = pointerClaim() != Claim::Shared;
+    const bool isKept = pinch_ || pointerClaim() != Claim::Shared;
     setKeepMouseGrab(isKept);
     setKeepTouchGrab(isKept);
 }
 
+// The end of a button may go by unseen where a child got it, so the flag alone does not tell.
+bool PointerInput::isMouseDown() const {
+    return isMouse_ && QGuiApplication::mouseButtons().testFlag(Qt::LeftButton);
+}
+
+// Further buttons come too while the left one is down.
 void PointerInput::mousePressEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || isFingerDown()) return;
+    isMouse_ = true;
     begin(toPoint(event->position()), timeOf(*event));
 }
 
 void PointerInput::mouseMoveEvent(QMouseEvent* event) {
-    move(toPoint(event->position()), timeOf(*event));
+    if (isMouse_) move(toPoint(event->position()), timeOf(*event));
 }
 
 void PointerInput::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !isMouse_) return;
+    isMouse_ = false;
     end(toPoint(event->position()), timeOf(*event), false);
 }
 
 void PointerInput::mouseUngrabEvent() {
-    cancel();
+    if (isMouse_ || !isFingerDown()) cancel();
 }
 
 void PointerInput::touchEvent(QTouchEvent* event) {
@@ -89,44 +112,90 @@ void PointerInput::touchEvent(QTouchEvent* event) {
 }
 
 void PointerInput::touchUngrabEvent() {
-    cancel();
+    if (!isMouseDown()) cancel();
 }
 
 // True when the event is not for anybody else.
 bool PointerInput::handleTouch(QTouchEvent* event, bool isForChild) {
     if (event->type() == QEvent::TouchCancel) {
-        cancel();
+        touchUngrabEvent();
         return !isForChild;
     }
+    bool wasTaken = false;
     for (qsizetype i = 0; i < event->pointCount(); ++i) {
-        auto& point = event->point(i);
-        const Point at = toPoint(mapFromScene(point.scenePosition()));
-        if (point.state() == QEventPoint::Pressed && touchId_ < 0) {
-            touchId_ = point.id();
-            begin(at, timeOf(*event));
-        } else if (point.id() != touchId_) {
-            continue;
-        } else if (point.state() == QEventPoint::Released) {
-            touchId_ = -1;
-            const bool wasTaken = isTaken();
-            end(at, timeOf(*event), isForChild);
-            return !isForChild || wasTaken;
-        } else {
-            move(at, timeOf(*event));
+        auto& finger = event->point(i);
+        const bool isLift = finger.state() == QEventPoint::Released;
+        const bool isTakenBefore = isTaken();
+        if (!handleFinger(finger, timeOf(*event), isForChild)) continue;
+        if (isLift) {
+            wasTaken = wasTaken || isTakenBefore;
+        } else if (isForChild && isTaken()) {
+            event->setExclusiveGrabber(finger, this);
         }
-        if (isForChild && isTaken()) event->setExclusiveGrabber(point, this);
     }
-    return !isForChild || isTaken();
+    if (pinch_) followPinch();
+    return !isForChild || wasTaken || isTaken();
+}
+
+// False when the finger is nobody.
+bool PointerInput::handleFinger(const QEventPoint& finger, double time, bool isForChild) {
+    const Point at = toPoint(mapFromScene(finger.scenePosition()));
+    const bool isLift = finger.state() == QEventPoint::Released;
+    if (finger.state() == QEventPoint::Pressed && !isFingerDown() && !isMouseDown()) {
+        touchId_ = finger.id();
+        isMouse_ = false;
+        begin(at, time);
+    } else if (finger.state() == QEventPoint::Pressed && touchId_ >= 0 && finger.id() != touchId_) {
+        if (!takesPinch()) return false;
+        beginPinch(finger.id(), at);
+    } else if (pinch_) {
+        const auto found = std::find(pinch_->ids.begin(), pinch_->ids.end(), finger.id());
+        if (found == pinch_->ids.end()) return false;
+        const auto index = static_cast<std::size_t>(found - pinch_->ids.begin());
+        pinch_->places[index] = at;
+        if (isLift) pinch_->ids[index] = -1;
+    } else if (finger.id() != touchId_) {
+        return false;
+    } else if (isLift) {
+        touchId_ = -1;
+        end(at, time, isForChild);
+    } else {
+        move(at, time);
+    }
+    return true;
+}
+
+void PointerInput::beginPinch(int secondId, Point at) {
+    pinch_ = Pinch{{touchId_, secondId}, {last_, at}, middleOf(last_, at), fingerDistance(last_, at)};
+    touchId_ = -1;
+    pointerCancelled();
+    keepAsClaimed();
+}
+
+// After all fingers of an event have their places.
+void PointerInput::followPinch() {
+    Pinch& pinch = *pinch_;
+    const Point middle = middleOf(pinch.places[0], pinch.places[1]);
+    const double distance = fingerDistance(pinch.places[0], pinch.places[1]);
+    const Point middleBefore = std::exchange(pinch.middle, middle);
+    const double factor = distance / std::exchange(pinch.distance, distance);
+    const bool isToBeTold = pinch.isWhole && (middle != middleBefore || factor != 1);
+    pinch.isWhole = pinch.ids[0] >= 0 && pinch.ids[1] >= 0;
+    if (pinch.ids[0] < 0 && pinch.ids[1] < 0) pinch_.reset();
+    if (isToBeTold) pinched(middle, middleBefore, factor);
+    keepAsClaimed();
 }
 
 bool PointerInput::filterMouse(QMouseEvent* event) {
     const Point at = toPoint(mapFromScene(event->scenePosition()));
     const bool wasTaken = isTaken();
     if (event->type() == QEvent::MouseButtonPress) {
+        isMouse_ = event->button() == Qt::LeftButton || isMouse_;
         if (event->button() == Qt::LeftButton) begin(at, timeOf(*event));
     } else if (event->type() == QEvent::MouseMove) {
         move(at, timeOf(*event));
     } else {
+        isMouse_ = false;
         end(at, timeOf(*event), true);
         return wasTaken;
     }
@@ -159,11 +228,11 @@ void PointerInput::wheelEvent(QWheelEvent* event) {
     const QPoint pixels = event->pixelDelta();
     const QPointF turned = pixels.isNull() ? QPointF(event->angleDelta()) * (wheelStep / wheelNotch) : QPointF(pixels);
     const double delta = std::abs(turned.x()) >= std::abs(turned.y()) ? turned.x() : turned.y();
-    event->accept();
-    if (delta == 0 || touchId_ >= 0) return;
+    event->setAccepted(takesWheel());
+    if (!event->isAccepted() || delta == 0 || isFingerDown()) return;
     context_->scheduler->cancel(wheelTimer_);
     wheelTimer_ = context_->scheduler->after(wheelQuietTime, life_.guard([this] { wheelEnded(); }));
-    wheelTurned(-delta);
+    wheelTurned(-delta, toPoint(event->position()));
 }
 
 }  // namespace korvane
