@@ -20,4 +20,11 @@ constexpr TimeMs saturatingSubtract(TimeMs a, TimeMs b) {
     return b < 0 ? std::numeric_limits<TimeMs>::max() : std::numeric_limits<TimeMs>::min();
 }
 
+/// `a` * `b`, held at the ends of the range: seconds become milliseconds.
+constexpr TimeMs saturatingMultiply(TimeMs a, TimeMs b) {
+    TimeMs product = 0;
+    if (!__builtin_mul_overflow(a, b, &product)) return product;
+    return (a < 0) != (b < 0) ? std::numeric_limits<TimeMs>::min() : std::numeric_limits<TimeMs>::max();
+}
+
 }  // namespace korvane

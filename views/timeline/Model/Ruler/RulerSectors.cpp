@@ -15,12 +15,6 @@ namespace {
 constexpr const char* classPath = "RulerSectors";
 constexpr TimeMs second = 1'000;
 
-TimeMs toMs(TimeSec time) {
-    TimeMs product = 0;
-    if (!__builtin_mul_overflow(time, second, &product)) return product;
-    return time < 0 ? std::numeric_limits<TimeMs>::min() : std::numeric_limits<TimeMs>::max();
-}
-
 TimeSec sectorOf(TimeSec time) {
     return time / RulerSectors::sectorLength * RulerSectors::sectorLength;
 }
@@ -67,11 +61,11 @@ struct RulerSectors::Page {
 };
 
 TimeMs RulerSectors::Request::startMs() const {
-    return toMs(start);
+    return saturatingMultiply(start, second);
 }
 
 TimeMs RulerSectors::Request::endMs() const {
-    return saturatingAdd(toMs(start), toMs(sectorLength));
+    return saturatingAdd(startMs(), sectorLength * second);
 }
 
 RulerSectors::RulerSectors() : cached_data(std::make_shared<Page>()) {}

@@ -1,0 +1,155 @@
+#include "korvane/views/timeline/Binding/RulerBinding.h"
+
+#include <utility>
+
+#include "korvane/base/SaturatingTime.h"
+#include "korvane/base/TaskGuard.h"
+#include "korvane/client/KorvaneCamera.h"
+#include "korvane/client/KorvanePlayer.h"
+#include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/Presentation/Timeline/TimelineSlider.h"
+#include "korvane/views/timeline/TimelineView.h"
+
+namespace korvane {
+namespace {
+
+constexpr TimeMs second = 1000;
+
+}  // namespace
+
+RulerBinding::RulerBinding(TimelineView& view)
+    : view_(view),
+      host_("TimelineViewDelegate"),
+      sectors_(std::make_shared<RulerSectors>()),
+      updates_(view.toolkit()->scheduler, *sectors_, *this) {}
+
+void RulerBinding::setSlider(TimelineSlider* slider) {
+    slider_ = slider;
+}
+
+void RulerBinding::setRange(const std::optional<RulerRange>& range) {
+    const std::lock_guard lock(mutex_);
+    isRangeSet_ = range.has_value();
+    if (range) range_ = *range;
+}
+
+std::shared_ptr<KorvanePlayer> RulerBinding::player() const {
+    const std::lock_guard lock(mutex_);
+    return player_;
+}
+
+std::shared_ptr<KorvaneCamera> RulerBinding::camera() const {
+    const std::lock_guard lock(mutex_);
+    return curcam_;
+}
+
+void RulerBinding::setPlayer(std::shared_ptr<KorvanePlayer> player) {
+    const std::lock_guard lock(mutex_);
+    player_.swap(player);
+}
+
+void RulerBinding::setCamera(std::shared_ptr<KorvaneCamera> camera) {
+    const std::lock_guard lock(mutex_);
+    curcam_.swap(camera);
+}
+
+// What the axis wants
+
+void RulerBinding::updateTimeline(TimeSec start, TimeSec end) {
+    if (camera()) updates_.updateTimeline(start, end);
+}
+
+void RulerBinding::makePositionVisible(TimeSec time, float /*position*/) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (isRangeSet_) return;
+    }
+    if (!slider_) return;
+    slider_->setCenterTime(time);
+    slider_->timelineReload();
+    view_.onMain([this] { emit view_.centerTimeChanged(); });
+}
+
+void RulerBinding::startPositionChanging(TimeSec /*time*/, float /*position*/) {
+    updates_.startPositionChanging();
+}
+
+void RulerBinding::continuePositionChanging(TimeSec time, float /*position*/) {
+    updates_.startPositionChanging();
+    showKnob(time);
+}
+
+void RulerBinding::endPositionChanging(TimeSec time, float /*position*/) {
+    showKnob(time);
+    const QPointer<TimelineView> self(&view_);
+    if (const auto player = this->player()) {
+        detail::runGuarded([&] { player->setPosition(saturatingMultiply(time, second)); }, "KorvanePlayer");
+    }
+    if (!self) return;
+    updates_.endPositionChanging();
+    emit view_.positionSet(time);
+}
+
+void RulerBinding::showKnob(TimeSec time) {
+    if (!slider_) return;
+    slider_->setCurrentPosition(time);
+    slider_->timelineReload();
+}
+
+// What the threads want
+
+std::shared_ptr<const Timeline> RulerBinding::fetch(TimeMs start, TimeMs end) {
+    if (host_.answers(&TimelineViewDelegate::OnTimelineDataRequest)) {
+        return host_.call(&TimelineViewDelegate::OnTimelineDataRequest, start, end);
+    }
+    std::shared_ptr<KorvaneCamera> asked;
+    {
+        const std::lock_guard lock(mutex_);
+        asked = asked_ = curcam_;
+    }
+    auto found = asked ? asked->getTimelineSync(start, end) : nullptr;
+    const std::lock_guard lock(mutex_);
+    asked_.reset();
+    return found;
+}
+
+void RulerBinding::breakOffFetch() {
+    std::shared_ptr<KorvaneCamera> asked;
+    {
+        const std::lock_guard lock(mutex_);
+        asked = asked_;
+    }
+    if (asked) asked->cancelSyncRequests();
+}
+
+void RulerBinding::timelineReload() {
+    if (slider_) slider_->timelineReload();
+}
+
+std::optional<TimeMs> RulerBinding::playerPosition() {
+    const auto player = this->player();
+    return player ? std::optional(player->getPosition()) : std::nullopt;
+}
+
+void RulerBinding::positionChanged(TimeMs position) {
+    RulerRange range;
+    {
+        const std::lock_guard lock(mutex_);
+        range = range_;
+    }
+    const TimeMs start = saturatingMultiply(range.start_range, second);
+    const TimeMs end = saturatingMultiply(range.end_range, second);
+    constexpr TimeMs noDuration = -1;
+    view_.onMain(
+        [this, position, start, end] { emit view_.timelinePositionChanged(position, noDuration, start, end); });
+    host_.call(&TimelineViewDelegate::OnTimelinePositionChanged, position, noDuration, start, end);
+}
+
+void RulerBinding::showPosition(TimeSec position) {
+    if (!slider_) return;
+    slider_->setCurrentPosition(position);
+    slider_->updateTimelineData();
+    slider_->timelineReload();
+}
+
+}  // namespace korvane

@@ -1,0 +1,86 @@
+import QtQuick
+import Korvane.Toolkit
+import Korvane.Timeline
+
+Rectangle {
+    id: ruler
+
+    property QtObject owner
+    property TimelineSlider timeLineSlider: slider
+    property Item leftBtn: left
+    property Item rightBtn: right
+    property Item calendarBtn: calendar
+    property Item scaleControl: scale
+    property LayoutConstraint leftButtonWidth: LayoutConstraint {
+        constant: 30
+    }
+    property LayoutConstraint rightButtonWidth: LayoutConstraint {
+        constant: 30
+    }
+    property LayoutConstraint calendarButtonWidth: LayoutConstraint {
+        constant: 40
+    }
+    property LayoutConstraint scaleControlWidth: LayoutConstraint {
+        constant: 60
+    }
+    property real value: 0
+    property real minimumValue: 0
+    property real maximumValue: 0
+    property string spokenTime
+    property string spokenDetails
+
+    color: "#ffffff"
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: spokenTime
+    Accessible.description: spokenDetails
+
+    RulerButton {
+        id: left
+
+        width: ruler.leftButtonWidth.seen
+        height: parent.height
+        title: "‹"
+        spokenName: "A screen earlier"
+        onClicked: ruler.owner.leftBtn_click()
+    }
+
+    TimelineSlider {
+        id: slider
+
+        anchors.left: left.right
+        anchors.right: right.left
+        height: parent.height
+    }
+
+    RulerButton {
+        id: right
+
+        anchors.right: calendar.left
+        width: ruler.rightButtonWidth.seen
+        height: parent.height
+        title: "›"
+        spokenName: "A screen later"
+        onClicked: ruler.owner.rightBtn_click()
+    }
+
+    RulerButton {
+        id: calendar
+
+        anchors.right: scale.left
+        width: ruler.calendarButtonWidth.seen
+        height: parent.height
+        spokenName: "Calendar"
+        onClicked: ruler.owner.calendarBtn_click()
+    }
+
+    RulerButton {
+        id: scale
+
+        anchors.right: parent.right
+        width: ruler.scaleControlWidth.seen
+        height: parent.height
+        spokenName: "Scale: " + title
+        onClicked: ruler.owner.scaleControlPressed()
+    }
+}
