@@ -43,7 +43,7 @@ class Control : public PointerInput {
     void sendActionsForControlEvents(int controlEvents);
 
     /// Has it look for taps in all pointers from the next one on, whether they are followed or not. Its action runs
-    /// after endTrackingWithTouch(). Pointers that came down on a child are none of its taps. Null and what is there
+    /// after endTrackingWithTouch(). What a child hears of to its end is none of its taps. Null and what is there
     /// already are ignored.
     void addGestureRecognizer(std::shared_ptr<TapRecognizer> recognizer);
     /// What is not there is ignored. A touch that is under way becomes no tap.
