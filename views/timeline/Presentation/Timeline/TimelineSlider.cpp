@@ -25,7 +25,7 @@ namespace korvane {
 namespace {
 
 constexpr const char* classPath = "TimelineSlider";
-constexpr double finestScale = 1;      // seconds per point that a zoom reaches
+constexpr double finestScale = 1;  // seconds per point that a zoom reaches
 constexpr double coarsestScale = 120;
 constexpr double doublingWheel = 120;  // points of the wheel that double the scale
 constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();

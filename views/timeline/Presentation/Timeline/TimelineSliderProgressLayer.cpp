@@ -130,10 +130,15 @@ void TimelineSliderProgressLayer::drawState(Canvas& canvas, RulerSectorState sta
         case RulerSectorState::Loading:
             for (double x = x0; x < x1; x += dashStride) fill(loadingColor, x, std::min(x + dash, x1), stateHeight);
             break;
-        case RulerSectorState::Failed: fill(failedColor, x0, x1, stateHeight); break;
-        case RulerSectorState::Empty: fill(emptyColor, x0, x1, emptyHeight); break;
+        case RulerSectorState::Failed:
+            fill(failedColor, x0, x1, stateHeight);
+            break;
+        case RulerSectorState::Empty:
+            fill(emptyColor, x0, x1, emptyHeight);
+            break;
         case RulerSectorState::Unknown:
-        case RulerSectorState::Recorded: break;
+        case RulerSectorState::Recorded:
+            break;
     }
 }
 
@@ -157,8 +162,7 @@ void TimelineSliderProgressLayer::drawKnob(Canvas& canvas) const {
     const double y = current_position_y;
     if (!knobImage_.isNull()) {
         const QSizeF size = knobImage_.deviceIndependentSize();
-        canvas.drawImage(knobImage_,
-                         {x - size.width() * 0.5, y - size.height() * 0.5, size.width(), size.height()});
+        canvas.drawImage(knobImage_, {x - size.width() * 0.5, y - size.height() * 0.5, size.width(), size.height()});
         return;
     }
     canvas.setLineWidth(ringWidth);
