@@ -1,6 +1,5 @@
 #include "korvane/toolkit/Control.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -34,8 +33,7 @@ void Control::sendActionsForControlEvents(int controlEvents) {
 }
 
 void Control::addGestureRecognizer(std::shared_ptr<TapRecognizer> recognizer) {
-    const bool isThere = std::find(recognizers_.begin(), recognizers_.end(), recognizer) != recognizers_.end();
-    if (recognizer && !isThere) recognizers_.push_back(std::move(recognizer));
+    if (recognizer) recognizers_.push_back(std::move(recognizer));
 }
 
 void Control::removeGestureRecognizer(const std::shared_ptr<TapRecognizer>& recognizer) {
@@ -44,12 +42,10 @@ void Control::removeGestureRecognizer(const std::shared_ptr<TapRecognizer>& reco
 }
 
 void Control::pointerBegan(Point at, double time) {
-    isDown_ = true;
     isDragged_ = false;
     pressed_ = at;
     for (const auto& recognizer : recognizers_) recognizer->touchBegan(at, time);
-    const bool isFollowed = beginTrackingWithTouch(at);
-    isTracking_ = isFollowed && isDown_;  // it may have been taken away in between
+    isTracking_ = beginTrackingWithTouch(at);
 }
 
 void Control::pointerMoved(Point at, double /*time*/) {
@@ -60,7 +56,6 @@ void Control::pointerMoved(Point at, double /*time*/) {
 }
 
 void Control::pointerEnded(Point at, double time, bool isForChild) {
-    isDown_ = false;
     if (std::exchange(isTracking_, false)) endTrackingWithTouch(at);
     // One that an action removes has its touch cancelled, so it finds no tap any more.
     const auto recognizers = recognizers_;
@@ -70,7 +65,6 @@ void Control::pointerEnded(Point at, double time, bool isForChild) {
 }
 
 void Control::pointerCancelled() {
-    isDown_ = false;
     for (const auto& recognizer : recognizers_) recognizer->touchCancelled();
     if (std::exchange(isTracking_, false)) cancelTrackingWithEvent();
 }

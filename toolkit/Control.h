@@ -43,8 +43,8 @@ class Control : public PointerInput {
     void sendActionsForControlEvents(int controlEvents);
 
     /// Has it look for taps in all pointers from the next one on, whether they are followed or not. Its action runs
-    /// after endTrackingWithTouch(). What a child hears of to its end is none of its taps. Null and what is there
-    /// already are ignored.
+    /// after endTrackingWithTouch(). What a child hears of to its end is none of its taps. Null is ignored,
+    /// and adding one twice makes no difference.
     void addGestureRecognizer(std::shared_ptr<TapRecognizer> recognizer);
     /// What is not there is ignored. A touch that is under way becomes no tap.
     void removeGestureRecognizer(const std::shared_ptr<TapRecognizer>& recognizer);
@@ -65,7 +65,6 @@ class Control : public PointerInput {
   private:
     std::vector<std::shared_ptr<TapRecognizer>> recognizers_;
     Point pressed_;
-    bool isDown_ = false;
     bool isTracking_ = false;
     bool isDragged_ = false;
 };

@@ -18,7 +18,7 @@ class NotedControl : public Control {
     explicit NotedControl(QQuickItem* parent) : Control(parent) {
         setSize({800, 120});
         connect(this, &Control::valueChanged, [this] { note("v"); });
-        for (int i = 0; i < 2; ++i) addGestureRecognizer(tap);
+        addGestureRecognizer(tap);
     }
     bool beginTrackingWithTouch(Point at) override { return note("b", at), !has('n'); }
     bool continueTrackingWithTouch(Point at) override {
@@ -27,7 +27,7 @@ class NotedControl : public Control {
         return at.x != 103;
     }
     void endTrackingWithTouch(Point at) override { note(isTracking() ? "?" : "e", at); }
-    void cancelTrackingWithEvent() override { note(isTracking() ? "?" : "c"); }
+    void cancelTrackingWithEvent() override { note(isTracking() || tap->state() != 5 ? "?" : "c"); }
     bool takesPinch() const override { return has('p'); }
     void pinched(Point at, Point before, double factor) override {
         note("p" + std::to_string(int(before.x)) + "*" + std::to_string(int(factor * 100 + 0.5)) + ">", at);
@@ -94,6 +94,7 @@ TEST_F(Controls, FollowOnePointerOrPinchAndFindTaps) {
     }
     control->onCall = [&](auto& call) { call == "e100" ? control->removeGestureRecognizer(control->tap) : void(); };
     EXPECT_EQ(play("dP100 uP100"), "b100 e100");
+    EXPECT_EQ(control->tap->state(), 5);
 }
 
 TEST_F(Controls, ShareWithThoseAroundAndWithChildren) {
@@ -105,10 +106,12 @@ TEST_F(Controls, ShareWithThoseAroundAndWithChildren) {
     control->setParentItem(flickable->property("contentItem").value<QQuickItem*>());
     control->setFiltersChildMouseEvents(true);
     auto* const child = new NotedControl(control);
+    child->setHeight(100);
     for (const auto& [script, heard, childHeard, is, childIs] : std::vector<std::array<std::string, 5>>{
              {"dP500 mP496 uP496", "b500 m496 e496", "b500 t496", "", "n"},
              {"dP500 mP495 uP495", "b500 m495 e495 t495", "b500", "", "n"},
              {"dP500 mP460 mP400 mP300 uP300", "b500 m460 m400 m300 e300", "b500", "", "n"},
+             {"dP500,110 mP460,110 mP400,110 uP400,110", "b500 m460 m400 e400", "", "", "n"},
              {"dP500 mP460 mP400 mP300 uP300", "b500 flicked", "b500", "n", "n"},
              {"d1500 d2520 m1400 m2420 u1400 u2420", "b500 p510*600>460 p460*17>410", "b500", "np", "n"},
              {"w170", "", "w60@70", "w", "w"},
@@ -120,7 +123,6 @@ TEST_F(Controls, ShareWithThoseAroundAndWithChildren) {
             if (flickable->property("contentX").toDouble() != 0) control->note("flicked");
             EXPECT_EQ(control->log, heard) << script << pointer;
             EXPECT_EQ(std::exchange(child->log, ""), childHeard) << script << pointer;
-            ui.advance(std::chrono::milliseconds(3000));
             flickable->setProperty("contentX", 0);
         }
     }
