@@ -22,7 +22,7 @@ class KorvaneHelpers;
 /// The back of a ruler: its axis, ticks and labels. Times are seconds since the epoch, lengths points. Nothing that is
 /// set asks for a repaint. A colour that is not valid is absent: nothing is drawn in it, and a text is black. Main
 /// thread only, except that drawing belongs to the thread that draws the scene while the main thread waits.
-class TimelineSliderScaleLayer final : public PaintedLayer {
+class TimelineSliderScaleLayer : public PaintedLayer {
   public:
     /// A time as text, by a Unicode TS 35 pattern. An empty or unknown zone stands for the device's. An empty text is
     /// no label. Called while drawing, once for each label that comes into view.
