@@ -23,6 +23,10 @@ struct Ruler : RulerHost {
         QObject::connect(&slider, &Control::valueChanged, [this] { told << "changed; "; });
         QObject::connect(&slider, &TimelineSlider::timeScaleChanged, [this](float) { told << "scaled; "; });
     }
+    void updateTimeline(TimeSec start, TimeSec end) override {
+        EXPECT_TRUE(ui.scheduler().isMainThread());
+        RulerHost::updateTimeline(start, end);
+    }
     std::string drawAt(TimeSec position) {
         slider.setCurrentPosition(position);
         picture = drawn(qobject_cast<PaintedItem*>(slider.childItems().first())->layer());
@@ -86,11 +90,11 @@ TEST(TimelineSlider, StandsWhereItIsToldAndFollows) {
     EXPECT_EQ(ruler.drawAt(1156), "start 0 30; go 870 30; end 870 30; ");
     slider.ensureVisible(true);
     EXPECT_EQ(ruler.drawAt(1156), "follow 1156 311; ");
-    ruler.drawAt(1100);
+    ruler.drawAt(1150);
     slider.setZoomEnabled(true);
     slider.setTimeScale(2);
     ruler.ui.wheel({0, 20}, {0, 120});
-    EXPECT_EQ(ruler.drawAt(1100), "scaled; changed; ");
+    EXPECT_EQ(ruler.drawAt(1150), "scaled; changed; ");
 }
 
 TEST(TimelineSlider, RepaintsOnceOnTheMainThreadUntilCleaned) {

@@ -158,6 +158,7 @@ std::int64_t TimelineSlider::setSector(TimeSec time) {
 }
 
 std::int64_t TimelineSlider::moveTo(std::optional<TimeSec> center, const char* refusal) {
+    if (!scaleLayer_) return 0;
     if (center) {
         setCenterTime(*center);
         timelineReload();
@@ -351,13 +352,10 @@ void TimelineSlider::zoom(double factor, Point at, Point before) {
     const double wanted = window().scale() * factor;
     if (!takesPinch() || !(wanted > 0 && std::isfinite(at.x) && std::isfinite(before.x))) return;
     const auto scale = static_cast<float>(std::clamp(wanted, finestScale, coarsestScale));
-    // Fractions of a second must not add up from step to step.
-    const bool isSameZoom = zoomed_ && zoomed_->x == before.x && zoomed_->center_time == center_time;
-    const TimeSec time = isSameZoom ? zoomed_->time : window().timeAt(before.x);
+    const TimeSec time = window().timeAt(before.x);
     const bool isNewScale = scale != pix_scale;
     applyScale(scale);
     setCenterTime(saturatingSubtract(time, RulerWindow{0, scale, width()}.timeAt(at.x)));
-    zoomed_ = Zoomed{at.x, center_time, time};
     progressLayer_->letPositionGo();
     timelineReload();
     if (isNewScale) emit timeScaleChanged(scale);

@@ -53,6 +53,14 @@ class TimelineSlider : public Control {
     Q_PROPERTY(QColor knobColor READ knobColor WRITE setKnobColor NOTIFY settingsChanged)
     Q_PROPERTY(QColor rangeColor READ rangeColor WRITE setRangeColor NOTIFY settingsChanged)
     Q_PROPERTY(QImage knobImage READ knobImage WRITE setKnobImage NOTIFY settingsChanged)
+    Q_PROPERTY(QColor trackHighlightColor READ trackHighlightColor WRITE setTrackHighlightColor NOTIFY settingsChanged)
+    Q_PROPERTY(float curvatiousness READ curvatiousness WRITE setCurvatiousness NOTIFY settingsChanged)
+    Q_PROPERTY(
+        float scalePixelsPerSecond READ scalePixelsPerSecond WRITE setScalePixelsPerSecond NOTIFY settingsChanged)
+    Q_PROPERTY(float maximumValue READ maximumValue WRITE setMaximumValue)
+    Q_PROPERTY(float minimumValue READ minimumValue WRITE setMinimumValue)
+    Q_PROPERTY(float upperValue READ upperValue WRITE setUpperValue)
+    Q_PROPERTY(float lowerValue READ lowerValue WRITE setLowerValue)
     Q_PROPERTY(QString timeFormat READ timeFormat WRITE setTimeFormat NOTIFY settingsChanged)
     Q_PROPERTY(QString timeZone READ timeZone WRITE setTimeZone NOTIFY settingsChanged)
 
@@ -184,12 +192,6 @@ class TimelineSlider : public Control {
 
   private:
     enum class MadeBy { Frame, Coder };
-    /// The second that the last zoom kept in its place, where, and which centre it set.
-    struct Zoomed {
-        double x = 0;
-        TimeSec center_time = 0;
-        TimeSec time = 0;
-    };
     TimelineSlider(MadeBy madeBy, QQuickItem* parent);
 
     template <typename T>
@@ -251,7 +253,6 @@ class TimelineSlider : public Control {
     QString timeZone_;
     bool zoomEnabled_ = false;
     bool showsSectorStates_ = false;
-    std::optional<Zoomed> zoomed_;
 
     std::shared_ptr<const KorvaneHelpers> helpers_;
     /// Holds the layers, which it shows; a child of this item.
