@@ -8,6 +8,8 @@
 namespace korvane {
 namespace {
 
+constexpr double fewBars = 64;  // so many of a sector are always bars of their own
+
 /// The first index from `begin` to before `end` for which `isBefore` no longer holds.
 template <class IsBefore>
 std::int32_t boundary(std::int32_t begin, std::int32_t end, IsBefore isBefore) {
@@ -38,7 +40,9 @@ RulerBars::RulerBars(const Timeline* sector, const RulerWindow& window, std::int
     periods_ = &*sector->periods();
     index_ = first;
     last_ = last;
-    if (static_cast<double>(last) - first + 1 > window.drawableWidth()) findJoined();
+    const double count = static_cast<double>(last) - first + 1;
+    const double points = along(period(last).end()) - along(period(first).start());
+    if (count > std::max(fewBars, std::min(points, window.drawableWidth()))) findJoined();
 }
 
 void RulerBars::findJoined() {

@@ -17,8 +17,9 @@ struct RulerBar {
 };
 
 /// The bars that show the recordings of one sector, handed out one by one from left to right. A recording is a bar of
-/// its own, but where more of them lie in view than the axis has points, bars that touch come as one, so that the work
-/// follows the points. Allocates nothing. Reads the sector, which must outlive it and stay as it is.
+/// its own, but where a sector has more of them in view than they take points, and more than 64, bars that touch come
+/// as one, so that the work follows the points. Allocates nothing. Reads the sector, which must outlive it and stay as
+/// it is.
 ///
 /// A bar begins a leading margin after its time and ends at its time; where that leaves nothing, it is a point wide. A
 /// recording that begins exactly at the left edge and lasts to the right edge or longer has no bar, nor has one that
