@@ -88,7 +88,7 @@ TEST_F(RulerSectorsTest, WhatAnAnswerLeaves) {
         {nullptr, true, State::Failed, State::Loading},
         {timelineOf(0, std::nullopt), true, State::Empty, State::Loading},
         {timelineOf(0, Periods()), true, State::Empty, State::Loading},
-        {timelineOf(sector * 1000, Periods()), false, State::Unknown, State::Loading},
+        {timelineOf(sector * 1000, Periods()), false, State::Unknown, State::Empty},
         {foreign, false, State::Unknown, State::Recorded},
         {recorded, true, State::Recorded, State::Loading}};
     for (const auto& [timeline, isFree, state, stateOfNext] : cases) {

@@ -378,6 +378,7 @@ void TimelineView::setZoomEnabled(bool isEnabled) {
 
 void TimelineView::setShowsSectorStates(bool shows) {
     if (std::exchange(showsSectorStates_, shows) == shows) return;
+    binding_->setShowsSectorStates(shows);
     if (timeLineSlider_) timeLineSlider_->setShowsSectorStates(shows);
     emit settingsChanged();
 }

@@ -126,6 +126,10 @@ void RulerBinding::timelineReload() {
     if (slider_) slider_->timelineReload();
 }
 
+void RulerBinding::sectorStateChanged() {
+    if (slider_ && showsSectorStates_) slider_->timelineReload();
+}
+
 std::optional<TimeMs> RulerBinding::playerPosition() {
     const auto player = this->player();
     return player ? std::optional(player->getPosition()) : std::nullopt;

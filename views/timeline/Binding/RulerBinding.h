@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPointer>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -36,6 +37,8 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
     void setSlider(TimelineSlider* slider);
     /// What the host hears of it; nothing for none, which it hears as the last one.
     void setRange(const std::optional<RulerRange>& range);
+    /// Whether the axis is painted anew for what is known of a sector.
+    void setShowsSectorStates(bool shows) { showsSectorStates_ = shows; }
     std::shared_ptr<KorvanePlayer> player() const;
     std::shared_ptr<KorvaneCamera> camera() const;
     /// Only while the updates are stopped.
@@ -53,6 +56,7 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
     std::shared_ptr<const Timeline> fetch(TimeMs start, TimeMs end) override;
     void breakOffFetch() override;
     void timelineReload() override;
+    void sectorStateChanged() override;
     std::optional<TimeMs> playerPosition() override;
     void positionChanged(TimeMs position) override;
     void showPosition(TimeSec position) override;
@@ -64,6 +68,7 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
     HostLink<TimelineViewDelegate> host_;
     const std::shared_ptr<RulerSectors> sectors_;
     TimelineSlider* slider_ = nullptr;
+    std::atomic<bool> showsSectorStates_ = false;
     mutable std::mutex mutex_;  // a leaf, guards what follows
     std::shared_ptr<KorvanePlayer> player_;
     std::shared_ptr<KorvaneCamera> curcam_;

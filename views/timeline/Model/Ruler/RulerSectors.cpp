@@ -133,9 +133,9 @@ RulerSectorState RulerSectors::state(TimeSec start) const {
         if (cached_data->records.contains(start)) return RulerSectorState::Recorded;
     }
     const std::lock_guard lock(rq_lock);
-    if (isQueued(start)) return RulerSectorState::Loading;
     const auto found = outcomes_.find(start);
-    return found == outcomes_.end() ? RulerSectorState::Unknown : found->second;
+    if (found != outcomes_.end()) return found->second;
+    return isQueued(start) ? RulerSectorState::Loading : RulerSectorState::Unknown;
 }
 
 void RulerSectors::clear() {

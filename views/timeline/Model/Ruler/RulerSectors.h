@@ -15,17 +15,17 @@
 
 namespace korvane {
 
-/// What a time ruler knows of a sector.
+/// What a time ruler knows of a sector. What is known stays so while it is asked for again.
 enum class RulerSectorState {
     /// Never answered, or answered under another start.
     Unknown,
-    /// In the queue or being fetched, with nothing to show meanwhile.
+    /// In the queue or being fetched for the first time.
     Loading,
     /// The last answer had no periods.
     Empty,
     /// The last answer was none.
     Failed,
-    /// In the cache, whatever came or comes of asking again.
+    /// In the cache.
     Recorded,
 };
 

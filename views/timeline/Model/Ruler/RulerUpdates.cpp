@@ -132,7 +132,14 @@ class RulerUpdates::Run {
 
     void store(const RulerSectors::Request& request, const std::shared_ptr<const Timeline>& timeline) {
         if (!timeline && !isRunning_) return updates_.sectors_.giveUp(request);
-        if (updates_.sectors_.answer(request, timeline) && !isLeft_) updates_.host_.timelineReload();
+        const RulerSectorState before = updates_.sectors_.state(request.start);
+        const bool isStored = updates_.sectors_.answer(request, timeline);
+        if (isLeft_) return;
+        if (isStored) {
+            updates_.host_.timelineReload();
+        } else if (updates_.sectors_.state(request.start) != before) {
+            updates_.host_.sectorStateChanged();
+        }
     }
 
     void tick() {

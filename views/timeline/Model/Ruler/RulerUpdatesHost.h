@@ -24,6 +24,8 @@ class RulerUpdatesHost {
 
     /// The records have changed. On the request thread.
     virtual void timelineReload() = 0;
+    /// The records have not changed, but what is known of a sector has. On the request thread.
+    virtual void sectorStateChanged() {}
 
     /// Where the player is, ms, 0 or below for nowhere; nothing without a player. On the position thread, like those
     /// that follow.
