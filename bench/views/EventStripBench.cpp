@@ -83,14 +83,7 @@ void eventStripFrame(benchmark::State& state) {
     };
     for (int i = 0; i < warmUpFrames; ++i) frame();
     const std::size_t warm = stage.cells();
-    std::vector<double> milliseconds;
-    for (auto _ : state) {
-        const auto begin = Clock::now();
-        frame();
-        milliseconds.push_back(millisecondsSince(begin));
-        state.SetIterationTime(milliseconds.back() / 1000);
-    }
-    report(state, milliseconds);
+    measure(state, frame);
     state.counters["cells"] = static_cast<double>(warm);
     state.counters["made_after_warm_up"] = static_cast<double>(stage.cells() - warm);
 }

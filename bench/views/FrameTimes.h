@@ -21,4 +21,17 @@ inline void report(benchmark::State& state, std::vector<double>& milliseconds) {
     state.counters["p99_ms"] = milliseconds[milliseconds.size() * 99 / 100];
 }
 
+/// Times each run of `frame`, and reports.
+template <typename Frame>
+void measure(benchmark::State& state, const Frame& frame) {
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        frame();
+        milliseconds.push_back(millisecondsSince(begin));
+        state.SetIterationTime(milliseconds.back() / 1000);
+    }
+    report(state, milliseconds);
+}
+
 }  // namespace korvane

@@ -60,14 +60,7 @@ void rulerFrame(benchmark::State& state) {
         screen.draw();
     };
     for (int i = 0; i < warmUpFrames; ++i) frame();
-    std::vector<double> milliseconds;
-    for (auto _ : state) {
-        const auto begin = Clock::now();
-        frame();
-        milliseconds.push_back(millisecondsSince(begin));
-        state.SetIterationTime(milliseconds.back() / 1000);
-    }
-    report(state, milliseconds);
+    measure(state, frame);
 }
 
 BENCHMARK(rulerFrame)

@@ -83,14 +83,7 @@ void timelineStripFrame(benchmark::State& state) {
     for (int i = 0; i < warmUpFrames; ++i) frame();
     const std::size_t before = bytesInUse();
     const auto warm = stage.strip().findChildren<ScrubberTimelineCell*>().size();
-    std::vector<double> milliseconds;
-    for (auto _ : state) {
-        const auto begin = Clock::now();
-        frame();
-        milliseconds.push_back(millisecondsSince(begin));
-        state.SetIterationTime(milliseconds.back() / 1000);
-    }
-    report(state, milliseconds);
+    measure(state, frame);
     state.counters["entries"] = static_cast<double>(stage.view->getEventsCount());
     state.counters["cells"] = static_cast<double>(warm);
     state.counters["made_after_warm_up"] =
@@ -125,16 +118,11 @@ BENCHMARK(timelineJump)->UseManualTime()->Iterations(500)->Unit(benchmark::kMill
 void timelineReload(benchmark::State& state) {
     TenYears stage;
     stage.load();
-    std::vector<double> milliseconds;
-    for (auto _ : state) {
-        const auto begin = Clock::now();
+    measure(state, [&] {
         stage.view->reload();
         QCoreApplication::processEvents();
         stage.draw();
-        milliseconds.push_back(millisecondsSince(begin));
-        state.SetIterationTime(milliseconds.back() / 1000);
-    }
-    report(state, milliseconds);
+    });
 }
 
 BENCHMARK(timelineReload)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
