@@ -24,6 +24,7 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
       link_(scheduler, service),
       strip_(scheduler, player_, *service.helpers()),
       timeline_(scheduler, player_, *service.helpers()),
+      ruler_(scheduler, player_),
       navigation_(strip_, player_, *service.helpers()) {
     connectParts();
 }
@@ -79,6 +80,9 @@ void Browser::connectPlayer() {
     connect(&player_, &RecordingPlayer::gapSkipped, this, [this](qint64 from, qint64 to) {
         setNote(tr("Nothing recorded for %1").arg(durationText(to - from)), Mood::Calm);
     });
+    connect(&player_, &RecordingPlayer::seeking, this, &Browser::onSeeking);
+    connect(&player_, &RecordingPlayer::nothingFound, this,
+            [this] { setNote(tr("Nothing recorded here"), Mood::Calm); });
     connect(&player_, &RecordingPlayer::failed, this, [this](const QString& text, int status) {
         setNote(status == 0 ? text : tr("%1 (status %2)").arg(text).arg(status), Mood::Fault);
     });
@@ -104,11 +108,12 @@ void Browser::open(const QString& token, const QString& cameraName) {
     isEventOver_ = false;
     isReloaded_ = false;
     navigation_.forget();
+    ruler_.close();
     player_.setCamera(nullptr);
     setFlyOver(-1);
     link_.open(token.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& text,
                                            std::int32_t status) { onCamera(camera, text, status); });
-    shown_->open(token);
+    if (page_ != Page::Ruler) shown_->open(token);
     emit cameraChanged();
     emit selectionChanged();
     emit messageChanged();
@@ -124,7 +129,9 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
     if (cameraName_.isEmpty()) cameraName_ = tr("Camera %1").arg(camera->getID());
     setZone(QString::fromStdString(camera->getTimezone()));
     player_.setCamera(camera);
-    if (isLive_)
+    if (page_ == Page::Ruler) ruler_.open();
+    // The ruler has no list that would come to its live end.
+    if (isLive_ || page_ == Page::Ruler)
         goLive();
     else if (const auto& event = navigation_.selected())
         player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
@@ -180,6 +187,7 @@ void Browser::onRenewed() {
 
 void Browser::goLive() {
     isLive_ = true;
+    ruler_.showNext();
     emit selectionChanged();
     // There is no live picture, so the newest recorded one is shown.
     player_.openNewest(RecordingPlayer::Then::Pause);
@@ -188,6 +196,12 @@ void Browser::goLive() {
 void Browser::onSought() {
     // The strip tells of an end once in a run, and seeking starts no new run.
     if (std::exchange(isEventOver_, false) && navigation_.selected()) shown_->toEntry(navigation_.selected(), false);
+}
+
+// At the live end the player rests for want of a live picture, not because somebody has paused it.
+void Browser::onSeeking() {
+    if (std::exchange(isLive_, false)) player_.resume();
+    emit selectionChanged();
 }
 
 // Where an event outlasts the recordings, the player never reaches its end and the strip does not tell of it.
@@ -222,26 +236,35 @@ void Browser::togglePlaying() {
         player_.resume();
 }
 
-void Browser::setShowsTimeline(bool showsTimeline) {
-    if (showsTimeline == this->showsTimeline()) return;
+void Browser::toNextPage() {
+    setPage(page_ == Page::Events ? Page::Timeline : page_ == Page::Timeline ? Page::Ruler : Page::Events);
+}
+
+void Browser::setPage(Page page) {
+    if (page == page_) return;
     const TimeMs moment = isLive_ || player_.getPosition() <= 0 ? shown_->wanted().value_or(-1) : player_.getPosition();
     shown_->close();
-    shown_ = showsTimeline ? static_cast<ScrubberHost*>(&timeline_) : &strip_;
+    ruler_.close();
+    page_ = page;
+    shown_ = page == Page::Timeline ? static_cast<ScrubberHost*>(&timeline_) : &strip_;
     navigation_.show(*shown_);
     listState_ = ScrubberStateReady;
     listStatus_ = 0;
     expiry_.clear();  // the timeline is not told how it goes on
     boundPlayer();
     isEventOver_ = false;
-    isReloaded_ = moment > 0;
+    isReloaded_ = moment > 0 && page != Page::Ruler;
     emit switchesChanged();
-    if (!token_.isEmpty()) shown_->open(token_, moment);
+    if (page == Page::Ruler)
+        ruler_.open();
+    else if (!token_.isEmpty())
+        shown_->open(token_, moment);
     emit stateChanged();
     emit messageChanged();
 }
 
 void Browser::setShowsRecordings(bool showsRecordings) {
-    if (showsRecordings == strip_.hasRecordings() || showsTimeline()) return;
+    if (showsRecordings == strip_.hasRecordings() || page_ != Page::Events) return;
     const TimeMs moment = momentToKeep();
     strip_.showRecordings(showsRecordings);
     navigation_.forget();
@@ -299,6 +322,11 @@ TimeMs Browser::shownTime() const {
     return flyOver_ >= 0 ? flyOver_ : player_.getPosition();
 }
 
+bool Browser::isEmpty() const {
+    if (page_ != Page::Ruler) return isListSeen_ && shown_->count() == 0;
+    return player_.getSource() && player_.state() == RecordingPlayer::State::Idle;
+}
+
 QString Browser::format(TimeMs time, const char* pattern) const {
     if (time < 0) return {};
     return QString::fromStdString(service_.helpers()->formatTime(time, pattern, zone_.toStdString()));
@@ -313,7 +341,7 @@ QString Browser::date() const {
 }
 
 QString Browser::count() const {
-    if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0 || showsTimeline()) return {};
+    if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0 || page_ != Page::Events) return {};
     const QString noun = strip_.isGrouping() ? tr("group") : strip_.hasRecordings() ? tr("recording") : tr("event");
     return countText(strip_.count(), noun);
 }
@@ -327,13 +355,13 @@ QString Browser::message() const {
     if (!expiry_.isEmpty()) return expiry_;
     switch (player_.state()) {
         case RecordingPlayer::State::Idle:
-            return isListSeen_ && shown_->count() == 0 ? nothingText() : tr("Ready");
+            return isEmpty() ? nothingText() : tr("Ready");
         case RecordingPlayer::State::Opening:
             return tr("Loading recording");
         case RecordingPlayer::State::Playing:
             return tr("Playing");
         case RecordingPlayer::State::Paused:
-            if (isLive_ && shown_->count() == 0) return nothingText();
+            if (isLive_ && isEmpty()) return nothingText();
             if (isEventOver_) return showsRecordings() ? tr("End of the recording") : tr("End of the event");
             return isLive_ ? tr("Live end") : tr("Paused");
         case RecordingPlayer::State::Ended:
@@ -345,12 +373,12 @@ QString Browser::message() const {
 }
 
 QString Browser::loadingText() const {
-    if (showsTimeline()) return tr("Loading the timeline");
+    if (page_ == Page::Timeline) return tr("Loading the timeline");
     return showsRecordings() ? tr("Loading recordings") : tr("Loading events");
 }
 
 QString Browser::nothingText() const {
-    return showsTimeline() ? tr("Nothing recorded") : tr("No events");
+    return page_ == Page::Events ? tr("No events") : tr("Nothing recorded");
 }
 
 Browser::Mood Browser::mood() const {

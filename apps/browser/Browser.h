@@ -11,6 +11,7 @@
 #include "korvane/apps/browser/CameraLink.h"
 #include "korvane/apps/browser/Navigation.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
+#include "korvane/apps/browser/RulerHost.h"
 #include "korvane/apps/browser/StripHost.h"
 #include "korvane/apps/browser/TimelineHost.h"
 #include "korvane/base/LifeToken.h"
@@ -19,15 +20,16 @@
 
 namespace korvane {
 
-/// One camera in the window: the player plays what the strip selects, and the state line tells how things stand. Main
-/// thread only.
+/// One camera in the window: the player plays what the strip or the ruler selects, and the state line tells how things
+/// stand. Main thread only.
 class Browser : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the application")
     Q_PROPERTY(korvane::RecordingPlayer* player READ player CONSTANT)
     Q_PROPERTY(korvane::Navigation* navigation READ navigation CONSTANT)
-    Q_PROPERTY(bool showsTimeline READ showsTimeline WRITE setShowsTimeline NOTIFY switchesChanged)
+    Q_PROPERTY(korvane::RulerHost* ruler READ ruler CONSTANT)
+    Q_PROPERTY(Page page READ page WRITE setPage NOTIFY switchesChanged)
     Q_PROPERTY(bool showsRecordings READ showsRecordings WRITE setShowsRecordings NOTIFY switchesChanged)
     Q_PROPERTY(bool groups READ groups WRITE setGroups NOTIFY switchesChanged)
     Q_PROPERTY(bool playsOn READ playsOn WRITE setPlaysOn NOTIFY switchesChanged)
@@ -47,23 +49,32 @@ class Browser : public QObject {
     enum class Mood { Calm, Busy, Warning, Fault };
     Q_ENUM(Mood)
 
+    /// The ways to browse.
+    enum class Page { Events, Timeline, Ruler };
+    Q_ENUM(Page)
+
     /// Both outlive the browser.
     Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent = nullptr);
     ~Browser() override;
 
     Q_INVOKABLE void attachStrip(korvane::ScrubberView* strip);
     Q_INVOKABLE void attachTimeline(korvane::ScrubberTimelineView* timeline);
+    Q_INVOKABLE void attachRuler(korvane::TimelineView* ruler) { ruler_.attach(ruler); }
     /// Shows the camera of a token. An empty name stands for the camera's number.
     void open(const QString& token, const QString& cameraName);
     /// At the end of an event, plays it once more.
     Q_INVOKABLE void togglePlaying();
+    /// To the last seconds that were recorded.
+    Q_INVOKABLE void goLive();
 
-    /// The timeline strip instead of the event strip. What is on screen stays, and a player that plays goes on.
-    bool showsTimeline() const { return shown_ == &timeline_; }
-    void setShowsTimeline(bool showsTimeline);
+    /// What is on screen stays, and a player that plays goes on.
+    Page page() const { return page_; }
+    void setPage(Page page);
+    /// The first page follows the last.
+    Q_INVOKABLE void toNextPage();
     /// Recordings in the event strip instead of events, and what lies within 10 s of each other as one. The
     /// strip keeps to the moment that is on screen.
-    /// Takes no other value while the timeline is shown.
+    /// Takes no other value while another page is shown.
     bool showsRecordings() const { return strip_.hasRecordings(); }
     void setShowsRecordings(bool showsRecordings);
     bool groups() const { return strip_.isGrouping(); }
@@ -79,7 +90,8 @@ class Browser : public QObject {
     RecordingPlayer* player() { return &player_; }
     StripHost& strip() { return strip_; }
     TimelineHost& timeline() { return timeline_; }
-    /// The one of the two that is on screen.
+    RulerHost* ruler() { return &ruler_; }
+    /// The strip that is on screen, or the closed event strip under the ruler.
     ScrubberHost& shown() { return *shown_; }
     Navigation* navigation() { return &navigation_; }
     QString cameraName() const { return cameraName_; }
@@ -116,6 +128,7 @@ class Browser : public QObject {
     void onArrived(const std::shared_ptr<ScrubberEvent>& event);
     void onRenewed();
     void onSought();
+    void onSeeking();
     void onPlayerEnded();
     void endEvent();
     void boundPlayer();
@@ -123,11 +136,11 @@ class Browser : public QObject {
     void onListLoaded();
     TimeMs momentToKeep() const;
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
-    void goLive();
     void setZone(const QString& zone);
     void setFlyOver(TimeMs time);
     void setNote(const QString& note, Mood mood);
     TimeMs shownTime() const;
+    bool isEmpty() const;
     QString loadingText() const;
     QString nothingText() const;
     QString format(TimeMs time, const char* pattern) const;
@@ -138,6 +151,8 @@ class Browser : public QObject {
     CameraLink link_;
     StripHost strip_;
     TimelineHost timeline_;
+    RulerHost ruler_;
+    Page page_ = Page::Events;
     ScrubberHost* shown_ = &strip_;
     Navigation navigation_;
     QString token_;

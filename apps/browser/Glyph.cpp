@@ -118,6 +118,33 @@ void drawTimeline(QPainter& painter, const QColor& color) {
     for (const double x : {7.3, 16.7}) painter.drawLine(QPointF(x, 10.5), QPointF(x, 13.5));
 }
 
+// Cards side by side.
+void drawEvents(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawRoundedRect(QRectF(7.5, 6, 9, 12), 2, 2);
+    painter.drawPolyline(QPolygonF({{3, 7}, {4.5, 7}, {4.5, 17}, {3, 17}}));
+    painter.drawPolyline(QPolygonF({{21, 7}, {19.5, 7}, {19.5, 17}, {21, 17}}));
+}
+
+// An axis with ticks, and a knob on it.
+void drawRuler(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawLine(QPointF(2.5, 19), QPointF(21.5, 19));
+    for (const double x : {4.5, 8.3, 15.7, 19.5}) painter.drawLine(QPointF(x, 15), QPointF(x, 19));
+    painter.drawLine(QPointF(12, 9), QPointF(12, 19));
+    painter.setBrush(color);
+    painter.drawEllipse(QPointF(12, 6), 2.8, 2.8);
+}
+
+// What lies between two borders.
+void drawRange(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    for (const double x : {3.5, 20.5}) painter.drawLine(QPointF(x, 5.5), QPointF(x, 18.5));
+    painter.drawLine(QPointF(7.5, 12), QPointF(16.5, 12));
+    painter.drawPolyline(QPolygonF({{10, 9}, {7, 12}, {10, 15}}));
+    painter.drawPolyline(QPolygonF({{14, 9}, {17, 12}, {14, 15}}));
+}
+
 void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
     switch (shape) {
         case Glyph::Play:
@@ -150,6 +177,12 @@ void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
             return drawPlayOn(painter, color);
         case Glyph::Timeline:
             return drawTimeline(painter, color);
+        case Glyph::Events:
+            return drawEvents(painter, color);
+        case Glyph::Ruler:
+            return drawRuler(painter, color);
+        case Glyph::Range:
+            return drawRange(painter, color);
     }
 }
 

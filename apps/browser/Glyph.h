@@ -28,7 +28,10 @@ class Glyph : public QQuickPaintedItem {
         Recordings,
         Group,
         PlayOn,
-        Timeline
+        Timeline,
+        Events,
+        Ruler,
+        Range
     };
     Q_ENUM(Shape)
 

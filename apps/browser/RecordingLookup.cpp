@@ -23,7 +23,7 @@ void RecordingLookup::find(TimeMs moment, Found found) {
     cancel();
     const auto known = catalog_.find(moment);
     if (known.kind != RecordingCatalog::Kind::Unknown) return found(known, 0);
-    ask(moment, oldestFirst, pageSize,
+    ask(moment, -1, oldestFirst, pageSize,
         [this, moment, found = std::move(found)](const Reply& reply, std::int32_t status) {
             if (status != 0) return found({}, status);
             RecordingsPage page = readRecordings(reply, helpers_);
@@ -32,9 +32,9 @@ void RecordingLookup::find(TimeMs moment, Found found) {
         });
 }
 
-void RecordingLookup::findNewest(Found found) {
+void RecordingLookup::findLast(TimeMs until, Found found) {
     cancel();
-    ask(-1, newestFirst, newestSize, [this, found = std::move(found)](const Reply& reply, std::int32_t status) {
+    ask(-1, until, newestFirst, newestSize, [this, found = std::move(found)](const Reply& reply, std::int32_t status) {
         const RecordingsPage page = readRecordings(reply, helpers_);
         const auto last = std::max_element(page.recordings.begin(), page.recordings.end(),
                                            [](const Recording& a, const Recording& b) { return a.end < b.end; });
@@ -43,15 +43,16 @@ void RecordingLookup::findNewest(Found found) {
     });
 }
 
-void RecordingLookup::ask(TimeMs from, int order, int limit,
+void RecordingLookup::ask(TimeMs from, TimeMs until, int order, int limit,
                           std::function<void(const Reply& reply, std::int32_t status)> answered) {
     auto onMain = life_.guard(
         [this, question = question_, answered = std::move(answered)](const Reply& reply, std::int32_t status) {
             if (question == question_) answered(reply, status);
         });
-    camera_->getRecords(from, -1, order, limit, 0, [&scheduler = scheduler_, onMain](Reply reply, std::int32_t status) {
-        scheduler.post([onMain, reply = std::move(reply), status]() mutable { onMain(reply, status); });
-    });
+    camera_->getRecords(
+        from, until, order, limit, 0, [&scheduler = scheduler_, onMain](Reply reply, std::int32_t status) {
+            scheduler.post([onMain, reply = std::move(reply), status]() mutable { onMain(reply, status); });
+        });
 }
 
 }  // namespace korvane

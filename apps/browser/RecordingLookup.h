@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "korvane/apps/browser/RecordingCatalog.h"
 #include "korvane/base/LifeToken.h"
@@ -26,7 +27,10 @@ class RecordingLookup {
     void find(TimeMs moment, Found found);
 
     /// The recording that ends last; the position is its start.
-    void findNewest(Found found);
+    void findNewest(Found found) { findLast(-1, std::move(found)); }
+
+    /// Of the recordings that begin before `moment`, the one that ends last; the position is its start.
+    void findBefore(TimeMs moment, Found found) { findLast(moment, std::move(found)); }
 
     /// Drops a question that is under way.
     void cancel() { ++question_; }
@@ -37,7 +41,9 @@ class RecordingLookup {
     const std::shared_ptr<KorvaneCamera>& camera() const { return camera_; }
 
   private:
-    void ask(TimeMs from, int order, int limit, std::function<void(const Reply& reply, std::int32_t status)> answered);
+    void findLast(TimeMs until, Found found);
+    void ask(TimeMs from, TimeMs until, int order, int limit,
+             std::function<void(const Reply& reply, std::int32_t status)> answered);
 
     Scheduler& scheduler_;
     const KorvaneHelpers& helpers_;

@@ -14,6 +14,7 @@ namespace {
 // A file counts as ended when its last frame begins, and clocks drift a little: shorter gaps are ignored.
 constexpr TimeMs unnoticedGap = 2'000;
 constexpr TimeMs newestStretch = 10'000;
+constexpr TimeMs noWayBack = 10'000;  // a step back that ends nearer than this has led nowhere
 
 QString textOf(QMediaPlayer::Error error) {
     switch (error) {
@@ -79,8 +80,44 @@ void RecordingPlayer::open(TimeMs moment, Then then) {
     look(moment, then);
 }
 
+void RecordingPlayer::seek(TimeMs moment) {
+    if (!lookup_ || moment < 0) return;
+    // The look-up has room for one question, and the one under way must be answered.
+    if (state_ == State::Opening) return goTo(moment);
+    isSeeking_ = true;
+    lookup_->find(moment, [this, moment](const RecordingCatalog::Answer& answer, std::int32_t status) {
+        isSeeking_ = false;
+        const bool isNothing = status == 0 && answer.kind == RecordingCatalog::Kind::Unknown;
+        const bool isBack = moment > 0 && moment + noWayBack < position_;
+        if (isNothing) {
+            emit nothingFound();
+            if (media_->mediaStatus() == QMediaPlayer::EndOfMedia) onMediaStatus(QMediaPlayer::EndOfMedia);
+        } else if (status == 0 && isBack && answer.position + noWayBack > position_) {
+            seekBefore(moment);
+        } else {
+            goTo(moment > 0 || status != 0 ? moment : answer.position);
+        }
+    });
+}
+
+void RecordingPlayer::goTo(TimeMs moment) {
+    emit seeking();
+    seekOnMain_(moment);
+}
+
+void RecordingPlayer::seekBefore(TimeMs moment) {
+    isSeeking_ = true;
+    lookup_->findBefore(moment, [this, moment](const RecordingCatalog::Answer& answer, std::int32_t status) {
+        isSeeking_ = false;
+        const Recording& before = answer.recording;
+        const bool isFound = status == 0 && answer.kind != RecordingCatalog::Kind::Unknown;
+        goTo(isFound ? std::max(before.start, before.end - newestStretch) : moment);
+    });
+}
+
 void RecordingPlayer::openNewest(Then then) {
     if (!lookup_) return;
+    isSeeking_ = false;
     media_->pause();
     then_ = then;
     isAfterNewest_ = true;
@@ -94,6 +131,7 @@ void RecordingPlayer::openNewest(Then then) {
 }
 
 void RecordingPlayer::look(TimeMs moment, Then then, std::optional<TimeMs> bound) {
+    isSeeking_ = false;
     media_->pause();
     then_ = then;
     isAfterNewest_ = false;
@@ -169,6 +207,7 @@ void RecordingPlayer::pause() {
 
 void RecordingPlayer::stop() {
     if (lookup_) lookup_->cancel();
+    isSeeking_ = false;
     recording_.reset();
     target_.reset();
     setState(State::Idle);
@@ -192,7 +231,7 @@ void RecordingPlayer::onMediaStatus(QMediaPlayer::MediaStatus status) {
         if (!isLoading) arrive();
         return;
     }
-    if (status == QMediaPlayer::EndOfMedia && state_ == State::Playing) playNext();
+    if (status == QMediaPlayer::EndOfMedia && state_ == State::Playing && !isSeeking_) playNext();
 }
 
 void RecordingPlayer::onMediaPosition(qint64 position) {

@@ -57,6 +57,10 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
 
     /// Goes to a moment (ms, 0 and up), or to the next one that was recorded. From now on it is the position.
     void open(TimeMs moment, Then then);
+    /// As setPosition(), where there is something to go to: into a gap it goes on to what was recorded next, and when
+    /// that leads nowhere on the way back, to the end of what was recorded before. With nothing recorded from `moment`
+    /// (ms, 0 for the begin of all) on, it stays where it is and tells of that.
+    void seek(TimeMs moment);
     /// Playing pauses instead of skipping to a recording that begins after `bound` (ms). Absent for no bound.
     void setBound(std::optional<TimeMs> bound) { bound_ = bound; }
     /// Goes to the last seconds that were recorded.
@@ -85,12 +89,18 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     void positionChanged(qint64 position);
     /// Nothing was recorded between the two moments, ms.
     void gapSkipped(qint64 from, qint64 to);
+    /// A seek has found its moment and is about to go there.
+    void seeking();
+    /// A seek has led nowhere.
+    void nothingFound();
     /// Paused, since what comes next begins after the bound.
     void boundReached();
     /// A sentence, and the service's status or 0.
     void failed(const QString& text, int status);
 
   private:
+    void goTo(TimeMs moment);
+    void seekBefore(TimeMs moment);
     void look(TimeMs moment, Then then, std::optional<TimeMs> bound = {});
     void load(const Recording& recording, TimeMs position);
     bool isHeld() const;
@@ -118,6 +128,7 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     std::optional<TimeMs> target_;
     std::optional<TimeMs> bound_;
     Then then_ = Then::Play;      // what follows State::Opening
+    bool isSeeking_ = false;      // a seek is being looked up; meanwhile all goes on as it was
     bool isAfterNewest_ = false;  // the newest recording is being looked up
     QMediaPlayer::Error loadError_ = QMediaPlayer::NoError;
     std::function<void(TimeMs)> seekOnMain_;

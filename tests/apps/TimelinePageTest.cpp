@@ -87,14 +87,13 @@ TEST_F(TimelinePageTest, ASwitchKeepsTheMomentAndThePlaying) {
     for (const auto& [moment, event] : {std::pair<TimeMs, int>{first + 20 * second1, 1}, {first + 200 * second1, 2}}) {
         for (const State state : {State::Playing, State::Paused}) {
             SCOPED_TRACE(testing::Message() << event << ", " << (state == State::Paused));
-            if (browser().showsTimeline()) press(Qt::Key_T);
-            press(Qt::Key_T);
+            browser().setPage(Browser::Page::Timeline);
             ASSERT_TRUE(until([this] { return follows(); }));
             ASSERT_TRUE(goesTo(moment));
             if (state == State::Paused) press(Qt::Key_Space);
             ASSERT_TRUE(until([this] { return follows(); }));
             seeks = 0;
-            press(Qt::Key_T);
+            browser().setPage(Browser::Page::Events);
             ASSERT_TRUE(
                 until([&] { return browser().strip().isReady() && browser().strip().indexUnderMark() == event; }));
             ASSERT_TRUE(until([&] { return browser().navigation()->selected() == browser().strip().entry(event); }));

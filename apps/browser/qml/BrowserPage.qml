@@ -7,14 +7,15 @@ Item {
 
     required property Browser browser
     readonly property Navigation navigation: browser.navigation
+    readonly property bool isRuler: browser.page === Browser.Ruler
 
     // Gives false for a key that does nothing here.
     function press(key) {
         switch (key) {
-        case Qt.Key_Home: navigation.toFirst(); return true
+        case Qt.Key_Home: isRuler ? browser.ruler.toFirst() : navigation.toFirst(); return true
         case Qt.Key_Left: navigation.toPrevious(); return true
         case Qt.Key_Right: navigation.toNext(); return true
-        case Qt.Key_End: navigation.toLast(); return true
+        case Qt.Key_End: isRuler ? browser.goLive() : navigation.toLast(); return true
         case Qt.Key_PageUp: navigation.goByHours(-1); return true
         case Qt.Key_PageDown: navigation.goByHours(1); return true
         }
@@ -25,14 +26,15 @@ Item {
         switch (key) {
         case Qt.Key_Space: browser.togglePlaying(); return true
         case Qt.Key_Delete: navigation.askToDelete(); return true
-        case Qt.Key_T: browser.showsTimeline = !browser.showsTimeline; return true
+        case Qt.Key_T: browser.toNextPage(); return true
+        case Qt.Key_R: browser.ruler.hasRange = !browser.ruler.hasRange; return true
         }
         return false
     }
 
     focus: true
-    // The timeline strip has keys of its own.
-    Keys.forwardTo: timeline
+    // The timeline strip and the ruler have keys of their own; what is not visible gets none.
+    Keys.forwardTo: [timeline, ruler]
     Keys.onPressed: event => event.accepted = press(event.key) || (!event.isAutoRepeat && pressOnce(event.key))
 
     StateLine {
@@ -60,16 +62,24 @@ Item {
         anchors.bottom: parent.bottom
         width: parent.width
         height: Theme.stripHeight
-        visible: !page.browser.showsTimeline
+        visible: page.browser.page === Browser.Events
         Component.onCompleted: page.browser.attachStrip(strip)
     }
     ScrubberTimelineView {
         id: timeline
 
         anchors.fill: strip
-        visible: page.browser.showsTimeline
+        visible: page.browser.page === Browser.Timeline
         onPlayPauseRequested: page.browser.togglePlaying()
         Component.onCompleted: page.browser.attachTimeline(timeline)
+    }
+    RulerStrip {
+        id: ruler
+
+        anchors.fill: strip
+        visible: page.isRuler
+        onPlayPauseRequested: page.browser.togglePlaying()
+        Component.onCompleted: page.browser.attachRuler(ruler)
     }
     Notice {
         anchors.horizontalCenter: parent.horizontalCenter

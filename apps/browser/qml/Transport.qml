@@ -10,7 +10,9 @@ Item {
     readonly property Navigation navigation: browser.navigation
     readonly property bool isOneRow: width >= 840
     readonly property bool isLabelled: width >= 1200
-    readonly property bool isTimeline: browser.showsTimeline
+    readonly property RulerHost ruler: browser.ruler
+    readonly property bool isTimeline: browser.page === Browser.Timeline
+    readonly property bool isRuler: browser.page === Browser.Ruler
     // In a narrow window the lower row has up to nine buttons.
     readonly property int touchSize: isOneRow ? 48 : Math.min(44, Math.floor((width - 8) / (browser.player.hasSound ? 9 : 8)))
 
@@ -32,9 +34,10 @@ Item {
         hasIcon: false
         text: hours < 0 ? "\u22121 h" : "+1 h"
         tip: (hours < 0 ? "An hour back" : "An hour on")
-             + (transport.isTimeline ? "" : hours < 0 ? " (Page Up)" : " (Page Down)")
-        enabled: hours < 0 ? transport.navigation.canGoBackByHours : transport.navigation.canGoOnByHours
-        onClicked: transport.navigation.goByHours(hours)
+             + (transport.isTimeline || transport.isRuler ? "" : hours < 0 ? " (Page Up)" : " (Page Down)")
+        enabled: transport.isRuler ? transport.ruler.canMove
+               : hours < 0 ? transport.navigation.canGoBackByHours : transport.navigation.canGoOnByHours
+        onClicked: transport.isRuler ? transport.ruler.goByHours(hours) : transport.navigation.goByHours(hours)
     }
 
     implicitHeight: isOneRow ? 72 : 64 + 52
@@ -54,8 +57,8 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             shape: Glyph.First
             tip: "First (Home)"
-            enabled: transport.navigation.canGoBack
-            onClicked: transport.navigation.toFirst()
+            enabled: transport.isRuler ? transport.ruler.canMove : transport.navigation.canGoBack
+            onClicked: transport.isRuler ? transport.ruler.toFirst() : transport.navigation.toFirst()
         }
         HourWay {
             anchors.verticalCenter: parent.verticalCenter
@@ -64,6 +67,7 @@ Item {
         }
         Way {
             anchors.verticalCenter: parent.verticalCenter
+            visible: !transport.isRuler
             shape: Glyph.Previous
             tip: transport.isTimeline ? "Previous (Shift+Left)" : "Previous (Left)"
             enabled: transport.navigation.canGoBack
@@ -94,6 +98,7 @@ Item {
         }
         Way {
             anchors.verticalCenter: parent.verticalCenter
+            visible: !transport.isRuler
             shape: Glyph.Next
             tip: transport.isTimeline ? "Next (Shift+Right)" : "Next (Right)"
             enabled: transport.navigation.canGoOn
@@ -108,8 +113,8 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             shape: Glyph.Last
             tip: transport.isTimeline ? "Last" : "Last (End)"
-            enabled: transport.navigation.canGoToLast
-            onClicked: transport.navigation.toLast()
+            enabled: transport.isRuler ? transport.ruler.canMove : transport.navigation.canGoToLast
+            onClicked: transport.isRuler ? transport.browser.goLive() : transport.navigation.toLast()
         }
     }
     Row {
@@ -133,12 +138,15 @@ Item {
             tip: transport.browser.player.muted ? "Sound on" : "Sound off"
             onClicked: transport.browser.player.muted = !transport.browser.player.muted
         }
-        Choice {
-            shape: Glyph.Timeline
-            label: "Timeline"
-            tip: checked ? "Show the strip of events (T)" : "Show the timeline (T)"
-            checked: transport.isTimeline
-            onClicked: transport.browser.showsTimeline = !checked
+        // Goes through the three ways to browse, and shows the one that is on screen.
+        Way {
+            readonly property string label: transport.isRuler ? "Ruler" : transport.isTimeline ? "Timeline" : "Events"
+
+            shape: transport.isRuler ? Glyph.Ruler : transport.isTimeline ? Glyph.Timeline : Glyph.Events
+            text: transport.isLabelled ? label : ""
+            tip: transport.isRuler ? "Show the strip of events (T)"
+               : transport.isTimeline ? "Show the ruler (T)" : "Show the timeline (T)"
+            onClicked: transport.browser.toNextPage()
         }
         HourWay {
             visible: !transport.isOneRow
@@ -155,6 +163,16 @@ Item {
         y: playing.y
 
         Choice {
+            visible: transport.isRuler
+            shape: Glyph.Range
+            label: "Range"
+            tip: checked ? "Show the whole time (R)" : "Show the hour around this moment (R)"
+            enabled: transport.ruler.canMove || checked
+            checked: transport.ruler.hasRange
+            onClicked: transport.ruler.hasRange = !checked
+        }
+        Choice {
+            visible: !transport.isRuler
             shape: Glyph.Recordings
             label: "Recordings"
             enabled: !transport.isTimeline
@@ -163,6 +181,7 @@ Item {
             onClicked: transport.browser.showsRecordings = !checked
         }
         Choice {
+            visible: !transport.isRuler
             shape: Glyph.Group
             label: "Group"
             enabled: !transport.isTimeline
@@ -171,6 +190,7 @@ Item {
             onClicked: transport.browser.groups = !checked
         }
         Choice {
+            visible: !transport.isRuler
             shape: Glyph.PlayOn
             label: "Play on"
             enabled: !transport.isTimeline
@@ -179,6 +199,7 @@ Item {
             onClicked: transport.browser.playsOn = !checked
         }
         Way {
+            visible: !transport.isRuler
             shape: Glyph.Delete
             tip: "Delete this event (Delete)"
             enabled: transport.navigation.canDelete

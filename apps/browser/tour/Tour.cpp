@@ -256,8 +256,41 @@ bool Tour::seeTimeline() {
     if (!watch("20-timeline-after-drag", glance)) return false;
     hand_->key(Qt::Key_End);
     if (!wait("the live end of the timeline", isLive) || !take("21-timeline-live")) return false;
+    return seeRuler() && wait("the events after the ruler", [&] { return browser.strip().isReady() && isAtRest(); });
+}
+
+bool Tour::seeRuler() {
+    Browser& browser = application_.browser();
     hand_->key(Qt::Key_T);
-    return wait("the events after the timeline", [&] { return browser.strip().isReady() && isAtRest(); });
+    if (!wait("the ruler", [&] { return browser.page() == Browser::Page::Ruler && browser.ruler()->canMove(); }))
+        return false;
+    hand_->key(Qt::Key_Home);
+    const auto isFirst = [&] { return browser.player()->state() == State::Playing && !browser.isLive(); };
+    if (!wait("the begin of the ruler", isFirst) || !watch("22-ruler-minutes", look)) return false;
+    for (const char* picture : {"23-ruler-hours", "24-ruler-days"})
+        if (!tapItem("spokenName", "Scale") || !watch(picture, glance)) return false;
+    if (!tapItem("spokenName", "Scale") || !seeRange()) return false;
+    hand_->key(Qt::Key_End);
+    if (!wait("the live end of the ruler", [&] { return browser.isLive() && browser.ruler()->canMove(); }))
+        return false;
+    if (!tapItem("spokenName", "Scale") || !tapItem("spokenName", "A screen earlier") || !take("27-ruler-scrolled"))
+        return false;
+    hand_->key(Qt::Key_T);
+    return true;
+}
+
+bool Tour::seeRange() {
+    const RulerHost& ruler = *application_.browser().ruler();
+    hand_->key(Qt::Key_R);
+    if (!wait("the range", [&] { return ruler.hasRange(); }) || !watch("25-ruler-range", glance)) return false;
+    hand_->key(Qt::Key_R);
+    if (!options_.isResizing) return true;
+    QQuickWindow& window = *application_.window();
+    const QSize before = window.size();
+    window.resize(390, 844);
+    const bool isSeen = watch("26-ruler-narrow", glance);
+    window.resize(before);
+    return isSeen;
 }
 
 bool Tour::seeFirst() {
@@ -266,16 +299,21 @@ bool Tour::seeFirst() {
 }
 
 bool Tour::choose(const char* label, const char* what) {
-    QQuickItem* button = nullptr;
-    const auto isButton = [label](const QQuickItem& item) {
-        return item.property("label").toString() == QLatin1String(label);
-    };
-    for (QQuickItem* item : itemsIn(*application_.window()->contentItem(), isButton)) button = item;
-    if (!button) return fail(std::string("there is no choice ") + label);
-    hand_->tap(button->mapToScene({button->width() / 2, button->height() / 2}));
-    hand_->leave();
+    if (!tapItem("label", label)) return false;
     // Without a name there is nothing to wait for.
     return *what == 0 || wait(what, [this] { return isMarked(); });
+}
+
+bool Tour::tapItem(const char* property, const char* begin) {
+    QQuickItem* button = nullptr;
+    const auto isButton = [&](const QQuickItem& item) {
+        return item.property(property).toString().startsWith(QLatin1String(begin));
+    };
+    for (QQuickItem* item : itemsIn(*application_.window()->contentItem(), isButton)) button = item;
+    if (!button) return fail(std::string("there is nothing to tap on, ") + begin);
+    hand_->tap(button->mapToScene({button->width() / 2, button->height() / 2}));
+    hand_->leave();
+    return true;
 }
 
 bool Tour::watch(const char* picture, TimeMs enough) {
@@ -324,7 +362,7 @@ std::optional<std::int64_t> Tour::eventBesideMark() const {
 }
 
 bool Tour::isPreviewed() const {
-    if (application_.browser().showsTimeline()) return true;
+    if (application_.browser().page() != Browser::Page::Events) return true;
     ScrubberView& strip = *application_.browser().strip().view();
     const double width = strip.getConfig().cellWidth();
     const auto isInView = [&](double begin) { return begin + width > 0 && begin < strip.width(); };
@@ -346,8 +384,9 @@ bool Tour::isPreviewed() const {
 }
 
 bool Tour::isAtRest() const {
-    if (const Browser& browser = application_.browser(); browser.showsTimeline())
+    if (const Browser& browser = application_.browser(); browser.page() == Browser::Page::Timeline)
         return application_.browser().timeline().view()->isAtRest() && !browser.isFlyingOver();
+    if (application_.browser().page() == Browser::Page::Ruler) return true;
     ScrubberView& strip = *application_.browser().strip().view();
     const auto under = strip.getIndexPathFromPointer();
     if (!under || application_.browser().isFlyingOver()) return false;

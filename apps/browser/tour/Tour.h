@@ -56,6 +56,8 @@ class Tour {
     bool seeRecordings();
     bool seeGroups();
     bool seeTimeline();
+    bool seeRuler();
+    bool seeRange();
     bool seeFirst();
     bool seeSizes();
     bool seeInSize(int width, int height, const char* picture);
@@ -63,6 +65,7 @@ class Tour {
 
     bool go(Qt::Key key, const char* what);
     bool choose(const char* label, const char* what);
+    bool tapItem(const char* property, const char* begin);
     bool watch(const char* picture, TimeMs enough);
     std::optional<std::int64_t> eventBesideMark() const;
     bool isPreviewed() const;

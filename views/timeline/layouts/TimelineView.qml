@@ -80,6 +80,7 @@ Rectangle {
         anchors.right: parent.right
         width: ruler.scaleControlWidth.seen
         height: parent.height
+        framed: true
         spokenName: "Scale: " + title
         onClicked: ruler.owner.scaleControlPressed()
     }
