@@ -57,8 +57,9 @@ void RulerHost::attach(TimelineView* view) {
     connect(view_, &TimelineView::scaleRowChanged, this, &RulerHost::setTicks);
     connect(view_, &QQuickItem::widthChanged, this, &RulerHost::setTicks);
     // A place stays until the knob has come there.
-    connect(view_, &TimelineView::timelinePositionChanged, this, [this] {
-        if (std::exchange(isPlaced_, false)) view_->setTrackingMode(false);
+    connect(view_, &TimelineView::timelinePositionChanged, this, [this](qint64 position) {
+        const bool isKnobThere = std::abs(position - player_.getPosition()) < 2 * second;
+        if (isKnobThere && std::exchange(isPlaced_, false)) view_->setTrackingMode(false);
     });
     setTicks();
 }
