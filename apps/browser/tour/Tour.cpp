@@ -271,7 +271,8 @@ bool Tour::seeRuler() {
         if (!tapItem("spokenName", "Scale") || !watch(picture, glance)) return false;
     if (!tapItem("spokenName", "Scale") || !seeRange()) return false;
     hand_->key(Qt::Key_End);
-    if (!wait("the live end of the ruler", [&] { return browser.isLive() && browser.player()->state() == State::Paused; }))
+    if (!wait("the live end of the ruler",
+              [&] { return browser.isLive() && browser.player()->state() == State::Paused; }))
         return false;
     settle();
     if (!tapItem("spokenName", "Scale") || !tapItem("spokenName", "A screen earlier") || !take("27-ruler-scrolled"))
