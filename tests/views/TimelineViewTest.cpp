@@ -74,7 +74,7 @@ class TimelineViewTest : public ::testing::Test {
     }
     TimelineSlider& slider() const { return *view_->findChild<TimelineSlider*>(); }
     QObject& outlet(const char* name) const { return *qvariant_cast<QObject*>(view_->contentView()->property(name)); }
-    TimeSec now() { return ui_.scheduler().utcNow() / 1000; }
+    TimeSec presentTime() { return ui_.scheduler().utcNow() / 1000; }
     /// As so many frames that are drawn, a second apart.
     void watch(int seconds) {
         for (int i = 0; i < seconds; ++i) {
@@ -203,6 +203,21 @@ TEST_F(TimelineViewTest, FollowsAPlayerAndShowsWhatIsRecorded) {
     EXPECT_EQ(ui_.scheduler().liveThreads(), threadsBefore_);
 }
 
+TEST_F(TimelineViewTest, WhatIsRecordedMeanwhileAppears) {
+    record(ui_.scheduler().utcNow() - 2 * hour, ui_.scheduler().utcNow() - 1 * hour);
+    player_->position = ui_.scheduler().utcNow() - 9 * hour;
+    view_->setPlayer(player_);
+    view_->setScale(2);
+    watch(6);
+    const TimeMs begin = ui_.scheduler().utcNow() - 1'000;
+    record(begin, begin + 60'000);
+    watch(6);
+    view_->setPlayer(nullptr);
+    const TimeMs present = begin / (3 * hour) * 3 * hour;
+    const auto asked = service_.requests("getTimelineSync");
+    EXPECT_GE(std::ranges::count_if(asked, [&](const auto& request) { return request.start == present; }), 3);
+}
+
 TEST_F(TimelineViewTest, AHostsAnswerReplacesTheCameras) {
     const TimeMs start = ui_.scheduler().utcNow() - 5 * hour;
     std::vector<TimeMs> asked;
@@ -235,8 +250,12 @@ TEST_F(TimelineViewTest, NothingThatAHostDoesHangsOrCrashes) {
             if (draw(5) == 0) view_->stopUpdates();
         };
         const double odd[] = {0, 1, 400, 1e9, -1e9, 3};
-        const TimeSec times[] = {
-            0, -1, now(), now() - 30'000, std::numeric_limits<TimeSec>::max(), std::numeric_limits<TimeSec>::min()};
+        const TimeSec times[] = {0,
+                                 -1,
+                                 presentTime(),
+                                 presentTime() - 30'000,
+                                 std::numeric_limits<TimeSec>::max(),
+                                 std::numeric_limits<TimeSec>::min()};
         for (int step = 0; step < 150; ++step) {
             switch (draw(16)) {
                 case 0:

@@ -3,10 +3,12 @@
 #include <utility>
 
 #include "korvane/base/SaturatingTime.h"
+#include "korvane/base/Scheduler.h"
 #include "korvane/base/TaskGuard.h"
 #include "korvane/client/KorvaneCamera.h"
 #include "korvane/client/KorvanePlayer.h"
 #include "korvane/toolkit/ToolkitContext.h"
+#include "korvane/views/timeline/Model/Ruler/RulerWindow.h"
 #include "korvane/views/timeline/Presentation/Timeline/TimelineSlider.h"
 #include "korvane/views/timeline/TimelineView.h"
 
@@ -154,6 +156,19 @@ void RulerBinding::showPosition(TimeSec position) {
     slider_->setCurrentPosition(position);
     slider_->updateTimelineData();
     slider_->timelineReload();
+    view_.onMain([this] { refreshPresent(); });
+}
+
+/// What is being recorded may show anywhere in the view; the axis itself keeps only its left edge fresh.
+void RulerBinding::refreshPresent() {
+    if (!slider_) return;
+    const TimeSec present = view_.scheduler().utcNow() / second;
+    const TimeSec sector = present / RulerSectors::sectorLength * RulerSectors::sectorLength;
+    const RulerWindow window{slider_->getCenterTime(), slider_->timeScale(), slider_->width()};
+    if (sector < window.left() || present > window.right()) return;
+    if (sectors_->state(sector) == RulerSectorState::Recorded) {
+        updateTimeline(sector, sector + RulerSectors::sectorLength);
+    }
 }
 
 }  // namespace korvane

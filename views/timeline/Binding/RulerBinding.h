@@ -63,6 +63,7 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
 
   private:
     void showKnob(TimeSec time);
+    void refreshPresent();
 
     TimelineView& view_;
     HostLink<TimelineViewDelegate> host_;

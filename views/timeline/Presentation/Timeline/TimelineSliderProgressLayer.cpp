@@ -50,14 +50,14 @@ Rect square(double x, double y, double side) {
 
 }  // namespace
 
-TimeSec TimelineSliderProgressLayer::now() const {
+TimeSec TimelineSliderProgressLayer::presentTime() const {
     return scheduler_->utcNow() / 1000;
 }
 
 void TimelineSliderProgressLayer::updateTimelineData() {
     const TimeSec k = sectorOf(window().left());
     if (k >= window().right()) return;
-    if (k > now()) return trace(3, tag, "updateTimelineData No data from future");
+    if (k > presentTime()) return trace(3, tag, "updateTimelineData No data from future");
     if (cbk) cbk->updateTimeline(k, endOf(k));
 }
 
@@ -75,7 +75,7 @@ void TimelineSliderProgressLayer::drawInContext(Canvas& canvas) {
 void TimelineSliderProgressLayer::drawRecords(Canvas& canvas, const RulerWindow& window) {
     if (!records_) return trace(3, tag, "drawInContext No records");
     const auto records = records_->snapshot();
-    const TimeSec present = now();
+    const TimeSec present = presentTime();
     const TimeSec right = window.right();
     if (showsSectorStates_) drawStates(canvas, window, *records);
     canvas.setFillColor(orClear(fillColor_));
@@ -112,7 +112,7 @@ void TimelineSliderProgressLayer::drawSector(Canvas& canvas, const RulerWindow& 
 void TimelineSliderProgressLayer::drawStates(Canvas& canvas, const RulerWindow& window,
                                              const RulerSectors::Records& records) const {
     if (!(window.scale() > 0 && window.scale() <= longestStateScale)) return;
-    const TimeSec right = std::min(window.right(), now());
+    const TimeSec right = std::min(window.right(), presentTime());
     for (TimeSec k = sectorOf(window.left()); k < right; k = endOf(k)) {
         if (records.contains(k)) continue;
         const double x0 = std::max(window.trackX(k), RulerWindow::leadingMargin);

@@ -84,7 +84,7 @@ class TimelineSliderProgressLayer final : public PaintedLayer {
 
   private:
     RulerWindow window() const { return {centertime, scale_px_sec, frame().width}; }
-    TimeSec now() const;
+    TimeSec presentTime() const;
     void drawRecords(Canvas& canvas, const RulerWindow& window);
     void drawSector(Canvas& canvas, const RulerWindow& window, const Timeline& sector) const;
     void drawStates(Canvas& canvas, const RulerWindow& window, const RulerSectors::Records& records) const;
