@@ -126,10 +126,16 @@ class TimelineView : public WidgetItem {
     /// The position that the knob shows; 0 or below for none.
     Q_INVOKABLE qint64 currentPosition() const;
 
-    // These do nothing yet.
+    // The calendar, which does nothing yet; the container is kept.
+    void setCalendarContainer(QQuickItem* container) { externalCalendarContainerView_ = container; }
+    QQuickItem* getCalendarContainer() const { return externalCalendarContainerView_; }
     Q_INVOKABLE void calendarBtn_click() { toggleCalendarControl(); }
     Q_INVOKABLE void toggleCalendarControl() {}
     Q_INVOKABLE void toggleCalendarControl(bool /*isShown*/) {}
+    Q_INVOKABLE void showCalenadarAsController() {}
+    Q_INVOKABLE void showCalenadarInExternalView() {}
+    Q_INVOKABLE void hideCalenadarInExternalView() {}
+    Q_INVOKABLE void toggleCalenadarInExternalView() {}
 
     bool isZoomEnabled() const { return zoomEnabled_; }
     void setZoomEnabled(bool isEnabled);
@@ -270,6 +276,7 @@ class TimelineView : public WidgetItem {
     QPointer<QQuickItem> rightBtn_;
     QPointer<QQuickItem> leftBtn_;
     QPointer<QQuickItem> calendarBtn_;
+    QPointer<QQuickItem> externalCalendarContainerView_;
     QPointer<LayoutConstraint> scaleControlWidth_;
     QPointer<LayoutConstraint> rightButtonWidth_;
     QPointer<LayoutConstraint> leftButtonWidth_;
