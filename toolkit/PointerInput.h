@@ -48,6 +48,8 @@ class PointerInput : public QQuickItem {
     /// Whether this item takes part in pinches; asked when a second finger comes down. With true that finger ends the
     /// first one's stream with pointerCancelled(), and nobody else gets the two from then on. A finger that stays down
     /// after the other is lifted is ignored.
+    /// Two fingers pinch; holds already within the pointerCancelled() that ends the stream of the first one.
+    bool isPinching() const { return pinch_.has_value(); }
     virtual bool takesPinch() const { return false; }
     /// The fingers of a pinch have moved: their middle now and at the last call (at first, when the second finger came
     /// down), and the factor by which their distance has grown since. The factor is finite and above 0, because

@@ -173,7 +173,7 @@ TEST(TimelineSliderProgressLayer, ShowsWhatIsKnownOfSectorsWhenAsked) {
     const std::string grey = "fill color #a08e8e93\nfill rect ", red = "fill color #d0e5533d\nfill rect 110,18 50x4\n";
     std::string blue;
     for (int x = 160; x < 210; x += 10) blue += "fill color #a03d8bff\nfill rect " + std::to_string(x) + ",18 6x4\n";
-    EXPECT_EQ(drawn(front.layer), grey + "60,19 50x2\n" + red + blue + grey + "260,19 0.5x2\n" + bar);
+    EXPECT_EQ(drawn(front.layer), bar + grey + "60,19 50x2\n" + red + blue + grey + "260,19 0.5x2\n");
 }
 
 TEST(TimelineSliderProgressLayer, AsksForWhatItLacksAndEnds) {

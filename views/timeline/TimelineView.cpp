@@ -159,8 +159,9 @@ void TimelineView::setControls(int controls) {
 void TimelineView::setDelegate(const std::shared_ptr<TimelineViewDelegate>& delegate) {
     if (!config_) return;
     stopUpdates();
-    if (delegate) startUpdates();
+    // Before the threads begin, which would ask the host that has left.
     binding_->host().set(delegate);
+    if (delegate) startUpdates();
 }
 
 std::shared_ptr<TimelineViewDelegate> TimelineView::getDelegate() const {
@@ -195,12 +196,14 @@ void TimelineView::setCamera(const std::shared_ptr<KorvaneCamera>& camera) {
     }
     if (camera) {
         startUpdates();
-        QString zone = timeZone_;
+        QString zone = timeZone_ == cameraZone_ ? QString() : timeZone_;
+        const bool isOfCamera = zone.isEmpty();
         if (zone.isEmpty()) {
             detail::runGuarded([&] { zone = QString::fromStdString(camera->getTimezone()); }, "KorvaneCamera");
         }
         if (!zone.isEmpty()) {
-            onMain([this, zone] {
+            onMain([this, zone, isOfCamera] {
+                if (isOfCamera) cameraZone_ = zone;
                 setTimeZone(zone);
                 if (timeLineSlider_) timeLineSlider_->setTimeZone(timeZone_);
             });
@@ -263,6 +266,7 @@ void TimelineView::setScaleControlValue(qint64 row) {
     takeRow(row);
     if (timeLineSlider_) timeLineSlider_->setTimeScale(scale);
     emit scaleRowChanged();
+    if (b_isRangeset) emit centerTimeChanged();
 }
 
 void TimelineView::toggleScaleControl(int row) {
@@ -344,6 +348,7 @@ void TimelineView::sliderResized() {
     range_scale = RulerScales::rangeScale(range, timeLineSlider_->width());
     timeLineSlider_->setTimeScale(range_scale);
     timeLineSlider_->setCenterTime(saturatingAdd(range_start, range.length() / 2));
+    emit centerTimeChanged();
 }
 
 void TimelineView::setPosition(qint64 time) {
@@ -380,6 +385,13 @@ void TimelineView::setShowsSectorStates(bool shows) {
     if (std::exchange(showsSectorStates_, shows) == shows) return;
     binding_->setShowsSectorStates(shows);
     if (timeLineSlider_) timeLineSlider_->setShowsSectorStates(shows);
+    emit settingsChanged();
+}
+
+void TimelineView::setKnobImage(const QImage& image) {
+    if (knobImage_.cacheKey() == image.cacheKey()) return;
+    knobImage_ = image;
+    updateColor();
     emit settingsChanged();
 }
 

@@ -26,7 +26,7 @@ class TimelineSlider;
 /// A time ruler: a time axis with the recorded stretches of a camera, the position of a player as a knob on it, buttons
 /// that scroll by a screen, one for the scale and one for the calendar. Times are seconds since the epoch, lengths
 /// points. Main thread only, except where told. As it comes the track has no height and the labels are black on black:
-/// a host sets widths and colours. A colour that is not valid is absent.
+/// a host sets widths and colours. A colour that is not valid is absent. Player and camera come from C++.
 class TimelineView : public WidgetItem {
     Q_OBJECT
     QML_ELEMENT
@@ -106,7 +106,7 @@ class TimelineView : public WidgetItem {
     /// As setScale(), with 0 for every row but 1 and 2.
     Q_INVOKABLE void toggleScaleControl(int row);
     /// Seconds per point.
-    float timeScale() const { return scale; }
+    Q_INVOKABLE float timeScale() const { return scale; }
     Q_INVOKABLE void scaleControlPressed();
     Q_INVOKABLE void leftBtn_click() { scrollTimelineToLeft(); }
     Q_INVOKABLE void rightBtn_click() { scrollTimelineToRight(); }
@@ -170,7 +170,7 @@ class TimelineView : public WidgetItem {
     QColor knobColor() const { return knobColor_; }
     void setKnobColor(const QColor& color) { changeColor(knobColor_, color); }
     QImage knobImage() const { return knobImage_; }
-    void setKnobImage(const QImage& image) { changeColor(knobImage_, image); }
+    void setKnobImage(const QImage& image);
     QColor textColor() const { return textColor_; }
     void setTextColor(const QColor& color) { changeColor(textColor_, color); }
     QColor textBackgroundColor() const { return textBackgroundColor_; }
@@ -270,6 +270,7 @@ class TimelineView : public WidgetItem {
     QImage knobImage_;
     QString timeFormat_;
     QString timeZone_;
+    QString cameraZone_;  // what a camera has given as timeZone_
 
     QPointer<TimelineSlider> timeLineSlider_;
     QPointer<QQuickItem> scaleControl_;

@@ -89,7 +89,12 @@ void RulerBinding::endPositionChanging(TimeSec time, float /*position*/) {
     }
     if (!self) return;
     updates_.endPositionChanging();
-    emit view_.positionSet(time);
+    if (slider_) emit view_.positionSet(time);
+}
+
+void RulerBinding::sliderGoes() {
+    updates_.stopUpdates();
+    slider_ = nullptr;
 }
 
 void RulerBinding::showKnob(TimeSec time) {
@@ -109,7 +114,8 @@ std::shared_ptr<const Timeline> RulerBinding::fetch(TimeMs start, TimeMs end) {
         const std::lock_guard lock(mutex_);
         asked = asked_ = curcam_;
     }
-    auto found = asked ? asked->getTimelineSync(start, end) : nullptr;
+    std::shared_ptr<const Timeline> found;
+    detail::runGuarded([&] { found = asked ? asked->getTimelineSync(start, end) : nullptr; }, "KorvaneCamera");
     const std::lock_guard lock(mutex_);
     asked_.reset();
     return found;
@@ -146,8 +152,11 @@ void RulerBinding::positionChanged(TimeMs position) {
     const TimeMs start = saturatingMultiply(range.start_range, second);
     const TimeMs end = saturatingMultiply(range.end_range, second);
     constexpr TimeMs noDuration = -1;
-    view_.onMain(
-        [this, position, start, end] { emit view_.timelinePositionChanged(position, noDuration, start, end); });
+    // Of a player that has been left meanwhile nothing is told.
+    const void* const from = player().get();
+    view_.onMain([this, from, position, start, end] {
+        if (from && from == player().get()) emit view_.timelinePositionChanged(position, noDuration, start, end);
+    });
     host_.call(&TimelineViewDelegate::OnTimelinePositionChanged, position, noDuration, start, end);
 }
 

@@ -51,6 +51,7 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
     void startPositionChanging(TimeSec time, float position) override;
     void continuePositionChanging(TimeSec time, float position) override;
     void endPositionChanging(TimeSec time, float position) override;
+    void sliderGoes() override;
 
     // What the threads want.
     std::shared_ptr<const Timeline> fetch(TimeMs start, TimeMs end) override;

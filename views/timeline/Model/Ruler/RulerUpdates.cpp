@@ -135,7 +135,8 @@ class RulerUpdates::Run {
         const RulerSectorState before = updates_.sectors_.state(request.start);
         const bool isStored = updates_.sectors_.answer(request, timeline);
         if (isLeft_) return;
-        if (isStored) {
+        // After a first failure one more draw asks again, also where nothing else has the ruler painted.
+        if (isStored || (!timeline && before != RulerSectorState::Failed)) {
             updates_.host_.timelineReload();
         } else if (updates_.sectors_.state(request.start) != before) {
             updates_.host_.sectorStateChanged();

@@ -75,6 +75,7 @@ TimelineSlider::TimelineSlider(MadeBy madeBy, QQuickItem* parent)
 }
 
 TimelineSlider::~TimelineSlider() {
+    if (TimelineSliderDelegate* const told = std::exchange(cbk, nullptr)) told->sliderGoes();
     removeGestureRecognizer(positionTapGestureRecognizer);
     clean();
 }
@@ -89,6 +90,7 @@ void TimelineSlider::clean() {
     progressLayer_->clean();
     dropped.addSublayer(std::exchange(scaleLayer_, nullptr));
     dropped.addSublayer(std::exchange(progressLayer_, nullptr));
+    picture_->setNeedsDisplay();
 }
 
 void TimelineSlider::setCenterTime(TimeSec time) {
@@ -293,7 +295,7 @@ void TimelineSlider::endTrackingWithTouch(Point at) {
 void TimelineSlider::cancelTrackingWithEvent() {
     Control::cancelTrackingWithEvent();
     // A pinch takes the first finger away; what that held must not stay held.
-    if (takesPinch()) perform(gesture_.end(window(), range(), {nowhere, nowhere}));
+    if (isPinching()) perform(gesture_.end(window(), range(), {nowhere, nowhere}));
     gesture_.cancel();
 }
 

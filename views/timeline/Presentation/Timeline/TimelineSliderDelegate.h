@@ -21,6 +21,9 @@ class TimelineSliderDelegate {
     virtual void startPositionChanging(TimeSec time, float position) = 0;
     virtual void continuePositionChanging(TimeSec time, float position) = 0;
     virtual void endPositionChanging(TimeSec time, float position) = 0;
+
+    /// The ruler is being destroyed without clean(); nothing of it may be used from then on. Main thread.
+    virtual void sliderGoes() {}
 };
 
 }  // namespace korvane

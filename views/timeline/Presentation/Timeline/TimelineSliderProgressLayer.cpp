@@ -68,6 +68,8 @@ void TimelineSliderProgressLayer::drawInContext(Canvas& canvas) {
     current_position_x = hasKnob ? shown.knobX(position) : noKnob;
     current_position_y = hasKnob ? static_cast<float>(frame().height * 0.5) : noKnob;
     drawRecords(canvas, shown);
+    // After the demand of this draw, so that what it asks for shows as loading.
+    if (showsSectorStates_ && records_) drawStates(canvas, shown, *records_->snapshot());
     follow(shown, position);
     if (hasKnob) drawKnob(canvas);
 }
@@ -77,7 +79,6 @@ void TimelineSliderProgressLayer::drawRecords(Canvas& canvas, const RulerWindow&
     const auto records = records_->snapshot();
     const TimeSec present = presentTime();
     const TimeSec right = window.right();
-    if (showsSectorStates_) drawStates(canvas, window, *records);
     canvas.setFillColor(orClear(fillColor_));
     TimeSec k = sectorOf(window.left());
     for (int i = 0; i < mostSectorsADraw && k < right; ++i, k = endOf(k)) {
