@@ -131,7 +131,7 @@ TEST_F(RulerSectorsTest, WhatIsRecordedStaysRecorded) {
         ASSERT_TRUE(!isOrderly || (logged == 0 && kept->periods()->size() == given.size())) << seed;
         for (TimeSec time = -20; time < 60; ++time) {
             const bool isRecorded = std::ranges::any_of(given, [time](const TimelinePair& p) {
-                const auto [from, to] = std::minmax(p.start(), p.end());
+                const auto [from, to] = std::minmax({p.start(), p.end()});
                 return from <= time * 1000 && time * 1000 <= to;
             });
             const auto holds = [time](const TimelinePair& p) { return p.start() <= time && time <= p.end(); };

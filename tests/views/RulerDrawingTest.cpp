@@ -5,6 +5,7 @@
 #include <set>
 
 #include "korvane/base/Log.h"
+#include "korvane/base/SaturatingTime.h"
 #include "korvane/base/UtcTime.h"
 #include "korvane/base/VirtualScheduler.h"
 #include "korvane/client/IcuHelpers.h"
@@ -101,8 +102,9 @@ struct Front : RulerHost {
     }
     void answer(TimeSec start, Pairs periods, bool isFailure = false) {
         sectors->updateTimeline(start, start + length);
-        auto timeline = std::make_shared<Timeline>(start * 1000, (start + length) * 1000);
-        for (TimelinePair& p : periods) p = {p.start() * 1000, p.end() * 1000};
+        const auto ms = [](TimeSec time) { return saturatingMultiply(time, 1000); };
+        auto timeline = std::make_shared<Timeline>(ms(start), ms(start + length));
+        for (TimelinePair& p : periods) p = {ms(p.start()), ms(p.end())};
         timeline->setPeriods(periods);
         sectors->answer({start, 0}, isFailure ? nullptr : timeline);
     }
