@@ -80,7 +80,14 @@ void TimelineView::customInit(const TimelineEnvironment& environment) {
     leftButtonWidth_ = outlets.get<LayoutConstraint>("leftButtonWidth");
     calendarButtonWidth_ = outlets.get<LayoutConstraint>("calendarButtonWidth");
     if (root) outlets.report(classPath);
-    set(root, "owner", QVariant::fromValue<QObject*>(this));
+    // Not by a property of the file that holds this view: made by QML it must not have QML's data yet.
+    const std::pair<QQuickItem*, const char*> buttons[] = {{leftBtn_, SLOT(leftBtn_click())},
+                                                           {rightBtn_, SLOT(rightBtn_click())},
+                                                           {calendarBtn_, SLOT(calendarBtn_click())},
+                                                           {scaleControl_, SLOT(scaleControlPressed())}};
+    for (const auto& [button, slot] : buttons) {
+        if (button) connect(button, SIGNAL(clicked()), this, slot);
+    }
     if (environment.service) helpers_ = environment.service->helpers();
     if (timeLineSlider_ && helpers_) timeLineSlider_->setHelpers(helpers_);
     setup();

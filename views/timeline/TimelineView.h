@@ -107,9 +107,9 @@ class TimelineView : public WidgetItem {
     Q_INVOKABLE void toggleScaleControl(int row);
     /// Seconds per point.
     Q_INVOKABLE float timeScale() const { return scale; }
-    Q_INVOKABLE void scaleControlPressed();
-    Q_INVOKABLE void leftBtn_click() { scrollTimelineToLeft(); }
-    Q_INVOKABLE void rightBtn_click() { scrollTimelineToRight(); }
+    Q_SLOT void scaleControlPressed();
+    Q_SLOT void leftBtn_click() { scrollTimelineToLeft(); }
+    Q_SLOT void rightBtn_click() { scrollTimelineToRight(); }
     /// By a screen. From then on the ruler does not follow the position until setTrackingMode(false).
     Q_INVOKABLE void scrollTimelineToLeft();
     Q_INVOKABLE void scrollTimelineToRight();
@@ -129,7 +129,7 @@ class TimelineView : public WidgetItem {
     // The calendar, which does nothing yet; the container is kept.
     void setCalendarContainer(QQuickItem* container) { externalCalendarContainerView_ = container; }
     QQuickItem* getCalendarContainer() const { return externalCalendarContainerView_; }
-    Q_INVOKABLE void calendarBtn_click() { toggleCalendarControl(); }
+    Q_SLOT void calendarBtn_click() { toggleCalendarControl(); }
     Q_INVOKABLE void toggleCalendarControl() {}
     Q_INVOKABLE void toggleCalendarControl(bool /*isShown*/) {}
     Q_INVOKABLE void showCalenadarAsController() {}

@@ -5,7 +5,6 @@ import Korvane.Timeline
 Rectangle {
     id: ruler
 
-    property QtObject owner
     property TimelineSlider timeLineSlider: slider
     property Item leftBtn: left
     property Item rightBtn: right
@@ -42,7 +41,6 @@ Rectangle {
         height: parent.height
         title: "‹"
         spokenName: "A screen earlier"
-        onClicked: ruler.owner.leftBtn_click()
     }
 
     TimelineSlider {
@@ -61,7 +59,6 @@ Rectangle {
         height: parent.height
         title: "›"
         spokenName: "A screen later"
-        onClicked: ruler.owner.rightBtn_click()
     }
 
     RulerButton {
@@ -71,7 +68,6 @@ Rectangle {
         width: ruler.calendarButtonWidth.seen
         height: parent.height
         spokenName: "Calendar"
-        onClicked: ruler.owner.calendarBtn_click()
     }
 
     RulerButton {
@@ -82,6 +78,5 @@ Rectangle {
         height: parent.height
         framed: true
         spokenName: "Scale: " + title
-        onClicked: ruler.owner.scaleControlPressed()
     }
 }
