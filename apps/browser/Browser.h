@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 
-#include "korvane/apps/browser/CameraLink.h"
 #include "korvane/apps/browser/Navigation.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
 #include "korvane/apps/browser/RulerHost.h"
@@ -16,6 +15,7 @@
 #include "korvane/apps/browser/TimelineHost.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/base/Scheduler.h"
+#include "korvane/client/CameraLink.h"
 #include "korvane/client/KorvaneService.h"
 
 namespace korvane {

@@ -80,6 +80,17 @@ TEST_F(RulerSectorsTest, WhichSectorsASpanAsksFor) {
     EXPECT_EQ((RulerSectors::Request{least / sector * sector}.startMs()), least);
 }
 
+TEST_F(RulerSectorsTest, WhatHasBeenFlownOverDoesNotKeepTheViewWaiting) {
+    sectors.updateTimeline(0, 60 * sector);
+    sectors.dropOutside(50 * sector, 52 * sector);
+    sectors.updateTimeline(60 * sector, 600 * sector);
+    const auto underWay = sectors.next();
+    sectors.dropOutside(500 * sector, 502 * sector);
+    EXPECT_EQ(sectors.updateTimeline(400 * sector, 401 * sector), 1u) << "may be asked for again";
+    EXPECT_TRUE(sectors.answer(*underWay, timelineOf(0, Periods{{0, 1000}})));
+    EXPECT_EQ(drain(), (std::vector<TimeSec>{500 * sector, 501 * sector, 502 * sector, 400 * sector}));
+}
+
 TEST_F(RulerSectorsTest, WhatAnAnswerLeaves) {
     using State = RulerSectorState;
     const auto recorded = timelineOf(0, Periods{{-1999, 1999}, {3000, 4001}});

@@ -9,9 +9,9 @@
 #include <optional>
 #include <string>
 
-#include "korvane/apps/browser/CameraLink.h"
 #include "korvane/apps/browser/FootageService.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
+#include "korvane/client/CameraLink.h"
 #include "korvane/client/http/HttpService.h"
 #include "korvane/tests/server/TempFolder.h"
 #include "korvane/toolkit/QtScheduler.h"

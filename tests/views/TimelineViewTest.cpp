@@ -5,22 +5,13 @@
 #include <QKeyEvent>
 #include <QQmlComponent>
 #include <QQmlEngine>
-#include <atomic>
 #include <memory>
-#include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "korvane/base/Semaphore.h"
-#include "korvane/client/KorvaneCameraList.h"
-#include "korvane/client/KorvanePlayer.h"
-#include "korvane/client/KorvaneShareConnection.h"
-#include "korvane/tests/support/qt/VirtualUi.h"
-#include "korvane/tests/support/service/ScriptedService.h"
-#include "korvane/views/timeline/Presentation/Timeline/TimelineSlider.h"
+#include "korvane/tests/views/RulerFixture.h"
 #include "korvane/views/timeline/TimelineTypes.h"
-#include "korvane/views/timeline/TimelineView.h"
 
 namespace korvane::test {
 namespace {
@@ -29,74 +20,12 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr TimeMs hour = 3'600'000;
+using TimelineViewTest = RulerFixture;
 
-class FakePlayer final : public KorvanePlayer {
-  public:
-    TimeMs getPosition() const override { return position; }
-    void setPosition(TimeMs to) override {
-        position = to;
-        seeks.push_back(to);
-    }
-    std::shared_ptr<KorvaneCamera> getSource() const override { return source; }
-
-    std::atomic<TimeMs> position = -1;
-    std::vector<TimeMs> seeks;
-    std::shared_ptr<KorvaneCamera> source;
-};
-
-class TimelineViewTest : public ::testing::Test {
-  protected:
-    TimelineViewTest() : service_(ui_.scheduler()) {
-        player_->source = camera();
-        service_.clearRequests();
-        view_ = std::make_unique<TimelineView>(environment_, Rect{}, ui_.root());
-        ui_.settle();
-    }
-    ~TimelineViewTest() override {
-        view_.reset();
-        service_.releaseAll();
-        ui_.settle();
-        EXPECT_EQ(ui_.scheduler().liveThreads(), threadsBefore_);
-    }
-
-    std::shared_ptr<KorvaneCamera> camera() {
-        connection_ = service_.makeConnection();
-        EXPECT_EQ(connection_->openSync(service_.makeToken()), 0);
-        std::shared_ptr<KorvaneCamera> found;
-        service_.makeCameraList(connection_)->getCamera(7, [&](auto camera, const auto&, auto) { found = camera; });
-        ui_.advance(100ms);
-        threadsBefore_ = ui_.scheduler().liveThreads();
-        return found;
-    }
-    void record(TimeMs start, TimeMs end) {
-        service_.withFootage([&](ScriptedFootage& footage) { footage.addRecord({++id_, start, end, "", ""}); });
-    }
-    TimelineSlider& slider() const { return *view_->findChild<TimelineSlider*>(); }
-    QObject& outlet(const char* name) const { return *qvariant_cast<QObject*>(view_->contentView()->property(name)); }
-    TimeSec presentTime() { return ui_.scheduler().utcNow() / 1000; }
-    /// As so many frames that are drawn, a second apart.
-    void watch(int seconds) {
-        for (int i = 0; i < seconds; ++i) {
-            ui_.grab();
-            ui_.advance(1s, 100ms);
-        }
-    }
-    void press(Qt::Key key, Qt::KeyboardModifiers with = Qt::NoModifier) {
-        QKeyEvent event(QEvent::KeyPress, key, with);
-        QCoreApplication::sendEvent(view_.get(), &event);
-        ui_.settle();
-    }
-
-    VirtualUi ui_{800, 80};
-    ScriptedService service_;
-    const TimelineEnvironment environment_{nullptr, std::shared_ptr<KorvaneService>(&service_, [](auto*) {})};
-    std::shared_ptr<KorvaneShareConnection> connection_;
-    std::shared_ptr<FakePlayer> player_ = std::make_shared<FakePlayer>();
-    std::unique_ptr<TimelineView> view_;
-    std::int64_t id_ = 0;
-    int threadsBefore_ = 0;
-};
+void press(QQuickItem& item, Qt::Key key) {
+    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(&item, &event);
+}
 
 TEST_F(TimelineViewTest, ControlsAndScales) {
     EXPECT_EQ(slider().width(), 800 - 30 - 30 - 40 - 60);
@@ -186,12 +115,12 @@ TEST_F(TimelineViewTest, FollowsAPlayerAndShowsWhatIsRecorded) {
     ui_.settle();
     ASSERT_EQ(player_->seeks.size(), 1U);
     EXPECT_NEAR(static_cast<double>(player_->seeks[0]), static_cast<double>(start), 100'000);
-    press(Qt::Key_Right);
+    press(*view_, Qt::Key_Right);
     EXPECT_EQ(player_->seeks.back() - player_->seeks[0], 60'000);
     const TimeSec center = view_->centerTime();
-    press(Qt::Key_PageDown);
+    press(*view_, Qt::Key_PageDown);
     EXPECT_GT(view_->centerTime(), center + 600);
-    press(Qt::Key_Minus);
+    press(*view_, Qt::Key_Minus);
     EXPECT_EQ(view_->getScale(), 1);
 
     view_->stopUpdates();
@@ -239,90 +168,9 @@ TEST_F(TimelineViewTest, AHostsAnswerReplacesTheCameras) {
     EXPECT_GE(asked.size(), 3U) << "what failed is asked for again";
 }
 
-// A source that is slow, fails and hangs by turns; a host that does everything at any time.
-TEST_F(TimelineViewTest, NothingThatAHostDoesHangsOrCrashes) {
-    for (unsigned seed = 1; seed <= 12; ++seed) {
-        std::mt19937 random(seed);
-        const auto draw = [&](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
-        if (!view_) view_ = std::make_unique<TimelineView>(environment_, Rect{}, ui_.root());
-        record(ui_.scheduler().utcNow() - 9 * hour, ui_.scheduler().utcNow() - 8 * hour);
-        const auto host = std::make_shared<TimelineViewDelegate>();
-        host->OnTimelinePositionChanged = [&](auto...) {
-            if (draw(5) == 0) view_->stopUpdates();
-        };
-        const double odd[] = {0, 1, 400, 1e9, -1e9, 3};
-        const TimeSec times[] = {0,
-                                 -1,
-                                 presentTime(),
-                                 presentTime() - 30'000,
-                                 std::numeric_limits<TimeSec>::max(),
-                                 std::numeric_limits<TimeSec>::min()};
-        for (int step = 0; step < 150; ++step) {
-            switch (draw(16)) {
-                case 0:
-                    view_->setPlayer(draw(3) ? player_ : nullptr);
-                    break;
-                case 1:
-                    view_->setDelegate(draw(2) ? host : nullptr);
-                    break;
-                case 2:
-                    view_->setScale(draw(6) - 1);
-                    break;
-                case 3:
-                    view_->setRange(times[draw(6)], times[draw(6)]);
-                    break;
-                case 4:
-                    view_->unsetRange();
-                    break;
-                case 5:
-                    view_->setPosition(times[draw(6)]);
-                    break;
-                case 6:
-                    ui_.root()->setWidth(odd[draw(3)]);
-                    break;
-                case 7:
-                    player_->position = times[draw(4)] * 1000;
-                    break;
-                case 8:
-                    service_.scriptNext("getTimelineSync", draw(2) ? Script::held() : Script::failed(503));
-                    break;
-                case 9:
-                    service_.releaseAll();
-                    break;
-                case 10:
-                    ui_.drag({300, 40}, {300 + draw(300) - 150.0, 40}, 64ms);
-                    break;
-                case 11:
-                    ui_.tap({static_cast<double>(draw(800)), 40});
-                    break;
-                case 12:
-                    draw(2) ? view_->stopUpdates() : view_->startUpdates();
-                    break;
-                case 13:
-                    view_->setZoomEnabled(true);
-                    ui_.wheel({300, 40}, {0, draw(600) - 300});
-                    break;
-                case 14:
-                    if (draw(6) == 0) {
-                        view_->clean();
-                        view_->clean();
-                        view_.reset();
-                    }
-                    break;
-                default:
-                    ui_.grab();
-                    ui_.advance(std::chrono::milliseconds(draw(2'000)), 100ms);
-                    break;
-            }
-            if (!view_) break;
-            ui_.settle();
-        }
-        if (view_) view_->setTrackingMode(true);
-    }
-}
-
 TEST_F(TimelineViewTest, AQmlHostNeedsNoCpp) {
     registerTimelineTypes();
+    TimelineEnvironment::setShared(environment_);
     QQmlEngine engine;
     QQmlComponent component(&engine);
     component.setData(
@@ -337,6 +185,27 @@ TEST_F(TimelineViewTest, AQmlHostNeedsNoCpp) {
     EXPECT_EQ(ruler->getScale(), 2);
     EXPECT_EQ(ruler->findChild<TimelineSlider*>()->trackWidth(), 6);
     EXPECT_EQ(ruler->findChild<TimelineSlider*>()->width(), 500 - 60);
+
+    // Its source is a token, its player something that has a position.
+    const TimeMs start = ui_.scheduler().utcNow() - 5 * hour;
+    record(start, start + hour);
+    ruler->setSource("x");
+    EXPECT_EQ(ruler->sourceStatus(), 0) << "not known yet";
+    ui_.advance(1s);
+    EXPECT_NE(ruler->sourceStatus(), 0);
+    ruler->setPlayerPosition(start + 5'000);
+    ruler->setSource(QString::fromStdString(service_.makeToken()));
+    watch(6);
+    EXPECT_EQ(ruler->sourceStatus(), 0);
+    EXPECT_EQ(ruler->currentPosition(), start / 1000 + 5);
+    EXPECT_EQ(ruler->contentView()->property("spokenDetails").toString(), "recorded");
+    std::vector<qint64> sought;
+    QObject::connect(ruler, &TimelineView::positionSet, [&](qint64 time) { sought.push_back(time); });
+    press(*ruler, Qt::Key_Left);
+    EXPECT_THAT(sought, ElementsAre(ruler->playerPosition() / 1000));
+    ruler->setPlayer(player_);
+    EXPECT_EQ(ruler->source(), "");
+    TimelineEnvironment::setShared({});
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "korvane/toolkit/InterfaceLoader.h"
 #include "korvane/toolkit/LayoutConstraint.h"
 #include "korvane/views/timeline/Binding/RulerBinding.h"
+#include "korvane/views/timeline/Binding/RulerSource.h"
 #include "korvane/views/timeline/Model/Ruler/RulerScales.h"
 #include "korvane/views/timeline/Model/TimelineSearch.h"
 #include "korvane/views/timeline/Presentation/ItemLooks.h"
@@ -88,6 +89,11 @@ void TimelineView::customInit(const TimelineEnvironment& environment) {
     for (const auto& [button, slot] : buttons) {
         if (button) connect(button, SIGNAL(clicked()), this, slot);
     }
+    source_ = std::make_unique<RulerSource>(scheduler(), environment.service, [this](const auto& player) {
+        takePlayer(player);
+        emit sourceChanged();
+    });
+    connect(this, &TimelineView::positionSet, this, &TimelineView::playerPositionChanged);
     if (environment.service) helpers_ = environment.service->helpers();
     if (timeLineSlider_ && helpers_) timeLineSlider_->setHelpers(helpers_);
     setup();
@@ -97,10 +103,11 @@ void TimelineView::setup() {
     config_.emplace();
     curtime = scheduler().utcNow() / 1000;
     for (QQuickItem* const button : {rightBtn_.data(), leftBtn_.data()}) {
-        setBackgroundColor(button, mainColor_);
-        set(button, "titleColor", textColor_);
+        setBackgroundColor(button, look_.mainColor);
+        set(button, "titleColor", look_.textColor);
     }
-    for (QQuickItem* const button : {scaleControl_.data(), calendarBtn_.data()}) setBackgroundColor(button, mainColor_);
+    for (QQuickItem* const button : {scaleControl_.data(), calendarBtn_.data()})
+        setBackgroundColor(button, look_.mainColor);
     set(calendarBtn_, "image",
         TimelineUtils::emojiToImage(QString::fromUcs4(U"\U0001F4C5", 1), emojiSize, emojiFontSize));
     setScaleControlValue(scale_index);
@@ -114,20 +121,20 @@ void TimelineView::setupSlider() {
     slider.setTimelineDelegate(binding_.get());
     slider.setCenterTime(curtime);
     slider.setTimeScale(scale);
-    slider.setTrackColor(trackColor_);
-    slider.setTrackFillMode(trackFillMode_);
-    slider.setKnobColor(knobColor_);
-    slider.setKnobImage(knobImage_);
-    slider.setLineColor(lineColor_);
-    slider.setStrokeColor(strokeColor_);
-    slider.setTextColor(textColor_);
-    slider.setTextBackgroundColor(textBackgroundColor_);
-    slider.setStrokeWidth(strokeWidth_);
-    slider.setStrokeStepWidth(strokeStepWidth_);
-    slider.setStrokeTextNamingType(strokeTextNamingType_);
-    slider.setStrokeTextPositionType(strokeTextPositionType_);
+    slider.setTrackColor(look_.trackColor);
+    slider.setTrackFillMode(look_.trackFillMode);
+    slider.setKnobColor(look_.knobColor);
+    slider.setKnobImage(look_.knobImage);
+    slider.setLineColor(look_.lineColor);
+    slider.setStrokeColor(look_.strokeColor);
+    slider.setTextColor(look_.textColor);
+    slider.setTextBackgroundColor(look_.textBackgroundColor);
+    slider.setStrokeWidth(look_.strokeWidth);
+    slider.setStrokeStepWidth(look_.strokeStepWidth);
+    slider.setStrokeTextNamingType(look_.strokeTextNamingType);
+    slider.setStrokeTextPositionType(look_.strokeTextPositionType);
     slider.setRecords(binding_->sectors());
-    slider.setTimeZone(timeZone_);
+    slider.setTimeZone(look_.timeZone);
     slider.timelineReload();
     connect(&slider, &QQuickItem::widthChanged, this, [this] { sliderResized(); });
     connect(&slider, &QQuickItem::heightChanged, this, [this] { sliderResized(); });
@@ -175,14 +182,47 @@ std::shared_ptr<TimelineViewDelegate> TimelineView::getDelegate() const {
     return binding_->host().get();
 }
 
+QString TimelineView::source() const {
+    return source_->token();
+}
+
+void TimelineView::setSource(const QString& token) {
+    if (config_ && token != source()) source_->setToken(token);
+}
+
+int TimelineView::sourceStatus() const {
+    return source_->status();
+}
+
+qint64 TimelineView::playerPosition() const {
+    return source_->position();
+}
+
+void TimelineView::setPlayerPosition(qint64 position) {
+    if (position == playerPosition()) return;
+    source_->setPosition(position);
+    emit playerPositionChanged();
+}
+
+void TimelineView::leaveSource() {
+    if (source().isEmpty()) return;
+    source_->leave();
+    emit sourceChanged();
+}
+
 void TimelineView::setPlayer(const std::shared_ptr<KorvanePlayer>& player) {
     if (!config_) return;
+    leaveSource();
+    takePlayer(player);
+}
+
+void TimelineView::takePlayer(const std::shared_ptr<KorvanePlayer>& player) {
     stopUpdates();
     binding_->sectors()->clear();
     binding_->setPlayer(player);
     std::shared_ptr<KorvaneCamera> camera;
     detail::runGuarded([&] { camera = player ? player->getSource() : nullptr; }, "KorvanePlayer");
-    setCamera(camera);
+    takeCamera(camera);
 }
 
 std::shared_ptr<KorvanePlayer> TimelineView::getPlayer() const {
@@ -191,6 +231,11 @@ std::shared_ptr<KorvanePlayer> TimelineView::getPlayer() const {
 
 void TimelineView::setCamera(const std::shared_ptr<KorvaneCamera>& camera) {
     if (!config_) return;
+    leaveSource();
+    takeCamera(camera);
+}
+
+void TimelineView::takeCamera(const std::shared_ptr<KorvaneCamera>& camera) {
     stopUpdates();
     binding_->sectors()->clear();
     binding_->setCamera(camera);
@@ -203,7 +248,7 @@ void TimelineView::setCamera(const std::shared_ptr<KorvaneCamera>& camera) {
     }
     if (camera) {
         startUpdates();
-        QString zone = timeZone_ == cameraZone_ ? QString() : timeZone_;
+        QString zone = look_.timeZone == cameraZone_ ? QString() : look_.timeZone;
         const bool isOfCamera = zone.isEmpty();
         if (zone.isEmpty()) {
             detail::runGuarded([&] { zone = QString::fromStdString(camera->getTimezone()); }, "KorvaneCamera");
@@ -212,7 +257,7 @@ void TimelineView::setCamera(const std::shared_ptr<KorvaneCamera>& camera) {
             onMain([this, zone, isOfCamera] {
                 if (isOfCamera) cameraZone_ = zone;
                 setTimeZone(zone);
-                if (timeLineSlider_) timeLineSlider_->setTimeZone(timeZone_);
+                if (timeLineSlider_) timeLineSlider_->setTimeZone(look_.timeZone);
             });
         }
     }
@@ -250,6 +295,7 @@ void TimelineView::clean() {
         timeLineSlider_->clean();
     }
     timeLineSlider_ = nullptr;
+    source_->leave();
     binding_->host().set(nullptr);
     binding_->sectors()->clear();
     config_.reset();
@@ -396,49 +442,49 @@ void TimelineView::setShowsSectorStates(bool shows) {
 }
 
 void TimelineView::setKnobImage(const QImage& image) {
-    if (knobImage_.cacheKey() == image.cacheKey()) return;
-    knobImage_ = image;
+    if (look_.knobImage.cacheKey() == image.cacheKey()) return;
+    look_.knobImage = image;
     updateColor();
     emit settingsChanged();
 }
 
 void TimelineView::updateColor() {
-    if (mainColor_.isValid()) background_ = mainColor_;
+    if (look_.mainColor.isValid()) background_ = look_.mainColor;
     setBackgroundColor(contentView(), background_);
     for (QQuickItem* const button : {rightBtn_.data(), leftBtn_.data(), scaleControl_.data(), calendarBtn_.data()}) {
         setBackgroundColor(button, background_);
     }
-    if (textColor_.isValid()) {
-        set(rightBtn_, "titleColor", textColor_);
-        set(leftBtn_, "titleColor", textColor_);
+    if (look_.textColor.isValid()) {
+        set(rightBtn_, "titleColor", look_.textColor);
+        set(leftBtn_, "titleColor", look_.textColor);
     }
-    if (scaleColor_.isValid()) set(scaleControl_, "titleColor", scaleColor_);
+    if (look_.scaleColor.isValid()) set(scaleControl_, "titleColor", look_.scaleColor);
     if (!timeLineSlider_) return;
     TimelineSlider& slider = *timeLineSlider_;
     slider.setMainColor(background_);
-    if (strokeColor_.isValid()) slider.setStrokeColor(strokeColor_);
-    if (rangeColor_.isValid()) slider.setRangeColor(rangeColor_);
-    if (trackColor_.isValid()) slider.setTrackColor(trackColor_);
-    slider.setTrackFillMode(trackFillMode_);
-    if (knobColor_.isValid()) slider.setKnobColor(knobColor_);
-    slider.setKnobImage(knobImage_);
-    if (textColor_.isValid()) slider.setTextColor(textColor_);
-    if (textBackgroundColor_.isValid()) slider.setTextBackgroundColor(textBackgroundColor_);
-    if (lineColor_.isValid()) slider.setLineColor(lineColor_);
+    if (look_.strokeColor.isValid()) slider.setStrokeColor(look_.strokeColor);
+    if (look_.rangeColor.isValid()) slider.setRangeColor(look_.rangeColor);
+    if (look_.trackColor.isValid()) slider.setTrackColor(look_.trackColor);
+    slider.setTrackFillMode(look_.trackFillMode);
+    if (look_.knobColor.isValid()) slider.setKnobColor(look_.knobColor);
+    slider.setKnobImage(look_.knobImage);
+    if (look_.textColor.isValid()) slider.setTextColor(look_.textColor);
+    if (look_.textBackgroundColor.isValid()) slider.setTextBackgroundColor(look_.textBackgroundColor);
+    if (look_.lineColor.isValid()) slider.setLineColor(look_.lineColor);
 }
 
 void TimelineView::updateWidth() {
     if (!timeLineSlider_) return;
     TimelineSlider& slider = *timeLineSlider_;
-    slider.setLineWidth(lineWidth_);
-    slider.setTrackWidth(trackWidth_);
-    slider.setTimeFormat(timeFormat_);
-    slider.setTimeZone(timeZone_);
-    slider.setStrokeWidth(strokeWidth_);
-    slider.setStrokeStepWidth(strokeStepWidth_);
-    slider.setStrokeTextNamingType(strokeTextNamingType_);
-    slider.setStrokeTextPositionType(strokeTextPositionType_);
-    slider.setScalePixelsPerSecond(scalePixelsPerSecond_);
+    slider.setLineWidth(look_.lineWidth);
+    slider.setTrackWidth(look_.trackWidth);
+    slider.setTimeFormat(look_.timeFormat);
+    slider.setTimeZone(look_.timeZone);
+    slider.setStrokeWidth(look_.strokeWidth);
+    slider.setStrokeStepWidth(look_.strokeStepWidth);
+    slider.setStrokeTextNamingType(look_.strokeTextNamingType);
+    slider.setStrokeTextPositionType(look_.strokeTextPositionType);
+    slider.setScalePixelsPerSecond(look_.scalePixelsPerSecond);
 }
 
 void TimelineView::layoutSubviews() {
@@ -458,7 +504,7 @@ void TimelineView::seek(TimeSec time) {
 }
 
 bool TimelineView::moveByKey(int key, bool withShift) {
-    const auto tick = std::max<TimeSec>(1, std::llround(std::clamp(scale * strokeStepWidth_, 0.0F, 1e9F)));
+    const auto tick = std::max<TimeSec>(1, std::llround(std::clamp(scale * look_.strokeStepWidth, 0.0F, 1e9F)));
     const TimeSec by = key == Qt::Key_Left ? -tick : tick;
     if (withShift) {
         timeLineSlider_->trackingMode(true);
@@ -521,7 +567,7 @@ void TimelineView::speak() {
     set(root, "minimumValue", static_cast<double>(b_isRangeset ? range_start : 0));
     set(root, "maximumValue", static_cast<double>(b_isRangeset ? range_end : scheduler().utcNow() / 1000));
     const QString format = QStringLiteral("EEE d MMM yyyy, HH:mm:ss");
-    if (helpers_) set(root, "spokenTime", rulerTimeText(*helpers_, time, format, timeZone_, localTimeZoneName()));
+    if (helpers_) set(root, "spokenTime", rulerTimeText(*helpers_, time, format, look_.timeZone, localTimeZoneName()));
     set(root, "spokenDetails", details);
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QColor>
-#include <QImage>
 #include <QPointer>
 #include <QString>
 #include <cstdint>
@@ -12,6 +10,7 @@
 #include "korvane/toolkit/WidgetItem.h"
 #include "korvane/views/timeline/ScrubberCommon/TimelineConfig.h"
 #include "korvane/views/timeline/TimelineEnvironment.h"
+#include "korvane/views/timeline/TimelineLook.h"
 #include "korvane/views/timeline/TimelineViewDelegate.h"
 
 namespace korvane {
@@ -21,15 +20,23 @@ class KorvaneHelpers;
 class KorvanePlayer;
 class LayoutConstraint;
 class RulerBinding;
+class RulerSource;
 class TimelineSlider;
 
 /// A time ruler: a time axis with the recorded stretches of a camera, the position of a player as a knob on it, buttons
 /// that scroll by a screen, one for the scale and one for the calendar. Times are seconds since the epoch, lengths
 /// points. Main thread only, except where told. As it comes the track has no height and the labels are black on black:
-/// a host sets widths and colours. A colour that is not valid is absent. Player and camera come from C++.
+/// a host sets widths and colours. A colour that is not valid is absent. A host in C++ gives a player or a camera, one
+/// in QML `source` and `playerPosition`.
 class TimelineView : public WidgetItem {
     Q_OBJECT
     QML_ELEMENT
+    /// The token of the camera whose recordings are shown; empty for none. Another player or camera takes its place.
+    Q_PROPERTY(QString source READ source WRITE setSource NOTIFY sourceChanged)
+    /// A Status: 0 when the camera of `source` has been found, or while it is being looked for.
+    Q_PROPERTY(int sourceStatus READ sourceStatus NOTIFY sourceChanged)
+    /// What a player in QML shows, ms; -1 for nothing. It plays what `source` names, and positionSet() seeks it.
+    Q_PROPERTY(qint64 playerPosition READ playerPosition WRITE setPlayerPosition NOTIFY playerPositionChanged)
     /// The wheel and two fingers change the scale, which a range does not let them. Off at first.
     Q_PROPERTY(bool zoomEnabled READ isZoomEnabled WRITE setZoomEnabled NOTIFY settingsChanged)
     /// What is being fetched, could not be fetched or is known to be empty looks different from what nobody has asked
@@ -90,6 +97,12 @@ class TimelineView : public WidgetItem {
     void setCamera(const std::shared_ptr<KorvaneCamera>& camera);
     std::shared_ptr<KorvaneCamera> getCamera() const;
 
+    QString source() const;
+    void setSource(const QString& token);
+    int sourceStatus() const;
+    qint64 playerPosition() const;
+    void setPlayerPosition(qint64 position);
+
     /// The two threads that fetch recorded time and follow the player. stopUpdates() breaks off a fetch of the camera,
     /// and waits for a callback of the host.
     Q_INVOKABLE void startUpdates();
@@ -145,51 +158,53 @@ class TimelineView : public WidgetItem {
     void setControls(int controls);
 
     // Handed on to the slider when they change. Widths in points; see TimelineSlider for the types and modes.
-    float lineWidth() const { return lineWidth_; }
-    void setLineWidth(float width) { changeWidth(lineWidth_, width); }
-    float trackWidth() const { return trackWidth_; }
-    void setTrackWidth(float width) { changeWidth(trackWidth_, width); }
-    float strokeWidth() const { return strokeWidth_; }
-    void setStrokeWidth(float width) { changeWidth(strokeWidth_, width); }
-    float strokeStepWidth() const { return strokeStepWidth_; }
-    void setStrokeStepWidth(float width) { changeWidth(strokeStepWidth_, width); }
-    float scalePixelsPerSecond() const { return scalePixelsPerSecond_; }
-    void setScalePixelsPerSecond(float value) { changeWidth(scalePixelsPerSecond_, value); }
-    int strokeTextNamingType() const { return strokeTextNamingType_; }
-    void setStrokeTextNamingType(int type) { changeWidth(strokeTextNamingType_, type); }
-    int strokeTextPositionType() const { return strokeTextPositionType_; }
-    void setStrokeTextPositionType(int type) { changeWidth(strokeTextPositionType_, type); }
-    int trackFillMode() const { return trackFillMode_; }
-    void setTrackFillMode(int mode) { changeColor(trackFillMode_, mode); }
-    QColor mainColor() const { return mainColor_; }
-    void setMainColor(const QColor& color) { changeColor(mainColor_, color); }
-    QColor strokeColor() const { return strokeColor_; }
-    void setStrokeColor(const QColor& color) { changeColor(strokeColor_, color); }
-    QColor trackColor() const { return trackColor_; }
-    void setTrackColor(const QColor& color) { changeColor(trackColor_, color); }
-    QColor knobColor() const { return knobColor_; }
-    void setKnobColor(const QColor& color) { changeColor(knobColor_, color); }
-    QImage knobImage() const { return knobImage_; }
+    float lineWidth() const { return look_.lineWidth; }
+    void setLineWidth(float width) { changeWidth(look_.lineWidth, width); }
+    float trackWidth() const { return look_.trackWidth; }
+    void setTrackWidth(float width) { changeWidth(look_.trackWidth, width); }
+    float strokeWidth() const { return look_.strokeWidth; }
+    void setStrokeWidth(float width) { changeWidth(look_.strokeWidth, width); }
+    float strokeStepWidth() const { return look_.strokeStepWidth; }
+    void setStrokeStepWidth(float width) { changeWidth(look_.strokeStepWidth, width); }
+    float scalePixelsPerSecond() const { return look_.scalePixelsPerSecond; }
+    void setScalePixelsPerSecond(float value) { changeWidth(look_.scalePixelsPerSecond, value); }
+    int strokeTextNamingType() const { return look_.strokeTextNamingType; }
+    void setStrokeTextNamingType(int type) { changeWidth(look_.strokeTextNamingType, type); }
+    int strokeTextPositionType() const { return look_.strokeTextPositionType; }
+    void setStrokeTextPositionType(int type) { changeWidth(look_.strokeTextPositionType, type); }
+    int trackFillMode() const { return look_.trackFillMode; }
+    void setTrackFillMode(int mode) { changeColor(look_.trackFillMode, mode); }
+    QColor mainColor() const { return look_.mainColor; }
+    void setMainColor(const QColor& color) { changeColor(look_.mainColor, color); }
+    QColor strokeColor() const { return look_.strokeColor; }
+    void setStrokeColor(const QColor& color) { changeColor(look_.strokeColor, color); }
+    QColor trackColor() const { return look_.trackColor; }
+    void setTrackColor(const QColor& color) { changeColor(look_.trackColor, color); }
+    QColor knobColor() const { return look_.knobColor; }
+    void setKnobColor(const QColor& color) { changeColor(look_.knobColor, color); }
+    QImage knobImage() const { return look_.knobImage; }
     void setKnobImage(const QImage& image);
-    QColor textColor() const { return textColor_; }
-    void setTextColor(const QColor& color) { changeColor(textColor_, color); }
-    QColor textBackgroundColor() const { return textBackgroundColor_; }
-    void setTextBackgroundColor(const QColor& color) { changeColor(textBackgroundColor_, color); }
-    QColor lineColor() const { return lineColor_; }
-    void setLineColor(const QColor& color) { changeColor(lineColor_, color); }
-    QColor rangeColor() const { return rangeColor_; }
-    void setRangeColor(const QColor& color) { changeColor(rangeColor_, color); }
-    QColor scaleColor() const { return scaleColor_; }
-    void setScaleColor(const QColor& color) { changeColor(scaleColor_, color); }
-    QColor scaleSelectedColor() const { return scaleSelectedColor_; }
-    void setScaleSelectedColor(const QColor& color) { changeColor(scaleSelectedColor_, color); }
-    QString timeFormat() const { return timeFormat_; }
-    void setTimeFormat(const QString& format) { changeWidth(timeFormat_, format); }
-    QString timeZone() const { return timeZone_; }
-    void setTimeZone(const QString& zone) { changeWidth(timeZone_, zone); }
+    QColor textColor() const { return look_.textColor; }
+    void setTextColor(const QColor& color) { changeColor(look_.textColor, color); }
+    QColor textBackgroundColor() const { return look_.textBackgroundColor; }
+    void setTextBackgroundColor(const QColor& color) { changeColor(look_.textBackgroundColor, color); }
+    QColor lineColor() const { return look_.lineColor; }
+    void setLineColor(const QColor& color) { changeColor(look_.lineColor, color); }
+    QColor rangeColor() const { return look_.rangeColor; }
+    void setRangeColor(const QColor& color) { changeColor(look_.rangeColor, color); }
+    QColor scaleColor() const { return look_.scaleColor; }
+    void setScaleColor(const QColor& color) { changeColor(look_.scaleColor, color); }
+    QColor scaleSelectedColor() const { return look_.scaleSelectedColor; }
+    void setScaleSelectedColor(const QColor& color) { changeColor(look_.scaleSelectedColor, color); }
+    QString timeFormat() const { return look_.timeFormat; }
+    void setTimeFormat(const QString& format) { changeWidth(look_.timeFormat, format); }
+    QString timeZone() const { return look_.timeZone; }
+    void setTimeZone(const QString& zone) { changeWidth(look_.timeZone, zone); }
 
   signals:
     void settingsChanged();
+    void sourceChanged();
+    void playerPositionChanged();
     void scaleRowChanged();
     /// The axis has moved, by the user or by itself.
     void centerTimeChanged();
@@ -206,6 +221,9 @@ class TimelineView : public WidgetItem {
 
   private:
     void customInit(const TimelineEnvironment& environment);
+    void takePlayer(const std::shared_ptr<KorvanePlayer>& player);
+    void leaveSource();
+    void takeCamera(const std::shared_ptr<KorvaneCamera>& camera);
     void setup();
     void setupSlider();
     void showControls();
@@ -234,6 +252,7 @@ class TimelineView : public WidgetItem {
     }
 
     std::unique_ptr<RulerBinding> binding_;
+    std::unique_ptr<RulerSource> source_;
     std::shared_ptr<const KorvaneHelpers> helpers_;
     std::optional<TimelineConfig> config_;
     float scale = 1;
@@ -248,29 +267,9 @@ class TimelineView : public WidgetItem {
 
     bool zoomEnabled_ = false;
     bool showsSectorStates_ = false;
-    float lineWidth_ = 0;
-    float trackWidth_ = 0;
-    float strokeWidth_ = 1;
-    float strokeStepWidth_ = 60;
-    float scalePixelsPerSecond_ = 0;
-    int strokeTextNamingType_ = 0;
-    int strokeTextPositionType_ = 0;
-    int trackFillMode_ = 0;
-    QColor mainColor_ = Qt::white;
-    QColor strokeColor_ = Qt::black;
-    QColor trackColor_ = Qt::blue;
-    QColor knobColor_ = Qt::blue;
-    QColor textColor_ = Qt::black;
-    QColor textBackgroundColor_ = Qt::black;
-    QColor lineColor_ = Qt::black;
-    QColor rangeColor_;
-    QColor scaleColor_;
-    QColor scaleSelectedColor_;
+    TimelineLook look_;
     QColor background_;
-    QImage knobImage_;
-    QString timeFormat_;
-    QString timeZone_;
-    QString cameraZone_;  // what a camera has given as timeZone_
+    QString cameraZone_;  // what a camera has given as the zone
 
     QPointer<TimelineSlider> timeLineSlider_;
     QPointer<QQuickItem> scaleControl_;

@@ -58,7 +58,16 @@ void RulerBinding::setCamera(std::shared_ptr<KorvaneCamera> camera) {
 // What the axis wants
 
 void RulerBinding::updateTimeline(TimeSec start, TimeSec end) {
-    if (camera()) updates_.updateTimeline(start, end);
+    if (!camera() || !slider_) return;
+    // What somebody has flown over must not keep waiting what is in view.
+    const RulerWindow seen = window();
+    const std::pair borders(seen.left(), seen.right());
+    if (std::exchange(demandedIn_, borders) != borders) sectors_->dropOutside(borders.first, borders.second);
+    updates_.updateTimeline(start, end);
+}
+
+RulerWindow RulerBinding::window() const {
+    return {slider_->getCenterTime(), slider_->timeScale(), slider_->width()};
 }
 
 void RulerBinding::makePositionVisible(TimeSec time, float /*position*/) {
@@ -173,8 +182,7 @@ void RulerBinding::refreshPresent() {
     if (!slider_) return;
     const TimeSec present = view_.scheduler().utcNow() / second;
     const TimeSec sector = present / RulerSectors::sectorLength * RulerSectors::sectorLength;
-    const RulerWindow window{slider_->getCenterTime(), slider_->timeScale(), slider_->width()};
-    if (sector < window.left() || present > window.right()) return;
+    if (sector < window().left() || present > window().right()) return;
     if (sectors_->state(sector) == RulerSectorState::Recorded) {
         updateTimeline(sector, sector + RulerSectors::sectorLength);
     }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #include "korvane/base/Time.h"
 #include "korvane/views/timeline/Binding/HostLink.h"
@@ -12,6 +13,7 @@
 #include "korvane/views/timeline/Model/Ruler/RulerSectors.h"
 #include "korvane/views/timeline/Model/Ruler/RulerUpdates.h"
 #include "korvane/views/timeline/Model/Ruler/RulerUpdatesHost.h"
+#include "korvane/views/timeline/Model/Ruler/RulerWindow.h"
 #include "korvane/views/timeline/Presentation/Timeline/TimelineSliderDelegate.h"
 #include "korvane/views/timeline/TimelineViewDelegate.h"
 
@@ -65,11 +67,13 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
   private:
     void showKnob(TimeSec time);
     void refreshPresent();
+    RulerWindow window() const;
 
     TimelineView& view_;
     HostLink<TimelineViewDelegate> host_;
     const std::shared_ptr<RulerSectors> sectors_;
     TimelineSlider* slider_ = nullptr;
+    std::pair<TimeSec, TimeSec> demandedIn_{};  // borders of the view at the last demand
     std::atomic<bool> showsSectorStates_ = false;
     mutable std::mutex mutex_;  // a leaf, guards what follows
     std::shared_ptr<KorvanePlayer> player_;

@@ -1,6 +1,8 @@
 #include "korvane/views/timeline/Model/Ruler/RulerSectors.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <utility>
@@ -86,9 +88,23 @@ std::size_t RulerSectors::updateTimeline(TimeSec start, TimeSec end) {
         const TimeSec k = a + i * sectorLength;
         if (!requested.insert(k).second) continue;
         requested_arr.push_back(k);
+        queued_.insert(k);
         ++queued;
     }
     return queued;
+}
+
+void RulerSectors::dropOutside(TimeSec left, TimeSec right) {
+    const std::lock_guard lock(rq_lock);
+    if (requested_arr.size() <= shortQueue) return;
+    const auto isOutside = [&](TimeSec k) { return k > right || saturatingAdd(k, sectorLength) <= left; };
+    const auto first = std::next(requested_arr.begin());
+    const auto dropped = std::stable_partition(first, requested_arr.end(), std::not_fn(isOutside));
+    for (auto k = dropped; k != requested_arr.end(); ++k) {
+        queued_.erase(*k);
+        requested.erase(*k);
+    }
+    requested_arr.erase(dropped, requested_arr.end());
 }
 
 std::optional<RulerSectors::Request> RulerSectors::next() const {
@@ -144,6 +160,7 @@ void RulerSectors::clear() {
         ++generation_;
         requested.clear();
         requested_arr.clear();
+        queued_.clear();
         outcomes_.clear();
     }
     // What was cached goes away outside of the lock.
@@ -156,7 +173,7 @@ void RulerSectors::clear() {
 bool RulerSectors::take(const Request& request) {
     const std::lock_guard lock(rq_lock);
     if (request.generation != generation_) return false;
-    if (isQueued(request.start)) requested_arr.erase(std::ranges::find(requested_arr, request.start));
+    if (queued_.erase(request.start) > 0) requested_arr.erase(std::ranges::find(requested_arr, request.start));
     return true;
 }
 
@@ -178,10 +195,6 @@ bool RulerSectors::store(const Request& request, TimeSec start, std::shared_ptr<
     // What was cached goes away with this argument, after the lock.
     writablePage().records[start].swap(timeline);
     return true;
-}
-
-bool RulerSectors::isQueued(TimeSec start) const {
-    return std::ranges::find(requested_arr, start) != requested_arr.end();
 }
 
 RulerSectors::Page& RulerSectors::writablePage() {

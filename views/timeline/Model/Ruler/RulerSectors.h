@@ -41,6 +41,8 @@ class RulerSectors {
     static constexpr TimeSec sectorLength = 10'800;
     /// Of one call of updateTimeline(); what lies beyond is left out with a line in the log.
     static constexpr TimeSec mostSectorsAtOnce = 1'000;
+    /// A queue up to this length, several screens of it, is left as it is.
+    static constexpr std::size_t shortQueue = 64;
 
     /// Fetched sectors by their start; their times are seconds. Each has at least one period, and indexElement() holds
     /// for it.
@@ -63,6 +65,10 @@ class RulerSectors {
     /// `start` when that is its beginning and `end` lies in it too. Sectors in the queue or being fetched are not asked
     /// for twice, those in the cache are asked for again. Returns how many joined the queue.
     std::size_t updateTimeline(TimeSec start, TimeSec end);
+
+    /// Of a long queue, forgets the demand outside of `left` to `right`, which is what is seen now; the oldest stays,
+    /// as it may be on its way.
+    void dropOutside(TimeSec left, TimeSec right);
 
     /// The oldest demand. It stays the oldest until answer() or giveUp().
     std::optional<Request> next() const;
@@ -91,7 +97,7 @@ class RulerSectors {
     void note(const Request& request, TimeSec answered, std::optional<RulerSectorState> outcome);
     bool store(const Request& request, TimeSec start, std::shared_ptr<const Timeline> timeline);
     // Lock of rq_lock held.
-    bool isQueued(TimeSec start) const;
+    bool isQueued(TimeSec start) const { return queued_.contains(start); }
     // Lock of cache_lock held.
     Page& writablePage();
 
@@ -99,6 +105,7 @@ class RulerSectors {
     mutable std::mutex rq_lock;
     std::unordered_set<TimeSec> requested;
     std::deque<TimeSec> requested_arr;
+    std::unordered_set<TimeSec> queued_;  // what stands in requested_arr
     std::unordered_map<TimeSec, RulerSectorState> outcomes_;
     // Written under rq_lock, before the cache is emptied.
     std::atomic<std::uint64_t> generation_ = 0;

@@ -11,7 +11,7 @@
 
 namespace korvane {
 
-/// Opens the camera that a token stands for, for the player: the strip has a connection of its own. Main thread only.
+/// Opens the camera that a token stands for, over a connection of its own. Main thread only.
 class CameraLink {
   public:
     /// A camera and an empty text, or null with a sentence that never quotes the token, and a Status.

@@ -1,4 +1,4 @@
-#include "korvane/apps/browser/CameraLink.h"
+#include "korvane/client/CameraLink.h"
 
 #include <utility>
 
