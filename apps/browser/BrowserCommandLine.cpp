@@ -15,6 +15,11 @@ struct Option {
     std::optional<std::string> value;
 };
 
+// Appended, since g++ 12 takes "text" + string for an endless copy once it optimises.
+std::string sentence(std::string begin, std::string_view name, std::string_view end = {}) {
+    return begin.append(name).append(end);
+}
+
 Option splitOption(std::string_view word) {
     const auto equals = word.find('=');
     if (equals == std::string_view::npos) return {word, {}};
@@ -56,9 +61,9 @@ std::string takeOption(const std::vector<std::string>& words, std::size_t& index
         return {};
     }
     if (option.name != "--token" && option.name != "--capture" && option.name != "--size")
-        return "There is no option " + std::string(option.name) + ".";
+        return sentence("There is no option ", option.name, ".");
     const auto value = valueOf(option, words, index);
-    if (!value || value->empty()) return "The option " + std::string(option.name) + " needs a value.";
+    if (!value || value->empty()) return sentence("The option ", option.name, " needs a value.");
     if (option.name == "--size") return takeSize(*value, arguments);
     if (option.name == "--token")
         arguments.token = *value;
@@ -103,16 +108,17 @@ BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words)
 }
 
 std::string folderFault(const fs::path& folder) {
-    const std::string name = "\"" + folder.string() + "\"";
+    const std::string name = sentence("\"", folder.string(), "\"");
     std::error_code error;
+    const auto unreadable = [&] { return sentence("The folder ", name, " cannot be read: ") + error.message() + "."; };
     const fs::file_status status = fs::status(folder, error);
-    if (status.type() == fs::file_type::not_found) return "There is no folder " + name + ".";
-    if (error) return "The folder " + name + " cannot be read: " + error.message() + ".";
+    if (status.type() == fs::file_type::not_found) return sentence("There is no folder ", name, ".");
+    if (error) return unreadable();
     if (status.type() != fs::file_type::directory) return name + " is no folder.";
     fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
     // The folder itself must be readable; what cannot be read below it is skipped.
     fs::directory_iterator probe(folder, error);
-    if (error) return "The folder " + name + " cannot be read: " + error.message() + ".";
+    if (error) return unreadable();
     for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
         if (error) break;
         std::error_code ignored;
@@ -122,7 +128,7 @@ std::string folderFault(const fs::path& folder) {
         }
         if (entry->is_regular_file(ignored)) return {};
     }
-    return "The folder " + name + " is empty.";
+    return sentence("The folder ", name, " is empty.");
 }
 
 }  // namespace korvane
