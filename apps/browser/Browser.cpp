@@ -22,6 +22,7 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
       service_(service),
       player_(scheduler, *service.helpers()),
       link_(scheduler, service),
+      watch_(scheduler),
       strip_(scheduler, player_, *service.helpers()),
       timeline_(scheduler, player_, *service.helpers()),
       ruler_(scheduler, player_),
@@ -39,6 +40,8 @@ void Browser::connectParts() {
     connectStrip(strip_);
     connectStrip(timeline_);
     connectPlayer();
+    connect(&watch_, &ServiceWatch::tryAgain, this, &Browser::findCamera);
+    connect(&watch_, &ServiceWatch::changed, this, &Browser::messageChanged);
     connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
     connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
         isRefused_ = true;
@@ -84,6 +87,7 @@ void Browser::connectPlayer() {
     connect(&player_, &RecordingPlayer::nothingFound, this,
             [this] { setNote(tr("Nothing recorded here"), Mood::Calm); });
     connect(&player_, &RecordingPlayer::failed, this, [this](const QString& text, int status) {
+        if (ServiceWatch::isLoss(status)) return watch_.lose();
         setNote(status == 0 ? text : tr("%1 (status %2)").arg(text).arg(status), Mood::Fault);
     });
 }
@@ -111,15 +115,23 @@ void Browser::open(const QString& token, const QString& cameraName) {
     ruler_.close();
     player_.setCamera(nullptr);
     setFlyOver(-1);
-    link_.open(token.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& text,
-                                           std::int32_t status) { onCamera(camera, text, status); });
+    watch_.find();
+    findCamera();
     if (page_ != Page::Ruler) shown_->open(token);
     emit cameraChanged();
     emit selectionChanged();
     emit messageChanged();
 }
 
+void Browser::findCamera() {
+    link_.open(token_.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& text,
+                                            std::int32_t status) { onCamera(camera, text, status); });
+}
+
 void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status) {
+    if (!camera && ServiceWatch::isLoss(status)) return watch_.lose();
+    const bool isBack = watch_.isLost();
+    watch_.find();
     if (!camera) {
         const QString reason = status < 0 && !text.empty() ? QString::fromStdString(text) : statusText(status);
         fault_ = tr("%1 (status %2)").arg(sentence(reason)).arg(status);
@@ -128,6 +140,7 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
     }
     if (cameraName_.isEmpty()) cameraName_ = tr("Camera %1").arg(camera->getID());
     setZone(QString::fromStdString(camera->getTimezone()));
+    if (isBack) return onServiceBack(camera);
     player_.setCamera(camera);
     if (page_ == Page::Ruler) ruler_.open();
     // The ruler has no list that would come to its live end.
@@ -137,11 +150,37 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
         player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
 }
 
+// What was on screen comes back: its moment, and whether it played.
+void Browser::onServiceBack(const std::shared_ptr<KorvaneCamera>& camera) {
+    const TimeMs moment = isLive_ ? -1 : std::max(player_.getPosition(), shown_->wanted().value_or(-1));
+    const bool isHeld = player_.state() == RecordingPlayer::State::Paused;
+    const bool hasList = isListSeen_ && listStatus_ == 0;
+    player_.setCamera(camera);
+    if (page_ == Page::Ruler) {
+        ruler_.close();
+        ruler_.open();
+    } else if (hasList) {
+        shown_->refresh();
+    } else {
+        isReloaded_ = moment > 0;
+        shown_->open(token_, moment);
+    }
+    if (moment > 0)
+        player_.open(moment, isHeld ? RecordingPlayer::Then::Pause : RecordingPlayer::Then::Play);
+    else if (isLive_ || page_ == Page::Ruler)
+        goLive();
+    emit stateChanged();
+}
+
 void Browser::onListState(int state, int status) {
     const bool isLoaded = listState_ == ScrubberStateLoading && state == ScrubberStateReady && status == 0;
     listState_ = state;
     // A failed deletion is told by a note, since the list itself is still good.
     listStatus_ = std::exchange(isRefused_, false) ? 0 : status;
+    if (ServiceWatch::isLoss(listStatus_)) {
+        watch_.lose();
+        if (isListSeen_) listStatus_ = 0;  // what has been loaded is still good
+    }
     if (isLoaded) onListLoaded();
     emit stateChanged();
     emit messageChanged();
@@ -228,6 +267,7 @@ void Browser::boundPlayer() {
 }
 
 void Browser::togglePlaying() {
+    if (watch_.isLost()) return watch_.tryNow();
     if (player_.state() == RecordingPlayer::State::Playing)
         player_.pause();
     else if (isEventOver_ && navigation_.selected())
@@ -241,7 +281,7 @@ void Browser::toNextPage() {
 }
 
 void Browser::setPage(Page page) {
-    if (page == page_) return;
+    if (page == page_ || shown_->isHeld()) return;
     const TimeMs moment = isLive_ || player_.getPosition() <= 0 ? shown_->wanted().value_or(-1) : player_.getPosition();
     shown_->close();
     ruler_.close();
@@ -264,7 +304,7 @@ void Browser::setPage(Page page) {
 }
 
 void Browser::setShowsRecordings(bool showsRecordings) {
-    if (showsRecordings == strip_.hasRecordings() || page_ != Page::Events) return;
+    if (showsRecordings == strip_.hasRecordings() || page_ != Page::Events || strip_.isHeld()) return;
     const TimeMs moment = momentToKeep();
     strip_.showRecordings(showsRecordings);
     navigation_.forget();
@@ -274,7 +314,7 @@ void Browser::setShowsRecordings(bool showsRecordings) {
 }
 
 void Browser::setGroups(bool groups) {
-    if (groups == strip_.isGrouping()) return;
+    if (groups == strip_.isGrouping() || strip_.isHeld()) return;
     strip_.group(groups);
     emit switchesChanged();
     emit stateChanged();
@@ -348,6 +388,7 @@ QString Browser::count() const {
 
 QString Browser::message() const {
     if (!fault_.isEmpty()) return fault_;
+    if (watch_.isLost()) return tr("The service cannot be reached. Trying again…");
     if (listStatus_ != 0) return tr("%1 (status %2)").arg(sentence(statusText(listStatus_))).arg(listStatus_);
     if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
     if (listState_ != ScrubberStateReady) return loadingText();
@@ -382,7 +423,7 @@ QString Browser::nothingText() const {
 }
 
 Browser::Mood Browser::mood() const {
-    if (!fault_.isEmpty() || listStatus_ != 0) return Mood::Fault;
+    if (!fault_.isEmpty() || watch_.isLost() || listStatus_ != 0) return Mood::Fault;
     if (listState_ != ScrubberStateReady) return Mood::Busy;
     if (!note_.isEmpty()) return noteMood_;
     return player_.state() == RecordingPlayer::State::Opening ? Mood::Busy : Mood::Calm;

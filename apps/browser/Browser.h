@@ -11,6 +11,7 @@
 #include "korvane/apps/browser/Navigation.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
 #include "korvane/apps/browser/RulerHost.h"
+#include "korvane/apps/browser/ServiceWatch.h"
 #include "korvane/apps/browser/StripHost.h"
 #include "korvane/apps/browser/TimelineHost.h"
 #include "korvane/base/LifeToken.h"
@@ -29,6 +30,7 @@ class Browser : public QObject {
     Q_PROPERTY(korvane::RecordingPlayer* player READ player CONSTANT)
     Q_PROPERTY(korvane::Navigation* navigation READ navigation CONSTANT)
     Q_PROPERTY(korvane::RulerHost* ruler READ ruler CONSTANT)
+    Q_PROPERTY(korvane::ServiceWatch* service READ service CONSTANT)
     Q_PROPERTY(Page page READ page WRITE setPage NOTIFY switchesChanged)
     Q_PROPERTY(bool showsRecordings READ showsRecordings WRITE setShowsRecordings NOTIFY switchesChanged)
     Q_PROPERTY(bool groups READ groups WRITE setGroups NOTIFY switchesChanged)
@@ -62,7 +64,7 @@ class Browser : public QObject {
     Q_INVOKABLE void attachRuler(korvane::TimelineView* ruler) { ruler_.attach(ruler); }
     /// Shows the camera of a token. An empty name stands for the camera's number.
     void open(const QString& token, const QString& cameraName);
-    /// At the end of an event, plays it once more.
+    /// At the end of an event, plays it once more; without a service, tries to reach it.
     Q_INVOKABLE void togglePlaying();
     /// To the last seconds that were recorded.
     Q_INVOKABLE void goLive();
@@ -91,6 +93,7 @@ class Browser : public QObject {
     StripHost& strip() { return strip_; }
     TimelineHost& timeline() { return timeline_; }
     RulerHost* ruler() { return &ruler_; }
+    ServiceWatch* service() { return &watch_; }
     /// The strip that is on screen, or the closed event strip under the ruler.
     ScrubberHost& shown() { return *shown_; }
     Navigation* navigation() { return &navigation_; }
@@ -134,6 +137,8 @@ class Browser : public QObject {
     void boundPlayer();
     void onListState(int state, int status);
     void onListLoaded();
+    void findCamera();
+    void onServiceBack(const std::shared_ptr<KorvaneCamera>& camera);
     TimeMs momentToKeep() const;
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
     void setZone(const QString& zone);
@@ -149,6 +154,7 @@ class Browser : public QObject {
     KorvaneService& service_;
     RecordingPlayer player_;
     CameraLink link_;
+    ServiceWatch watch_;
     StripHost strip_;
     TimelineHost timeline_;
     RulerHost ruler_;

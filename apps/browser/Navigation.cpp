@@ -74,23 +74,23 @@ bool Navigation::canDelete() const {
 }
 
 void Navigation::toFirst() {
-    if (strip_->isReady()) strip_->toFirst();
+    if (isFree() && strip_->isReady()) strip_->toFirst();
 }
 
 void Navigation::toPrevious() {
-    if (canGoBack()) strip_->toPrevious();
+    if (isFree() && canGoBack()) strip_->toPrevious();
 }
 
 void Navigation::toNext() {
-    if (canGoOn()) strip_->toNext();
+    if (isFree() && canGoOn()) strip_->toNext();
 }
 
 void Navigation::toLast() {
-    if (canGoToLast()) strip_->toLast();
+    if (isFree() && canGoToLast()) strip_->toLast();
 }
 
 void Navigation::goByHours(int hours) {
-    if (!(hours < 0 ? canGoBackByHours() : canGoOnByHours())) return;
+    if (!isFree() || !(hours < 0 ? canGoBackByHours() : canGoOnByHours())) return;
     const TimeMs target = player_.getPosition() + hours * hour;
     const auto index = strip_->indexUnderMark();
     const auto before = index && hours < 0 ? strip_->entry(*index - 1) : nullptr;
@@ -101,7 +101,7 @@ void Navigation::goByHours(int hours) {
 }
 
 void Navigation::askToDelete() {
-    if (!canDelete()) return;
+    if (!isFree() || !canDelete()) return;
     doomed_ = selected_;
     emit changed();
 }

@@ -14,7 +14,7 @@
 namespace korvane {
 
 /// Moves the strip by keys and buttons, and deletes what is selected. An operation that is not possible at the moment
-/// does nothing, and its `can` is false. Main thread only.
+/// does nothing, and its `can` is false; while a finger has hold of the strip, none is. Main thread only.
 class Navigation : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -74,6 +74,7 @@ class Navigation : public QObject {
   private:
     void onSelected(const ScrubberHost::Event& event);
     void onState(int state, int status);
+    bool isFree() const { return !strip_->isHeld(); }
     /// Where the strip is, loaded or not; null at the live end.
     const ScrubberHost::Event& current() const { return loading_ ? loading_ : selected_; }
     std::int64_t lastIndex() const { return strip_->count(); }

@@ -56,6 +56,7 @@ void ScrubberHost::take(ScrubberWidget* widget) {
 std::int32_t ScrubberHost::open(const QString& token, TimeMs moment) {
     emit flyOverEnded();
     isOpen_ = true;
+    hasList_ = false;
     forgetList();
     wanted_ = moment > 0 ? std::optional(moment) : std::nullopt;
     if (!widget_) return -1;
@@ -76,7 +77,15 @@ std::int64_t ScrubberHost::count() const {
 }
 
 bool ScrubberHost::isReady() const {
-    return widget_ && widget_->getState() == ScrubberStateReady && count() > 0;
+    return widget_ && hasList_ && widget_->getState() != ScrubberStateDeleting && count() > 0;
+}
+
+bool ScrubberHost::isHeld() const {
+    return widget_ && widget_->isHeld();
+}
+
+void ScrubberHost::refresh() {
+    if (widget_) widget_->refresh();
 }
 
 ScrubberHost::Event ScrubberHost::entry(std::int64_t index) const {
@@ -88,10 +97,12 @@ std::optional<std::int64_t> ScrubberHost::indexUnderMark() const {
 }
 
 void ScrubberHost::toFirst() {
+    wanted_.reset();
     if (widget_) widget_->toFirstEvent();
 }
 
 void ScrubberHost::toLast() {
+    wanted_.reset();
     if (widget_) widget_->toLastEvent();
 }
 
@@ -140,6 +151,7 @@ void ScrubberHost::onState(int state, int status) {
     if (!isOpen_) return;
     const bool isLoaded = std::exchange(state_, state) == ScrubberStateLoading && state == ScrubberStateReady;
     if (isLoaded && (status != 0 || count() == 0)) wanted_.reset();
+    if (isLoaded && status == 0) hasList_ = true;
     if (isLoaded) onLoaded();
     emit stateChanged(state, status);
     onListChanged();

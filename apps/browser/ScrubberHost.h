@@ -25,6 +25,8 @@ class ScrubberHost : public QObject {
 
     /// Shows the camera of a token at the live end, or at a moment (ms, above 0). A Status; -1 without a scrubber.
     std::int32_t open(const QString& token, TimeMs moment = -1);
+    /// Loads the list anew; the strip stays where it is.
+    void refresh();
     /// Empties the scrubber.
     void close();
     /// That moment, while the entry for it is still looked for.
@@ -32,8 +34,10 @@ class ScrubberHost : public QObject {
 
     /// Entries in the list, without head and live entry.
     std::int64_t count() const;
-    /// The list is there, and not empty.
+    /// The list is there, and not empty; parts of it may be on their way.
     bool isReady() const;
+    /// A finger has hold of the strip: what else would move it is to wait.
+    bool isHeld() const;
     /// Null for an index outside of the list.
     Event entry(std::int64_t index) const;
     /// That entry is what the list has at the index. False for null.
@@ -119,6 +123,7 @@ class ScrubberHost : public QObject {
     QPointer<ScrubberWidget> widget_;
     const std::shared_ptr<ScrubberViewDelegate> delegate_;
     bool isOpen_ = false;
+    bool hasList_ = false;  // since open()
     int state_ = ScrubberStateReady;
     std::optional<TimeMs> wanted_;
     LifeToken life_;

@@ -103,9 +103,19 @@ void StripHost::tell(Told told, const Event& event) {
 
 void StripHost::onSelected(const Event& event) {
     const auto wanted = takeWanted();
-    const Event nearest = wanted ? nearestTo(*wanted, event) : event;
+    const bool isAnswer = wanted && isAnswerTo(*wanted, event);
+    const Event nearest = isAnswer ? nearestTo(*wanted, event) : event;
     if (nearest != event) toEntry(nearest, false);
-    tell(wanted ? &ScrubberHost::arrived : &ScrubberHost::selected, nearest);
+    tell(isAnswer ? &ScrubberHost::arrived : &ScrubberHost::selected, nearest);
+}
+
+// A wish may go unanswered; what a hand selects later is none of its business.
+bool StripHost::isAnswerTo(TimeMs moment, const Event& event) const {
+    if (!event || event->type() == ScrubberEventTypePending) return event != nullptr;
+    const auto index = indexUnderMark();
+    const Event next = index ? entry(*index + 1) : nullptr;
+    const bool hasBegun = event->start() <= moment || (index && *index <= 1);
+    return isRecorded(event) && hasBegun && (!isRecorded(next) || next->start() > moment);
 }
 
 // The strip tells of no selection when it begins with the entry that it was to begin with; it plays it.

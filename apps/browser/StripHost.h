@@ -53,6 +53,7 @@ class StripHost : public ScrubberHost {
 
     void setSelected(const Event& event);
     void tell(Told told, const Event& event);
+    bool isAnswerTo(TimeMs moment, const Event& event) const;
     Event nearestTo(TimeMs moment, const Event& event) const;
     void renewSelection();
     Event inList(const Event& event) const;

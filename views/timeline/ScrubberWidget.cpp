@@ -173,6 +173,10 @@ bool ScrubberWidget::isAtRest() const {
     return strip_->isAtRest();
 }
 
+bool ScrubberWidget::isHeld() const {
+    return strip_->isHeld();
+}
+
 std::vector<std::int64_t> ScrubberWidget::getVisibleIndexes() const {
     return strip_->visibleIndexes();
 }

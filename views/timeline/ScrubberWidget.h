@@ -134,6 +134,8 @@ class ScrubberWidget : public WidgetItem {
 
     /// No finger, flick or scroll to an entry moves the strip; a playing entry may.
     Q_INVOKABLE bool isAtRest() const;
+    /// A finger drags the strip.
+    Q_INVOKABLE bool isHeld() const;
     /// Indexes of the entries that have a cell on screen, as of the last layout pass. Any thread.
     std::vector<std::int64_t> getVisibleIndexes() const;
 

@@ -13,6 +13,9 @@
 namespace korvane {
 namespace {
 
+// Entries to both sides that are there before somebody walks to them.
+constexpr std::int64_t lookAhead = 24;
+
 constexpr double endTolerance = 0.5;  // points
 
 bool isLive(const std::shared_ptr<ScrubberEvent>& event) {
@@ -194,8 +197,14 @@ void ScrubberStripView::askForVisible() {
     // The page around the mark first.
     const std::int64_t middle = nearestIndexPath().value_or(0);
     std::ranges::sort(visible, {}, [middle](std::int64_t index) { return std::abs(index - middle); });
+    const auto ask = [&](std::int64_t index) {
+        provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
+    };
     for (const std::int64_t index : visible) {
-        if (isWanting(index)) provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
+        if (isWanting(index)) ask(index);
+    }
+    for (const std::int64_t index : {middle - lookAhead, middle + lookAhead}) {
+        if (isPending(index)) ask(index);
     }
 }
 
@@ -282,15 +291,6 @@ void ScrubberStripView::selectAt(std::int64_t index) {
 
 std::int64_t ScrubberStripView::indexOfEntry(const std::shared_ptr<ScrubberEvent>& event, std::int64_t expected) const {
     return entries().indexOf(event, expected);
-}
-
-double ScrubberStripView::scaleWidthOf(std::int64_t index) const {
-    return strip_ ? strip_->layoutAttributesForItemAtIndexPath(index).value_or(Rect{}).width : 0;
-}
-
-bool ScrubberStripView::isWanting(std::int64_t index) const {
-    const auto event = entries().at(index);
-    return event && event->type() == ScrubberEventTypePending;
 }
 
 /// That very one, or the first of its moment.

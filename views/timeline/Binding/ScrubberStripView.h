@@ -63,6 +63,7 @@ class ScrubberStripView : public ScrubberViewBase,
     /// As a tap on the entry's cell.
     void selectAt(std::int64_t index);
 
+    bool isHeld() const { return strip_ && strip_->isTracking() && strip_->isDragging(); }
     bool isAtRest() const { return !isJumping() && strip_ && !strip_->isDragging() && !strip_->isDecelerating(); }
     /// Any thread.
     std::vector<std::int64_t> visibleIndexes() const { return visibleIndexesHolder()->get(); }
@@ -140,7 +141,8 @@ class ScrubberStripView : public ScrubberViewBase,
     /// In how many seconds the strip goes to its position when a host asks for `seconds`.
     virtual double positionSeconds(double seconds) const { return seconds; }
     /// What is in view at this index has something to be fetched.
-    virtual bool isWanting(std::int64_t index) const;
+    virtual bool isWanting(std::int64_t index) const { return isPending(index); }
+    bool isPending(std::int64_t index) const;
 
     ReloadingCollectionView* strip() const { return strip_; }
     PlayingCell* lastCell() const { return lastCell_; }

@@ -63,4 +63,13 @@ Size ScrubberStripView::collectionViewLayoutSizeForItemAtIndexPath(CollectionVie
     return {settings().cellWidth(), height};
 }
 
+double ScrubberStripView::scaleWidthOf(std::int64_t index) const {
+    return strip_ ? strip_->layoutAttributesForItemAtIndexPath(index).value_or(Rect{}).width : 0;
+}
+
+bool ScrubberStripView::isPending(std::int64_t index) const {
+    const auto event = entries().at(index);
+    return event && event->type() == ScrubberEventTypePending;
+}
+
 }  // namespace korvane
