@@ -1,9 +1,9 @@
 # The names by which hosts link the libraries, here and when installed, and the package korvanesdktimelineview. Its component
 # `model` needs no Qt, `widgets` is there when Qt is.
-set(model korvane_base korvane_client korvane_timeline_model)
+set(model korvane_base korvane_client korvane_timeline_model korvane_calendar_month)
 set(widgets "")
 if(KORVANE_WITH_QT)
-  set(widgets korvane_toolkit korvanesdktimelineview)
+  set(widgets korvane_toolkit korvanesdkcalendarview korvanesdktimelineview)
 endif()
 foreach(library ${model} ${widgets})
   string(REGEX REPLACE "^korvane_" "" name ${library})

@@ -8,6 +8,7 @@ packages=(
   # widgets and application
   qt6-base-dev qt6-declarative-dev qt6-multimedia-dev
   qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
+  qml6-module-qtquick-templates
   # data layer
   libcurl4-openssl-dev libicu-dev libssl-dev nlohmann-json3-dev
   # camera service, frame grabber

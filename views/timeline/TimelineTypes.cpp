@@ -1,6 +1,6 @@
 #include "korvane/views/timeline/TimelineTypes.h"
 
-#include "korvane/toolkit/InterfaceLoader.h"
+#include "korvane/calendar/CalendarTypes.h"
 
 // The registration that the build generates for the module.
 void qml_register_types_Korvane_Timeline();
@@ -9,7 +9,7 @@ namespace korvane {
 
 void registerTimelineTypes() {
     static const bool once = [] {
-        InterfaceLoader::registerTypes();
+        registerCalendarTypes();
         qml_register_types_Korvane_Timeline();
         return true;
     }();

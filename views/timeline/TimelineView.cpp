@@ -17,6 +17,7 @@
 #include "korvane/toolkit/InterfaceLoader.h"
 #include "korvane/toolkit/LayoutConstraint.h"
 #include "korvane/views/timeline/Binding/RulerBinding.h"
+#include "korvane/views/timeline/Binding/RulerCalendar.h"
 #include "korvane/views/timeline/Binding/RulerSource.h"
 #include "korvane/views/timeline/Model/Ruler/RulerScales.h"
 #include "korvane/views/timeline/Model/TimelineSearch.h"
@@ -55,7 +56,9 @@ void showControl(QQuickItem* control, LayoutConstraint* constraint, bool isShown
 TimelineView::TimelineView(QQuickItem* parent) : TimelineView(TimelineEnvironment::shared(), Rect{}, parent) {}
 
 TimelineView::TimelineView(const TimelineEnvironment& environment, const Rect& frame, QQuickItem* parent)
-    : WidgetItem(environment.toolkit, parent), binding_(std::make_unique<RulerBinding>(*this)) {
+    : WidgetItem(environment.toolkit, parent),
+      binding_(std::make_unique<RulerBinding>(*this)),
+      calendar_(std::make_unique<RulerCalendar>(*this, *binding_)) {
     setActiveFocusOnTab(true);
     customInit(environment);
     placeAt(frame);
@@ -80,6 +83,8 @@ void TimelineView::customInit(const TimelineEnvironment& environment) {
     rightButtonWidth_ = outlets.get<LayoutConstraint>("rightButtonWidth");
     leftButtonWidth_ = outlets.get<LayoutConstraint>("leftButtonWidth");
     calendarButtonWidth_ = outlets.get<LayoutConstraint>("calendarButtonWidth");
+    calendar_->setup(outlets.get<CalendarContainer>("calendarController"), outlets.get<CalendarView>("calendarView"),
+                     calendarBtn_);
     if (root) outlets.report(classPath);
     // Not by a property of the file that holds this view: made by QML it must not have QML's data yet.
     const std::pair<QQuickItem*, const char*> buttons[] = {{leftBtn_, SLOT(leftBtn_click())},
@@ -239,6 +244,7 @@ void TimelineView::takeCamera(const std::shared_ptr<KorvaneCamera>& camera) {
     stopUpdates();
     binding_->sectors()->clear();
     binding_->setCamera(camera);
+    calendar_->cameraChanged();
     if (b_isRangeset) {
         setRange(range_start, range_end);
     } else {
@@ -297,6 +303,7 @@ void TimelineView::clean() {
     timeLineSlider_ = nullptr;
     source_->leave();
     binding_->host().set(nullptr);
+    calendar_->clean();
     binding_->sectors()->clear();
     config_.reset();
     binding_->setPlayer(nullptr);
@@ -459,6 +466,7 @@ void TimelineView::updateColor() {
         set(leftBtn_, "titleColor", look_.textColor);
     }
     if (look_.scaleColor.isValid()) set(scaleControl_, "titleColor", look_.scaleColor);
+    showCalendarColors();
     if (!timeLineSlider_) return;
     TimelineSlider& slider = *timeLineSlider_;
     slider.setMainColor(background_);
@@ -489,6 +497,7 @@ void TimelineView::updateWidth() {
 
 void TimelineView::layoutSubviews() {
     if (timeLineSlider_) timeLineSlider_->timelineReload();
+    calendar_->update();
 }
 
 // Keyboard and speech

@@ -20,6 +20,7 @@ class KorvaneHelpers;
 class KorvanePlayer;
 class LayoutConstraint;
 class RulerBinding;
+class RulerCalendar;
 class RulerSource;
 class TimelineSlider;
 
@@ -47,6 +48,9 @@ class TimelineView : public WidgetItem {
     /// The row of setScale().
     Q_PROPERTY(int scaleRow READ getScale WRITE setScale NOTIFY scaleRowChanged)
     Q_PROPERTY(qint64 centerTime READ centerTime NOTIFY centerTimeChanged)
+    /// Where the calendar shows; null, as at first, for a panel over the window.
+    Q_PROPERTY(
+        QQuickItem* calendarContainer READ getCalendarContainer WRITE setCalendarContainer NOTIFY settingsChanged)
     Q_PROPERTY(float lineWidth READ lineWidth WRITE setLineWidth NOTIFY settingsChanged)
     Q_PROPERTY(float trackWidth READ trackWidth WRITE setTrackWidth NOTIFY settingsChanged)
     Q_PROPERTY(float strokeWidth READ strokeWidth WRITE setStrokeWidth NOTIFY settingsChanged)
@@ -139,16 +143,19 @@ class TimelineView : public WidgetItem {
     /// The position that the knob shows; 0 or below for none.
     Q_INVOKABLE qint64 currentPosition() const;
 
-    // The calendar, which does nothing yet; the container is kept.
-    void setCalendarContainer(QQuickItem* container) { externalCalendarContainerView_ = container; }
-    QQuickItem* getCalendarContainer() const { return externalCalendarContainerView_; }
+    /// The calendar: a panel over the window, or in the host's container, which is held weakly and is visible while
+    /// the calendar is in it. A day that is chosen goes to ruler, knob and player; the panel then stays open.
+    void setCalendarContainer(QQuickItem* container);
+    QQuickItem* getCalendarContainer() const;
     Q_SLOT void calendarBtn_click() { toggleCalendarControl(); }
-    Q_INVOKABLE void toggleCalendarControl() {}
-    Q_INVOKABLE void toggleCalendarControl(bool /*isShown*/) {}
-    Q_INVOKABLE void showCalenadarAsController() {}
-    Q_INVOKABLE void showCalenadarInExternalView() {}
-    Q_INVOKABLE void hideCalenadarInExternalView() {}
-    Q_INVOKABLE void toggleCalenadarInExternalView() {}
+    /// As the button: toggles the calendar in the container, or shows the panel.
+    Q_INVOKABLE void toggleCalendarControl();
+    Q_INVOKABLE void toggleCalendarControl(bool isShown);
+    Q_INVOKABLE void showCalenadarAsController();
+    // Nothing without a container.
+    Q_INVOKABLE void showCalenadarInExternalView();
+    Q_INVOKABLE void hideCalenadarInExternalView();
+    Q_INVOKABLE void toggleCalenadarInExternalView();
 
     bool isZoomEnabled() const { return zoomEnabled_; }
     void setZoomEnabled(bool isEnabled);
@@ -228,6 +235,7 @@ class TimelineView : public WidgetItem {
     void setupSlider();
     void showControls();
     void updateColor();
+    void showCalendarColors();
     void updateWidth();
     void sliderResized();
     void zoomed(float toScale);
@@ -253,6 +261,7 @@ class TimelineView : public WidgetItem {
 
     std::unique_ptr<RulerBinding> binding_;
     std::unique_ptr<RulerSource> source_;
+    std::unique_ptr<RulerCalendar> calendar_;
     std::shared_ptr<const KorvaneHelpers> helpers_;
     std::optional<TimelineConfig> config_;
     float scale = 1;
@@ -276,7 +285,6 @@ class TimelineView : public WidgetItem {
     QPointer<QQuickItem> rightBtn_;
     QPointer<QQuickItem> leftBtn_;
     QPointer<QQuickItem> calendarBtn_;
-    QPointer<QQuickItem> externalCalendarContainerView_;
     QPointer<LayoutConstraint> scaleControlWidth_;
     QPointer<LayoutConstraint> rightButtonWidth_;
     QPointer<LayoutConstraint> leftButtonWidth_;

@@ -83,9 +83,13 @@ class ScriptedService::Camera final : public KorvaneCamera {
         return timeline;
     }
 
-    // Nobody asks for it.
-    std::int32_t getCalendar(TimeMs, TimeMs, std::int32_t, std::int32_t, ReplyCompletion) override {
-        return StatusBadCall;
+    std::int32_t getCalendar(TimeMs start, TimeMs end, std::int32_t limit, std::int32_t offset,
+                             ReplyCompletion onComplete) override {
+        const auto find = [](ScriptedFootage& f, const ScriptedRequest& r) {
+            return Reply(f.recordedDays(r.start, r.end > 0 ? r.end : -1));
+        };
+        state_->ask({{start, end, 0, limit, offset}, "getCalendar", connection_}, find, std::move(onComplete));
+        return StatusSuccess;
     }
 
     void cancelSyncRequests() override { state_->endSyncRequestsOf(this); }

@@ -1,6 +1,7 @@
 import QtQuick
 import Korvane.Toolkit
 import Korvane.Timeline
+import Korvane.Timeline as Timeline
 
 Rectangle {
     id: ruler
@@ -9,6 +10,8 @@ Rectangle {
     property Item leftBtn: left
     property Item rightBtn: right
     property Item calendarBtn: calendar
+    property Timeline.CalendarContainer calendarController: Timeline.CalendarContainer {}
+    property Item calendarView: calendarController.calendarView
     property Item scaleControl: scale
     property LayoutConstraint leftButtonWidth: LayoutConstraint {
         constant: 30
@@ -34,9 +37,19 @@ Rectangle {
     Accessible.name: spokenTime
     Accessible.description: spokenDetails
 
+    // First in the row, so that the panel by its side, which counts its place twice, is in the window.
+    RulerButton {
+        id: calendar
+
+        width: ruler.calendarButtonWidth.seen
+        height: parent.height
+        spokenName: "Calendar"
+    }
+
     RulerButton {
         id: left
 
+        anchors.left: calendar.right
         width: ruler.leftButtonWidth.seen
         height: parent.height
         title: "‹"
@@ -54,20 +67,11 @@ Rectangle {
     RulerButton {
         id: right
 
-        anchors.right: calendar.left
+        anchors.right: scale.left
         width: ruler.rightButtonWidth.seen
         height: parent.height
         title: "›"
         spokenName: "A screen later"
-    }
-
-    RulerButton {
-        id: calendar
-
-        anchors.right: scale.left
-        width: ruler.calendarButtonWidth.seen
-        height: parent.height
-        spokenName: "Calendar"
     }
 
     RulerButton {
