@@ -23,8 +23,8 @@ class CalendarMonthModel;
 
 /// A month of days, some of them marked, of which one is chosen by touch, mouse or keyboard: arrows, Page keys for
 /// months, with Shift for years, Home and End for the month's ends, Return for the day, Escape to close. Names and the
-/// week's first day come by its locale. Good from 240 x 200 points on. Its look is made when it first shows. Main thread
-/// only, except where told. Dates are a day's first moment in timeZone(), ms since the epoch.
+/// week's first day come by its locale. Good from 240 x 200 points on. Its look is made when it first shows. Main
+/// thread only, except where told. Dates are a day's first moment in timeZone(), ms since the epoch.
 class CalendarView : public WidgetItem {
     Q_OBJECT
     QML_ELEMENT

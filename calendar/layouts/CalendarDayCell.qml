@@ -15,8 +15,14 @@ T.AbstractButton {
     required property Item look
     required property bool isAtCursor
     readonly property bool isFilled: isMarked && isSelected
-    readonly property bool hasRing: visualFocus || (activeFocus && look.showsCursor)
-    readonly property color tint: look.markColor
+    readonly property bool hasRing: visualFocus || (activeFocus && !!look && look.showsCursor)
+    // A cell may outlive its calendar by a turn.
+    readonly property color tint: look ? look.markColor : "transparent"
+    readonly property color accent: look ? look.accentColor : "transparent"
+
+    function faint(opacity) {
+        return look ? look.faint(opacity) : "transparent"
+    }
 
     focus: isAtCursor
     focusPolicy: isAtCursor ? Qt.StrongFocus : Qt.ClickFocus
@@ -38,13 +44,13 @@ T.AbstractButton {
             antialiasing: true
             color: {
                 if (cell.isFilled)
-                    return cell.look.accentColor
+                    return cell.accent
                 if (cell.isMarked)
                     return Qt.rgba(cell.tint.r, cell.tint.g, cell.tint.b, cell.down ? 0.6 : cell.hovered ? 0.5 : 0.34)
-                return cell.look.faint(cell.down ? 0.12 : 0)
+                return cell.faint(cell.down ? 0.12 : 0)
             }
             border.width: cell.hasRing ? 2 : cell.isSelected && !cell.isMarked ? 1.5 : 0
-            border.color: cell.hasRing ? cell.look.textColor : cell.look.accentColor
+            border.color: cell.hasRing ? cell.faint(1) : cell.accent
         }
         Rectangle {
             visible: cell.isToday
@@ -63,8 +69,8 @@ T.AbstractButton {
         text: cell.number
         color: {
             if (cell.isFilled)
-                return cell.look.accentColor.hslLightness > 0.62 ? "#000000" : "#ffffff"
-            return cell.look.faint(cell.isOfMonth ? (cell.isMarked ? 1 : 0.6) : (cell.isMarked ? 0.6 : 0.3))
+                return cell.accent.hslLightness > 0.62 ? "#000000" : "#ffffff"
+            return cell.faint(cell.isOfMonth ? (cell.isMarked ? 1 : 0.6) : (cell.isMarked ? 0.6 : 0.3))
         }
         font.pixelSize: 13
         font.bold: cell.isMarked && cell.isOfMonth

@@ -202,7 +202,8 @@ TEST_F(CalendarViewTest, DatesComeOnAnyThreadAndNonsenseIsLeftOut) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([this, i] {
             for (int day = 10; day < 30; ++day) {
-                view_->addSelectedDateAsString(std::string_view("2023-1" + std::to_string(i) + '-' + std::to_string(day)));
+                view_->addSelectedDateAsString(
+                    std::string_view("2023-1" + std::to_string(i) + '-' + std::to_string(day)));
             }
         });
     }
@@ -259,7 +260,8 @@ TEST_F(CalendarViewTest, IsMadeWhenItShowsAndFillsItsParent) {
     registerCalendarTypes();
     QQmlEngine engine;
     QQmlComponent component(&engine);
-    component.setData("import Korvane.Calendar\nCalendarView { width: 250; height: 210; controls: 1; textColor: 'red' }", {});
+    component.setData(
+        "import Korvane.Calendar\nCalendarView { width: 250; height: 210; controls: 1; textColor: 'red' }", {});
     const std::unique_ptr<QObject> made(component.create());
     auto* const calendar = qobject_cast<CalendarView*>(made.get());
     ASSERT_TRUE(calendar) << component.errorString().toStdString();

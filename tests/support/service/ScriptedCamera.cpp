@@ -88,6 +88,7 @@ class ScriptedService::Camera final : public KorvaneCamera {
         const auto find = [](ScriptedFootage& f, const ScriptedRequest& r) {
             return Reply(f.recordedDays(r.start, r.end > 0 ? r.end : -1));
         };
+        if (state_->lifeOf(connection_) != State::Life::Open) return StatusClosed;
         state_->ask({{start, end, 0, limit, offset}, "getCalendar", connection_}, find, std::move(onComplete));
         return StatusSuccess;
     }

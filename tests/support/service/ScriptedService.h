@@ -17,7 +17,7 @@ namespace korvane::test {
 
 /// One request as it was made. `name` is the function of the surface: "openSync", "update", "close", "getCamera",
 /// "setFullSharedToken", "getEvents", "getEventsSync", "getRecords", "getTimelineThumbnailsFull", "deleteEvent",
-/// "getActivity", "getTimelineSync". Fields that it does not have keep their defaults.
+/// "getActivity", "getTimelineSync", "getCalendar". Fields that it does not have keep their defaults.
 struct ScriptedRequest : ScriptedPage {
     std::string name{};
     /// Counts connections from 1 in the order in which they were made.

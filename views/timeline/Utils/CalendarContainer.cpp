@@ -86,6 +86,7 @@ void CalendarContainer::update() {
 }
 
 void CalendarContainer::present() {
+    loadViewIfNeeded();
     QQuickItem* const root = currentTopVC_->window()->contentItem();
     if (!isPresented() || parentItem() != root) focusBefore_ = root->window()->activeFocusItem();
     isPresented_ = true;
