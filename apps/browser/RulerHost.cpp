@@ -9,8 +9,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "korvane/views/timeline/ScrubberCommon/TimelineConfig.h"
-
 namespace korvane {
 
 namespace {
@@ -52,8 +50,6 @@ void RulerHost::attach(TimelineView* view) {
     if (view_) disconnect(view_, nullptr, this, nullptr);
     view_ = view;
     if (!view_) return;
-    // The calendar's button does nothing.
-    view_->setControls(TimelineControlLeftButton | TimelineControlRightButton | TimelineControlScaleControl);
     connect(view_, &TimelineView::scaleRowChanged, this, &RulerHost::setTicks);
     connect(view_, &QQuickItem::widthChanged, this, &RulerHost::setTicks);
     // A place stays until the knob has come there.

@@ -15,6 +15,7 @@ T.AbstractButton {
     Accessible.role: Accessible.Button
     Accessible.name: text
     Accessible.onPressAction: clicked()
+    Keys.onShortcutOverride: event => look.keep(event)
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 

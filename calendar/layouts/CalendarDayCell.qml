@@ -32,6 +32,7 @@ T.AbstractButton {
     Accessible.name: spokenName
     Accessible.selected: isSelected
     Accessible.onPressAction: clicked()
+    Keys.onShortcutOverride: event => look.keep(event)
 
     background: Item {
         opacity: cell.isOfMonth ? 1 : 0.45

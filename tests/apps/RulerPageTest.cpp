@@ -58,7 +58,7 @@ class RulerPageTest : public PlayerFixture {
     }
     /// In the scene, so many seconds from the middle of the axis, at the scale of a second a point.
     QPointF place(TimeSec away, double y) {
-        return view().mapToScene({(view().width() - 60) / 2 + static_cast<double>(away), y});
+        return view().mapToScene({(view().width() - 20) / 2 + static_cast<double>(away), y});
     }
     void tap(TimeSec away) { TourHand(application->scheduler(), *application->window()).tap(place(away, 40)); }
 

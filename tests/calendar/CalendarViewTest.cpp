@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QTest>
 #include <thread>
 
 #include "korvane/base/Log.h"
@@ -157,6 +158,31 @@ TEST_F(CalendarViewTest, IsLedByTheKeyboard) {
     key(Qt::Key_Left);
     EXPECT_EQ(view_->model().month().cursor(), std::chrono::year(2022) / 4 / 25);
     EXPECT_EQ(std::chrono::weekday(view_->model().month().dayAt(0)), std::chrono::Saturday);
+}
+
+TEST_F(CalendarViewTest, AShortcutOfTheHostLeavesItItsKeys) {
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData(
+        "import QtQuick\nItem { property int count: 0\n"
+        "Shortcut { sequences: ['Left', 'Space', 'Esc', 'T']; onActivated: count++ } }",
+        {});
+    const std::unique_ptr<QObject> shortcut(component.create());
+    auto* const item = qobject_cast<QQuickItem*>(shortcut.get());
+    ASSERT_TRUE(item) << component.errorString().toStdString();
+    item->setParentItem(ui_.root());
+    const auto typeAll = [&] {
+        for (const Qt::Key each : {Qt::Key_Left, Qt::Key_Space, Qt::Key_T, Qt::Key_Escape}) {
+            QTest::keyClick(&ui_.window(), each);
+        }
+        ui_.settle();
+        return std::exchange(heard_, {}).str() + shortcut->property("count").toString().toStdString();
+    };
+    ui_.window().requestActivate();
+    ui_.settle();
+    EXPECT_EQ(typeAll(), "4") << "without the focus";
+    view_->forceActiveFocus();
+    EXPECT_EQ(typeAll(), "date 1699833600000; close; 5");
 }
 
 TEST_F(CalendarViewTest, IsLedByAScreenReader) {

@@ -282,6 +282,22 @@ TEST_F(RulerCalendarTest, AnswersThatCameTooLateChangeNothing) {
     }
 }
 
+TEST_F(RulerCalendarTest, AHostMayLetTheRulerGoWhenADayIsChosen) {
+    player_->position = ninth + hour;
+    for (const bool isEarly : {true, false}) {
+        if (!view_) view_ = std::make_unique<TimelineView>(environment_, Rect{}, ui_.root());
+        view_->setPlayer(player_);
+        watch(2);
+        view_->toggleCalendarControl();
+        ui_.settle();
+        const auto letGo = [this] { view_.reset(); };
+        if (isEarly) QObject::connect(view_.get(), &TimelineView::centerTimeChanged, letGo);
+        if (!isEarly) QObject::connect(view_.get(), &TimelineView::positionSet, letGo);
+        press(Qt::Key_Return);
+        EXPECT_FALSE(view_);
+    }
+}
+
 TEST_F(RulerCalendarTest, TheTokensEndIsPassedOn) {
     EXPECT_EQ(panel().getDelegate()->onSharedTokenWillExpireIn(5), 0);
     const auto host = std::make_shared<TimelineViewDelegate>();

@@ -277,8 +277,27 @@ bool Tour::seeRuler() {
     settle();
     if (!tapItem("spokenName", "Scale") || !tapItem("spokenName", "A screen earlier") || !take("27-ruler-scrolled"))
         return false;
+    if (!seeCalendar()) return false;
     hand_->key(Qt::Key_T);
     return true;
+}
+
+bool Tour::seeCalendar() {
+    Browser& browser = application_.browser();
+    const auto days = [this] {
+        const auto isRecordedDay = [](const QQuickItem& item) { return item.property("isMarked").toBool(); };
+        return itemsIn(*application_.window()->contentItem(), isRecordedDay);
+    };
+    if (!tapItem("spokenName", "Calendar")) return false;
+    if (!wait("the days of the calendar", [&] { return !days().empty(); }) || !take("28-ruler-calendar")) return false;
+    QQuickItem* const day = days().front();
+    hand_->tap(day->mapToScene({day->width() / 2, day->height() / 2}));
+    hand_->leave();
+    const auto isThere = [&] { return browser.player()->state() == State::Playing && !browser.isLive(); };
+    if (!wait("the day that was chosen", isThere) || !watch("29-ruler-day", glance)) return false;
+    hand_->key(Qt::Key_Escape);
+    hand_->key(Qt::Key_End);
+    return wait("the live end after the calendar", [&] { return browser.isLive(); });
 }
 
 bool Tour::seeRange() {

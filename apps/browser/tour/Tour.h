@@ -58,6 +58,7 @@ class Tour {
     bool seeTimeline();
     bool seeRuler();
     bool seeRange();
+    bool seeCalendar();
     bool seeFirst();
     bool seeSizes();
     bool seeInSize(int width, int height, const char* picture);
