@@ -103,6 +103,7 @@ TEST(CalendarMonthTest, GoesAsFarAsThereIsSomethingToSee) {
     EXPECT_FALSE(calendar.moveCursorTo(day(10'000, 1, 1)));
     calendar.show(year(-5) / May);
     EXPECT_EQ(calendar.month(), year(1) / January);
+    calendar.setToday(day(-3, 1, 1));
     EXPECT_FALSE(calendar.canGo(-1));
 }
 

@@ -153,6 +153,7 @@ TEST_F(CalendarViewTest, IsLedByTheKeyboard) {
     EXPECT_EQ(cursor(), "Monday, 25 April 2022") << "the month's button";
     key(Qt::Key_Left);
     EXPECT_EQ(cursor(), "Sunday, 24 April 2022");
+    EXPECT_TRUE(ui_.window().activeFocusItem()->property("isAtCursor").toBool());
     // Right to left, and a week that begins on Saturday.
     view_->setLocale(QLocale(QLocale::Arabic, QLocale::Egypt));
     key(Qt::Key_Left);

@@ -107,6 +107,7 @@ TEST_F(RulerCalendarTest, TheButtonShowsThePanelWithTheCamerasDays) {
     EXPECT_EQ(std::tuple(request.start, request.end, request.limit, request.offset), std::tuple(0, 0, -1, -1));
     EXPECT_TRUE(controller().isPresented());
     EXPECT_TRUE(panel().isVisible());
+    EXPECT_EQ(controller().size(), ui_.root()->size());
     EXPECT_EQ(controller().calendarContainer()->position(), QPointF(3, 0));
     EXPECT_EQ(marks(panel()), 2U);
     EXPECT_FALSE(panel().isLoading());
@@ -168,7 +169,7 @@ TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
     EXPECT_EQ(marks(calendar), 0U);
     const std::pair<Script, bool> answers[] = {{Script::failed(503), false},
                                                {Script::answered(nullptr), false},
-                                               {Script::answered("no list"), false},
+                                               {Script::answered({{"no list", "2023-11-01"}}), false},
                                                {Script::held(), true}};
     for (const auto& [answer, isLoading] : answers) {
         script(answer);
@@ -261,6 +262,13 @@ TEST_F(RulerCalendarTest, AnswersThatCameTooLateChangeNothing) {
     EXPECT_EQ(asked(), 5U);
     EXPECT_EQ(marks(panel()), 2U);
     EXPECT_EQ(marks(*external()), 2U);
+    script(Script::held());
+    view_->showCalenadarAsController();
+    view_->setCamera(nullptr);
+    service_.releaseAll();
+    ui_.settle();
+    EXPECT_EQ(marks(panel()), 0U);
+    view_->setCamera(player_->source);
     // After the end of the view, or after clean.
     for (const bool isCleaned : {true, false}) {
         script(Script::held());
@@ -270,8 +278,12 @@ TEST_F(RulerCalendarTest, AnswersThatCameTooLateChangeNothing) {
         view_->toggleCalenadarInExternalView();
         view_->setCalendarContainer(nullptr);
         view_->toggleCalendarControl();
+        ui_.settle();
+        const QPointer<CalendarContainer> shown = &controller();
+        EXPECT_TRUE(shown->isPresented());
         if (isCleaned) view_->clean();
         if (!isCleaned) view_.reset();
+        EXPECT_FALSE(shown && shown->isPresented());
         service_.releaseAll();
         ui_.settle();
         EXPECT_FALSE(external());
