@@ -5,11 +5,11 @@
 #include <QQuickWindow>
 #include <QTimeZone>
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <utility>
 
 #include "korvane/base/Log.h"
-#include "korvane/base/Scheduler.h"
 #include "korvane/base/TaskGuard.h"
 #include "korvane/calendar/CalendarMonthModel.h"
 #include "korvane/calendar/CalendarTypes.h"
@@ -177,7 +177,17 @@ void CalendarView::setTimeZone(const QString& name) {
     emit settingsChanged();
 }
 
+/// A calendar that stays open turns the page by itself.
+void CalendarView::awaitMidnight() {
+    scheduler().cancel(midnight_);
+    if (isClean_ || !window() || !isVisible()) return;
+    const QDateTime here = QDateTime::fromMSecsSinceEpoch(scheduler().utcNow(), zone());
+    const qint64 left = here.msecsTo(here.date().addDays(1).startOfDay(zone()));
+    midnight_ = scheduler().after(std::chrono::milliseconds(left), life().guard([this] { refreshToday(); }));
+}
+
 void CalendarView::refreshToday() {
+    awaitMidnight();
     const auto today = toDay(QDateTime::fromMSecsSinceEpoch(scheduler().utcNow(), zone()).date());
     if (!today) return;
     const bool isFirst = !std::exchange(hasMonth_, true);

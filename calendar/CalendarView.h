@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "korvane/base/Scheduler.h"
 #include "korvane/base/Time.h"
 #include "korvane/calendar/CalendarConfig.h"
 #include "korvane/calendar/CalendarDay.h"
@@ -114,6 +115,7 @@ class CalendarView : public WidgetItem {
     void setShowsCursor(bool shows);
     QTimeZone zone() const;
     void refreshToday();
+    void awaitMidnight();
     void tapped(CalendarDay day);
     void closeTapped();
     int daysOfKey(int key) const;
@@ -134,6 +136,7 @@ class CalendarView : public WidgetItem {
     std::weak_ptr<CalendarViewDelegate> delegate_;
     bool isClean_ = false;
     bool isLoading_ = false;
+    Scheduler::TimerId midnight_ = 0;
     bool hasMonth_ = false;  // that of today, or of showDate()
     QString timeZone_;
     QColor backgroundColor_ = Qt::white;

@@ -303,6 +303,10 @@ TEST_F(CalendarViewTest, IsMadeWhenItShowsAndFillsItsParent) {
     calendar->setVisible(true);
     ui_.settle();
     EXPECT_EQ(calendar->model().month().today(), std::chrono::year(2023) / 11 / 15);
+    for (const unsigned day : {16U, 17U}) {
+        ui_.scheduler().advance(24h);
+        EXPECT_EQ(calendar->model().month().today(), std::chrono::year(2023) / 11 / day) << "and while somebody does";
+    }
 }
 
 }  // namespace

@@ -181,6 +181,10 @@ TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
         EXPECT_FALSE(external());
         EXPECT_FALSE(place_.isVisible());
     }
+    view_->toggleCalendarControl(true);
+    view_->setCalendarContainer(nullptr);
+    EXPECT_FALSE(place_.isVisible()) << "the calendar leaves with its container";
+    view_->setCalendarContainer(&place_);
     // What could not be asked, and what nobody can be asked.
     connection_->close();
     view_->toggleCalendarControl();

@@ -151,6 +151,11 @@ void RulerCalendar::showMoment(CalendarView& calendar) {
 
 // Showing
 
+void RulerCalendar::setContainer(QQuickItem* container) {
+    if (isExternalShown()) removeExternal();
+    externalCalendarContainerView_ = container;
+}
+
 void RulerCalendar::toggle() {
     externalCalendarContainerView_ ? toggleInExternalView() : showAsController();
 }

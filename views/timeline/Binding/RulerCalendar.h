@@ -32,8 +32,8 @@ class RulerCalendar {
     void setup(CalendarContainer* controller, CalendarView* calendarView, QQuickItem* calendarBtn);
     void setColors(const QColor& background, const QColor& text, const QColor& mark, const QColor& accent);
 
-    /// Held weakly; null for the panel.
-    void setContainer(QQuickItem* container) { externalCalendarContainerView_ = container; }
+    /// Held weakly; null for the panel. A calendar that is in the one before leaves it.
+    void setContainer(QQuickItem* container);
     QQuickItem* container() const { return externalCalendarContainerView_; }
 
     void toggle();
