@@ -18,7 +18,7 @@ Item {
         Accessible.name: "Calendar"
 
         Repeater {
-            model: 4
+            model: 6
 
             Rectangle {
                 required property int index
@@ -30,7 +30,7 @@ Item {
                 radius: calendar.radius + 2 * index
                 antialiasing: true
                 color: "#000000"
-                opacity: 0.07
+                opacity: 0.045
             }
         }
         MouseArea {
