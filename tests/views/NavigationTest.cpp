@@ -187,5 +187,19 @@ TEST_F(NavigationTest, TheNextFollowsWhenHostAndSettingSaySo) {
     }
 }
 
+TEST_F(NavigationTest, WhoWalksFindsTheNeighboursLoaded) {
+    load(450);
+    service_.scriptAll("getEvents", Script::late(800ms));
+    view_->toLastEvent();
+    ui_.advance(1s);
+    for (std::int64_t walked = 0; walked < 300; ++walked) {
+        view_->toPreviousEvent();
+        ui_.advance(150ms, 50ms);
+        const auto under = view_->getEvent(underMark());
+        ASSERT_TRUE(under && under->type() == ScrubberEventTypeItem) << walked << ' ' << underMark();
+    }
+    EXPECT_LE(service_.count("getEvents"), 5U);
+}
+
 }  // namespace
 }  // namespace korvane::test

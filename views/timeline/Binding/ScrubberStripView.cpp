@@ -13,9 +13,6 @@
 namespace korvane {
 namespace {
 
-// Entries to both sides that are there before somebody walks to them.
-constexpr std::int64_t lookAhead = 24;
-
 constexpr double endTolerance = 0.5;  // points
 
 bool isLive(const std::shared_ptr<ScrubberEvent>& event) {
@@ -197,15 +194,10 @@ void ScrubberStripView::askForVisible() {
     // The page around the mark first.
     const std::int64_t middle = nearestIndexPath().value_or(0);
     std::ranges::sort(visible, {}, [middle](std::int64_t index) { return std::abs(index - middle); });
-    const auto ask = [&](std::int64_t index) {
-        provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
-    };
     for (const std::int64_t index : visible) {
-        if (isWanting(index)) ask(index);
+        if (isWanting(index)) provider->checkPartNeedRequested(static_cast<std::uint64_t>(index), -1, -1);
     }
-    for (const std::int64_t index : {middle - lookAhead, middle + lookAhead}) {
-        if (isPending(index)) ask(index);
-    }
+    askAround(middle);
 }
 
 void ScrubberStripView::speakPlace() {

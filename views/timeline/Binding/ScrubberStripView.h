@@ -143,6 +143,8 @@ class ScrubberStripView : public ScrubberViewBase,
     /// What is in view at this index has something to be fetched.
     virtual bool isWanting(std::int64_t index) const { return isPending(index); }
     bool isPending(std::int64_t index) const;
+    /// So that who walks on from there finds entries and not slots.
+    void askAround(std::int64_t index);
 
     ReloadingCollectionView* strip() const { return strip_; }
     PlayingCell* lastCell() const { return lastCell_; }

@@ -72,4 +72,13 @@ bool ScrubberStripView::isPending(std::int64_t index) const {
     return event && event->type() == ScrubberEventTypePending;
 }
 
+void ScrubberStripView::askAround(std::int64_t index) {
+    constexpr std::int64_t lookAhead = 24;
+    const auto provider = entries().provider();
+    if (!provider || entries().ownList()) return;
+    for (const std::int64_t there : {index - lookAhead, index + lookAhead}) {
+        if (isPending(there)) provider->checkPartNeedRequested(static_cast<std::uint64_t>(there), -1, -1);
+    }
+}
+
 }  // namespace korvane

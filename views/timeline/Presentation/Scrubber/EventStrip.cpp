@@ -103,7 +103,10 @@ IndexPath EventStrip::neighbour(std::int64_t step) const {
 /// Queues a scroll to an entry, which plays from then on unless it is the live one.
 void EventStrip::toNeighbour(std::int64_t step, bool notify) {
     onMain([=, this] {
-        if (const IndexPath next = neighbour(step)) toEventByIndex(*next, nullptr, notify, false);
+        const IndexPath next = neighbour(step);
+        if (!next) return;
+        askAround(*next);
+        toEventByIndex(*next, nullptr, notify, false);
     });
 }
 
