@@ -8,10 +8,15 @@ namespace korvane {
 namespace {
 // Jumping about collects many pages; the oldest are dropped first.
 constexpr std::size_t maxStretches = 32;
+constexpr std::size_t maxShortened = 1'000;
 }  // namespace
 
 void RecordingCatalog::add(TimeMs from, std::vector<Recording> page, bool hasMore) {
-    std::erase_if(page, [](const Recording& recording) { return recording.end < recording.start; });
+    std::erase_if(page, [this](Recording& recording) {
+        const auto found = asFound(recording);
+        if (found) recording = *found;
+        return !found || recording.end < recording.start;
+    });
     std::stable_sort(page.begin(), page.end(),
                      [](const Recording& a, const Recording& b) { return a.start < b.start; });
     if (page.empty()) return;
@@ -47,6 +52,31 @@ RecordingCatalog::Answer RecordingCatalog::findIn(const Stretch& stretch, TimeMs
         if (recording.end >= moment && (!inside || recording.end > inside->end)) inside = &recording;
     }
     return inside ? Answer{Kind::Inside, *inside, moment} : Answer{};
+}
+
+void RecordingCatalog::shorten(const Recording& told, TimeMs end) {
+    if (shortened_.size() >= maxShortened) shortened_.erase(shortened_.begin());
+    shortened_.push_back({told, end});
+    for (Stretch& stretch : stretches_) {
+        std::erase_if(stretch.recordings, [&](Recording& recording) {
+            if (recording != told) return false;
+            recording.end = end - 1;
+            return recording.end < recording.start;
+        });
+    }
+}
+
+std::optional<Recording> RecordingCatalog::asFound(const Recording& told) const {
+    Recording found = told;
+    for (const Shortened& entry : shortened_) {
+        if (entry.told == found) found.end = entry.end - 1;
+    }
+    return found.end < found.start ? std::nullopt : std::optional(found);
+}
+
+void RecordingCatalog::clear() {
+    stretches_.clear();
+    shortened_.clear();
 }
 
 }  // namespace korvane

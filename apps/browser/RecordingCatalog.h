@@ -16,6 +16,8 @@ struct Recording {
     TimeMs start = 0;
     TimeMs end = 0;
     std::string url;
+
+    bool operator==(const Recording&) const = default;
 };
 
 /// What is known of a camera's recordings: the pages that were looked up so far. A plain value, no lock of its own.
@@ -44,7 +46,14 @@ class RecordingCatalog {
     /// Of several recordings that hold the moment, the one that ends last.
     Answer find(TimeMs moment) const;
 
-    void clear() { stretches_.clear(); }
+    /// The film of `told` has turned out to end before `end` (ms): what the service says of it counts no more, as long
+    /// as it says the same. A film that ends where it begins counts as not recorded.
+    void shorten(const Recording& told, TimeMs end);
+
+    /// As it has turned out to be; absent where there is nothing of it.
+    std::optional<Recording> asFound(const Recording& told) const;
+
+    void clear();
 
   private:
     // A range in which all recordings are known: from <= moment < until.
@@ -56,7 +65,13 @@ class RecordingCatalog {
 
     static Answer findIn(const Stretch& stretch, TimeMs moment);
 
+    struct Shortened {
+        Recording told;
+        TimeMs end = 0;
+    };
+
     std::vector<Stretch> stretches_;
+    std::vector<Shortened> shortened_;
 };
 
 }  // namespace korvane

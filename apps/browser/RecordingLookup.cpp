@@ -1,6 +1,6 @@
 #include "korvane/apps/browser/RecordingLookup.h"
 
-#include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "korvane/apps/browser/RecordingsReply.h"
@@ -35,10 +35,12 @@ void RecordingLookup::find(TimeMs moment, Found found) {
 void RecordingLookup::findLast(TimeMs until, Found found) {
     cancel();
     ask(-1, until, newestFirst, newestSize, [this, found = std::move(found)](const Reply& reply, std::int32_t status) {
-        const RecordingsPage page = readRecordings(reply, helpers_);
-        const auto last = std::max_element(page.recordings.begin(), page.recordings.end(),
-                                           [](const Recording& a, const Recording& b) { return a.end < b.end; });
-        if (status != 0 || last == page.recordings.end()) return found({}, status);
+        std::optional<Recording> last;
+        for (const Recording& told : readRecordings(reply, helpers_).recordings) {
+            const auto recording = catalog_.asFound(told);
+            if (recording && (!last || recording->end > last->end)) last = recording;
+        }
+        if (status != 0 || !last) return found({}, status);
         found({RecordingCatalog::Kind::Inside, *last, last->start}, 0);
     });
 }

@@ -35,6 +35,9 @@ class RecordingLookup {
     /// Drops a question that is under way.
     void cancel() { ++question_; }
 
+    /// The film of a recording that was found ends before `end` (ms), whatever the service says.
+    void shorten(const Recording& found, TimeMs end) { catalog_.shorten(found, end); }
+
     /// The answers may be out of date: ask again.
     void forget() { catalog_.clear(); }
 

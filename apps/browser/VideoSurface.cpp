@@ -1,57 +1,75 @@
 #include "korvane/apps/browser/VideoSurface.h"
 
-#include <QPainter>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <utility>
 
 namespace korvane {
 
-VideoSurface::VideoSurface(QQuickItem* parent) : QQuickPaintedItem(parent) {
-    setOpaquePainting(true);
-    setFillColor(Qt::black);
+VideoSurface::VideoSurface(QQuickItem* parent) : QQuickItem(parent) {
+    setFlag(ItemHasContents);
 }
 
-void VideoSurface::setSink(QVideoSink* sink) {
+void VideoSurface::setSink(PictureSink* sink) {
     if (sink == sink_) return;
     if (sink_) sink_->disconnect(this);
     sink_ = sink;
-    // Frames come on the decoder's thread; of those that pile up only the latest is shown.
-    if (sink_) connect(sink_, &QVideoSink::videoFrameChanged, this, &VideoSurface::takeFrame, Qt::QueuedConnection);
+    if (sink_) connect(sink_, &PictureSink::pictureChanged, this, &VideoSurface::takePicture);
     emit sinkChanged();
-    takeFrame();
+    takePicture();
 }
 
-void VideoSurface::takeFrame() {
-    const QVideoFrame frame = sink_ ? sink_->videoFrame() : QVideoFrame();
-    // Between two files the sink is empty for a moment, and the last picture stays.
-    if (!frame.isValid() && sink_) return;
-    if (frame == frame_) return;
-    frame_ = frame;
-    image_ = {};
-    if (frame_.size() != frameSize_) {
-        frameSize_ = frame_.size();
-        emit contentRectChanged();
-    }
+void VideoSurface::takePicture() {
+    const QSize before = picture_.size();
+    picture_ = sink_ ? sink_->picture() : QImage();
+    isTaken_ = false;
+    if (picture_.size() != before) emit contentRectChanged();
     update();
     emit frameChanged();
 }
 
 QRectF VideoSurface::contentRect() const {
     const QRectF area = boundingRect();
-    if (frameSize_.isEmpty() || area.isEmpty()) return area;
-    const QSizeF fitted = QSizeF(frameSize_).scaled(area.size(), Qt::KeepAspectRatio);
+    if (picture_.isNull() || area.isEmpty()) return area;
+    const QSizeF fitted = QSizeF(picture_.size()).scaled(area.size(), Qt::KeepAspectRatio);
     return {area.x() + (area.width() - fitted.width()) / 2, area.y() + (area.height() - fitted.height()) / 2,
             fitted.width(), fitted.height()};
 }
 
-void VideoSurface::paint(QPainter* painter) {
-    if (image_.isNull() && frame_.isValid()) image_ = frame_.toImage();
-    if (image_.isNull()) return;
-    painter->setRenderHint(QPainter::SmoothPixmapTransform);
-    painter->drawImage(contentRect(), image_);
+QSGNode* VideoSurface::updatePaintNode(QSGNode* before, UpdatePaintNodeData*) {
+    auto* node = static_cast<QSGImageNode*>(before);
+    if (picture_.isNull() || !window()) {
+        delete node;
+        return nullptr;
+    }
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        node->setFiltering(QSGTexture::Linear);
+        isTaken_ = false;
+    }
+    if (!std::exchange(isTaken_, true)) {
+        QSGTexture* texture = window()->createTextureFromImage(picture_, QQuickWindow::TextureIsOpaque);
+        if (!texture) {
+            delete node;
+            return nullptr;
+        }
+        node->setTexture(texture);
+    }
+    node->setRect(contentRect());
+    return node;
 }
 
 void VideoSurface::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
-    QQuickPaintedItem::geometryChange(newGeometry, oldGeometry);
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    update();
     emit contentRectChanged();
+}
+
+void VideoSurface::itemChange(ItemChange change, const ItemChangeData& value) {
+    // Another window has no texture of it yet.
+    if (change == ItemSceneChange) isTaken_ = false;
+    QQuickItem::itemChange(change, value);
 }
 
 }  // namespace korvane

@@ -1,19 +1,20 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
 #include <QImage>
-#include <QQuickPaintedItem>
-#include <QVideoFrame>
-#include <QVideoSink>
-#include <memory>
+#include <QPointer>
+#include <QQuickItem>
+
+#include "korvane/apps/browser/PictureSink.h"
 
 namespace korvane {
 
-/// Shows the frames of a video sink in their aspect, on black. It paints them itself, so that it works where there is
-/// no graphics card. Main thread only.
-class VideoSurface : public QQuickPaintedItem {
+/// Shows the pictures of a player in their aspect. Works with every renderer, also where there is no graphics card.
+/// Main thread only.
+class VideoSurface : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QVideoSink* sink READ sink WRITE setSink NOTIFY sinkChanged)
+    Q_PROPERTY(korvane::PictureSink* sink READ sink WRITE setSink NOTIFY sinkChanged)
     Q_PROPERTY(bool hasFrame READ hasFrame NOTIFY frameChanged)
     Q_PROPERTY(QRectF contentRect READ contentRect NOTIFY contentRectChanged)
 
@@ -21,15 +22,13 @@ class VideoSurface : public QQuickPaintedItem {
     explicit VideoSurface(QQuickItem* parent = nullptr);
 
     /// Not owned; null for none.
-    QVideoSink* sink() const { return sink_; }
-    void setSink(QVideoSink* sink);
+    PictureSink* sink() const { return sink_; }
+    void setSink(PictureSink* sink);
 
-    bool hasFrame() const { return frame_.isValid(); }
+    bool hasFrame() const { return !picture_.isNull(); }
 
     /// Where in this item the picture is, points; all of the item without a picture.
     QRectF contentRect() const;
-
-    void paint(QPainter* painter) override;
 
   signals:
     void sinkChanged();
@@ -37,15 +36,16 @@ class VideoSurface : public QQuickPaintedItem {
     void contentRectChanged();
 
   protected:
+    QSGNode* updatePaintNode(QSGNode* before, UpdatePaintNodeData* data) override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
 
   private:
-    void takeFrame();
+    void takePicture();
 
-    QPointer<QVideoSink> sink_;
-    QVideoFrame frame_;
-    QSize frameSize_;
-    QImage image_;  // frame_ decoded; null until it is painted
+    QPointer<PictureSink> sink_;
+    QImage picture_;
+    bool isTaken_ = false;  // the scene has this picture
 };
 
 }  // namespace korvane

@@ -92,8 +92,6 @@ int main(int argc, char** argv) {
     korvane::redactToolkitMessages();
     // Its errors reach the state line, and its log lines would quote URLs.
     av_log_set_level(AV_LOG_QUIET);
-    // The backend that seeks to exact frames over HTTP.
-    setDefault("QT_MEDIA_BACKEND", "ffmpeg");
     if (line.arguments.capture) {
         setDefault("QT_QPA_PLATFORM", "offscreen");
         setDefault("QT_QUICK_BACKEND", "software");

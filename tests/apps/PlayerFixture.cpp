@@ -16,7 +16,6 @@ void PlayerFixture::writeFootage() {
 }
 
 void PlayerFixture::SetUp() {
-    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
     first = parseUtc("2026-11-18T07:00:00Z").value();
     second = first + length;
     last = first + 600'000;
