@@ -15,12 +15,17 @@ namespace {
 constexpr Uint16 framesAtATime = 1024;
 // From the call for samples until they are heard: two of the device's buffers.
 constexpr double latency = 2.0 * 1000 * framesAtATime / SoundQueue::rate;
+
+// The library starts and ends on one thread at a time.
+std::mutex libraryMutex;
+
 }  // namespace
 
 struct SoundOutput::State {
     explicit State(Scheduler& s) : scheduler(s) {}
     ~State();
     bool open();
+    void close();
     void fill(std::span<std::int16_t> samples);
 
     Scheduler& scheduler;
@@ -34,17 +39,27 @@ struct SoundOutput::State {
 };
 
 SoundOutput::State::~State() {
+    const std::lock_guard lock(libraryMutex);
+    close();
+}
+
+void SoundOutput::State::close() {
     if (device != 0) SDL_CloseAudioDevice(device);
-    if (isStarted) SDL_QuitSubSystem(SDL_INIT_AUDIO);
+    if (std::exchange(isStarted, false)) SDL_QuitSubSystem(SDL_INIT_AUDIO);
 }
 
 bool SoundOutput::State::open() {
+    const std::lock_guard lock(libraryMutex);
     // The library would take the signals that end a program for itself.
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
     SDL_SetMainReady();
     isStarted = SDL_InitSubSystem(SDL_INIT_AUDIO) == 0;
     // Without a device an attempt to open one leaves lines of the system's sound library on standard error.
-    if (!isStarted || SDL_GetNumAudioDevices(0) == 0) return false;
+    if (!isStarted) return false;
+    if (SDL_GetNumAudioDevices(0) == 0) {
+        close();
+        return false;
+    }
     SDL_AudioSpec wanted{};
     wanted.freq = SoundQueue::rate;
     wanted.format = AUDIO_S16SYS;
@@ -68,16 +83,18 @@ void SoundOutput::State::fill(std::span<std::int16_t> samples) {
 
 SoundOutput::SoundOutput(Scheduler& scheduler, std::function<void()> found)
     : state_(std::make_shared<State>(scheduler)) {
-    thread_ = scheduler.spawn("sound", [state = state_, found = std::move(found)] {
+    scheduler.runInBackground([state = state_, found = std::move(found)] {
         const bool isFound = state->open();
         state->isLooking = false;
         if (isFound) state->scheduler.post(found);
     });
-    if (!thread_) state_->isLooking = false;
 }
 
 SoundOutput::~SoundOutput() {
-    if (thread_) thread_->join();
+    stop();
+    // The system may take its time to give a device back.
+    Scheduler& scheduler = state_->scheduler;
+    scheduler.runInBackground([state = std::move(state_)] {});
 }
 
 bool SoundOutput::hasDevice() const {

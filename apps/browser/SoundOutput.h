@@ -12,7 +12,7 @@ namespace korvane {
 /// The sound device, if there is one. It follows the player's time; the player never waits for it. Main thread only.
 class SoundOutput {
   public:
-    /// Looks for a device on a thread of its own; `found` runs on a later turn of the main loop if there is one.
+    /// Looks for a device in the background; `found` runs on a later turn of the main loop if there is one.
     /// `scheduler` outlives the output.
     SoundOutput(Scheduler& scheduler, std::function<void()> found);
     ~SoundOutput();
@@ -34,7 +34,6 @@ class SoundOutput {
   private:
     struct State;
     std::shared_ptr<State> state_;
-    std::unique_ptr<Thread> thread_;
 };
 
 }  // namespace korvane

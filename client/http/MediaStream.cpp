@@ -23,8 +23,9 @@ std::string schemeOf(std::string_view url) {
 
 bool isReadable(std::string_view url) {
     const std::string scheme = schemeOf(url);
+    const bool isAddress = url.find("://") != std::string_view::npos;
     const bool isPlain = std::ranges::all_of(url, [](unsigned char c) { return c > 0x20 && c != 0x7f; });
-    return isPlain && (scheme == "http" || scheme == "https");
+    return isAddress && isPlain && (scheme == "http" || scheme == "https");
 }
 
 }  // namespace
