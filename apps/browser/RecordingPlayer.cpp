@@ -1,6 +1,7 @@
 #include "korvane/apps/browser/RecordingPlayer.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace korvane {
@@ -191,12 +192,18 @@ void RecordingPlayer::onNews() {
     if (scrub_) {
         std::optional<Film::Picture> newest;
         while (auto picture = film->take()) newest = std::move(picture);
-        if (newest) show(*newest);
+        if (newest && isNearer(*newest)) show(*newest);
     } else if (target_) {
         arrive();
     } else {
         tick();
     }
+}
+
+/// A key frame may lie further from the finger than what is shown.
+bool RecordingPlayer::isNearer(const Film::Picture& picture) const {
+    const TimeMs position = recording_->start + picture.begin;
+    return framePosition() < 0 || std::abs(*scrub_ - position) <= std::abs(*scrub_ - framePosition());
 }
 
 /// Once the picture of the target is there.

@@ -74,9 +74,10 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     Q_INVOKABLE void pause();
     void stop();
 
-    /// Shows the moment (ms) under a finger that drags: its key frame as soon as that is decoded, then its picture, and
-    /// never an older one after a newer. Where nothing was recorded, the last picture stays. State and position stay
-    /// too, and playing rests, until endScrub() or whatever goes to a moment.
+    /// Shows the moment (ms) under a finger that drags: its key frame as soon as that is decoded, where that is nearer
+    /// than what is shown, then its picture, and never one of an older wish after one of a newer. Where nothing was
+    /// recorded, the last picture stays. State and position stay too, and playing rests, until endScrub() or whatever
+    /// goes to a moment.
     void scrubTo(TimeMs moment);
     bool isScrubbing() const { return scrub_.has_value(); }
     /// Opens the last moment of scrubTo(), and plays on if it played. Nothing without one.
@@ -142,6 +143,7 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     void playOn(const Next& next, TimeMs from);
     void lookForScrub();
     void glimpse(const RecordingCatalog::Answer& answer, TimeMs moment);
+    bool isNearer(const Film::Picture& picture) const;
     void show(const Film::Picture& picture);
     void fail(const QString& text, std::int32_t status);
     void setState(State state);
