@@ -6,13 +6,13 @@ packages=(
   # build
   g++ cmake ninja-build pkg-config ccache lld
   # widgets and application
-  qt6-base-dev qt6-declarative-dev qt6-multimedia-dev
+  qt6-base-dev qt6-declarative-dev libsdl2-dev
   qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
   qml6-module-qtquick-templates
   # data layer
   libcurl4-openssl-dev libicu-dev libssl-dev nlohmann-json3-dev
-  # camera service, frame grabber
-  libsqlite3-dev libcpp-httplib-dev libavformat-dev libavcodec-dev libswscale-dev libavutil-dev
+  # camera service, frame grabber, player
+  libsqlite3-dev libcpp-httplib-dev libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev ffmpeg clang-format
   # text and the calendar sign

@@ -18,7 +18,7 @@ bool isTokenCharacter(char character) {
 }
 
 void writeRedacted(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    // The media backend's reports on hardware decoding are of no use to the person.
+    // What the toolkit tells its developers is of no use to the person.
     if (type == QtDebugMsg) return;
     const std::string line = redacted(qFormatLogMessage(type, context, message).toStdString());
     std::fprintf(stderr, "%s\n", line.c_str());

@@ -14,7 +14,6 @@ namespace korvane {
 namespace {
 
 TEST(Application, MayBeClosedAtAnyTimeOfItsStart) {
-    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
     const TempFolder folder;
     TestClip clip;
     clip.seconds = 30;
