@@ -10,6 +10,7 @@
 #include "korvane/base/LoopScheduler.h"
 #include "korvane/client/Status.h"
 #include "korvane/client/http/HttpService.h"
+#include "korvane/client/http/MediaStream.h"
 #include "korvane/tests/client/Asking.h"
 
 namespace korvane::test {
@@ -46,6 +47,11 @@ class TlsTest : public testing::Test {
         server.Get("/v1/cameras/7", [](const httplib::Request&, httplib::Response& reply) {
             reply.set_content(R"({"id":7})", "application/json");
         });
+        server.Get("/film",
+                   [](const httplib::Request&, httplib::Response& reply) { reply.set_content("film", "video/mp4"); });
+        server.Get("/away", [](const httplib::Request&, httplib::Response& reply) {
+            reply.set_redirect("http://127.0.0.1:1/film");
+        });
         port = server.bind_to_any_port("127.0.0.1");
         thread = std::thread([this] { server.listen_after_bind(); });
     }
@@ -62,6 +68,14 @@ class TlsTest : public testing::Test {
         const auto connection = service.makeConnection();
         EXPECT_EQ(connection->openSync("bearer", "https://" + host + ":" + std::to_string(port)), StatusSuccess);
         return lookUp(service, connection, 7).status;
+    }
+
+    MediaFault faultOf(const std::string& caFile, const std::string& target) {
+        MediaStream stream(scheduler, "https://127.0.0.1:" + std::to_string(port) + target,
+                           {std::chrono::seconds(5), std::chrono::seconds(5), caFile});
+        std::uint8_t byte = 0;
+        stream.read({&byte, 1});
+        return stream.fault();
     }
 
     LoopScheduler scheduler;
@@ -81,6 +95,12 @@ TEST_F(TlsTest, OnlyATrustedCertificateOfThatHostIsTaken) {
     EXPECT_EQ(statusOf(options, "localhost"), StatusInsecure);
     options.caFile = "/no/such/file";
     EXPECT_EQ(statusOf(options, "127.0.0.1"), StatusInsecure);
+}
+
+TEST_F(TlsTest, AFilmComesVerifiedAndStaysEncrypted) {
+    EXPECT_EQ(faultOf("", "/film"), MediaFault::Insecure);
+    EXPECT_EQ(faultOf(file, "/film"), MediaFault::None);
+    EXPECT_EQ(faultOf(file, "/away"), MediaFault::BadAddress);
 }
 
 }  // namespace
