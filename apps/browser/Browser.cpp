@@ -1,6 +1,8 @@
 #include "korvane/apps/browser/Browser.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 #include <utility>
 
 #include "korvane/apps/browser/StatusText.h"
@@ -8,6 +10,9 @@
 namespace korvane {
 
 namespace {
+
+constexpr std::chrono::milliseconds scrubPatience{1'500};
+constexpr TimeMs sameMoment = 1'000;
 
 QString sentence(QString text) {
     if (!text.isEmpty()) text[0] = text[0].toUpper();
@@ -58,10 +63,11 @@ void Browser::connectStrip(ScrubberHost& strip) {
         if (!shown_->isPlayingOn() && event && event == navigation_.selected()) endEvent();
     });
     connect(&strip, &ScrubberHost::sought, this, &Browser::onSought);
-    connect(&strip, &ScrubberHost::flyOverEnded, this, [this] { setFlyOver(-1); });
+    connect(&strip, &ScrubberHost::flyOverEnded, this, &Browser::onFlyOverEnded);
     connect(&strip, &ScrubberHost::flownOver, this, [this](qint64 time, const QString& zone) {
         if (zone_.isEmpty()) setZone(zone);
         setFlyOver(time);
+        player_.scrubTo(time);
     });
     connect(&strip, &ScrubberHost::tokenWillExpire, this, [this](qint64 left) {
         expiry_ = left > 0 ? tr("Access ends in %1").arg(durationText(left)) : tr("Access has ended");
@@ -72,6 +78,7 @@ void Browser::connectStrip(ScrubberHost& strip) {
 void Browser::connectPlayer() {
     connect(&player_, &RecordingPlayer::boundReached, this, &Browser::endEvent);
     connect(&player_, &RecordingPlayer::positionChanged, this, &Browser::timeChanged);
+    connect(&player_, &RecordingPlayer::framePositionChanged, this, &Browser::timeChanged);
     connect(&player_, &RecordingPlayer::stateChanged, this, [this] {
         timeline_.setHeld(player_.state() == RecordingPlayer::State::Paused);
         // A note stays until the player goes to another moment.
@@ -232,6 +239,16 @@ void Browser::goLive() {
     player_.openNewest(RecordingPlayer::Then::Pause);
 }
 
+// Where the strip comes to rest it mostly tells of what it has selected; otherwise what is shown goes on.
+void Browser::onFlyOverEnded() {
+    if (!isFlyingOver()) return;
+    setFlyOver(-1);
+    scheduler_.after(scrubPatience, life_.guard([this] {
+        const bool isOver = !isFlyingOver() && player_.isScrubbing();
+        if (isOver) player_.endScrub();
+    }));
+}
+
 void Browser::onSought() {
     // The strip tells of an end once in a run, and seeking starts no new run.
     if (std::exchange(isEventOver_, false) && navigation_.selected()) shown_->toEntry(navigation_.selected(), false);
@@ -359,7 +376,15 @@ void Browser::setNote(const QString& note, Mood mood) {
 }
 
 TimeMs Browser::shownTime() const {
-    return flyOver_ >= 0 ? flyOver_ : player_.getPosition();
+    if (flyOver_ >= 0) return flyOver_;
+    const TimeMs position = player_.getPosition();
+    const bool isOnTheWay = player_.state() == RecordingPlayer::State::Opening;
+    return isOnTheWay || position < 0 || isPictureOf(position) ? position : player_.framePosition();
+}
+
+bool Browser::isPictureOf(TimeMs moment) const {
+    const TimeMs picture = player_.framePosition();
+    return picture < 0 || std::abs(picture - moment) < sameMoment;
 }
 
 bool Browser::isEmpty() const {

@@ -40,6 +40,8 @@ class Browser : public QObject {
     Q_PROPERTY(QString time READ time NOTIFY timeChanged)
     Q_PROPERTY(QString date READ date NOTIFY timeChanged)
     Q_PROPERTY(bool isFlyingOver READ isFlyingOver NOTIFY timeChanged)
+    /// The picture is of the moment that is told.
+    Q_PROPERTY(bool isPictureTrue READ isPictureTrue NOTIFY timeChanged)
     Q_PROPERTY(bool isLive READ isLive NOTIFY selectionChanged)
     Q_PROPERTY(QString count READ count NOTIFY stateChanged)
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
@@ -104,6 +106,7 @@ class Browser : public QObject {
     QString time() const;
     QString date() const;
     bool isFlyingOver() const { return flyOver_ >= 0; }
+    bool isPictureTrue() const { return isPictureOf(shownTime()); }
     /// The strip stands at its live end.
     bool isLive() const { return isLive_; }
     QString count() const;
@@ -130,6 +133,7 @@ class Browser : public QObject {
     void onSelected(const std::shared_ptr<ScrubberEvent>& event);
     void onArrived(const std::shared_ptr<ScrubberEvent>& event);
     void onRenewed();
+    void onFlyOverEnded();
     void onSought();
     void onSeeking();
     void onPlayerEnded();
@@ -145,6 +149,7 @@ class Browser : public QObject {
     void setFlyOver(TimeMs time);
     void setNote(const QString& note, Mood mood);
     TimeMs shownTime() const;
+    bool isPictureOf(TimeMs moment) const;
     bool isEmpty() const;
     QString loadingText() const;
     QString nothingText() const;

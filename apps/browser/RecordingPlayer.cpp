@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "korvane/client/Status.h"
+
 namespace korvane {
 
 namespace {
@@ -36,6 +38,21 @@ QString textOf(MediaFault fault) {
             return QStringLiteral("This recording is no film that can be shown");
         default:
             return QStringLiteral("This recording cannot be opened");
+    }
+}
+
+/// What the service's own requests would have ended with.
+std::int32_t statusOf(MediaFault fault) {
+    switch (fault) {
+        case MediaFault::Unreachable:
+        case MediaFault::Broken:
+            return StatusTransportFailed;
+        case MediaFault::TimedOut:
+            return StatusTimedOut;
+        case MediaFault::Insecure:
+            return StatusInsecure;
+        default:
+            return StatusSuccess;
     }
 }
 
@@ -211,7 +228,7 @@ void RecordingPlayer::arrive() {
     Film& film = *deck_.film();
     const Film::Picture* front = film.front();
     if (!front) {
-        if (film.fault() != MediaFault::None) return fail(textOf(film.fault()), 0);
+        if (film.fault() != MediaFault::None) return fail(textOf(film.fault()), statusOf(film.fault()));
         if (film.isAtEnd()) onBeyondEnd(0);
         return;
     }
@@ -283,7 +300,7 @@ bool RecordingPlayer::showDue(Film& film, TimeMs moment) {
     if (due) show(*due);
     if (film.front() || film.isAtEnd() || moment < shownEnd_ + stallNotice) return true;
     if (film.fault() != MediaFault::None) {
-        fail(textOf(film.fault()), 0);
+        fail(textOf(film.fault()), statusOf(film.fault()));
     } else {
         haltClock();
         publish(std::max(position_.load(), shownEnd_));

@@ -4,6 +4,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
+#include <QUrl>
 #include <atomic>
 #include <cmath>
 #include <limits>
@@ -11,6 +12,8 @@
 #include "korvane/apps/browser/Application.h"
 #include "korvane/apps/browser/tour/TourEye.h"
 #include "korvane/apps/browser/tour/TourHand.h"
+#include "korvane/server/CameraServer.h"
+#include "korvane/server/Importer.h"
 #include "korvane/tests/apps/PlayerFixture.h"
 #include "korvane/tests/server/TestClip.h"
 
@@ -232,6 +235,39 @@ TEST_F(StripTest, SwitchesChangeTheListAndKeepTheMoment) {
     late->assign(strip().entry(2)->fields());
     strip().view()->setState(ScrubberStateReady, 0);
     EXPECT_TRUE(until([&] { return navigation().selected() == late; })) << "selected before its page came";
+}
+
+TEST_F(StripTest, AServiceThatComesBackIsFoundByAllParts) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    press(Qt::Key_Space);
+    ASSERT_TRUE(until([this] { return player().state() == State::Paused; }));
+    const TimeMs before = player().getPosition();
+    std::string address;
+    std::string fault;
+    bool isPathIncluded = false;
+    std::int32_t code = 0;
+    service.helpers()->parseToken(token, "https", 443, address, isPathIncluded, code, fault);
+    const auto port = static_cast<std::uint16_t>(QUrl(QString::fromStdString(address)).port());
+    footage.reset();
+    ServiceWatch& watch = *browser().service();
+    press(Qt::Key_End);
+    ASSERT_TRUE(until([&] { return watch.isLost(); }));
+    EXPECT_EQ(browser().mood(), Browser::Mood::Fault);
+    press(Qt::Key_Left);
+    ASSERT_TRUE(until([&] { return strip().indexUnderMark() == 8 && player().getPosition() > before; }));
+    press(Qt::Key_Space);
+    ASSERT_TRUE(until([&] { return watch.isLost() && !watch.isTrying(); })) << "by hand it tries at once";
+
+    CameraServerOptions options;
+    options.port = port;
+    CameraServer back(defaultDatabase(folder.path()), options);
+    ASSERT_TRUE(back.start());
+    watch.tryNow();
+    ASSERT_TRUE(until([&] { return !watch.isLost(); }));
+    EXPECT_TRUE(comesTo(8)) << "at the moment that was selected meanwhile";
+    press(Qt::Key_Left);
+    EXPECT_TRUE(comesTo(7)) << "and all goes on";
 }
 
 TEST_F(StripTest, TheMarkStandsWhereThePlayerIs) {

@@ -8,8 +8,18 @@ Rectangle {
     required property Browser browser
     readonly property bool hasPicture: video.hasFrame && video.visible
 
-    color: Theme.stage
+    // While a finger drags, the picture has not been of the moment under the mark for a while.
+    property bool isStale: false
+    readonly property bool isLate: browser.isFlyingOver && !browser.isPictureTrue
 
+    color: Theme.stage
+    onIsLateChanged: if (!isLate) isStale = false
+
+    Timer {
+        interval: 200
+        running: stage.isLate
+        onTriggered: stage.isStale = true
+    }
     VideoSurface {
         id: video
 
@@ -21,7 +31,7 @@ Rectangle {
     Rectangle {
         anchors.fill: parent
         color: "#000000"
-        opacity: stage.browser.isFlyingOver ? 0.55 : liveCaption.visible || faultCaption.visible ? 0.55 : 0
+        opacity: stage.isStale || liveCaption.visible || faultCaption.visible ? 0.55 : 0
         Behavior on opacity { NumberAnimation { duration: 120 } }
     }
     MouseArea {
@@ -43,6 +53,14 @@ Rectangle {
         title: "Nothing to play"
         text: stage.browser.message
     }
+    TextButton {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: faultCaption.bottom
+        anchors.topMargin: 2 * Theme.unit
+        visible: faultCaption.visible && stage.browser.service.isLost
+        text: "Try again"
+        onClicked: stage.browser.service.tryNow()
+    }
     Caption {
         id: liveCaption
 
@@ -54,7 +72,7 @@ Rectangle {
     }
     Caption {
         anchors.centerIn: parent
-        visible: stage.browser.isFlyingOver
+        visible: stage.isStale
         title: stage.browser.time
         text: stage.browser.date
         titleSize: 40
