@@ -31,15 +31,40 @@ void registerTypes() {
 
 }  // namespace
 
-Application::Application(const std::filesystem::path& folder)
+Application::Application(const std::filesystem::path& folder, const QString& preferencesFile)
     : folder_(folder),
       toolkit_(ToolkitContext::shared()),
       service_(std::make_shared<HttpService>(*toolkit_->scheduler)),
       importModel_(std::make_unique<ImportModel>(nameOf(folder))),
+      preferences_(std::make_unique<Preferences>(preferencesFile)),
       browser_(std::make_unique<Browser>(*toolkit_->scheduler, *service_)) {
     registerTypes();
     TimelineEnvironment::setShared({toolkit_, service_});
+    keepPreferences();
     makeWindow();
+}
+
+void Application::keepPreferences() {
+    Preferences* const kept = preferences_.get();
+    Browser* const browser = browser_.get();
+    browser->setGroups(kept->groups());
+    browser->setPlaysOn(kept->playsOn());
+    browser->setShowsRecordings(kept->showsRecordings());
+    browser->player()->setMuted(kept->isMuted());
+    applyLook();
+    QObject::connect(browser, &Browser::switchesChanged, kept, [kept, browser] {
+        kept->setGroups(browser->groups());
+        kept->setPlaysOn(browser->playsOn());
+        kept->setShowsRecordings(browser->showsRecordings());
+    });
+    QObject::connect(browser->player(), &RecordingPlayer::mutedChanged, kept,
+                     [kept, browser] { kept->setMuted(browser->player()->isMuted()); });
+    QObject::connect(kept, &Preferences::changed, browser, [this] { applyLook(); });
+}
+
+void Application::applyLook() {
+    browser_->setPalette(preferences_->palette());
+    browser_->setClockStyle(ClockStyle(preferences_->hasTwelveHours()));
 }
 
 Application::~Application() {
@@ -56,6 +81,7 @@ void Application::makeWindow() {
         for (const QQmlError& warning : warnings) faults_ << warning.toString();
     });
     engine_->setInitialProperties({{QStringLiteral("browser"), QVariant::fromValue(browser_.get())},
+                                   {QStringLiteral("preferences"), QVariant::fromValue(preferences_.get())},
                                    {QStringLiteral("importModel"), QVariant::fromValue(importModel_.get())}});
     engine_->load(QUrl(QStringLiteral("qrc:/Korvane/Browser/qml/Main.qml")));
     const auto roots = engine_->rootObjects();

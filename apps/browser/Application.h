@@ -10,6 +10,7 @@
 #include "korvane/apps/browser/Browser.h"
 #include "korvane/apps/browser/FootageService.h"
 #include "korvane/apps/browser/ImportModel.h"
+#include "korvane/apps/browser/Preferences.h"
 #include "korvane/client/KorvaneService.h"
 #include "korvane/toolkit/ToolkitContext.h"
 
@@ -21,8 +22,9 @@ namespace korvane {
 /// The window and all that stands behind it. Needs the application object. Main thread only.
 class Application {
   public:
-    /// `folder` for the import page's title; may be empty.
-    explicit Application(const std::filesystem::path& folder);
+    /// `folder` for the import page's title; may be empty. The preferences are kept in the file of that name; with an
+    /// empty name none are read and none are kept.
+    explicit Application(const std::filesystem::path& folder, const QString& preferencesFile = {});
     ~Application();
 
     Application(const Application&) = delete;
@@ -31,6 +33,7 @@ class Application {
     /// Null when the interface could not be made; faults() tells why.
     QQuickWindow* window() const { return window_; }
     Browser& browser() { return *browser_; }
+    Preferences& preferences() { return *preferences_; }
     ImportModel& importModel() { return *importModel_; }
     Scheduler& scheduler() { return *toolkit_->scheduler; }
 
@@ -49,6 +52,8 @@ class Application {
   private:
     void setImporting(bool isImporting);
     void makeWindow();
+    void keepPreferences();
+    void applyLook();
 
     const std::filesystem::path folder_;
     const std::shared_ptr<ToolkitContext> toolkit_;
@@ -56,6 +61,7 @@ class Application {
     QStringList faults_;
     std::unique_ptr<FootageService> footage_;
     std::unique_ptr<ImportModel> importModel_;
+    std::unique_ptr<Preferences> preferences_;
     std::unique_ptr<Browser> browser_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QQuickWindow* window_ = nullptr;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "korvane/apps/browser/StatusText.h"
+#include "korvane/base/Log.h"
 
 namespace korvane {
 
@@ -17,6 +18,11 @@ constexpr TimeMs sameMoment = 1'000;
 QString sentence(QString text) {
     if (!text.isEmpty()) text[0] = text[0].toUpper();
     return text;
+}
+
+// The number that the window does not show.
+void logFault(const char* part, std::int32_t status, const std::string& text = {}) {
+    logError("Browser", std::string(part) + ": status " + std::to_string(status) + (text.empty() ? "" : ", ") + text);
 }
 
 }  // namespace
@@ -48,9 +54,11 @@ void Browser::connectParts() {
     connect(&watch_, &ServiceWatch::tryAgain, this, &Browser::findCamera);
     connect(&watch_, &ServiceWatch::changed, this, &Browser::messageChanged);
     connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
+    connect(&navigation_, &Navigation::changed, this, &Browser::timeChanged);
     connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
         isRefused_ = true;
-        setNote(tr("Not deleted: %1 (status %2)").arg(deletionFault(status)).arg(status), Mood::Warning);
+        logFault("deletion", status);
+        setNote(tr("Not deleted: %1").arg(deletionFault(status)), Mood::Warning);
     });
 }
 
@@ -94,8 +102,9 @@ void Browser::connectPlayer() {
     connect(&player_, &RecordingPlayer::nothingFound, this,
             [this] { setNote(tr("Nothing recorded here"), Mood::Calm); });
     connect(&player_, &RecordingPlayer::failed, this, [this](const QString& text, int status) {
+        if (status != 0) logFault("player", status);
         if (ServiceWatch::isLoss(status)) return watch_.lose();
-        setNote(status == 0 ? text : tr("%1 (status %2)").arg(text).arg(status), Mood::Fault);
+        setNote(text, Mood::Fault);
     });
 }
 
@@ -140,8 +149,8 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
     const bool isBack = watch_.isLost();
     watch_.find();
     if (!camera) {
-        const QString reason = status < 0 && !text.empty() ? QString::fromStdString(text) : statusText(status);
-        fault_ = tr("%1 (status %2)").arg(sentence(reason)).arg(status);
+        logFault("camera", status, text);
+        fault_ = sentence(statusText(status));
         emit messageChanged();
         return;
     }
@@ -184,6 +193,7 @@ void Browser::onListState(int state, int status) {
     listState_ = state;
     // A failed deletion is told by a note, since the list itself is still good.
     listStatus_ = std::exchange(isRefused_, false) ? 0 : status;
+    if (listStatus_ != 0) logFault("list", listStatus_);
     if (ServiceWatch::isLoss(listStatus_)) {
         watch_.lose();
         if (isListSeen_) listStatus_ = 0;  // what has been loaded is still good
@@ -392,29 +402,54 @@ bool Browser::isEmpty() const {
     return player_.getSource() && player_.state() == RecordingPlayer::State::Idle;
 }
 
-QString Browser::format(TimeMs time, const char* pattern) const {
+QString Browser::format(TimeMs time, const QString& pattern) const {
     if (time < 0) return {};
-    return QString::fromStdString(service_.helpers()->formatTime(time, pattern, zone_.toStdString()));
+    return QString::fromStdString(
+        service_.helpers()->formatTime_AMPM(time, pattern.toStdString(), zone_.toStdString()));
 }
 
 QString Browser::time() const {
-    return format(shownTime(), "HH:mm:ss");
+    return format(shownTime(), clockStyle_.seconds());
 }
 
 QString Browser::date() const {
-    return format(shownTime(), "EEE d MMM yyyy");
+    return format(shownTime(), QStringLiteral("EEE d MMM yyyy"));
+}
+
+QString Browser::eventName() const {
+    if (page_ == Page::Ruler) return {};
+    const auto index = isFlyingOver() ? shown_->indexUnderMark() : std::nullopt;
+    const auto event = index ? shown_->entry(*index) : isFlyingOver() ? nullptr : navigation_.selected();
+    return event ? eventText(event->fields()) : QString();
+}
+
+void Browser::setPalette(const Palette& palette) {
+    strip_.setPalette(palette);
+    timeline_.setPalette(palette);
+}
+
+void Browser::setClockStyle(const ClockStyle& style) {
+    if (style == clockStyle_) return;
+    clockStyle_ = style;
+    strip_.setClockStyle(style);
+    timeline_.setClockStyle(style);
+    ruler_.setClockStyle(style);
+    navigation_.setClockStyle(style);
+    emit timeChanged();
 }
 
 QString Browser::count() const {
     if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0 || page_ != Page::Events) return {};
-    const QString noun = strip_.isGrouping() ? tr("group") : strip_.hasRecordings() ? tr("recording") : tr("event");
-    return countText(strip_.count(), noun);
+    // How many groups there are is known only once all has been looked at, how many events at once.
+    const QString noun = strip_.hasRecordings() ? tr("recording") : tr("event");
+    const QString text = countText(strip_.ungroupedCount(), noun);
+    return strip_.isGrouping() ? tr("%1, grouped").arg(text) : text;
 }
 
 QString Browser::message() const {
     if (!fault_.isEmpty()) return fault_;
     if (watch_.isLost()) return tr("The service cannot be reached. Trying again…");
-    if (listStatus_ != 0) return tr("%1 (status %2)").arg(sentence(statusText(listStatus_))).arg(listStatus_);
+    if (listStatus_ != 0) return sentence(statusText(listStatus_));
     if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
     if (listState_ != ScrubberStateReady) return loadingText();
     if (!note_.isEmpty()) return note_;

@@ -8,7 +8,9 @@
 #include <memory>
 #include <optional>
 
+#include "korvane/apps/browser/ClockStyle.h"
 #include "korvane/apps/browser/Navigation.h"
+#include "korvane/apps/browser/Palette.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
 #include "korvane/apps/browser/RulerHost.h"
 #include "korvane/apps/browser/ServiceWatch.h"
@@ -39,6 +41,7 @@ class Browser : public QObject {
     Q_PROPERTY(QString zone READ zone NOTIFY cameraChanged)
     Q_PROPERTY(QString time READ time NOTIFY timeChanged)
     Q_PROPERTY(QString date READ date NOTIFY timeChanged)
+    Q_PROPERTY(QString eventName READ eventName NOTIFY timeChanged)
     Q_PROPERTY(bool isFlyingOver READ isFlyingOver NOTIFY timeChanged)
     /// The picture is of the moment that is told.
     Q_PROPERTY(bool isPictureTrue READ isPictureTrue NOTIFY timeChanged)
@@ -87,6 +90,10 @@ class Browser : public QObject {
     bool playsOn() const { return strip_.isPlayingOn(); }
     void setPlaysOn(bool playsOn);
 
+    /// Colours of the strips, and how all times are written. Take effect at once.
+    void setPalette(const Palette& palette);
+    void setClockStyle(const ClockStyle& style);
+
     /// Files that the import could not take, each "name: reason", for a notice that the person can put away.
     void setRejected(const QStringList& rejected);
     Q_INVOKABLE void dismissRejected() { setRejected({}); }
@@ -105,6 +112,8 @@ class Browser : public QObject {
     /// Of the moment under the mark or on screen, in the camera's zone; empty for none.
     QString time() const;
     QString date() const;
+    /// Of the entry under the mark, for a person; of a group, the names of its events. Empty without one.
+    QString eventName() const;
     bool isFlyingOver() const { return flyOver_ >= 0; }
     bool isPictureTrue() const { return isPictureOf(shownTime()); }
     /// The strip stands at its live end.
@@ -153,7 +162,7 @@ class Browser : public QObject {
     bool isEmpty() const;
     QString loadingText() const;
     QString nothingText() const;
-    QString format(TimeMs time, const char* pattern) const;
+    QString format(TimeMs time, const QString& pattern) const;
 
     Scheduler& scheduler_;
     KorvaneService& service_;
@@ -181,6 +190,7 @@ class Browser : public QObject {
     QString note_;   // of the player
     Mood noteMood_ = Mood::Calm;
     QString expiry_;
+    ClockStyle clockStyle_;
     QStringList rejected_;
     LifeToken life_;
 };

@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
+#include <array>
 
 namespace korvane {
 
@@ -145,6 +146,27 @@ void drawRange(QPainter& painter, const QColor& color) {
     painter.drawPolyline(QPolygonF({{14, 9}, {17, 12}, {14, 15}}));
 }
 
+// Sliders.
+void drawSettings(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    const std::array<QPointF, 3> knobs{QPointF(15, 6), QPointF(8.5, 12), QPointF(15, 18)};
+    for (const QPointF& knob : knobs) {
+        painter.drawLine(QPointF(3.5, knob.y()), QPointF(knob.x() - 2.4, knob.y()));
+        painter.drawLine(QPointF(knob.x() + 2.4, knob.y()), QPointF(20.5, knob.y()));
+        painter.drawEllipse(knob, 2.4, 2.4);
+    }
+}
+
+void drawHelp(QPainter& painter, const QColor& color) {
+    strokeWith(painter, color);
+    painter.drawEllipse(QPointF(12, 12), 9, 9);
+    QPainterPath hook(QPointF(9.2, 9.8));
+    hook.cubicTo({9.2, 5.6}, {15, 5.9}, {14.8, 9.8});
+    hook.cubicTo({14.7, 11.9}, {12, 11.9}, {12, 14});
+    painter.drawPath(hook);
+    painter.drawPoint(QPointF(12, 17));
+}
+
 void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
     switch (shape) {
         case Glyph::Play:
@@ -183,6 +205,10 @@ void draw(QPainter& painter, Glyph::Shape shape, const QColor& color) {
             return drawRuler(painter, color);
         case Glyph::Range:
             return drawRange(painter, color);
+        case Glyph::Settings:
+            return drawSettings(painter, color);
+        case Glyph::Help:
+            return drawHelp(painter, color);
     }
 }
 

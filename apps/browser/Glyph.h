@@ -31,7 +31,9 @@ class Glyph : public QQuickPaintedItem {
         Timeline,
         Events,
         Ruler,
-        Range
+        Range,
+        Settings,
+        Help
     };
     Q_ENUM(Shape)
 

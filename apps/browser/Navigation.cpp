@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "korvane/apps/browser/StatusText.h"
 #include "korvane/client/Status.h"
 
 namespace korvane {
@@ -109,10 +110,16 @@ void Navigation::askToDelete() {
 QString Navigation::doomed() const {
     if (!doomed_) return {};
     const auto event = doomed_->fields();
-    const QString name = QString::fromStdString(event.name.value_or(std::string()));
+    const QString name = eventText(event);
+    const QString pattern = QStringLiteral("EEE d MMM yyyy, ") + clockStyle_.seconds();
     const QString moment = QString::fromStdString(
-        helpers_.formatTime(strip_->momentOf(*doomed_), "EEE d MMM yyyy, HH:mm:ss", event.timezone));
-    return name.isEmpty() ? moment : name.left(1).toUpper() + name.mid(1) + QStringLiteral(", ") + moment;
+        helpers_.formatTime_AMPM(strip_->momentOf(*doomed_), pattern.toStdString(), event.timezone));
+    return name.isEmpty() ? moment : name + QStringLiteral(", ") + moment;
+}
+
+void Navigation::setClockStyle(const ClockStyle& style) {
+    clockStyle_ = style;
+    emit changed();
 }
 
 void Navigation::keep() {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "korvane/apps/browser/ClockStyle.h"
 #include "korvane/apps/browser/ScrubberHost.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/client/KorvaneHelpers.h"
@@ -62,6 +63,7 @@ class Navigation : public QObject {
 
     /// What is selected; null for the live end, for nothing, and for an entry that is still loading.
     const ScrubberHost::Event& selected() const { return selected_; }
+    void setClockStyle(const ClockStyle& style);
     /// The list begins anew: nothing is selected.
     void forget();
 
@@ -85,6 +87,7 @@ class Navigation : public QObject {
     ScrubberHost::Event selected_;
     ScrubberHost::Event loading_;  // selected before its page has come
     ScrubberHost::Event doomed_;
+    ClockStyle clockStyle_;
     bool isDeleting_ = false;  // the service has been asked
     LifeToken life_;
 };

@@ -21,6 +21,7 @@ constexpr std::array<TimeSec, 13> tickSteps{60,    120,   300,    600,    900,  
                                             3'600, 7'200, 10'800, 14'400, 21'600, 43'200};
 constexpr double timeRoom = 60;
 constexpr double dayRoom = 88;
+constexpr double suffixRoom = 24;  // of AM and PM
 // Over hours a time alone does not tell the day.
 constexpr TimeSec dayStep = 3'600;
 
@@ -159,13 +160,16 @@ void RulerHost::setTicks() {
     if (!view_) return;
     const double scale = range_ && view_->width() > 0 ? hour / view_->width() : view_->timeScale();
     if (!(scale > 0)) return;
-    const auto fits = [scale](TimeSec step) { return static_cast<double>(step) / scale >= roomOf(step); };
+    const double suffix = clockStyle_.hasTwelveHours() ? suffixRoom : 0;
+    const auto fits = [scale, suffix](TimeSec step) {
+        return static_cast<double>(step) / scale >= roomOf(step) + suffix;
+    };
     const auto* const found = std::find_if(tickSteps.begin(), tickSteps.end(), fits);
     const TimeSec step = found == tickSteps.end() ? tickSteps.back() : *found;
     // The ruler cuts the step to whole seconds, and must not cut one that rounding has made a little shorter.
     constexpr double cutGuard = 0.01;
     view_->setStrokeStepWidth(static_cast<float>((static_cast<double>(step) + cutGuard) / scale));
-    view_->setTimeFormat(step < dayStep ? QStringLiteral("HH:mm") : QStringLiteral("EEE HH:mm"));
+    view_->setTimeFormat(step < dayStep ? clockStyle_.minutes() : clockStyle_.dayAndMinutes());
 }
 
 // A needle over the whole track with a disc to take hold of.

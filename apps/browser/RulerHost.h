@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "korvane/apps/browser/ClockStyle.h"
 #include "korvane/apps/browser/RecordingPlayer.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/base/Scheduler.h"
@@ -40,6 +41,12 @@ class RulerHost : public QObject, private KorvanePlayer {
 
     /// Once the player has come to where it is going, that moment stands in the middle.
     void showNext();
+
+    /// How the labels are written; takes effect at once.
+    void setClockStyle(const ClockStyle& style) {
+        clockStyle_ = style;
+        setTicks();
+    }
 
     /// There is a moment to go away from.
     bool canMove() const;
@@ -77,6 +84,7 @@ class RulerHost : public QObject, private KorvanePlayer {
     RecordingPlayer& player_;
     QPointer<TimelineView> view_;
     std::optional<Range> range_;
+    ClockStyle clockStyle_;
     bool isOpen_ = false;
     bool isPlaced_ = false;   // the ruler stands where the knob will come
     Show next_ = Show::None;  // whether the moment that the player comes to next is shown

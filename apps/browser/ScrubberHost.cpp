@@ -1,6 +1,5 @@
 #include "korvane/apps/browser/ScrubberHost.h"
 
-#include <QColor>
 #include <QFont>
 #include <algorithm>
 #include <utility>
@@ -13,17 +12,6 @@ QFont labelFont(int pixels) {
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setPixelSize(pixels);
     return font;
-}
-
-// The colours of Theme.qml.
-void makeDark(ScrubberConfig& config) {
-    config.setBackgroundColor(QColor(0x0c, 0x0e, 0x11));
-    config.setScrubberCenterMarkColor(QColor(0xe5, 0x48, 0x4d));
-    config.setDateTimeTextFont(labelFont(11));
-    config.setDateTimeTextColor(QColor(0xd6, 0xda, 0xdf));
-    config.setLiveViewTextFont(labelFont(13));
-    config.setLiveViewTextColor(QColor(0x9a, 0xa1, 0xab));
-    config.setCellWidth(160);
 }
 
 }  // namespace
@@ -45,12 +33,36 @@ bool ScrubberHost::isRecorded(const Event& event) {
 void ScrubberHost::take(ScrubberWidget* widget) {
     widget_ = widget;
     if (!widget_) return;
-    makeDark(widget_->getConfig());
-    adjust(widget_->getConfig());
     // The answer to a finished entry decides alone, so that it may change while one plays.
     widget_->getConfig().setContinuousEventPlaying(true);
-    widget_->applyConfig();
+    dress();
     widget_->setDelegate(delegate_);
+}
+
+void ScrubberHost::dress() {
+    if (!widget_) return;
+    ScrubberConfig& config = widget_->getConfig();
+    config.setBackgroundColor(palette_.window);
+    config.setScrubberCenterMarkColor(palette_.accent);
+    config.setDateTimeTextFont(labelFont(11));
+    config.setDateTimeTextColor(palette_.cellText);
+    config.setLiveViewTextFont(labelFont(13));
+    config.setLiveViewTextColor(palette_.secondary);
+    config.setCellWidth(160);
+    adjust(config);
+    widget_->applyConfig();
+}
+
+void ScrubberHost::setPalette(const Palette& palette) {
+    if (palette == palette_) return;
+    palette_ = palette;
+    dress();
+}
+
+void ScrubberHost::setClockStyle(const ClockStyle& style) {
+    if (style == clockStyle_) return;
+    clockStyle_ = style;
+    dress();
 }
 
 std::int32_t ScrubberHost::open(const QString& token, TimeMs moment) {
@@ -74,6 +86,10 @@ void ScrubberHost::close() {
 
 std::int64_t ScrubberHost::count() const {
     return widget_ ? std::max<std::int64_t>(0, widget_->getEventsCount() - 2) : 0;
+}
+
+std::int64_t ScrubberHost::ungroupedCount() const {
+    return widget_ ? std::max<std::int64_t>(0, widget_->getUngroupedEventsCount() - 2) : 0;
 }
 
 bool ScrubberHost::isReady() const {

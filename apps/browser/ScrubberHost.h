@@ -7,6 +7,8 @@
 #include <optional>
 #include <utility>
 
+#include "korvane/apps/browser/ClockStyle.h"
+#include "korvane/apps/browser/Palette.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/base/Scheduler.h"
 #include "korvane/client/KorvaneHelpers.h"
@@ -34,6 +36,8 @@ class ScrubberHost : public QObject {
 
     /// Entries in the list, without head and live entry.
     std::int64_t count() const;
+    /// The same with each event of a group by itself.
+    std::int64_t ungroupedCount() const;
     /// The list is there, and not empty; parts of it may be on their way.
     bool isReady() const;
     /// A finger has hold of the strip: what else would move it is to wait.
@@ -60,6 +64,10 @@ class ScrubberHost : public QObject {
     virtual void toClosest(TimeMs moment) = 0;
     /// To an entry of the list, which is selected with `isSelected`.
     void toEntry(const Event& event, bool isSelected);
+
+    /// Take effect at once.
+    void setPalette(const Palette& palette);
+    void setClockStyle(const ClockStyle& style);
 
     ScrubberWidget* widget() const { return widget_; }
 
@@ -106,6 +114,8 @@ class ScrubberHost : public QObject {
     /// As wanted(); nothing is looked for any more.
     std::optional<TimeMs> takeWanted() { return std::exchange(wanted_, std::nullopt); }
 
+    const Palette& palette() const { return palette_; }
+    const ClockStyle& clockStyle() const { return clockStyle_; }
     KorvanePlayer& player() const { return player_; }
     const KorvaneHelpers& helpers() const { return helpers_; }
     ScrubberViewDelegate& callbacks() { return *delegate_; }
@@ -113,6 +123,7 @@ class ScrubberHost : public QObject {
     static bool isRecorded(const Event& event);
 
   private:
+    void dress();
     void fill(ScrubberViewDelegate& delegate);
     void fillPlayback(ScrubberViewDelegate& delegate);
     void onState(int state, int status);
@@ -122,6 +133,8 @@ class ScrubberHost : public QObject {
     const KorvaneHelpers& helpers_;
     QPointer<ScrubberWidget> widget_;
     const std::shared_ptr<ScrubberViewDelegate> delegate_;
+    Palette palette_ = Palette::dark();
+    ClockStyle clockStyle_;
     bool isOpen_ = false;
     bool hasList_ = false;  // since open()
     int state_ = ScrubberStateReady;

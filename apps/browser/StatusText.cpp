@@ -53,6 +53,27 @@ QString countText(std::int64_t count, const QString& noun) {
     return count == 1 ? text : text + QLatin1Char('s');
 }
 
+namespace {
+
+QString nameInWords(const std::string& name) {
+    if (name == "record_segment") return QStringLiteral("Recording");
+    QString words = QString::fromStdString(name).replace(QLatin1Char('_'), QLatin1Char(' ')).simplified();
+    if (!words.isEmpty()) words[0] = words[0].toUpper();
+    return words;
+}
+
+}  // namespace
+
+QString eventText(const ScrubberEvent::Fields& event) {
+    if (event.childs.empty()) return nameInWords(event.name.value_or(std::string()));
+    QStringList names;
+    for (const auto& child : event.childs) {
+        const QString name = child ? nameInWords(child->name().value_or(std::string())) : QString();
+        if (!name.isEmpty() && !names.contains(name)) names << name;
+    }
+    return names.join(QStringLiteral(", "));
+}
+
 QString durationText(std::int64_t duration) {
     const std::int64_t seconds = duration / 1000;
     const std::int64_t minutes = seconds / 60;

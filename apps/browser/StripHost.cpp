@@ -1,6 +1,5 @@
 #include "korvane/apps/browser/StripHost.h"
 
-#include <QColor>
 #include <algorithm>
 #include <utility>
 
@@ -38,9 +37,9 @@ StripHost::StripHost(Scheduler& scheduler, KorvanePlayer& player, const KorvaneH
 }
 
 void StripHost::adjust(ScrubberConfig& config) const {
-    config.setBackgroundCellColor(QColor(0x16, 0x19, 0x1e));
-    config.setEventTypeTintColor(QColor(0x9a, 0xa1, 0xab));
-    config.setDateTimeFormat(QStringLiteral("EEE HH:mm:ss"));
+    config.setBackgroundCellColor(palette().cell);
+    config.setEventTypeTintColor(palette().cellIcon);
+    config.setDateTimeFormat(clockStyle().dayAndSeconds());
     config.setCellSeparatorWidth(2);
     config.setEventTypeImages(eventIcons());
     config.setDataSourceType(hasRecordings_ ? ScrubberDataSourceTypeRecords : ScrubberDataSourceTypeEvents);

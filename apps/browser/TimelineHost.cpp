@@ -24,14 +24,14 @@ TimelineHost::TimelineHost(Scheduler& scheduler, KorvanePlayer& player, const Ko
 }
 
 void TimelineHost::adjust(ScrubberConfig& config) const {
-    const QColor ink(0xf5, 0xb9, 0x4a);
+    const QColor ink = palette().segmentIcon;
     auto icons = ScrubberConfig::builtInEventTypeImages();
     for (QImage& icon : icons) icon = tinted(icon, ink);
     config.setDataSourceType(ScrubberDataSourceTypeTimeline);
-    config.setBackgroundCellColor(QColor(0x33, 0x42, 0x57));
+    config.setBackgroundCellColor(palette().segment);
     config.setEventTypeTintColor(ink);
     config.setEventTypeImages(icons);
-    config.setDateTimeFormat(QStringLiteral("HH:mm"));
+    config.setDateTimeFormat(clockStyle().minutes());
     config.setCellSeparatorWidth(0);
     if (!zone_.isEmpty()) config.setDateTimeZone(zone_);
 }

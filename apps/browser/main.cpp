@@ -52,7 +52,9 @@ int runWindow(korvane::Application& application, const korvane::BrowserArguments
 }
 
 int run(const korvane::BrowserArguments& arguments) {
-    korvane::Application application(arguments.folder.value_or(std::filesystem::path()));
+    // The tour shows the application as it comes, and leaves what the person has chosen alone.
+    korvane::Application application(arguments.folder.value_or(std::filesystem::path()),
+                                     arguments.capture ? QString() : korvane::Preferences::usualFile());
     if (!application.window()) {
         std::fprintf(stderr, "korvane-browser: the interface cannot be shown\n");
         return 1;

@@ -15,7 +15,7 @@
 namespace korvane {
 
 /// Settings of both scrubber views. A plain value without checks; colours, fonts and images are shared by copies. A
-/// view acts on a change with its applyConfig(), cells when they are filled next.
+/// view acts on a change with its applyConfig().
 class ScrubberConfig {
     Q_GADGET
     Q_PROPERTY(std::int32_t scrubberApiPort READ getScrubberApiPort WRITE setScrubberApiPort)

@@ -110,6 +110,10 @@ std::int64_t ScrubberWidget::getEventsCount() const {
     return strip_->entries().count();
 }
 
+std::int64_t ScrubberWidget::getUngroupedEventsCount() const {
+    return strip_->entries().ungroupedCount();
+}
+
 std::shared_ptr<ScrubberEvent> ScrubberWidget::getEvent(std::int64_t index) const {
     return strip_->entries().at(index);
 }

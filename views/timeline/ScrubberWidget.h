@@ -46,7 +46,8 @@ class ScrubberWidget : public WidgetItem {
     /// The settings in use, for editing in place; see ScrubberConfig for what takes effect when. setSource() reads
     /// them, so they are left alone while it runs on another thread.
     ScrubberConfig& getConfig();
-    /// Brings spacing, mark and background colours to the views, on the next turn of the main loop. Any thread.
+    /// Brings spacing, mark, colours, fonts and formats to the views and to the cells on screen, on the next turn of
+    /// the main loop. Any thread.
     Q_INVOKABLE void applyConfig();
 
     /// Held weakly. Any thread.
@@ -89,6 +90,8 @@ class ScrubberWidget : public WidgetItem {
 
     /// Length of the list, head and live entry included. Any thread.
     std::int64_t getEventsCount() const;
+    /// The same with each event of a group by itself: it does not change while pages come and are grouped. Any thread.
+    std::int64_t getUngroupedEventsCount() const;
     /// Null for an index outside of the list. Any thread.
     std::shared_ptr<ScrubberEvent> getEvent(std::int64_t index) const;
     /// The same two for QML; not valid for an index outside of the list.

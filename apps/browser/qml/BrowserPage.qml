@@ -2,12 +2,14 @@ import QtQuick
 import Korvane.Browser
 import Korvane.Timeline
 
-Item {
+FocusScope {
     id: page
 
     required property Browser browser
+    required property Preferences preferences
     readonly property Navigation navigation: browser.navigation
     readonly property bool isRuler: browser.page === Browser.Ruler
+    readonly property bool isLow: height < Theme.lowHeight
 
     // Gives false for a key that does nothing here.
     function press(key) {
@@ -16,8 +18,8 @@ Item {
         case Qt.Key_Left: navigation.toPrevious(); return true
         case Qt.Key_Right: navigation.toNext(); return true
         case Qt.Key_End: isRuler ? browser.goLive() : navigation.toLast(); return true
-        case Qt.Key_PageUp: navigation.goByHours(-1); return true
-        case Qt.Key_PageDown: navigation.goByHours(1); return true
+        case Qt.Key_PageUp: goByHours(-1); return true
+        case Qt.Key_PageDown: goByHours(1); return true
         }
         return false
     }
@@ -28,20 +30,57 @@ Item {
         case Qt.Key_Delete: navigation.askToDelete(); return true
         case Qt.Key_T: browser.toNextPage(); return true
         case Qt.Key_R: browser.ruler.hasRange = !browser.ruler.hasRange; return true
+        case Qt.Key_M: browser.player.muted = !browser.player.muted; return true
+        case Qt.Key_Comma: settings.open(); return true
+        case Qt.Key_Question: case Qt.Key_F1: help.open(); return true
+        case Qt.Key_Escape: keys.forceActiveFocus(); return true
+        }
+        return browser.page === Browser.Events && pressSwitch(key)
+    }
+
+    function pressSwitch(key) {
+        switch (key) {
+        case Qt.Key_E: browser.showsRecordings = !browser.showsRecordings; return true
+        case Qt.Key_G: browser.groups = !browser.groups; return true
+        case Qt.Key_O: browser.playsOn = !browser.playsOn; return true
         }
         return false
+    }
+
+    function goByHours(hours) {
+        isRuler ? browser.ruler.goByHours(hours) : navigation.goByHours(hours)
+    }
+
+    function take(event) {
+        const isLetter = event.key < 0x100
+        if (isLetter && event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier)) return false
+        keys.areInUse = true
+        const isTaken = press(event.key) || (!event.isAutoRepeat && pressOnce(event.key))
+        keys.areInUse = false
+        return isTaken
     }
 
     focus: true
     // The timeline strip and the ruler have keys of their own; what is not visible gets none.
     Keys.forwardTo: [timeline, ruler]
-    Keys.onPressed: event => event.accepted = press(event.key) || (!event.isAutoRepeat && pressOnce(event.key))
+    Keys.onPressed: event => event.accepted = take(event)
 
+    // Has the focus while no button has it.
+    Item {
+        id: keys
+
+        property bool areInUse: false
+
+        focus: true
+    }
     StateLine {
         id: line
 
         width: parent.width
         browser: page.browser
+        isLow: page.isLow
+        onSettingsWanted: settings.open()
+        onHelpWanted: help.open()
     }
     Stage {
         anchors.top: line.bottom
@@ -55,13 +94,14 @@ Item {
         anchors.bottom: strip.top
         width: parent.width
         browser: page.browser
+        isLow: page.isLow
     }
     ScrubberView {
         id: strip
 
         anchors.bottom: parent.bottom
         width: parent.width
-        height: Theme.stripHeight
+        height: page.isLow ? Theme.lowStripHeight : Theme.stripHeight
         visible: page.browser.page === Browser.Events
         Component.onCompleted: page.browser.attachStrip(strip)
     }
@@ -82,21 +122,42 @@ Item {
         Component.onCompleted: page.browser.attachRuler(ruler)
     }
     Notice {
-        anchors.horizontalCenter: parent.horizontalCenter
-        anchors.top: line.bottom
-        anchors.topMargin: 2 * Theme.unit
+        x: (page.width - width) / 2
+        y: line.height + 2 * Theme.unit
+        width: Math.min(480, page.width - 4 * Theme.unit)
         lines: page.browser.rejected
         onDismissed: page.browser.dismissRejected()
     }
     Question {
-        anchors.fill: parent
-        visible: subject.length > 0
+        id: question
+
+        readonly property bool isAsked: page.navigation.doomed.length > 0
+
         title: "Delete this event?"
         subject: page.navigation.doomed
         text: "It cannot be brought back. The recording stays."
         answer: "Delete"
-        onVisibleChanged: visible ? forceActiveFocus() : page.forceActiveFocus()
+        isKeyed: keys.areInUse
+        onIsAskedChanged: isAsked ? open() : close()
         onAccepted: page.navigation.deleteDoomed()
-        onRefused: page.navigation.keep()
+        onClosed: {
+            if (isAsked) page.navigation.keep()
+            keys.forceActiveFocus()
+        }
+    }
+    SettingsSheet {
+        id: settings
+
+        browser: page.browser
+        preferences: page.preferences
+        isKeyed: keys.areInUse
+        onHelpWanted: help.open()
+        onClosed: keys.forceActiveFocus()
+    }
+    HelpSheet {
+        id: help
+
+        isKeyed: keys.areInUse
+        onClosed: keys.forceActiveFocus()
     }
 }

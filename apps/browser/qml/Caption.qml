@@ -25,6 +25,7 @@ Item {
             horizontalAlignment: Text.AlignHCenter
             font.pixelSize: 24
             font.letterSpacing: 0.5
+            color: Theme.onPicture
         }
         Label {
             id: text
@@ -34,7 +35,7 @@ Item {
             wrapMode: Text.WordWrap
             lineHeight: 1.3
             font.pixelSize: 14
-            color: "#d0d4da"
+            color: Theme.onPictureFaint
         }
     }
 }

@@ -1,83 +1,81 @@
 import QtQuick
+import QtQuick.Templates as T
 import Korvane.Browser
 
 // A round button of one icon, or of a few words, large enough for a finger. With both it is a pill.
-Item {
+T.ToolButton {
     id: button
 
-    property alias shape: glyph.shape
-    property alias hasIcon: glyph.visible
-    property alias text: words.text
+    property int shape: Glyph.Play
+    property bool hasIcon: true
     property string tip
     property bool quiet: false
-    property bool checkable: false
-    property bool checked: false
     property int touchSize: 48
-    signal clicked
 
-    readonly property bool isPill: hasIcon && words.visible
-    readonly property color faceColor: touch.pressed ? Theme.pressed : touch.containsMouse ? Theme.hovered : Theme.raised
-    readonly property color inkColor: checked ? Theme.text : quiet ? Theme.secondary : Theme.text
+    readonly property bool isPill: hasIcon && text.length > 0
+    readonly property color inkColor: checked || !quiet ? Theme.text : Theme.secondary
 
-    width: Math.max(touchSize, face.width + 4)
-    height: touchSize
+    implicitWidth: Math.max(touchSize, contentItem.implicitWidth + (isPill ? 30 : 12))
+    implicitHeight: touchSize
     opacity: enabled ? 1 : 0.32
+    hoverEnabled: true
+    // A button that is clicked leaves the arrow keys to the strip.
+    focusPolicy: Qt.TabFocus
 
-    Accessible.role: Accessible.Button
-    Accessible.name: tip
-    Accessible.checkable: checkable
-    Accessible.checked: checked
-    Accessible.onPressAction: if (enabled) clicked()
+    Accessible.name: tip.length > 0 ? tip : text
 
-    Rectangle {
-        id: face
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) click() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) click() }
 
-        anchors.centerIn: parent
-        width: button.isPill ? content.width + 26 : 40
-        height: 40
-        radius: 20
-        antialiasing: true
-        color: button.faceColor
-        visible: !button.quiet || button.checked || touch.pressed || touch.containsMouse
-    }
-    Row {
-        id: content
+    background: Item {
+        Rectangle {
+            id: face
 
-        anchors.centerIn: parent
-        spacing: 7
+            anchors.centerIn: parent
+            width: button.isPill ? parent.width - 4 : Math.min(40, button.touchSize - 4)
+            height: Math.min(40, button.touchSize - 4)
+            radius: height / 2
+            antialiasing: true
+            color: button.down ? Theme.pressed : button.hovered ? Theme.hovered
+                 : button.quiet && !button.checked ? "transparent" : Theme.raised
 
-        Glyph {
-            id: glyph
-
-            anchors.verticalCenter: parent.verticalCenter
-            width: 20
-            height: 20
-            color: button.checked ? Theme.accent : button.inkColor
-        }
-        Label {
-            id: words
-
-            anchors.verticalCenter: parent.verticalCenter
-            visible: text.length > 0
-            font.pixelSize: 12
-            color: button.inkColor
+            FocusRing { control: button }
         }
     }
-    MouseArea {
-        id: touch
+    contentItem: Item {
+        implicitWidth: content.width
 
+        Row {
+            id: content
+
+            anchors.centerIn: parent
+            spacing: 7
+
+            Glyph {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: button.hasIcon
+                width: 20
+                height: 20
+                shape: button.shape
+                color: button.checked ? Theme.accent : button.inkColor
+            }
+            Label {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: text.length > 0
+                text: button.text
+                font.pixelSize: 12
+                color: button.inkColor
+            }
+        }
+    }
+    Loader {
         anchors.fill: parent
-        hoverEnabled: true
-        onEntered: tipLabel.isDue = true
-        onPressed: tipLabel.isDue = false
-        onClicked: button.clicked()
-    }
-    Tip {
-        id: tipLabel
+        active: button.tip.length > 0 && (button.hovered || button.visualFocus)
 
-        property bool isDue: true
-
-        text: button.tip
-        isWanted: touch.containsMouse && isDue
+        sourceComponent: Tip {
+            text: button.tip
+            delay: 600
+            visible: !button.down
+        }
     }
 }

@@ -1,8 +1,9 @@
 import QtQuick
+import QtQuick.Templates as T
 import Korvane.Browser
 
 // The files that the import could not take, until the person closes it.
-Rectangle {
+T.Popup {
     id: notice
 
     required property var lines
@@ -10,21 +11,19 @@ Rectangle {
     signal dismissed
 
     visible: lines.length > 0
-    radius: Theme.unit
-    antialiasing: true
-    color: Theme.raised
-    border.color: Theme.pressed
-    width: Math.min(480, parent.width - 4 * Theme.unit)
-    height: column.height + 4 * Theme.unit
+    closePolicy: T.Popup.NoAutoClose
+    padding: 2 * Theme.unit
+    implicitHeight: contentItem.implicitHeight + 2 * padding
 
-    // Keeps touches from what lies below.
-    MouseArea { anchors.fill: parent }
-    Column {
+    background: Rectangle {
+        radius: Theme.unit
+        antialiasing: true
+        color: Theme.sheet
+        border.color: Theme.pressed
+    }
+    contentItem: Column {
         id: column
 
-        x: 2 * Theme.unit
-        y: 2 * Theme.unit
-        width: parent.width - 4 * Theme.unit
         spacing: 6
 
         Label {
@@ -51,11 +50,14 @@ Rectangle {
             color: Theme.faint
         }
     }
+
     IconButton {
+        parent: notice.background
         anchors.top: parent.top
         anchors.right: parent.right
         quiet: true
         shape: Glyph.Close
+        tip: "Close"
         onClicked: notice.dismissed()
     }
 }

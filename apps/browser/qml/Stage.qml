@@ -42,7 +42,7 @@ Rectangle {
         anchors.centerIn: parent
         visible: !stage.hasPicture && !faultCaption.visible
         text: stage.browser.mood === Browser.Busy ? "" : "No picture"
-        color: Theme.faint
+        color: Theme.onPictureFaint
     }
     Caption {
         id: faultCaption

@@ -1,36 +1,33 @@
 import QtQuick
+import QtQuick.Templates as T
 import Korvane.Browser
 
-Rectangle {
+T.Button {
     id: button
 
-    property alias text: label.text
     property bool strong: false
-    signal clicked
 
-    width: Math.max(96, label.implicitWidth + 4 * Theme.unit)
-    height: 44
-    radius: 22
-    antialiasing: true
-    color: touch.pressed ? Theme.pressed : touch.containsMouse ? Theme.hovered : "transparent"
-    border.color: strong ? Theme.accent : Theme.pressed
+    implicitWidth: Math.max(96, contentItem.implicitWidth + 4 * Theme.unit)
+    implicitHeight: 44
+    opacity: enabled ? 1 : 0.32
+    hoverEnabled: true
+    focusPolicy: Qt.TabFocus
 
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: clicked()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) click() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) click() }
 
-    Label {
-        id: label
+    background: Rectangle {
+        radius: height / 2
+        antialiasing: true
+        color: button.down ? Theme.pressed : button.hovered ? Theme.hovered : "transparent"
+        border.color: button.strong ? Theme.accent : Theme.pressed
 
-        anchors.centerIn: parent
+        FocusRing { control: button }
+    }
+    contentItem: Label {
+        text: button.text
+        horizontalAlignment: Text.AlignHCenter
         color: button.strong ? Theme.accent : Theme.text
         font.weight: button.strong ? Font.Bold : Font.Normal
-    }
-    MouseArea {
-        id: touch
-
-        anchors.fill: parent
-        hoverEnabled: true
-        onClicked: button.clicked()
     }
 }

@@ -1,21 +1,33 @@
 pragma Singleton
 import QtQuick
+import Korvane.Browser
 
-// One grid of 8 points, one accent, greys that lean a little to blue.
+// One grid of 8 points, and the colours of the look that the window has chosen.
 QtObject {
-    readonly property color window: "#0c0e11"
-    readonly property color stage: "#000000"
-    readonly property color raised: "#1b1f25"
-    readonly property color hovered: "#252a32"
-    readonly property color pressed: "#2f353e"
-    readonly property color separator: "#1e2228"
-    readonly property color text: "#eceef1"
-    readonly property color secondary: "#9aa1ab"
-    readonly property color faint: "#7e8690"
-    readonly property color accent: "#e5484d"
-    readonly property color fault: "#f5b94a"
+    property bool isDark: true
+    readonly property var colours: isDark ? Palettes.dark : Palettes.light
+
+    readonly property color window: colours.window
+    readonly property color stage: colours.stage
+    readonly property color sheet: colours.sheet
+    readonly property color raised: colours.raised
+    readonly property color hovered: colours.hovered
+    readonly property color pressed: colours.pressed
+    readonly property color separator: colours.separator
+    readonly property color text: colours.text
+    readonly property color secondary: colours.secondary
+    readonly property color faint: colours.faint
+    readonly property color accent: colours.accent
+    readonly property color fault: colours.fault
+    readonly property color focus: colours.focus
+    // Over a picture, in either look.
+    readonly property color onPicture: "#f4f5f7"
+    readonly property color onPictureFaint: "#d0d4da"
 
     readonly property string family: "DejaVu Sans"
     readonly property int unit: 8
     readonly property int stripHeight: 120
+    readonly property int lowStripHeight: 88
+    // Below this height of the window the parts draw together.
+    readonly property int lowHeight: 480
 }

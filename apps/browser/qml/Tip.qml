@@ -1,42 +1,27 @@
 import QtQuick
+import QtQuick.Templates as T
 import Korvane.Browser
 
-// What a button does, while the pointer rests on it. Stands above its parent, within the window.
-Rectangle {
+// What a button does, while the pointer rests on it or the keyboard is on it.
+T.ToolTip {
     id: tip
 
-    property alias text: label.text
-    property bool isWanted: false
+    x: parent ? (parent.width - implicitWidth) / 2 : 0
+    y: -implicitHeight - 2
+    implicitWidth: contentItem.implicitWidth + 2 * Theme.unit
+    implicitHeight: 28
+    margins: 4
+    closePolicy: T.Popup.NoAutoClose
 
-    function show() {
-        const left = parent.mapToItem(null, 0, 0).x
-        const right = parent.Window.width - left - width
-        x = Math.max(4 - left, Math.min((parent.width - width) / 2, right - 4))
-        visible = true
-    }
-
-    visible: false
-    y: -height - 2
-    z: 1
-    width: label.implicitWidth + 2 * Theme.unit
-    height: 28
-    radius: 6
-    antialiasing: true
-    color: Theme.raised
-    border.color: Theme.pressed
-
-    onIsWantedChanged: if (!isWanted) visible = false
-
-    SequentialAnimation {
-        running: tip.isWanted && tip.text.length > 0
-
-        PauseAnimation { duration: 600 }
-        ScriptAction { script: tip.show() }
-    }
-    Label {
-        id: label
-
-        anchors.centerIn: parent
+    contentItem: Label {
+        text: tip.text
         font.pixelSize: 12
+        horizontalAlignment: Text.AlignHCenter
+    }
+    background: Rectangle {
+        radius: 6
+        antialiasing: true
+        color: Theme.sheet
+        border.color: Theme.pressed
     }
 }

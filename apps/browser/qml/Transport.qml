@@ -8,13 +8,17 @@ Item {
 
     required property Browser browser
     readonly property Navigation navigation: browser.navigation
-    readonly property bool isOneRow: width >= 840
-    readonly property bool isLabelled: width >= 1200
+    property bool isLow: false
+    readonly property bool isOneRow: width >= (isLow ? 640 : 840)
+    readonly property bool isLabelled: width >= 1240
+    readonly property bool hasHours: isLow ? width >= 740 : true
     readonly property RulerHost ruler: browser.ruler
     readonly property bool isTimeline: browser.page === Browser.Timeline
     readonly property bool isRuler: browser.page === Browser.Ruler
     // In a narrow window the lower row has up to nine buttons.
-    readonly property int touchSize: isOneRow ? 48 : Math.min(44, Math.floor((width - 8) / (browser.player.hasSound ? 9 : 8)))
+    readonly property int touchSize: isOneRow ? (isLow ? 40 : 48)
+                                              : Math.min(44, Math.floor((width - 8) / (browser.player.hasSound ? 9 : 8)))
+    readonly property int upperHeight: isLow ? 60 : 68
 
     component Choice: IconButton {
         property string label
@@ -34,24 +38,26 @@ Item {
         hasIcon: false
         text: hours < 0 ? "\u22121 h" : "+1 h"
         tip: (hours < 0 ? "An hour back" : "An hour on")
-             + (transport.isTimeline || transport.isRuler ? "" : hours < 0 ? " (Page Up)" : " (Page Down)")
+             + (transport.isTimeline || transport.isRuler ? " (Ctrl+Page " : " (Page ") + (hours < 0 ? "Up)" : "Down)")
         enabled: transport.isRuler ? transport.ruler.canMove
                : hours < 0 ? transport.navigation.canGoBackByHours : transport.navigation.canGoOnByHours
         onClicked: transport.isRuler ? transport.ruler.goByHours(hours) : transport.navigation.goByHours(hours)
     }
 
-    implicitHeight: isOneRow ? 72 : 64 + 52
+    implicitHeight: isOneRow ? upperHeight + 4 : upperHeight + (isLow ? 44 : 52)
 
     Rectangle {
         width: parent.width
         height: 1
         color: Theme.separator
     }
+    // The keyboard goes through the buttons as they stand in the tree: the player's come first where they stand first.
+    Item { id: before }
     Row {
         id: middle
 
         anchors.horizontalCenter: parent.horizontalCenter
-        height: transport.isOneRow ? parent.height : 64
+        height: transport.isOneRow ? parent.height : transport.upperHeight
 
         Way {
             anchors.verticalCenter: parent.verticalCenter
@@ -62,7 +68,7 @@ Item {
         }
         HourWay {
             anchors.verticalCenter: parent.verticalCenter
-            visible: transport.isOneRow
+            visible: transport.isOneRow && transport.hasHours
             hours: -1
         }
         Way {
@@ -73,28 +79,10 @@ Item {
             enabled: transport.navigation.canGoBack
             onClicked: transport.navigation.toPrevious()
         }
-        Item {
+        Moment {
             anchors.verticalCenter: parent.verticalCenter
-            width: 136
-            height: 44
-
-            Label {
-                anchors.horizontalCenter: parent.horizontalCenter
-                height: 26
-                text: transport.browser.time
-                font.pixelSize: 22
-                font.letterSpacing: 0.5
-                color: transport.browser.isFlyingOver ? Theme.accent : Theme.text
-            }
-            Label {
-                anchors.horizontalCenter: parent.horizontalCenter
-                y: 27
-                height: 16
-                text: transport.browser.date
-                font.pixelSize: 11
-                font.letterSpacing: 0.3
-                color: Theme.secondary
-            }
+            width: 168
+            browser: transport.browser
         }
         Way {
             anchors.verticalCenter: parent.verticalCenter
@@ -106,22 +94,24 @@ Item {
         }
         HourWay {
             anchors.verticalCenter: parent.verticalCenter
-            visible: transport.isOneRow
+            visible: transport.isOneRow && transport.hasHours
             hours: 1
         }
         Way {
             anchors.verticalCenter: parent.verticalCenter
             shape: Glyph.Last
-            tip: transport.isTimeline ? "Last" : "Last (End)"
+            tip: transport.isTimeline ? "Last (Ctrl+End)" : "Last (End)"
             enabled: transport.isRuler ? transport.ruler.canMove : transport.navigation.canGoToLast
             onClicked: transport.isRuler ? transport.browser.goLive() : transport.navigation.toLast()
         }
     }
+    Item { id: after }
     Row {
         id: playing
 
+        parent: transport.isOneRow ? before : after
         x: 4
-        y: transport.isOneRow ? (parent.height - height) / 2 : 64
+        y: transport.isOneRow ? (transport.height - height) / 2 : transport.upperHeight
 
         IconButton {
             readonly property bool isPlaying: transport.browser.player.state === RecordingPlayer.Playing
@@ -135,7 +125,7 @@ Item {
         Way {
             visible: transport.browser.player.hasSound
             shape: transport.browser.player.muted ? Glyph.Muted : Glyph.Sound
-            tip: transport.browser.player.muted ? "Sound on" : "Sound off"
+            tip: transport.browser.player.muted ? "Sound on (M)" : "Sound off (M)"
             onClicked: transport.browser.player.muted = !transport.browser.player.muted
         }
         // Goes through the three ways to browse, and shows the one that is on screen.
@@ -169,34 +159,34 @@ Item {
             tip: checked ? "Show the whole time (R)" : "Show the hour around this moment (R)"
             enabled: transport.ruler.canMove || checked
             checked: transport.ruler.hasRange
-            onClicked: transport.ruler.hasRange = !checked
+            onToggled: transport.ruler.hasRange = checked
         }
         Choice {
             visible: !transport.isRuler
             shape: Glyph.Recordings
             label: "Recordings"
             enabled: !transport.isTimeline
-            tip: checked ? "Show events" : "Show recordings"
+            tip: checked ? "Show events (E)" : "Show recordings (E)"
             checked: transport.browser.showsRecordings
-            onClicked: transport.browser.showsRecordings = !checked
+            onToggled: transport.browser.showsRecordings = checked
         }
         Choice {
             visible: !transport.isRuler
             shape: Glyph.Group
             label: "Group"
             enabled: !transport.isTimeline
-            tip: "Show what is less than 10 s apart as one"
+            tip: "Show what is close together as one (G)"
             checked: transport.browser.groups
-            onClicked: transport.browser.groups = !checked
+            onToggled: transport.browser.groups = checked
         }
         Choice {
             visible: !transport.isRuler
             shape: Glyph.PlayOn
             label: "Play on"
             enabled: !transport.isTimeline
-            tip: "Go on with the next when one is over"
+            tip: "Go on with the next when one is over (O)"
             checked: transport.browser.playsOn
-            onClicked: transport.browser.playsOn = !checked
+            onToggled: transport.browser.playsOn = checked
         }
         Way {
             visible: !transport.isRuler

@@ -77,6 +77,9 @@ int Tour::run() {
                      error.message().c_str());
         return 1;
     }
+    // The same pictures everywhere, whatever the look of the system.
+    application_.preferences().setLook(Preferences::Look::Dark);
+    application_.preferences().setHasTwelveHours(false);
     const bool isDone = walk();
     if (!isDone) std::fprintf(stderr, "korvane-browser: %s\n", failure_.c_str());
     for (const QString& fault : application_.faults()) std::fprintf(stderr, "interface: %s\n", qPrintable(fault));
@@ -97,10 +100,10 @@ bool Tour::walk() {
     // Footage without movement has no events to show.
     const auto count = application_.browser().strip().count();
     if (count == 0) return true;
-    if (count < enoughToWalk) return seeFirst() && seeSizes() && refuseToken();
+    if (count < enoughToWalk) return seeFirst() && seeLooks() && seeSizes() && refuseToken();
     return goToMiddle() && selectEvent() && watch("03-event-playing", look) && flyOver("04-fly-over") &&
            seeNeighbours() && seeDeletion() && seePlayOn() && seeRecordings() && seeGroups() && seeTimeline() &&
-           seeFirst() && seeSizes() && refuseToken();
+           seeFirst() && seeLooks() && seeSizes() && refuseToken();
 }
 
 bool Tour::importFolder() {
@@ -350,8 +353,28 @@ bool Tour::watch(const char* picture, TimeMs enough) {
     return wait("the recording to play", isSeen) && take(picture);
 }
 
+bool Tour::seeLooks() {
+    Preferences& preferences = application_.preferences();
+    if (!seeSheet(Qt::Key_Comma, "28-settings") || !seeSheet(Qt::Key_Question, "29-keys")) return false;
+    preferences.setLook(Preferences::Look::Light);
+    preferences.setHasTwelveHours(true);
+    const bool isSeen = take("30-light") && seeSheet(Qt::Key_Comma, "31-light-settings");
+    preferences.setLook(Preferences::Look::Dark);
+    preferences.setHasTwelveHours(false);
+    return isSeen;
+}
+
+bool Tour::seeSheet(Qt::Key key, const char* picture) {
+    hand_->key(key);
+    const bool isSeen = take(picture);
+    hand_->key(Qt::Key_Escape);
+    return isSeen;
+}
+
 bool Tour::seeSizes() {
-    return !options_.isResizing || (seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide"));
+    return !options_.isResizing || (seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide") &&
+                                    seeInSize(360, 640, "32-narrowest") && seeInSize(844, 390, "33-low") &&
+                                    seeInSize(2560, 1080, "34-widest"));
 }
 
 bool Tour::seeInSize(int width, int height, const char* picture) {

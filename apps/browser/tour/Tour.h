@@ -60,6 +60,8 @@ class Tour {
     bool seeRange();
     bool seeCalendar();
     bool seeFirst();
+    bool seeLooks();
+    bool seeSheet(Qt::Key key, const char* picture);
     bool seeSizes();
     bool seeInSize(int width, int height, const char* picture);
     bool refuseToken();

@@ -98,6 +98,11 @@ std::int64_t ScrubberEntries::count() const {
     return count;
 }
 
+std::int64_t ScrubberEntries::ungroupedCount() const {
+    const auto current = ownList() ? nullptr : provider();
+    return current ? current->getUngroupedCount() : count();
+}
+
 std::shared_ptr<ScrubberEvent> ScrubberEntries::at(std::int64_t index) const {
     std::shared_ptr<ScrubberEvent> event;
     if (const auto from = list()) ask([&] { event = from->OnScrubberGetEventByIndex(index); });

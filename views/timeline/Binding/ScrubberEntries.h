@@ -39,6 +39,8 @@ class ScrubberEntries {
     std::shared_ptr<ScrubberDataSourceDelegate> ownList() const;
 
     std::int64_t count() const;
+    /// The same with each member of a group by itself.
+    std::int64_t ungroupedCount() const;
     /// Null for an index outside of the list.
     std::shared_ptr<ScrubberEvent> at(std::int64_t index) const;
     /// The provider's list; of the host's own, all entries but the head.

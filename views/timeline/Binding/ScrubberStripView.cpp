@@ -69,7 +69,9 @@ void ScrubberStripView::applyConfig() {
     setBackgroundColor(container_, getConfig().backgroundColor());
     setBackgroundColor(strip_, getConfig().backgroundColor());
     setBackgroundColor(mark_, getConfig().scrubberCenterMarkColor());
-    askForVisible();  // narrower cells bring others into view
+    const QPointer<ScrubberWidget> self(&widget());
+    if (strip_) strip_->reconfigureItemsAtIndexPaths(strip_->indexPathsForVisibleItems());
+    if (self) askForVisible();  // narrower cells bring others into view
 }
 
 void ScrubberStripView::layoutSubviews() {

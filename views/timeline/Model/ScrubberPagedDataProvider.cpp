@@ -38,6 +38,10 @@ std::int64_t ScrubberPagedDataProvider::OnScrubberGetEventsCount() {
     return isClosing() ? 0 : events_.size();
 }
 
+std::int64_t ScrubberPagedDataProvider::getUngroupedCount() {
+    return isClosing() ? 0 : static_cast<std::int64_t>(events_.slotCount());
+}
+
 std::shared_ptr<ScrubberEvent> ScrubberPagedDataProvider::OnScrubberGetEventByIndex(std::int64_t index) {
     return isClosing() ? nullptr : events_.at(static_cast<std::uint64_t>(index));
 }

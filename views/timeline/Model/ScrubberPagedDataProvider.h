@@ -46,6 +46,8 @@ class ScrubberPagedDataProvider : public ScrubberSourceBinding {
     std::int32_t deleteEvent(const std::shared_ptr<ScrubberEvent>& event, DeleteCompletion onComplete) override;
     /// What is loaded stays; the delegate is told when that changes what is shown.
     void enableEventGrouping(bool enabled) override;
+    /// 0 while closing.
+    std::int64_t getUngroupedCount() override;
     std::int32_t checkPartNeedRequested(std::uint64_t index, std::int64_t withScrollToIndex,
                                         TimeMs withDateTime) override;
     /// Asks the service how many entries lie up to a second after `time`, ms, and goes to the last of them, or, with

@@ -62,6 +62,8 @@ class ScrubberDataProvider : public ScrubberDataSourceDelegate {
 
     /// Shows entries that lie close together as one, or each by itself. A loaded list stays loaded.
     virtual void enableEventGrouping(bool enabled) = 0;
+    /// Length of the list with each member of a group by itself, head and live entry included.
+    virtual std::int64_t getUngroupedCount() { return OnScrubberGetEventsCount(); }
 
     /// The recording to play for a moment of the entry at `index`; only the day tree has it.
     virtual void getUrl(std::uint64_t /*index*/, TimeMs /*withDateTime*/, UrlCompletion /*completion*/) {}

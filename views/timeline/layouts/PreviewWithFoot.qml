@@ -11,7 +11,8 @@ Item {
     readonly property alias icon: icon
     readonly property alias date: date
     readonly property alias favourite: favourite
-    readonly property real footHeight: Math.min(26, height / 3)
+    // Large fonts get the room that they need, and leave half of the cell to the picture.
+    readonly property real footHeight: Math.max(Math.min(26, height / 3), Math.min(date.implicitHeight + 8, height / 2))
     readonly property real margin: 7
 
     ImageView {
@@ -46,6 +47,8 @@ Item {
         y: preview.height
         width: favourite.x - x
         height: box.footHeight
+        // A group's number stands at the end, and says more than the seconds before it.
+        elide: text.endsWith(")") ? Text.ElideMiddle : Text.ElideRight
     }
 
     Item {

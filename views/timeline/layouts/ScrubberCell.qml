@@ -15,6 +15,8 @@ ScrubberCell {
         id: container
 
         anchors.fill: parent
+        // The live cell is narrower than what it shows to the right of the mark.
+        anchors.rightMargin: live.visible ? -32 : 0
         clip: true
 
         PreviewWithFoot {
