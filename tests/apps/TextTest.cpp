@@ -43,5 +43,17 @@ TEST(StatusText, WritesCountsAndDurations) {
     }
 }
 
+TEST(EventText, NamesEventsForAPerson) {
+    ScrubberEvent::Fields event;
+    EXPECT_EQ(eventText(event), "");
+    event.name = "line_crossing";
+    EXPECT_EQ(eventText(event), "Line crossing");
+    for (const char* name : {"motion", "doorbell", "motion"}) {
+        event.childs.push_back(ScrubberEvent::build());
+        event.childs.back()->setName(name);
+    }
+    EXPECT_EQ(eventText(event), "Motion, Doorbell");
+}
+
 }  // namespace
 }  // namespace korvane

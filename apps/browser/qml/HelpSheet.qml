@@ -29,7 +29,7 @@ Sheet {
     ]
 
     title: "Keys"
-    onOpened: done.forceActiveFocus(focusReason)
+    first: done
 
     Repeater {
         model: sheet.keyTable
@@ -41,21 +41,21 @@ Sheet {
             readonly property bool isHeading: modelData[0].length === 0
 
             width: parent.width
-            height: Math.max(what.implicitHeight, 20) + (isHeading ? Theme.unit : 0)
+            height: what.y + Math.max(what.implicitHeight, 18)
 
             Label {
                 id: key
 
-                width: line.isHeading ? 0 : 112
+                y: what.y
+                width: line.isHeading ? 0 : 120
                 text: line.modelData[0]
-                color: Theme.text
             }
             Label {
                 id: what
 
                 anchors.left: key.right
                 anchors.right: parent.right
-                anchors.bottom: parent.bottom
+                y: line.isHeading ? Theme.unit : 0
                 text: line.modelData[1]
                 wrapMode: Text.WordWrap
                 font.weight: line.isHeading ? Font.Bold : Font.Normal

@@ -15,6 +15,14 @@ T.ToolButton {
     readonly property bool isPill: hasIcon && text.length > 0
     readonly property color inkColor: checked || !quiet ? Theme.text : Theme.secondary
 
+    function choose() {
+        if (checkable) {
+            toggle()
+            toggled()
+        }
+        clicked()
+    }
+
     implicitWidth: Math.max(touchSize, contentItem.implicitWidth + (isPill ? 30 : 12))
     implicitHeight: touchSize
     opacity: enabled ? 1 : 0.32
@@ -24,8 +32,8 @@ T.ToolButton {
 
     Accessible.name: tip.length > 0 ? tip : text
 
-    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) click() }
-    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) click() }
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) choose() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) choose() }
 
     background: Item {
         Rectangle {

@@ -6,14 +6,20 @@ import Korvane.Browser
 T.RadioButton {
     id: option
 
+    function choose() {
+        if (checked) return
+        toggle()
+        toggled()
+    }
+
     implicitWidth: contentItem.implicitWidth + 3 * Theme.unit
     implicitHeight: 36
     hoverEnabled: true
     focusPolicy: Qt.TabFocus
 
     Accessible.name: text
-    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) click() }
-    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) click() }
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) choose() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) choose() }
 
     background: Rectangle {
         radius: height / 2

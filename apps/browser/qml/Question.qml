@@ -9,7 +9,7 @@ Sheet {
     property string text
     property alias answer: yes.text
 
-    onOpened: no.forceActiveFocus(focusReason)
+    first: no
 
     Label {
         width: parent.width

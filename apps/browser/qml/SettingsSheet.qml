@@ -16,7 +16,7 @@ Sheet {
     }
 
     title: "Settings"
-    onOpened: group.forceActiveFocus(focusReason)
+    first: group
 
     Toggle {
         id: group

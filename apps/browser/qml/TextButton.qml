@@ -13,8 +13,8 @@ T.Button {
     hoverEnabled: true
     focusPolicy: Qt.TabFocus
 
-    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) click() }
-    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) click() }
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) clicked() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) clicked() }
 
     background: Rectangle {
         radius: height / 2

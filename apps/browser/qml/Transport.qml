@@ -18,7 +18,7 @@ Item {
     // In a narrow window the lower row has up to nine buttons.
     readonly property int touchSize: isOneRow ? (isLow ? 40 : 48)
                                               : Math.min(44, Math.floor((width - 8) / (browser.player.hasSound ? 9 : 8)))
-    readonly property int upperHeight: isLow ? 60 : 68
+    readonly property int upperHeight: isLow ? 62 : 72
 
     component Choice: IconButton {
         property string label
@@ -44,7 +44,7 @@ Item {
         onClicked: transport.isRuler ? transport.ruler.goByHours(hours) : transport.navigation.goByHours(hours)
     }
 
-    implicitHeight: isOneRow ? upperHeight + 4 : upperHeight + (isLow ? 44 : 52)
+    implicitHeight: upperHeight + (isOneRow ? 0 : isLow ? 44 : 52)
 
     Rectangle {
         width: parent.width
@@ -81,7 +81,7 @@ Item {
         }
         Moment {
             anchors.verticalCenter: parent.verticalCenter
-            width: 168
+            width: transport.isLow ? 148 : 168
             browser: transport.browser
         }
         Way {
