@@ -1,6 +1,8 @@
 #include "korvane/apps/browser/ScrubberHost.h"
 
 #include <QFont>
+#include <QGuiApplication>
+#include <QScreen>
 #include <algorithm>
 #include <utility>
 
@@ -12,6 +14,14 @@ QFont labelFont(int pixels) {
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setPixelSize(pixels);
     return font;
+}
+
+// The strip takes its mark's width in device pixels.
+constexpr double markWidth = 3;  // points
+
+double devicePixelRatio() {
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    return screen ? screen->devicePixelRatio() : 1;
 }
 
 }  // namespace
@@ -44,6 +54,7 @@ void ScrubberHost::dress() {
     ScrubberConfig& config = widget_->getConfig();
     config.setBackgroundColor(palette_.window);
     config.setScrubberCenterMarkColor(palette_.accent);
+    config.setScrubberCenterMarkWidth(markWidth * devicePixelRatio());
     config.setDateTimeTextFont(labelFont(11));
     config.setDateTimeTextColor(palette_.cellText);
     config.setLiveViewTextFont(labelFont(13));

@@ -44,6 +44,7 @@ T.Dialog {
 
     onOpened: takeFocus()
     onFocusedChanged: if (opened) reveal(focused)
+    onHeightChanged: if (opened) reveal(focused)
 
     T.Overlay.modal: Rectangle { color: "#99000000" }
 
