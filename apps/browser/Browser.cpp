@@ -68,7 +68,10 @@ void Browser::connectStrip(ScrubberHost& strip) {
     connect(&strip, &ScrubberHost::renewed, this, &Browser::onRenewed);
     connect(&strip, &ScrubberHost::stateChanged, this, &Browser::onListState);
     connect(&strip, &ScrubberHost::playFinished, this, [this](const std::shared_ptr<ScrubberEvent>& event) {
-        if (!shown_->isPlayingOn() && event && event == navigation_.selected()) endEvent();
+        if (shown_->isPlayingOn())
+            playedOut_ = event;
+        else if (event && event == navigation_.selected())
+            endEvent();
     });
     connect(&strip, &ScrubberHost::sought, this, &Browser::onSought);
     connect(&strip, &ScrubberHost::flyOverEnded, this, &Browser::onFlyOverEnded);
@@ -225,7 +228,24 @@ void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     emit selectionChanged();
     // An entry that is still loading is selected once more when its page has come.
     if (!isEntry) return player_.pause();
+    if (isShownAlready(*event)) return;
     player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
+}
+
+/// Where entries overlap, playing on shows no second twice: the player goes on, past entries that it has shown whole.
+bool Browser::isShownAlready(const ScrubberEvent& event) {
+    const auto before = std::exchange(playedOut_, nullptr);
+    const auto index = shown_->indexUnderMark();
+    const TimeMs reached = player_.getPosition();
+    const bool isNext = before && index && shown_->isAt(before, *index - 1);
+    const bool isUnderWay = player_.state() == RecordingPlayer::State::Playing;
+    if (!isNext || !isUnderWay || shown_->momentOf(event) >= reached) return false;
+    if (reached < event.end()) return true;
+    playedOut_ = navigation_.selected();
+    scheduler_.post(life_.guard([this, passed = playedOut_] {
+        if (passed && passed == navigation_.selected()) navigation_.toNext();
+    }));
+    return true;
 }
 
 // After a switch the player goes on, and the strip follows it.

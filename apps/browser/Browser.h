@@ -140,6 +140,7 @@ class Browser : public QObject {
     void connectStrip(ScrubberHost& strip);
     void connectPlayer();
     void onSelected(const std::shared_ptr<ScrubberEvent>& event);
+    bool isShownAlready(const ScrubberEvent& event);
     void onArrived(const std::shared_ptr<ScrubberEvent>& event);
     void onRenewed();
     void onFlyOverEnded();
@@ -182,9 +183,10 @@ class Browser : public QObject {
     int listStatus_ = 0;
     bool isListSeen_ = false;
     bool isLive_ = false;
-    bool isEventOver_ = false;  // the player has been stopped at the end of what is selected
-    bool isReloaded_ = false;   // the strip is on its way back to the moment on screen
-    bool isRefused_ = false;    // the list's next status comes from a failed deletion
+    ScrubberHost::Event playedOut_;  // has just been played to its end, and the strip goes on
+    bool isEventOver_ = false;       // the player has been stopped at the end of what is selected
+    bool isReloaded_ = false;        // the strip is on its way back to the moment on screen
+    bool isRefused_ = false;         // the list's next status comes from a failed deletion
     TimeMs flyOver_ = -1;
     QString fault_;  // of token or camera; stays until the next open()
     QString note_;   // of the player

@@ -341,6 +341,27 @@ TEST_F(StripTest, EndsAnEntryThatOutlastsTheFootage) {
     }
 }
 
+TEST_F(StripTest, PlayingOnShowsNoSecondTwice) {
+    browser().setPlaysOn(true);
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    const auto one = strip().entry(1);
+    const auto two = strip().entry(2);
+    ASSERT_LT(two->start(), one->end()) << "they overlap";
+    player().setPosition(std::min(one->end(), first + 39'000) - 2'000);
+    ASSERT_TRUE(until([this] { return player().state() == State::Playing; }));
+    TimeMs shown = player().getPosition();
+    QObject::connect(&player(), &RecordingPlayer::positionChanged, &window(), [&](qint64 position) {
+        EXPECT_GE(position, shown);
+        shown = position;
+    });
+    ASSERT_TRUE(until([&] { return navigation().selected() && navigation().selected() != one; }));
+    const TimeMs changed = player().getPosition();
+    EXPECT_TRUE(until([&] { return player().getPosition() > changed + 1'000; }));
+    EXPECT_GT(navigation().selected()->end(), player().getPosition());
+    QObject::disconnect(&player(), nullptr, &window(), nullptr);
+}
+
 TEST_F(StripTest, ASwitchLeavesTheEndBehind) {
     press(Qt::Key_Home);
     ASSERT_TRUE(comesTo(1));
