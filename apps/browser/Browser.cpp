@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "korvane/apps/browser/LogRedaction.h"
 #include "korvane/apps/browser/StatusText.h"
 #include "korvane/base/Log.h"
 
@@ -22,7 +23,8 @@ QString sentence(QString text) {
 
 // The number that the window does not show.
 void logFault(const char* part, std::int32_t status, const std::string& text = {}) {
-    logError("Browser", std::string(part) + ": status " + std::to_string(status) + (text.empty() ? "" : ", ") + text);
+    logError("Browser",
+             std::string(part) + ": status " + std::to_string(status) + (text.empty() ? "" : ", ") + redacted(text));
 }
 
 }  // namespace
@@ -446,6 +448,8 @@ QString Browser::eventName() const {
 void Browser::setPalette(const Palette& palette) {
     strip_.setPalette(palette);
     timeline_.setPalette(palette);
+    // Posted, since the ruler's own colours come with the next bindings.
+    scheduler_.post(life_.guard([this] { ruler_.renewKnob(); }));
 }
 
 void Browser::setClockStyle(const ClockStyle& style) {

@@ -48,6 +48,11 @@ class RulerHost : public QObject, private KorvanePlayer {
         setTicks();
     }
 
+    /// In the ruler's colours as they are now.
+    void renewKnob() {
+        if (view_ && isOpen_) view_->setKnobImage(knob());
+    }
+
     /// There is a moment to go away from.
     bool canMove() const;
     Q_INVOKABLE void toFirst();

@@ -33,7 +33,10 @@ FocusScope {
         case Qt.Key_M: browser.player.muted = !browser.player.muted; return true
         case Qt.Key_Comma: settings.open(); return true
         case Qt.Key_Question: case Qt.Key_F1: help.open(); return true
-        case Qt.Key_Escape: keys.forceActiveFocus(); return true
+        case Qt.Key_Escape:
+            if (keys.activeFocus) browser.dismissRejected()
+            keys.forceActiveFocus()
+            return true
         }
         return browser.page === Browser.Events && pressSwitch(key)
     }
