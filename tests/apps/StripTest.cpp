@@ -209,6 +209,30 @@ TEST_F(StripTest, DeletesOnlyWhatWasConfirmedAndSaysWhatWasRefused) {
     EXPECT_TRUE(comesTo(2)) << "all goes on as before";
 }
 
+TEST_F(StripTest, ClockAndLookReachWhatIsOnScreenAndWhatPlaysGoesOn) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    const auto isDressed = [this](bool hasTwelveHours, const QColor& colour) {
+        bool isSeen = false;
+        for (const QQuickItem* cell : cellsIn(*strip().view())) {
+            const auto* const date = cell->property("eventDateTimeaLabel").value<QQuickItem*>();
+            const QString text = date->property("text").toString();
+            if (text.isEmpty()) continue;
+            isSeen = true;
+            if (text.endsWith("AM") != hasTwelveHours || date->property("color").value<QColor>() != colour)
+                return false;
+        }
+        return isSeen && browser().time().endsWith("AM") == hasTwelveHours;
+    };
+    application->preferences().setHasTwelveHours(true);
+    application->preferences().setLook(Preferences::Look::Light);
+    EXPECT_TRUE(until([&] { return isDressed(true, Palette::light().cellText); }));
+    application->preferences().setHasTwelveHours(false);
+    application->preferences().setLook(Preferences::Look::Dark);
+    EXPECT_TRUE(until([&] { return isDressed(false, Palette::dark().cellText); }));
+    EXPECT_TRUE(plays(1));
+}
+
 TEST_F(StripTest, SwitchesChangeTheListAndKeepTheMoment) {
     press(Qt::Key_End);
     ASSERT_TRUE(comesTo(9));

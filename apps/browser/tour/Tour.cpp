@@ -374,9 +374,14 @@ bool Tour::seeSheet(Qt::Key key, const char* picture) {
 }
 
 bool Tour::seeSizes() {
-    return !options_.isResizing ||
-           (seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide") &&
-            seeInSize(360, 640, "32-narrowest") && seeInSize(844, 390, "33-low") && seeInSize(2560, 1080, "34-widest"));
+    if (!options_.isResizing) return true;
+    QQuickWindow& window = *application_.window();
+    const QSize before = window.size();
+    const bool isSeen = seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide") &&
+                        seeInSize(360, 640, "32-narrowest") && seeInSize(844, 390, "33-low") &&
+                        seeInSize(2560, 1080, "34-widest");
+    window.resize(before);
+    return isSeen;
 }
 
 bool Tour::seeInSize(int width, int height, const char* picture) {
