@@ -54,7 +54,7 @@ TEST(Capture, ShowsEachStateOfABrowsedFolder) {
     EXPECT_FALSE(outcome.errors.contains("qrc:")) << qPrintable(outcome.errors);
     for (const char* name : {"01-import", "02-not-imported", "02-live-end", "03-event-playing", "04-fly-over",
                              "05-next", "08-delete", "09-deleted", "11-recordings", "12-groups", "13-first",
-                             "14-narrow", "15-wide", "16-token-refused", "28-settings", "29-keys", "30-light"}) {
+                             "14-narrow", "15-wide", "16-token-refused", "30-settings", "31-keys", "32-light"}) {
         const QImage picture(nameOf(folder / ("pictures/" + std::string(name) + ".png")));
         ASSERT_FALSE(picture.isNull()) << name;
         EXPECT_GT(colours(picture), 8U) << name;

@@ -357,10 +357,10 @@ bool Tour::watch(const char* picture, TimeMs enough) {
 
 bool Tour::seeLooks() {
     Preferences& preferences = application_.preferences();
-    if (!seeSheet(Qt::Key_Comma, "28-settings") || !seeSheet(Qt::Key_Question, "29-keys")) return false;
+    if (!seeSheet(Qt::Key_Comma, "30-settings") || !seeSheet(Qt::Key_Question, "31-keys")) return false;
     preferences.setLook(Preferences::Look::Light);
     preferences.setHasTwelveHours(true);
-    const bool isSeen = take("30-light") && seeSheet(Qt::Key_Comma, "31-light-settings");
+    const bool isSeen = take("32-light") && seeSheet(Qt::Key_Comma, "33-light-settings");
     preferences.setLook(Preferences::Look::Dark);
     preferences.setHasTwelveHours(false);
     return isSeen;
@@ -378,8 +378,8 @@ bool Tour::seeSizes() {
     QQuickWindow& window = *application_.window();
     const QSize before = window.size();
     const bool isSeen = seeInSize(390, 844, "14-narrow") && seeInSize(1680, 720, "15-wide") &&
-                        seeInSize(360, 640, "32-narrowest") && seeInSize(844, 390, "33-low") &&
-                        seeInSize(2560, 1080, "34-widest");
+                        seeInSize(360, 640, "34-narrowest") && seeInSize(844, 390, "35-low") &&
+                        seeInSize(2560, 1080, "36-widest");
     window.resize(before);
     return isSeen;
 }
