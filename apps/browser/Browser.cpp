@@ -8,13 +8,15 @@
 #include "korvane/apps/browser/LogRedaction.h"
 #include "korvane/apps/browser/StatusText.h"
 #include "korvane/base/Log.h"
+#include "korvane/client/Status.h"
 
 namespace korvane {
 
 namespace {
 
-constexpr std::chrono::milliseconds scrubPatience{1'500};
+constexpr std::chrono::milliseconds scrubPatience{500};
 constexpr TimeMs sameMoment = 1'000;
+constexpr std::int32_t internalError = 500;
 
 QString sentence(QString text) {
     if (!text.isEmpty()) text[0] = text[0].toUpper();
@@ -97,6 +99,9 @@ void Browser::connectPlayer() {
         // A note stays until the player goes to another moment.
         if (player_.state() == RecordingPlayer::State::Opening) setNote({}, Mood::Calm);
         if (player_.state() == RecordingPlayer::State::Ended) onPlayerEnded();
+        const bool isThere =
+            player_.state() == RecordingPlayer::State::Playing || player_.state() == RecordingPlayer::State::Paused;
+        if (isThere) lostAt_ = nowhere;
         emit messageChanged();
         emit navigation_.changed();
     });
@@ -108,7 +113,9 @@ void Browser::connectPlayer() {
             [this] { setNote(tr("Nothing recorded here"), Mood::Calm); });
     connect(&player_, &RecordingPlayer::failed, this, [this](const QString& text, int status) {
         if (status != 0) logFault("player", status);
-        if (ServiceWatch::isLoss(status)) return watch_.lose();
+        // A film that fails at the same moment again is to blame itself.
+        const TimeMs at = player_.getPosition();
+        if (ServiceWatch::isLoss(status) && std::exchange(lostAt_, at) != at) return watch_.lose();
         setNote(text, Mood::Fault);
     });
 }
@@ -150,7 +157,9 @@ void Browser::findCamera() {
 }
 
 void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status) {
-    if (!camera && ServiceWatch::isLoss(status)) return watch_.lose();
+    // Half a reply and a service in trouble may be better the next time.
+    const bool mayMend = status == StatusMalformedReply || status == internalError || ServiceWatch::isLoss(status);
+    if (!camera && mayMend) return watch_.lose();
     const bool isBack = watch_.isLost();
     watch_.find();
     if (!camera) {
@@ -175,7 +184,7 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
 void Browser::onServiceBack(const std::shared_ptr<KorvaneCamera>& camera) {
     const TimeMs moment = isLive_ ? -1 : std::max(player_.getPosition(), shown_->wanted().value_or(-1));
     const bool isHeld = player_.state() == RecordingPlayer::State::Paused;
-    const bool hasList = isListSeen_ && listStatus_ == 0;
+    const bool hasList = shown_->isReady();
     player_.setCamera(camera);
     if (page_ == Page::Ruler) {
         ruler_.close();
@@ -190,6 +199,8 @@ void Browser::onServiceBack(const std::shared_ptr<KorvaneCamera>& camera) {
         player_.open(moment, isHeld ? RecordingPlayer::Then::Pause : RecordingPlayer::Then::Play);
     else if (isLive_ || page_ == Page::Ruler)
         goLive();
+    else if (const auto& event = navigation_.selected())
+        player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
     emit stateChanged();
 }
 
@@ -201,7 +212,7 @@ void Browser::onListState(int state, int status) {
     if (listStatus_ != 0) logFault("list", listStatus_);
     if (ServiceWatch::isLoss(listStatus_)) {
         watch_.lose();
-        if (isListSeen_) listStatus_ = 0;  // what has been loaded is still good
+        if (shown_->isReady()) listStatus_ = 0;  // what has been loaded is still good
     }
     if (isLoaded) onListLoaded();
     emit stateChanged();
@@ -211,7 +222,8 @@ void Browser::onListState(int state, int status) {
 void Browser::onListLoaded() {
     isListSeen_ = true;
     // After a load the strip rests at its live end without telling of a selection.
-    if (!shown_->wanted() && !navigation_.selected() && !isLive_) goLive();
+    const bool isElsewhere = shown_->wanted() || navigation_.selected() || navigation_.canGoOn();
+    if (!isElsewhere && !isLive_) goLive();
 }
 
 void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
@@ -228,8 +240,8 @@ void Browser::onSelected(const std::shared_ptr<ScrubberEvent>& event) {
     if (type == ScrubberEventTypeLive) return goLive();
     isLive_ = false;
     emit selectionChanged();
-    // An entry that is still loading is selected once more when its page has come.
-    if (!isEntry) return player_.pause();
+    // An entry that is still loading is selected once more when its page has come; playing on goes on meanwhile.
+    if (!isEntry) return playedOut_ ? void() : player_.pause();
     if (isShownAlready(*event)) return;
     player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
 }
@@ -252,7 +264,8 @@ bool Browser::isShownAlready(const ScrubberEvent& event) {
 
 // After a switch the player goes on, and the strip follows it.
 void Browser::onArrived(const std::shared_ptr<ScrubberEvent>& event) {
-    if (!std::exchange(isReloaded_, false) || player_.getPosition() < 0) return onSelected(event);
+    const bool isPending = event && event->type() == ScrubberEventTypePending;
+    if (!std::exchange(isReloaded_, isReloaded_ && isPending) || player_.getPosition() < 0) return onSelected(event);
     onRenewed();
     emit selectionChanged();
 }
@@ -265,6 +278,7 @@ void Browser::onRenewed() {
 
 void Browser::goLive() {
     isLive_ = true;
+    playedOut_ = nullptr;
     ruler_.showNext();
     emit selectionChanged();
     // There is no live picture, so the newest recorded one is shown.
@@ -275,9 +289,15 @@ void Browser::goLive() {
 void Browser::onFlyOverEnded() {
     if (!isFlyingOver()) return;
     setFlyOver(-1);
+    endScrubAtRest();
+}
+
+void Browser::endScrubAtRest() {
     scheduler_.after(scrubPatience, life_.guard([this] {
-        const bool isOver = !isFlyingOver() && player_.isScrubbing();
-        if (isOver) player_.endScrub();
+        if (isFlyingOver() || !player_.isScrubbing()) return;
+        const auto* const strip = shown_->widget();
+        if (strip && !strip->isAtRest()) return endScrubAtRest();
+        player_.endScrub();
     }));
 }
 
@@ -337,6 +357,9 @@ void Browser::setPage(Page page) {
     page_ = page;
     shown_ = page == Page::Timeline ? static_cast<ScrubberHost*>(&timeline_) : &strip_;
     navigation_.show(*shown_);
+    // The navigation is the first to hear of what is selected and of what is refused.
+    disconnect(shown_, nullptr, this, nullptr);
+    connectStrip(*shown_);
     listState_ = ScrubberStateReady;
     listStatus_ = 0;
     expiry_.clear();  // the timeline is not told how it goes on
@@ -463,7 +486,7 @@ void Browser::setClockStyle(const ClockStyle& style) {
 }
 
 QString Browser::count() const {
-    if (!isListSeen_ || listState_ == ScrubberStateLoading || listStatus_ != 0 || page_ != Page::Events) return {};
+    if (!isListSeen_ || isLoading() || listStatus_ != 0 || page_ != Page::Events) return {};
     // How many groups there are is known only once all has been looked at, how many events at once.
     const QString noun = strip_.hasRecordings() ? tr("recording") : tr("event");
     const QString text = countText(strip_.ungroupedCount(), noun);
@@ -475,7 +498,7 @@ QString Browser::message() const {
     if (watch_.isLost()) return tr("The service cannot be reached. Trying again…");
     if (listStatus_ != 0) return sentence(statusText(listStatus_));
     if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
-    if (listState_ != ScrubberStateReady) return loadingText();
+    if (isLoading()) return loadingText();
     if (!note_.isEmpty()) return note_;
     if (!expiry_.isEmpty()) return expiry_;
     switch (player_.state()) {
@@ -497,6 +520,11 @@ QString Browser::message() const {
     return tr("Ready");
 }
 
+/// Pages of a list that is there come unnoticed.
+bool Browser::isLoading() const {
+    return listState_ == ScrubberStateLoading && !shown_->isReady();
+}
+
 QString Browser::loadingText() const {
     if (page_ == Page::Timeline) return tr("Loading the timeline");
     return showsRecordings() ? tr("Loading recordings") : tr("Loading events");
@@ -508,7 +536,7 @@ QString Browser::nothingText() const {
 
 Browser::Mood Browser::mood() const {
     if (!fault_.isEmpty() || watch_.isLost() || listStatus_ != 0) return Mood::Fault;
-    if (listState_ != ScrubberStateReady) return Mood::Busy;
+    if (listState_ == ScrubberStateDeleting || isLoading()) return Mood::Busy;
     if (!note_.isEmpty()) return noteMood_;
     return player_.state() == RecordingPlayer::State::Opening ? Mood::Busy : Mood::Calm;
 }

@@ -144,6 +144,7 @@ class Browser : public QObject {
     void onArrived(const std::shared_ptr<ScrubberEvent>& event);
     void onRenewed();
     void onFlyOverEnded();
+    void endScrubAtRest();
     void onSought();
     void onSeeking();
     void onPlayerEnded();
@@ -161,6 +162,7 @@ class Browser : public QObject {
     TimeMs shownTime() const;
     bool isPictureOf(TimeMs moment) const;
     bool isEmpty() const;
+    bool isLoading() const;
     QString loadingText() const;
     QString nothingText() const;
     QString format(TimeMs time, const QString& pattern) const;
@@ -188,8 +190,10 @@ class Browser : public QObject {
     bool isReloaded_ = false;        // the strip is on its way back to the moment on screen
     bool isRefused_ = false;         // the list's next status comes from a failed deletion
     TimeMs flyOver_ = -1;
-    QString fault_;  // of token or camera; stays until the next open()
-    QString note_;   // of the player
+    static constexpr TimeMs nowhere = -2;
+    TimeMs lostAt_ = nowhere;  // where the player has lost the service last
+    QString fault_;            // of token or camera; stays until the next open()
+    QString note_;             // of the player
     Mood noteMood_ = Mood::Calm;
     QString expiry_;
     ClockStyle clockStyle_;

@@ -150,6 +150,7 @@ Film::Film(Scheduler& scheduler, std::string url, const MediaOptions& options, b
     if (thread_) return;
     state_->fault = MediaFault::NoRoom;
     state_->isOver = true;
+    state_->news();
 }
 
 Film::~Film() {

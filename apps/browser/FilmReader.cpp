@@ -66,7 +66,8 @@ double rotationOf(const AVStream& stream) {
     const auto* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
     if (!matrix) return 0;
     const double degrees = -av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
-    return std::isfinite(degrees) ? degrees : 0;
+    // Cameras stand in quarter turns; any other one makes a picture far larger than its points.
+    return std::isfinite(degrees) ? std::fmod(std::round(degrees / 90) * 90, 360) : 0;
 }
 
 int threadsFor(int width, int height) {

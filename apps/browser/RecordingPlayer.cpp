@@ -13,10 +13,11 @@ namespace {
 // A film counts as ended when its last frame begins, and clocks drift a little: shorter gaps are ignored.
 constexpr TimeMs unnoticedGap = 2'000;
 constexpr TimeMs newestStretch = 10'000;
-constexpr TimeMs noWayBack = 10'000;  // a step back that ends nearer than this has led nowhere
-constexpr TimeMs aheadOfEnd = 5'000;  // the next film is opened then
-constexpr TimeMs longestTick = 40;    // the position moves on between pictures, too
-constexpr TimeMs stallNotice = 150;   // a picture may be late by so much before the clock waits for it
+constexpr TimeMs noWayBack = 10'000;   // a step back that ends nearer than this has led nowhere
+constexpr TimeMs aheadOfEnd = 5'000;   // the next film is opened then
+constexpr TimeMs longestTick = 40;     // the position moves on between pictures, too
+constexpr TimeMs stallNotice = 150;    // a picture may be late by so much before the clock waits for it
+constexpr TimeMs longestLast = 1'000;  // a film's last picture beyond the recording's end
 constexpr int mostEmptyFilms = 20;
 
 QString textOf(MediaFault fault) {
@@ -45,7 +46,6 @@ QString textOf(MediaFault fault) {
 std::int32_t statusOf(MediaFault fault) {
     switch (fault) {
         case MediaFault::Unreachable:
-        case MediaFault::Broken:
             return StatusTransportFailed;
         case MediaFault::TimedOut:
             return StatusTimedOut;
@@ -288,7 +288,7 @@ void RecordingPlayer::tick() {
 /// Not beyond what this film is to show, so that the next one begins where it has stopped.
 TimeMs RecordingPlayer::momentIn(const Film& film) const {
     TimeMs moment = clock_.moment();
-    if (film.isAtEnd()) moment = std::min(moment, recording_->start + film.end().value_or(0));
+    if (film.isAtEnd()) moment = std::min(moment, endOf(film));
     if (next_) moment = std::min(moment, recording_->end);
     return std::max(moment, position_.load());
 }
@@ -310,7 +310,13 @@ bool RecordingPlayer::showDue(Film& film, TimeMs moment) {
 
 bool RecordingPlayer::isExhausted(Film& film, TimeMs moment) {
     if (next_ && moment >= recording_->end) return true;
-    return film.isAtEnd() && moment >= recording_->start + film.end().value_or(0);
+    return film.isAtEnd() && moment >= endOf(film);
+}
+
+/// A last picture that claims to last counts no longer than the recording, or than it has been shown.
+TimeMs RecordingPlayer::endOf(const Film& film) const {
+    const TimeMs told = recording_->start + film.end().value_or(0);
+    return std::min(told, std::max({recording_->end, framePosition() + longestLast, position_.load()}));
 }
 
 void RecordingPlayer::tickIn(TimeMs delay) {

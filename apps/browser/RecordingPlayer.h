@@ -135,6 +135,7 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     TimeMs momentIn(const Film& film) const;
     bool showDue(Film& film, TimeMs moment);
     bool isExhausted(Film& film, TimeMs moment);
+    TimeMs endOf(const Film& film) const;
     void tickIn(TimeMs delay);
     void startClock(TimeMs moment);
     void haltClock();

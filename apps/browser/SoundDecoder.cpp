@@ -11,6 +11,7 @@ extern "C" {
 namespace korvane {
 
 namespace {
+constexpr int mostRate = 768'000;  // the tables for converting grow with the rate
 constexpr int mostSamples = SoundQueue::rate * 10;
 constexpr AVRational milliseconds{1, 1000};
 constexpr TimeMs latestTime = 1'000'000'000'000'000;  // sums of such do not overflow
@@ -36,7 +37,7 @@ void SoundDecoder::decode(const AVPacket& packet) {
 }
 
 void SoundDecoder::take(const AVFrame& frame) {
-    if (frame.best_effort_timestamp == AV_NOPTS_VALUE || frame.sample_rate <= 0) return;
+    if (frame.best_effort_timestamp == AV_NOPTS_VALUE || frame.sample_rate <= 0 || frame.sample_rate > mostRate) return;
     const Form form{frame.format, frame.sample_rate, frame.ch_layout.nb_channels};
     if (form != form_) resampler_.reset();
     if (!resampler_) {

@@ -104,6 +104,7 @@ void StripHost::onSelected(const Event& event) {
     const auto wanted = takeWanted();
     const bool isAnswer = wanted && isAnswerTo(*wanted, event);
     const Event nearest = isAnswer ? nearestTo(*wanted, event) : event;
+    isArrivalPending_ = isAnswer && nearest->type() == ScrubberEventTypePending;
     if (nearest != event) toEntry(nearest, false);
     tell(isAnswer ? &ScrubberHost::arrived : &ScrubberHost::selected, nearest);
 }
@@ -142,7 +143,8 @@ void StripHost::renewSelection() {
         if (before->type() == ScrubberEventTypeGroup) toEntry(now, false);
         emit renewed(now);
     }
-    if (isFilled) tell(&ScrubberHost::selected, selected_);
+    const bool isArrival = isFilled && std::exchange(isArrivalPending_, false);
+    if (isFilled) tell(isArrival ? &ScrubberHost::arrived : &ScrubberHost::selected, selected_);
 }
 
 // The group that has taken an entry in; of a group that is none any more, the last event that has begun.

@@ -45,7 +45,10 @@ class StripHost : public ScrubberHost {
     void onSelected(const Event& event) override;
     void onPlayStarted(const Event& event) override;
     void onListChanged() override { renewSelection(); }
-    void forgetList() override { setSelected(nullptr); }
+    void forgetList() override {
+        setSelected(nullptr);
+        isArrivalPending_ = false;
+    }
     TimeMs positionIn(const Event& event) const override;
 
   private:
@@ -62,6 +65,7 @@ class StripHost : public ScrubberHost {
     bool isGrouping_ = false;
     std::atomic<bool> isPlayingOn_ = false;
     Event selected_;
+    bool isArrivalPending_ = false;           // it was the answer to a wish
     bool isSelectionPending_ = false;         // selected_ was still loading when it was selected
     std::atomic<std::int64_t> followed_ = 0;  // the id of selected_ while the strip follows the player in it, or 0
 };

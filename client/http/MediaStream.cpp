@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::int64_t smallestRange = ByteCache::blockSize;
 constexpr std::int64_t largestRange = 8 * ByteCache::blockSize;
-constexpr std::int64_t leastProgress = 4096;  // bytes that must come within the time-out
+constexpr std::int64_t leastProgress = 4096;              // bytes that must come within the time-out
+constexpr std::int64_t farthest = std::int64_t{1} << 60;  // no film is that long
 constexpr int mostRedirections = 5;
 constexpr int mostFruitless = 3;
 constexpr std::chrono::milliseconds longestStep{1'000};
@@ -60,6 +61,7 @@ void MediaStream::cancel() {
 
 /// Until the byte at the position is there. False at the film's end and after a fault.
 bool MediaStream::fetch() {
+    if (position_ > farthest) return false;
     while (fault_ == MediaFault::None) {
         if (isCancelled_) return fail(MediaFault::Cancelled);
         if (cache_.missingFrom(position_) > position_) {

@@ -11,7 +11,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::uint64_t seeds = 12;
 #else
-constexpr std::uint64_t seeds = 100;
+constexpr std::uint64_t seeds = 50;
 #endif
 constexpr int steps = 2'000;
 

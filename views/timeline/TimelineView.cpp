@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <utility>
 
 #include "korvane/base/Log.h"
@@ -95,8 +96,9 @@ void TimelineView::customInit(const TimelineEnvironment& environment) {
         if (button) connect(button, SIGNAL(clicked()), this, slot);
     }
     source_ = std::make_unique<RulerSource>(scheduler(), environment.service, [this](const auto& player) {
+        const QPointer<TimelineView> self(this);
         takePlayer(player);
-        emit sourceChanged();
+        if (self) emit sourceChanged();
     });
     connect(this, &TimelineView::positionSet, this, &TimelineView::playerPositionChanged);
     if (environment.service) helpers_ = environment.service->helpers();
@@ -209,16 +211,18 @@ void TimelineView::setPlayerPosition(qint64 position) {
     emit playerPositionChanged();
 }
 
-void TimelineView::leaveSource() {
-    if (source().isEmpty()) return;
+/// A host may let the ruler go in a slot, so what is told comes last.
+void TimelineView::leaveSourceFor(const std::function<void()>& another) {
+    if (!config_) return;
+    const QPointer<TimelineView> self(this);
+    const bool hadSource = !source().isEmpty();
     source_->leave();
-    emit sourceChanged();
+    another();
+    if (self && hadSource) emit sourceChanged();
 }
 
 void TimelineView::setPlayer(const std::shared_ptr<KorvanePlayer>& player) {
-    if (!config_) return;
-    leaveSource();
-    takePlayer(player);
+    leaveSourceFor([&] { takePlayer(player); });
 }
 
 void TimelineView::takePlayer(const std::shared_ptr<KorvanePlayer>& player) {
@@ -235,9 +239,7 @@ std::shared_ptr<KorvanePlayer> TimelineView::getPlayer() const {
 }
 
 void TimelineView::setCamera(const std::shared_ptr<KorvaneCamera>& camera) {
-    if (!config_) return;
-    leaveSource();
-    takeCamera(camera);
+    leaveSourceFor([&] { takeCamera(camera); });
 }
 
 void TimelineView::takeCamera(const std::shared_ptr<KorvaneCamera>& camera) {
@@ -250,7 +252,6 @@ void TimelineView::takeCamera(const std::shared_ptr<KorvaneCamera>& camera) {
     } else {
         unsetRange();
         if (timeLineSlider_) timeLineSlider_->setCenterTime(curtime);
-        emit centerTimeChanged();
     }
     if (camera) {
         startUpdates();
@@ -268,6 +269,7 @@ void TimelineView::takeCamera(const std::shared_ptr<KorvaneCamera>& camera) {
         }
     }
     if (timeLineSlider_) timeLineSlider_->timelineReload();
+    if (!b_isRangeset) emit centerTimeChanged();
 }
 
 std::shared_ptr<KorvaneCamera> TimelineView::getCamera() const {
@@ -325,8 +327,9 @@ void TimelineView::setScaleControlValue(qint64 row) {
     scale = *rowScale;
     takeRow(row);
     if (timeLineSlider_) timeLineSlider_->setTimeScale(scale);
+    const QPointer<TimelineView> self(this);
     emit scaleRowChanged();
-    if (b_isRangeset) emit centerTimeChanged();
+    if (self && b_isRangeset) emit centerTimeChanged();
 }
 
 void TimelineView::toggleScaleControl(int row) {
@@ -348,8 +351,9 @@ void TimelineView::zoomed(float toScale) {
     }
     scale = toScale;
     takeRow(nearest);
+    const QPointer<TimelineView> self(this);
     emit scaleRowChanged();
-    emit centerTimeChanged();
+    if (self) emit centerTimeChanged();
 }
 
 void TimelineView::scrollTimelineToLeft() {
@@ -380,8 +384,9 @@ void TimelineView::setRange(qint64 start, qint64 end) {
         prev_scale_row = scale_index;
         prev_scale = scale;
         range_scale = RulerScales::rangeScale(range, timeLineSlider_ ? timeLineSlider_->width() : 0);
+        const QPointer<TimelineView> self(this);
         setScaleControlValue(RulerScales::rangeRow);
-        if (!timeLineSlider_) return;
+        if (!self || !timeLineSlider_) return;
         timeLineSlider_->setTimeScale(range_scale);
         timeLineSlider_->setRange(range.start_range, range.end_range);
         emit centerTimeChanged();
@@ -393,9 +398,11 @@ void TimelineView::unsetRange() {
     binding_->setRange(std::nullopt);
     scale = prev_scale;
     onMain([this] {
-        applyConfig();
+        // A range that has been set meanwhile keeps the whole ruler.
+        if (!b_isRangeset) applyConfig();
+        const QPointer<TimelineView> self(this);
         setScaleControlValue(prev_scale_row);
-        if (!timeLineSlider_) return;
+        if (!self || !timeLineSlider_) return;
         timeLineSlider_->setTimeScale(scale);
         timeLineSlider_->unsetRange();
         emit centerTimeChanged();

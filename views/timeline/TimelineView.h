@@ -3,6 +3,7 @@
 #include <QPointer>
 #include <QString>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -229,7 +230,7 @@ class TimelineView : public WidgetItem {
   private:
     void customInit(const TimelineEnvironment& environment);
     void takePlayer(const std::shared_ptr<KorvanePlayer>& player);
-    void leaveSource();
+    void leaveSourceFor(const std::function<void()>& another);
     void takeCamera(const std::shared_ptr<KorvaneCamera>& camera);
     void setup();
     void setupSlider();

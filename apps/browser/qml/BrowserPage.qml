@@ -30,6 +30,7 @@ FocusScope {
         case Qt.Key_Delete: navigation.askToDelete(); return true
         case Qt.Key_T: browser.toNextPage(); return true
         case Qt.Key_R: browser.ruler.hasRange = !browser.ruler.hasRange; return true
+        case Qt.Key_C: if (isRuler) ruler.toggleCalendarControl(); return isRuler
         case Qt.Key_M: browser.player.muted = !browser.player.muted; return true
         case Qt.Key_Comma: settings.open(); return true
         case Qt.Key_Question: case Qt.Key_F1: help.open(); return true
@@ -121,6 +122,8 @@ FocusScope {
 
         anchors.fill: strip
         visible: page.isRuler
+        // What is not seen would keep the keyboard.
+        onVisibleChanged: if (!visible && activeFocus) keys.forceActiveFocus()
         onPlayPauseRequested: page.browser.togglePlaying()
         Component.onCompleted: page.browser.attachRuler(ruler)
     }

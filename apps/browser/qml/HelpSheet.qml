@@ -15,6 +15,7 @@ Sheet {
         ["G", "Show what is close together as one"],
         ["O", "Go on with the next when one is over"],
         ["R", "On the ruler: the hour around this moment"],
+        ["C", "On the ruler: the days that were recorded"],
         ["M", "Sound on, sound off"],
         ["Delete", "Delete this event, after a question"],
         [",", "Settings"],

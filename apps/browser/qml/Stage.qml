@@ -59,6 +59,7 @@ Rectangle {
         anchors.topMargin: 2 * Theme.unit
         visible: faultCaption.visible && stage.browser.service.isLost
         text: "Try again"
+        face: Theme.sheet
         onClicked: stage.browser.service.tryNow()
     }
     Caption {

@@ -6,6 +6,7 @@ T.Button {
     id: button
 
     property bool strong: false
+    property color face: "transparent"
 
     implicitWidth: Math.max(96, contentItem.implicitWidth + 4 * Theme.unit)
     implicitHeight: 44
@@ -19,7 +20,7 @@ T.Button {
     background: Rectangle {
         radius: height / 2
         antialiasing: true
-        color: button.down ? Theme.pressed : button.hovered ? Theme.hovered : "transparent"
+        color: button.down ? Theme.pressed : button.hovered ? Theme.hovered : button.face
         border.color: button.strong ? Theme.accent : Theme.pressed
 
         FocusRing { control: button }

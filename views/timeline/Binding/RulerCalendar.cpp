@@ -61,7 +61,9 @@ void RulerCalendar::setup(CalendarContainer* controller, CalendarView* calendarV
     if (!controller) return;
     // A ruler that is not seen leaves no panel behind.
     QObject::connect(&view_, &QQuickItem::visibleChanged, controller, [this] {
-        if (!view_.isVisible()) calendarController_->dismiss();
+        if (view_.isVisible()) return;
+        calendarController_->bindToView(nullptr);  // a show that is on its way finds no window
+        calendarController_->dismiss();
     });
 }
 
@@ -78,6 +80,7 @@ void RulerCalendar::setColors(const QColor& background, const QColor& text, cons
 void RulerCalendar::clean() {
     if (calendarController_) {
         QObject::disconnect(&view_, nullptr, calendarController_, nullptr);
+        calendarController_->bindToView(nullptr);
         calendarController_->dismiss();
     }
     calendarController_ = nullptr;
@@ -140,8 +143,13 @@ void RulerCalendar::cameraChanged() {
         if (each->view) empty(*each);
     }
     calendar_dates.clear();
-    if (calendarController_ && calendarController_->isPresented()) getCalendar(panel_);
-    if (isExternalShown()) external_.view->showLoading(getCalendar(external_) >= 0);
+    if (calendarController_ && calendarController_->isPresented() && panel_.view) {
+        getCalendar(panel_);
+        showMoment(*panel_.view);
+    }
+    if (!isExternalShown()) return;
+    externalCalendarView_->showLoading(getCalendar(external_) >= 0);
+    showMoment(*externalCalendarView_);
 }
 
 void RulerCalendar::showMoment(CalendarView& calendar) {
@@ -193,7 +201,9 @@ void RulerCalendar::toggleInExternalView() {
 }
 
 void RulerCalendar::removeExternal() {
+    const bool hadFocus = externalCalendarView_->hasActiveFocus();
     externalCalendarView_->setParentItem(nullptr);
+    if (hadFocus && external_.view && view_.isVisible()) view_.forceActiveFocus();
     if (externalCalendarContainerView_) externalCalendarContainerView_->setVisible(false);
 }
 

@@ -44,15 +44,17 @@ void RulerSource::setToken(const QString& token) {
     leave();
     token_ = token;
     if (!token.isEmpty() && !service_) status_ = StatusBadCall;
-    found_(nullptr);  // what has been shown leaves at once
-    if (token.isEmpty() || !service_) return;
-    link_ = std::make_unique<CameraLink>(scheduler_, *service_);
-    link_->open(token.toStdString(),
-                [this](const std::shared_ptr<KorvaneCamera>& camera, const std::string& /*text*/, std::int32_t status) {
-                    status_ = status;
-                    played_ = std::make_shared<Played>(camera, position());
-                    found_(camera ? played_ : nullptr);
-                });
+    if (!token.isEmpty() && service_) {
+        link_ = std::make_unique<CameraLink>(scheduler_, *service_);
+        link_->open(token.toStdString(), [this](const std::shared_ptr<KorvaneCamera>& camera,
+                                                const std::string& /*text*/, std::int32_t status) {
+            status_ = status;
+            played_ = std::make_shared<Played>(camera, position());
+            found_(camera ? played_ : nullptr);
+        });
+    }
+    // Last, since it may set another token or end this; what has been shown leaves at once.
+    found_(nullptr);
 }
 
 TimeMs RulerSource::position() const {

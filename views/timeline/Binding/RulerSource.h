@@ -18,7 +18,7 @@ class KorvaneService;
 class RulerSource {
   public:
     /// Null within setToken(); then, on a later turn of the main loop, the player, or null without a camera. It may
-    /// not destroy the source.
+    /// set another token and destroy the source.
     using Found = std::function<void(const std::shared_ptr<KorvanePlayer>& player)>;
 
     /// Without a service no token is good.
