@@ -1,11 +1,13 @@
 #include "korvane/server/Importer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <set>
 #include <thread>
 
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/FileLock.h"
 #include "korvane/server/FileTime.h"
 #include "korvane/server/FolderFiles.h"
 #include "korvane/server/LocalDays.h"
@@ -19,6 +21,12 @@ namespace fs = std::filesystem;
 
 constexpr const char* motionName = "motion";
 constexpr TimeMs latest = 253'402'300'799'000;
+constexpr std::chrono::milliseconds waitForTurn(50);
+
+TimeMs systemNow() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
 
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
@@ -27,6 +35,8 @@ class Import {
         : storage_(storage), folder_(std::move(folder)), options_(options) {}
 
     Result<ImportReport> run() {
+        FileLock turn(storage_.file().string() + ".import");
+        if (!await(turn)) return std::move(report_);
         auto files = listFolder(folder_);
         if (!files) return files.error();
         if (files->videos.empty()) return Error{"there are no video files in " + folder_.string()};
@@ -48,6 +58,17 @@ class Import {
         std::optional<NewRecord> record;
         std::vector<NewEvent> events;
     };
+
+    /// False when cancelled.
+    bool await(FileLock& turn) {
+        while (!turn.tryLock()) {
+            if (options_.onProgress) options_.onProgress({0, 0, "", 0, true});
+            if (isCancelled()) report_.cancelled = true;
+            if (report_.cancelled) return false;
+            std::this_thread::sleep_for(waitForTurn);
+        }
+        return true;
+    }
 
     Failure prepareCamera() {
         CameraFile told = readCameraFile(folder_, report_.rejected);
@@ -91,7 +112,6 @@ class Import {
             report_.cancelled = true;
             return std::nullopt;
         }
-        tell(path, 0);
         const auto source = describeFile(folder_, path);
         if (!source) {
             report_.rejected.push_back({path, "has vanished"});
@@ -105,6 +125,11 @@ class Import {
             ++done_;
             return std::nullopt;
         }
+        if (std::chrono::milliseconds(std::abs(systemNow() - source->modified)) < options_.settling) {
+            ++done_;
+            return std::nullopt;
+        }
+        tell(path, 0);
         Reading reading{*source, std::nullopt, {}};
         (this->*read)(reading);
         if (isCancelled()) {

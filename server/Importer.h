@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -21,6 +22,8 @@ struct ImportProgress {
     std::string file;
     /// How much of that file is read, 0 to 1.
     double fraction = 0;
+    /// Another import into the same data base is under way, and this one begins after it.
+    bool isWaiting = false;
 };
 
 struct ImportOptions {
@@ -30,6 +33,9 @@ struct ImportOptions {
     std::string timezone;
     /// Threads that decode; 0 for one a core.
     unsigned threads = 0;
+    /// Files that have changed within this time may still be written to: they are left as they are until a later
+    /// import. 0 for none.
+    std::chrono::milliseconds settling{0};
     /// Called from any of the importer's threads, one call at a time.
     std::function<void(const ImportProgress&)> onProgress;
     /// May be set from any thread: the file under way is dropped, finished ones stay, and the next import continues
@@ -59,8 +65,9 @@ struct ImportReport {
 };
 
 /// Reads every video file under `folder` into `storage`: a recording each, with a motion event wherever something
-/// begins to move. events.json files add named events, camera.json names the camera. One transaction a file. Fails when
-/// the folder is missing, unreadable or has nothing to import, and when the data base fails. Blocks.
+/// begins to move. events.json files add named events, camera.json names the camera. One transaction a file. Of two
+/// imports into one data base, in several processes too, the later waits. Fails when the folder is missing, unreadable
+/// or has nothing to import, and when the data base fails; what was stored until then stays. Blocks.
 Result<ImportReport> importFolder(Storage& storage, const std::filesystem::path& folder, const ImportOptions& options);
 
 /// The default place of a folder's data base: FOLDER/.korvane/camera.db.

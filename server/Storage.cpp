@@ -66,6 +66,13 @@ Camera readCamera(const Query& query) {
     return {query.integer(0), query.text(1), query.text(2), query.text(3)};
 }
 
+std::optional<Camera> findCamera(Database& database, const std::string& folder) {
+    Query query = database.query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
+    query.bind(folder);
+    if (!query.step()) return std::nullopt;
+    return readCamera(query);
+}
+
 StoredRecord readRecord(const Query& query) {
     return {query.integer(0), query.integer(1), query.integer(2), query.text(3), !query.isNull(4)};
 }
@@ -205,7 +212,8 @@ Failure guardedStatus(std::mutex& mutex, Work work) {
 
 }  // namespace
 
-Storage::Storage(std::unique_ptr<Database> database) : database_(std::move(database)) {}
+Storage::Storage(std::filesystem::path file, std::unique_ptr<Database> database)
+    : file_(std::move(file)), database_(std::move(database)) {}
 Storage::~Storage() = default;
 
 Result<std::unique_ptr<Storage>> Storage::open(const std::filesystem::path& file) {
@@ -213,10 +221,18 @@ Result<std::unique_ptr<Storage>> Storage::open(const std::filesystem::path& file
         if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
         auto database = std::make_unique<Database>(file);
         prepareSchema(*database);
-        return std::unique_ptr<Storage>(new Storage(std::move(database)));
+        return std::unique_ptr<Storage>(new Storage(file, std::move(database)));
     } catch (const std::exception& error) {
         return Error{"cannot open data base " + file.string() + ": " + error.what()};
     }
+}
+
+Result<std::int64_t> Storage::foreignChanges() {
+    return guarded(mutex_, [this] {
+        Query query = database_->query("PRAGMA data_version");
+        query.step();
+        return query.integer(0);
+    });
 }
 
 Result<std::vector<Camera>> Storage::cameras() {
@@ -240,6 +256,12 @@ Result<std::optional<Camera>> Storage::camera(std::int64_t id) {
 Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::string& name,
                                         const std::string& timezone) {
     return guarded(mutex_, [&] {
+        const std::optional<Camera> known = findCamera(*database_, folder);
+        const auto keeps = [](const std::string& wanted, const std::string& has) {
+            return wanted.empty() || wanted == has;
+        };
+        // A folder that is looked at again and again is not written to each time.
+        if (known && keeps(name, known->name) && keeps(timezone, known->timezone)) return *known;
         DatabaseTransaction transaction(*database_);
         database_
             ->query(
@@ -249,14 +271,9 @@ Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::st
             .bind(name)
             .bind(timezone)
             .run();
-        Camera camera;
-        {
-            Query query = database_->query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
-            query.bind(folder).step();
-            camera = readCamera(query);
-        }
+        const std::optional<Camera> camera = findCamera(*database_, folder);
         transaction.commit();
-        return camera;
+        return camera.value();
     });
 }
 

@@ -104,6 +104,12 @@ class Storage {
     static Result<std::unique_ptr<Storage>> open(const std::filesystem::path& file);
     ~Storage();
 
+    /// As it was opened.
+    const std::filesystem::path& file() const { return file_; }
+
+    /// Changes whenever another connection to the data base, in this process or another, has written to it.
+    Result<std::int64_t> foreignChanges();
+
     /// All cameras in order of id.
     Result<std::vector<Camera>> cameras();
     Result<std::optional<Camera>> camera(std::int64_t id);
@@ -150,7 +156,9 @@ class Storage {
                       const std::function<NewEvent(std::int64_t number)>& event);
 
   private:
-    explicit Storage(std::unique_ptr<Database> database);
+    Storage(std::filesystem::path file, std::unique_ptr<Database> database);
+
+    const std::filesystem::path file_;
 
     std::mutex mutex_;
     std::unique_ptr<Database> database_;

@@ -90,32 +90,39 @@ void Application::makeWindow() {
 
 void Application::importFootage(FootageService::Handlers handlers) {
     setImporting(true);
-    auto shown = [this, progress = std::move(handlers.progress)](const FootageService::Progress& what) {
-        importModel_->setProgress(what);
-        if (progress) progress(what);
+    const auto both = [](auto own, auto other) {
+        return [own = std::move(own), other = std::move(other)](const auto& what) {
+            own(what);
+            if (other) other(what);
+        };
     };
-    auto started = [then = std::move(handlers.started)](const FootageService::Started& what) {
-        if (then) then(what);
-    };
-    auto failed = [then = std::move(handlers.failed)](const std::string& reason) {
-        if (then) then(reason);
-    };
-    footage_ = std::make_unique<FootageService>(
-        *toolkit_->scheduler, FootageService::Handlers{std::move(shown), std::move(started), std::move(failed)});
+    FootageService::Handlers all;
+    all.progress = both([this](const auto& progress) { importModel_->setProgress(progress); }, handlers.progress);
+    all.started = both([this](const auto& started) { openFootage(started); }, handlers.started);
+    all.looked = both([this](const auto& look) { takeLook(look); }, handlers.looked);
+    all.failed =
+        both([this](const auto& reason) { importModel_->setFault(QString::fromStdString(reason)); }, handlers.failed);
+    footage_ = std::make_unique<FootageService>(*toolkit_->scheduler, std::move(all));
     footage_->start(folder_);
 }
 
 void Application::openFootage(const FootageService::Started& started) {
-    QStringList rejected;
-    for (const auto& [file, reason] : started.rejected) rejected << QString::fromStdString(file + ": " + reason);
-    browser_->setRejected(rejected);
     setImporting(false);
     browser_->open(QString::fromStdString(started.token), QString::fromStdString(started.cameraName));
 }
 
-void Application::showFault(const std::string& reason) {
-    importModel_->setFault(QString::fromStdString(reason));
-    setImporting(true);
+void Application::takeLook(const FootageService::Look& look) {
+    browser_->setFolderFault(QString::fromStdString(look.fault));
+    if (look.hasNews) browser_->renewFootage();
+    if (!look.fault.empty()) return;
+    QStringList rejected;
+    QStringList isNew;
+    for (const auto& [file, reason] : look.rejected) {
+        rejected << QString::fromStdString(file + ": " + reason);
+        if (!rejected_.contains(rejected.last())) isNew << rejected.last();
+    }
+    rejected_ = rejected;
+    if (!isNew.isEmpty()) browser_->setRejected(isNew);
 }
 
 void Application::openToken(const std::string& token) {

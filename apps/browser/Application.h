@@ -37,12 +37,9 @@ class Application {
     ImportModel& importModel() { return *importModel_; }
     Scheduler& scheduler() { return *toolkit_->scheduler; }
 
-    /// Imports the folder, on the import page, and serves it. Once. Each handler may be empty.
+    /// Imports the folder, on the import page, shows its camera, and keeps up with what comes to the folder later.
+    /// Once. `handlers` hear of all that after the window has been told; each may be empty.
     void importFootage(FootageService::Handlers handlers);
-    /// Leaves the import page for the camera that was imported.
-    void openFootage(const FootageService::Started& started);
-    /// Says on the import page that there is nothing.
-    void showFault(const std::string& reason);
     /// Shows a camera of a service that runs elsewhere.
     void openToken(const std::string& token);
 
@@ -50,6 +47,8 @@ class Application {
     const QStringList& faults() const { return faults_; }
 
   private:
+    void openFootage(const FootageService::Started& started);
+    void takeLook(const FootageService::Look& look);
     void setImporting(bool isImporting);
     void makeWindow();
     void keepPreferences();
@@ -60,6 +59,7 @@ class Application {
     const std::shared_ptr<KorvaneService> service_;
     QStringList faults_;
     std::unique_ptr<FootageService> footage_;
+    QStringList rejected_;  // by the last look
     std::unique_ptr<ImportModel> importModel_;
     std::unique_ptr<Preferences> preferences_;
     std::unique_ptr<Browser> browser_;

@@ -15,6 +15,7 @@ namespace korvane {
 namespace {
 
 constexpr std::chrono::milliseconds scrubPatience{500};
+constexpr std::chrono::milliseconds renewalPatience{300};
 constexpr TimeMs sameMoment = 1'000;
 constexpr std::int32_t internalError = 500;
 
@@ -411,6 +412,30 @@ void Browser::setRejected(const QStringList& rejected) {
     emit rejectedChanged();
 }
 
+bool Browser::isInHand() const {
+    return shown_->isHeld() || isFlyingOver() || player_.isScrubbing() || !navigation_.doomed().isEmpty();
+}
+
+void Browser::renewFootage() {
+    if (token_.isEmpty() || std::exchange(isRenewalDue_, true)) return;
+    scheduler_.after(isInHand() ? renewalPatience : std::chrono::milliseconds(0), life_.guard([this] {
+        isRenewalDue_ = false;
+        if (isInHand()) return renewFootage();
+        player_.forgetRecordings();
+        if (page_ == Page::Ruler)
+            ruler_.refresh();
+        else
+            shown_->refresh();
+        if (isLive_) goLive();
+    }));
+}
+
+void Browser::setFolderFault(const QString& reason) {
+    if (folderFault_ == reason) return;
+    folderFault_ = reason;
+    emit messageChanged();
+}
+
 void Browser::setZone(const QString& zone) {
     zone_ = zone;
     timeline_.setZone(zone);
@@ -461,10 +486,24 @@ QString Browser::date() const {
     return format(shownTime(), QStringLiteral("EEE d MMM yyyy"));
 }
 
+/// Under the finger, or else selected.
+ScrubberHost::Event Browser::entryInView() const {
+    if (page_ == Page::Ruler) return nullptr;
+    if (!isFlyingOver()) return navigation_.selected();
+    const auto index = shown_->indexUnderMark();
+    return index ? shown_->entry(*index) : nullptr;
+}
+
+QImage Browser::thumbnail() const {
+    const bool isOnTheWay = player_.state() == RecordingPlayer::State::Opening || player_.isScrubbing();
+    const auto event = isFlyingOver() || isOnTheWay ? entryInView() : nullptr;
+    const TimeMs picture = player_.framePosition();
+    if (!event || (picture >= event->start() && picture <= event->end())) return {};
+    return shown_->widget() ? shown_->widget()->getPreview(event) : QImage();
+}
+
 QString Browser::eventName() const {
-    if (page_ == Page::Ruler) return {};
-    const auto index = isFlyingOver() ? shown_->indexUnderMark() : std::nullopt;
-    const auto event = index ? shown_->entry(*index) : isFlyingOver() ? nullptr : navigation_.selected();
+    const auto event = entryInView();
     return event ? eventText(event->fields()) : QString();
 }
 
@@ -500,6 +539,7 @@ QString Browser::message() const {
     if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
     if (isLoading()) return loadingText();
     if (!note_.isEmpty()) return note_;
+    if (!folderFault_.isEmpty()) return tr("The folder cannot be read: %1").arg(folderFault_);
     if (!expiry_.isEmpty()) return expiry_;
     switch (player_.state()) {
         case RecordingPlayer::State::Idle:
@@ -538,6 +578,7 @@ Browser::Mood Browser::mood() const {
     if (!fault_.isEmpty() || watch_.isLost() || listStatus_ != 0) return Mood::Fault;
     if (listState_ == ScrubberStateDeleting || isLoading()) return Mood::Busy;
     if (!note_.isEmpty()) return noteMood_;
+    if (!folderFault_.isEmpty()) return Mood::Warning;
     return player_.state() == RecordingPlayer::State::Opening ? Mood::Busy : Mood::Calm;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
+#include <QImage>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -45,6 +46,7 @@ class Browser : public QObject {
     Q_PROPERTY(bool isFlyingOver READ isFlyingOver NOTIFY timeChanged)
     /// The picture is of the moment that is told.
     Q_PROPERTY(bool isPictureTrue READ isPictureTrue NOTIFY timeChanged)
+    Q_PROPERTY(QImage thumbnail READ thumbnail NOTIFY timeChanged)
     Q_PROPERTY(bool isLive READ isLive NOTIFY selectionChanged)
     Q_PROPERTY(QString count READ count NOTIFY stateChanged)
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
@@ -94,6 +96,11 @@ class Browser : public QObject {
     void setPalette(const Palette& palette);
     void setClockStyle(const ClockStyle& style);
 
+    /// Recordings or events have come or gone. What is on screen stays, and a hand has its way first.
+    void renewFootage();
+    /// Why the folder behind the service cannot be looked at, as of now; empty when it can.
+    void setFolderFault(const QString& reason);
+
     /// Files that the import could not take, each "name: reason", for a notice that the person can put away.
     void setRejected(const QStringList& rejected);
     Q_INVOKABLE void dismissRejected() { setRejected({}); }
@@ -116,6 +123,8 @@ class Browser : public QObject {
     QString eventName() const;
     bool isFlyingOver() const { return flyOver_ >= 0; }
     bool isPictureTrue() const { return isPictureOf(shownTime()); }
+    /// Of the entry that is on its way to the screen, until the player has a picture of it; null for none.
+    QImage thumbnail() const;
     /// The strip stands at its live end.
     bool isLive() const { return isLive_; }
     QString count() const;
@@ -156,11 +165,13 @@ class Browser : public QObject {
     void onServiceBack(const std::shared_ptr<KorvaneCamera>& camera);
     TimeMs momentToKeep() const;
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
+    bool isInHand() const;
     void setZone(const QString& zone);
     void setFlyOver(TimeMs time);
     void setNote(const QString& note, Mood mood);
     TimeMs shownTime() const;
     bool isPictureOf(TimeMs moment) const;
+    ScrubberHost::Event entryInView() const;
     bool isEmpty() const;
     bool isLoading() const;
     QString loadingText() const;
@@ -188,12 +199,14 @@ class Browser : public QObject {
     ScrubberHost::Event playedOut_;  // has just been played to its end, and the strip goes on
     bool isEventOver_ = false;       // the player has been stopped at the end of what is selected
     bool isReloaded_ = false;        // the strip is on its way back to the moment on screen
-    bool isRefused_ = false;         // the list's next status comes from a failed deletion
+    bool isRenewalDue_ = false;
+    bool isRefused_ = false;  // the list's next status comes from a failed deletion
     TimeMs flyOver_ = -1;
     static constexpr TimeMs nowhere = -2;
     TimeMs lostAt_ = nowhere;  // where the player has lost the service last
     QString fault_;            // of token or camera; stays until the next open()
     QString note_;             // of the player
+    QString folderFault_;
     Mood noteMood_ = Mood::Calm;
     QString expiry_;
     ClockStyle clockStyle_;

@@ -1,20 +1,24 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "korvane/base/LifeToken.h"
 #include "korvane/base/Scheduler.h"
+#include "korvane/base/WorkerPool.h"
 
 namespace korvane {
 
-/// The camera service inside the application: takes in a folder of recordings and serves it on a free port of this
-/// machine. Main thread only; the handlers run there too.
+/// The camera service inside the application: takes in a folder of recordings, serves it on a free port of this
+/// machine, and looks at the folder again and again for what has come or gone. A folder that is known from an earlier
+/// start is served before it is looked at. Main thread only; the handlers run there too.
 class FootageService {
   public:
     struct Progress {
@@ -23,27 +27,43 @@ class FootageService {
         std::string file;
         /// Of the whole import, 0 to 1.
         double fraction = 0;
+        /// Another process takes the same folder in; this one begins after it.
+        bool isWaiting = false;
     };
 
     struct Started {
         /// Opens the camera for a month.
         std::string token;
         std::string cameraName;
-        std::size_t imported = 0;
-        std::size_t unchanged = 0;
-        /// Files that could not be taken in, each with the reason.
-        std::vector<std::pair<std::string, std::string>> rejected;
     };
 
+    struct Look {
+        std::size_t imported = 0;
+        std::size_t unchanged = 0;
+        /// Recordings or events have come or gone, by this look or by another process.
+        bool hasNews = false;
+        /// Files that could not be taken in, each with the reason.
+        std::vector<std::pair<std::string, std::string>> rejected;
+        /// Why the folder could not be taken in whole; empty when it was. What was served before still is.
+        std::string fault;
+    };
+
+    /// Each may be empty.
     struct Handlers {
         std::function<void(const Progress& progress)> progress;
+        /// The service runs. Once more, with another token, when the folder has been replaced by another one.
         std::function<void(const Started& started)> started;
-        /// A sentence. Nothing else is called after it.
+        /// After the first look, and after each that found news or went otherwise than the one before. Never before
+        /// `started`.
+        std::function<void(const Look& look)> looked;
+        /// A sentence: there is nothing to serve, until a later look finds something.
         std::function<void(const std::string& reason)> failed;
     };
 
-    /// `scheduler` outlives the service.
-    FootageService(Scheduler& scheduler, Handlers handlers);
+    static constexpr std::chrono::milliseconds usualPause{5'000};
+
+    /// `scheduler` outlives the service. From one look to the next `pause` passes, or more where looks take long.
+    FootageService(Scheduler& scheduler, Handlers handlers, std::chrono::milliseconds pause = usualPause);
     /// Breaks an import off, stops the server and waits for both.
     ~FootageService();
 
@@ -54,12 +74,18 @@ class FootageService {
     void start(const std::filesystem::path& folder);
 
   private:
-    struct Work;
+    class Work;
+
+    void look();
+    void onLooked(const Look& look, std::chrono::microseconds taken);
 
     Scheduler& scheduler_;
     const Handlers handlers_;
+    const std::chrono::milliseconds pause_;
+    bool isStarted_ = false;
     std::shared_ptr<Work> work_;
-    std::unique_ptr<Thread> thread_;
+    std::optional<Look> before_;
+    WorkerPool pool_{1};
     LifeToken life_;
 };
 

@@ -9,6 +9,7 @@ ImportModel::ImportModel(QString folder, QObject* parent) : QObject(parent), fol
 void ImportModel::setProgress(const FootageService::Progress& progress) {
     progress_ = progress;
     emit progressChanged();
+    if (!fault_.isEmpty()) setFault({});
 }
 
 void ImportModel::setFault(const QString& fault) {

@@ -19,6 +19,7 @@ class ImportModel : public QObject {
     Q_PROPERTY(QString file READ file NOTIFY progressChanged)
     Q_PROPERTY(int filesDone READ filesDone NOTIFY progressChanged)
     Q_PROPERTY(int filesTotal READ filesTotal NOTIFY progressChanged)
+    Q_PROPERTY(bool isWaiting READ isWaiting NOTIFY progressChanged)
     Q_PROPERTY(QString fault READ fault NOTIFY faultChanged)
 
   public:
@@ -31,6 +32,8 @@ class ImportModel : public QObject {
     QString file() const { return QString::fromStdString(progress_.file); }
     int filesDone() const { return static_cast<int>(progress_.filesDone); }
     int filesTotal() const { return static_cast<int>(progress_.filesTotal); }
+    /// Another window of the application takes the folder in.
+    bool isWaiting() const { return progress_.isWaiting; }
     /// Why there is nothing to browse; empty when all is well.
     QString fault() const { return fault_; }
 

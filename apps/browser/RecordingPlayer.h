@@ -83,6 +83,11 @@ class RecordingPlayer : public QObject, public KorvanePlayer {
     /// Opens the last moment of scrubTo(), and plays on if it played. Nothing without one.
     void endScrub();
 
+    /// What is known of where recordings lie may be out of date. What plays goes on.
+    void forgetRecordings() {
+        if (lookup_) lookup_->forget();
+    }
+
     State state() const { return state_; }
     /// False where there is no sound device, or while it is looked for: then the player is silent.
     bool hasSound() const { return sound_ && sound_->hasDevice(); }

@@ -39,6 +39,11 @@ class RulerHost : public QObject, private KorvanePlayer {
     /// Empties the ruler.
     void close();
 
+    /// Recordings may have come or gone: asks anew, and stays where it is.
+    void refresh() {
+        if (view_ && isOpen_) view_->refresh();
+    }
+
     /// Once the player has come to where it is going, that moment stands in the middle.
     void showNext();
 

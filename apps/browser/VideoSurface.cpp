@@ -19,9 +19,16 @@ void VideoSurface::setSink(PictureSink* sink) {
     takePicture();
 }
 
+void VideoSurface::setStandIn(const QImage& standIn) {
+    if (standIn.cacheKey() == standIn_.cacheKey()) return;
+    standIn_ = standIn;
+    emit standInChanged();
+    takePicture();
+}
+
 void VideoSurface::takePicture() {
     const QSize before = picture_.size();
-    picture_ = sink_ ? sink_->picture() : QImage();
+    picture_ = !standIn_.isNull() ? standIn_ : sink_ ? sink_->picture() : QImage();
     isTaken_ = false;
     if (picture_.size() != before) emit contentRectChanged();
     update();

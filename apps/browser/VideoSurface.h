@@ -15,6 +15,7 @@ class VideoSurface : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(korvane::PictureSink* sink READ sink WRITE setSink NOTIFY sinkChanged)
+    Q_PROPERTY(QImage standIn READ standIn WRITE setStandIn NOTIFY standInChanged)
     Q_PROPERTY(bool hasFrame READ hasFrame NOTIFY frameChanged)
     Q_PROPERTY(QRectF contentRect READ contentRect NOTIFY contentRectChanged)
 
@@ -25,6 +26,10 @@ class VideoSurface : public QQuickItem {
     PictureSink* sink() const { return sink_; }
     void setSink(PictureSink* sink);
 
+    /// Shown instead of the player's picture; null for none.
+    const QImage& standIn() const { return standIn_; }
+    void setStandIn(const QImage& standIn);
+
     bool hasFrame() const { return !picture_.isNull(); }
 
     /// Where in this item the picture is, points; all of the item without a picture.
@@ -32,6 +37,7 @@ class VideoSurface : public QQuickItem {
 
   signals:
     void sinkChanged();
+    void standInChanged();
     void frameChanged();
     void contentRectChanged();
 
@@ -44,6 +50,7 @@ class VideoSurface : public QQuickItem {
     void takePicture();
 
     QPointer<PictureSink> sink_;
+    QImage standIn_;
     QImage picture_;
     bool isTaken_ = false;  // the scene has this picture
 };

@@ -10,6 +10,7 @@ extern "C" {
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "korvane/apps/browser/Application.h"
@@ -33,17 +34,13 @@ bool hasDisplay() {
 int runWindow(korvane::Application& application, const korvane::BrowserArguments& arguments) {
     int exitCode = 0;
     if (arguments.folder) {
-        application.importFootage({{},
-                                   [&](const korvane::FootageService::Started& started) {
-                                       for (const auto& [file, reason] : started.rejected)
-                                           std::fprintf(stderr, "not imported: %s: %s\n", file.c_str(), reason.c_str());
-                                       application.openFootage(started);
-                                   },
-                                   [&](const std::string& reason) {
-                                       std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
-                                       exitCode = exitWrongUse;
-                                       application.showFault(reason);
-                                   }});
+        korvane::FootageService::Handlers told;
+        told.started = [&](const auto&) { exitCode = 0; };
+        told.failed = [&](const std::string& reason) {
+            std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
+            exitCode = exitWrongUse;
+        };
+        application.importFootage(std::move(told));
     } else {
         application.openToken(arguments.token);
     }

@@ -26,10 +26,12 @@ TEST(Application, MayBeClosedAtAnyTimeOfItsStart) {
     application->importFootage({});
     application = std::make_unique<Application>(folder.path());
     bool isImported = false;
-    application->importFootage({{}, [&](const auto&) { isImported = true; }, {}});
+    FootageService::Handlers told;
+    told.looked = [&](const auto&) { isImported = true; };
+    application->importFootage(told);
     ASSERT_TRUE(until([&] { return isImported; })) << "the import goes on where it was broken off";
     application = std::make_unique<Application>(folder.path());
-    application->importFootage({{}, [&](const auto& started) { application->openFootage(started); }, {}});
+    application->importFootage({});
     ASSERT_TRUE(until([&] { return !application->browser().cameraName().isEmpty(); }));
     application.reset();
 }

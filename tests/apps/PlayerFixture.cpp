@@ -21,9 +21,10 @@ void PlayerFixture::SetUp() {
     last = first + 600'000;
     writeFootage();
     std::string fault;
-    footage = std::make_unique<FootageService>(
-        scheduler, FootageService::Handlers{[](const auto&) {}, [this](const auto& started) { token = started.token; },
-                                            [&](const std::string& reason) { fault = reason; }});
+    FootageService::Handlers told;
+    told.started = [this](const auto& started) { token = started.token; };
+    told.failed = [&](const std::string& reason) { fault = reason; };
+    footage = std::make_unique<FootageService>(scheduler, std::move(told));
     footage->start(folder.path());
     ASSERT_TRUE(until([&] { return !token.empty() || !fault.empty(); }));
     ASSERT_EQ(fault, "");

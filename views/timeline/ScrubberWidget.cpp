@@ -5,7 +5,10 @@
 #include <utility>
 
 #include "korvane/base/Log.h"
+#include "korvane/toolkit/ImageCache.h"
+#include "korvane/toolkit/ToolkitContext.h"
 #include "korvane/views/timeline/Binding/ScrubberStripView.h"
+#include "korvane/views/timeline/Presentation/ScrubberPreview.h"
 #include "korvane/views/timeline/Version.h"
 
 namespace korvane {
@@ -179,6 +182,12 @@ bool ScrubberWidget::isAtRest() const {
 
 bool ScrubberWidget::isHeld() const {
     return strip_->isHeld();
+}
+
+QImage ScrubberWidget::getPreview(const std::shared_ptr<ScrubberEvent>& event) const {
+    if (!event) return {};
+    const QString key = ScrubberPreview::cacheKey(event->fields(), strip_->getConfig().dataSourceType());
+    return toolkit()->imageCache->imageFromMemoryCacheForKey(key);
 }
 
 std::vector<std::int64_t> ScrubberWidget::getVisibleIndexes() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QString>
 #include <cstdint>
 #include <functional>
@@ -100,6 +101,8 @@ class ScrubberWidget : public WidgetItem {
         return ScrubberEventInfo(getEvent(index));
     }
     std::shared_ptr<ScrubberEvent> getEventByIndex(std::int64_t index) const { return getEvent(index); }
+    /// The entry's picture where it is in memory, as it is once a cell has shown it; null for none.
+    QImage getPreview(const std::shared_ptr<ScrubberEvent>& event) const;
     /// The provider's list; of a host's own source, all entries but the head. Any thread.
     std::vector<std::shared_ptr<ScrubberEvent>> getEvents() const;
 

@@ -294,6 +294,10 @@ void TimelineView::updateTimelineData() {
     });
 }
 
+void TimelineView::refresh() {
+    if (config_) binding_->refresh();
+}
+
 void TimelineView::clean() {
     stopUpdates();
     if (!config_) return;

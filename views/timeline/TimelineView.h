@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "korvane/base/Time.h"
 #include "korvane/toolkit/WidgetItem.h"
 #include "korvane/views/timeline/ScrubberCommon/TimelineConfig.h"
 #include "korvane/views/timeline/TimelineEnvironment.h"
@@ -114,6 +113,8 @@ class TimelineView : public WidgetItem {
     Q_INVOKABLE void stopUpdates();
     /// Looks for what there is to fetch, and paints anew. Any thread.
     Q_INVOKABLE void updateTimelineData();
+    /// Forgets recorded time out of view and fetches anew what is in view, which stays as it is until then.
+    Q_INVOKABLE void refresh();
     /// Ends the updates and lets go of everything; the view shows nothing and cannot be used again.
     Q_INVOKABLE void clean();
 

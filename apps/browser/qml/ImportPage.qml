@@ -26,6 +26,13 @@ Item {
             lineHeight: 1.3
             color: Theme.fault
         }
+        Label {
+            width: parent.width
+            visible: page.model.fault.length > 0
+            text: "Recordings that come into the folder show here by themselves."
+            wrapMode: Text.Wrap
+            color: Theme.secondary
+        }
         Item {
             width: parent.width
             height: 4
@@ -66,7 +73,7 @@ Item {
                 anchors.right: parent.right
                 height: parent.height
                 text: page.model.filesTotal > 0 ? page.model.filesDone + " of " + page.model.filesTotal
-                                                : "Looking for recordings"
+                    : page.model.isWaiting ? "Waiting for another window" : "Looking for recordings"
                 font.pixelSize: 12
                 color: Theme.faint
             }

@@ -26,6 +26,7 @@ Rectangle {
         anchors.fill: parent
         visible: stage.browser.player.state !== RecordingPlayer.Idle
         sink: stage.browser.player.sink
+        standIn: stage.browser.thumbnail
     }
     // Dims a picture that has a caption over it or is not of the moment under the mark.
     Rectangle {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "korvane/apps/browser/tour/EventPump.h"
@@ -107,35 +108,38 @@ bool Tour::walk() {
 }
 
 bool Tour::importFolder() {
-    std::string fault;
-    double fraction = 0;
-    std::string shown;
-    application_.importFootage({[&](const FootageService::Progress& progress) {
-                                    fraction = progress.fraction;
-                                    if (progress.file.empty() || shown == progress.file) return;
-                                    shown = progress.file;
-                                    std::printf("importing %zu/%zu %s\n", progress.filesDone + 1, progress.filesTotal,
-                                                progress.file.c_str());
-                                },
-                                [this](const FootageService::Started& started) { started_ = started; },
-                                [&](const std::string& reason) { fault = reason; }});
-    const auto ended = [&] { return started_ || !fault.empty(); };
+    application_.importFootage(handlers());
+    const Import& import = *import_;
+    const auto ended = [&import] { return import.look || !import.fault.empty(); };
     Scheduler& scheduler = application_.scheduler();
     pumpEventsUntil(
-        scheduler, [&] { return ended() || fraction >= importedEnough; }, importBound);
-    if (fault.empty() && !take("01-import")) return false;
+        scheduler, [&] { return !import.token.empty() || ended() || import.fraction >= importedEnough; }, importBound);
+    // A folder that is known is shown at once.
+    if (import.token.empty() && !take("01-import")) return false;
     if (!pumpEventsUntil(scheduler, ended, importBound)) return fail("the import does not come to an end");
-    if (!fault.empty()) {
-        hasNothing_ = true;
-        application_.showFault(fault);
-        take("01-import");
-        return fail(fault);
-    }
-    std::printf("imported %zu files, %zu known before, %zu not imported\n", started_->imported, started_->unchanged,
-                started_->rejected.size());
-    for (const auto& [file, reason] : started_->rejected) std::printf("  %s: %s\n", file.c_str(), reason.c_str());
-    application_.openFootage(*started_);
+    hasNothing_ = import.token.empty();
+    const std::string fault = import.look ? import.look->fault : import.fault;
+    if (!fault.empty()) return fail(fault);
+    std::printf("imported %zu files, %zu known before, %zu not imported\n", import.look->imported,
+                import.look->unchanged, import.look->rejected.size());
+    for (const auto& [file, reason] : import.look->rejected) std::printf("  %s: %s\n", file.c_str(), reason.c_str());
     return true;
+}
+
+/// They may be called after the tour.
+FootageService::Handlers Tour::handlers() const {
+    FootageService::Handlers told;
+    told.progress = [import = import_](const FootageService::Progress& progress) {
+        import->fraction = progress.fraction;
+        if (progress.file.empty() || std::exchange(import->file, progress.file) == progress.file) return;
+        std::printf("importing %zu/%zu %s\n", progress.filesDone + 1, progress.filesTotal, progress.file.c_str());
+    };
+    told.started = [import = import_](const FootageService::Started& what) { import->token = what.token; };
+    told.looked = [import = import_](const FootageService::Look& look) {
+        if (!import->look) import->look = look;
+    };
+    told.failed = [import = import_](const std::string& reason) { import->fault = reason; };
+    return told;
 }
 
 bool Tour::seeLiveEnd() {
@@ -396,8 +400,7 @@ bool Tour::seeInSize(int width, int height, const char* picture) {
 
 bool Tour::refuseToken() {
     if (options_.token) return true;
-    application_.browser().open(forged(QString::fromStdString(started_->token)),
-                                QString::fromStdString(started_->cameraName));
+    application_.browser().open(forged(QString::fromStdString(import_->token)), application_.browser().cameraName());
     const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
     return wait("the service to refuse a forged token", isRefused) && take("16-token-refused");
 }

@@ -43,8 +43,18 @@ class Tour {
     int run();
 
   private:
+    /// What has been told of the import.
+    struct Import {
+        double fraction = 0;
+        std::string file;
+        std::string token;  // once the service runs
+        std::optional<FootageService::Look> look;
+        std::string fault;
+    };
+
     bool walk();
     bool importFolder();
+    FootageService::Handlers handlers() const;
     bool seeLiveEnd();
     bool goToMiddle();
     bool selectEvent();
@@ -83,7 +93,7 @@ class Tour {
     Application& application_;
     const Options options_;
     std::unique_ptr<TourHand> hand_;
-    std::optional<FootageService::Started> started_;
+    const std::shared_ptr<Import> import_ = std::make_shared<Import>();
     QMetaObject::Connection selection_;
     QMetaObject::Connection timelineSelection_;
     int selections_ = 0;

@@ -177,6 +177,13 @@ void RulerBinding::showPosition(TimeSec position) {
     view_.onMain([this] { refreshPresent(); });
 }
 
+void RulerBinding::refresh() {
+    if (!slider_) return;
+    const RulerWindow seen = window();
+    sectors_->forgetOutside(seen.left(), seen.right());
+    updateTimeline(seen.left(), saturatingAdd(seen.right(), RulerSectors::sectorLength));
+}
+
 /// What is being recorded may show anywhere in the view; the axis itself keeps only its left edge fresh.
 void RulerBinding::refreshPresent() {
     if (!slider_) return;

@@ -41,6 +41,8 @@ class RulerBinding final : public TimelineSliderDelegate, public RulerUpdatesHos
     void setRange(const std::optional<RulerRange>& range);
     /// Whether the axis is painted anew for what is known of a sector.
     void setShowsSectorStates(bool shows) { showsSectorStates_ = shows; }
+    /// Fetches what is in view anew, and forgets the rest.
+    void refresh();
     std::shared_ptr<KorvanePlayer> player() const;
     std::shared_ptr<KorvaneCamera> camera() const;
     /// Only while the updates are stopped.

@@ -21,6 +21,10 @@ TimeSec sectorOf(TimeSec time) {
     return time / RulerSectors::sectorLength * RulerSectors::sectorLength;
 }
 
+bool isSectorOutside(TimeSec start, TimeSec left, TimeSec right) {
+    return start > right || saturatingAdd(start, RulerSectors::sectorLength) <= left;
+}
+
 bool isBefore(const TimelinePair& a, const TimelinePair& b) {
     return a.start() != b.start() ? a.start() < b.start() : a.end() < b.end();
 }
@@ -97,7 +101,7 @@ std::size_t RulerSectors::updateTimeline(TimeSec start, TimeSec end) {
 void RulerSectors::dropOutside(TimeSec left, TimeSec right) {
     const std::lock_guard lock(rq_lock);
     if (requested_arr.size() <= shortQueue) return;
-    const auto isOutside = [&](TimeSec k) { return k > right || saturatingAdd(k, sectorLength) <= left; };
+    const auto isOutside = [&](TimeSec k) { return isSectorOutside(k, left, right); };
     const auto first = std::next(requested_arr.begin());
     const auto dropped = std::stable_partition(first, requested_arr.end(), std::not_fn(isOutside));
     for (auto k = dropped; k != requested_arr.end(); ++k) {
@@ -105,6 +109,18 @@ void RulerSectors::dropOutside(TimeSec left, TimeSec right) {
         requested.erase(*k);
     }
     requested_arr.erase(dropped, requested_arr.end());
+}
+
+void RulerSectors::forgetOutside(TimeSec left, TimeSec right) {
+    const auto isOutside = [&](const auto& entry) { return isSectorOutside(entry.first, left, right); };
+    {
+        const std::lock_guard lock(rq_lock);
+        std::erase_if(outcomes_, isOutside);
+        // A sector that is not in the queue may be asked for again.
+        std::erase_if(requested, [&](TimeSec k) { return !isQueued(k) && isSectorOutside(k, left, right); });
+    }
+    const std::lock_guard lock(cache_lock);
+    std::erase_if(writablePage().records, isOutside);
 }
 
 std::optional<RulerSectors::Request> RulerSectors::next() const {

@@ -70,6 +70,9 @@ class RulerSectors {
     /// as it may be on its way.
     void dropOutside(TimeSec left, TimeSec right);
 
+    /// Forgets what is known of the sectors outside of `left` to `right`. The demand stays.
+    void forgetOutside(TimeSec left, TimeSec right);
+
     /// The oldest demand. It stays the oldest until answer() or giveUp().
     std::optional<Request> next() const;
 
