@@ -6,15 +6,18 @@
 #include <QTest>
 #include <QUrl>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <limits>
 
 #include "korvane/apps/browser/Application.h"
 #include "korvane/apps/browser/StatusText.h"
+#include "korvane/apps/browser/tour/EventPump.h"
 #include "korvane/apps/browser/tour/TourEye.h"
 #include "korvane/apps/browser/tour/TourHand.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/Importer.h"
+#include "korvane/server/Storage.h"
 #include "korvane/tests/apps/PlayerFixture.h"
 #include "korvane/tests/server/TestClip.h"
 
@@ -297,6 +300,72 @@ TEST_F(StripTest, AServiceThatComesBackIsFoundByAllParts) {
     EXPECT_TRUE(comesTo(8)) << "at the moment that was selected meanwhile";
     press(Qt::Key_Left);
     EXPECT_TRUE(comesTo(7)) << "and all goes on";
+}
+
+TEST_F(StripTest, WhatComesToTheFolderShowsAndTheMomentStays) {
+    const auto storage = std::move(*Storage::open(defaultDatabase(folder.path())));
+    const auto comes = [&](const char* file) {
+        TestClip clip;
+        clip.seconds = 20;
+        clip.movements = {{2, 4}};
+        clip.write(folder / file);
+        ASSERT_TRUE(importFolder(*storage, folder.path(), {}));
+        browser().renewFootage();
+    };
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    const auto event = navigation().selected();
+    TourHand hand(application->scheduler(), window());
+    const ScrubberView& view = *strip().view();
+    const QPointF mark = view.mapToScene({view.width() / 2, view.height() / 2});
+    hand.press(mark);
+    hand.drag(mark - QPointF(20, 0), 4);
+    ASSERT_NO_FATAL_FAILURE(comes("20261118_060000.mp4"));
+    EXPECT_FALSE(pumpEventsUntil(
+        scheduler, [this] { return browser().count() != "9 events"; }, std::chrono::milliseconds(600)))
+        << "under a hand";
+    hand.release();
+    ASSERT_TRUE(until([this] { return browser().count() == "10 events"; }));
+    EXPECT_TRUE(until([&] {
+        const auto index = strip().indexUnderMark();
+        return index == 2 && strip().entry(*index)->identificator() == event->identificator();
+    })) << strip().indexUnderMark().value_or(-1);
+    const TimeMs at = player().getPosition();
+    EXPECT_TRUE(at > event->start() && at < event->end()) << "the player stays where the hand has left it";
+
+    press(Qt::Key_End);
+    press(Qt::Key_Right);
+    ASSERT_TRUE(comesTo(live));
+    ASSERT_NO_FATAL_FAILURE(comes("20261118_100000.mp4"));
+    EXPECT_TRUE(until([&] { return player().getPosition() >= first + 3 * 3'600'000; })) << "the newest picture";
+    EXPECT_TRUE(comesTo(live));
+}
+
+TEST_F(StripTest, ADragShowsTheThumbnailUntilTheFrameIsThere) {
+    strip().view()->selectEventAt(6);
+    ASSERT_TRUE(comesTo(6));
+    const auto other = strip().entry(7);
+    ASSERT_TRUE(until([&] { return !strip().view()->getPreview(other).isNull(); }));
+    EXPECT_TRUE(browser().thumbnail().isNull()) << "at rest the picture is the player's";
+    TourHand hand(application->scheduler(), window());
+    const ScrubberView& view = *strip().view();
+    const QPointF mark = view.mapToScene({view.width() / 2, view.height() / 2});
+    hand.press(mark);
+    bool isShown = false;
+    QObject::connect(&browser(), &Browser::timeChanged, &window(), [&] {
+        const auto index = strip().indexUnderMark();
+        const auto under = index ? strip().entry(*index) : nullptr;
+        if (!browser().isFlyingOver() || under != other) return;
+        const TimeMs picture = player().framePosition();
+        const bool isOfEntry = picture >= other->start() && picture <= other->end();
+        EXPECT_NE(isOfEntry, !browser().thumbnail().isNull());
+        isShown = isShown || !isOfEntry;
+    });
+    hand.drag(mark - QPointF(240, 0), 8);
+    EXPECT_TRUE(isShown);
+    EXPECT_TRUE(until([&] { return browser().isPictureTrue() && browser().thumbnail().isNull(); }));
+    hand.release();
+    EXPECT_TRUE(comesTo(7));
 }
 
 TEST_F(StripTest, TheMarkStandsWhereThePlayerIs) {
