@@ -12,14 +12,19 @@ constexpr std::int32_t usualPort = 443;
 CameraLink::CameraLink(Scheduler& scheduler, KorvaneService& service) : scheduler_(scheduler), service_(service) {}
 
 CameraLink::~CameraLink() {
+    close();
+}
+
+void CameraLink::close() {
     if (connection_) connection_->close();
+    connection_ = nullptr;
+    ++attempt_;
 }
 
 void CameraLink::open(const std::string& token, Opened opened) {
-    if (connection_) connection_->close();
-    connection_ = nullptr;
+    close();
     auto found =
-        life_.guard([this, attempt = ++attempt_, opened = std::move(opened)](
+        life_.guard([this, attempt = attempt_, opened = std::move(opened)](
                         const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status) {
             if (attempt == attempt_) opened(camera, text, status);
         });

@@ -29,6 +29,9 @@ class CameraLink {
     /// camera works until then too.
     void open(const std::string& token, Opened opened);
 
+    /// A camera works no more, and no open() is answered.
+    void close();
+
   private:
     void look(std::int64_t camid, std::function<void(std::shared_ptr<KorvaneCamera>, std::string, std::int32_t)> found);
 

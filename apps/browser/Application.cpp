@@ -3,7 +3,9 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QVariantMap>
+#include <system_error>
 
+#include "korvane/apps/browser/BrowserCommandLine.h"
 #include "korvane/client/http/HttpService.h"
 #include "korvane/views/timeline/TimelineEnvironment.h"
 #include "korvane/views/timeline/TimelineTypes.h"
@@ -31,17 +33,20 @@ void registerTypes() {
 
 }  // namespace
 
-Application::Application(const std::filesystem::path& folder, const QString& preferencesFile)
-    : folder_(folder),
-      toolkit_(ToolkitContext::shared()),
+Application::Application(const QString& preferencesFile)
+    : toolkit_(ToolkitContext::shared()),
       service_(std::make_shared<HttpService>(*toolkit_->scheduler)),
-      importModel_(std::make_unique<ImportModel>(nameOf(folder))),
+      importModel_(std::make_unique<ImportModel>()),
       preferences_(std::make_unique<Preferences>(preferencesFile)),
       browser_(std::make_unique<Browser>(*toolkit_->scheduler, *service_)) {
     registerTypes();
     TimelineEnvironment::setShared({toolkit_, service_});
     keepPreferences();
+    importModel_->setFolder({}, preferences_->recentFolders());
+    QObject::connect(importModel_.get(), &ImportModel::chosen, browser_.get(),
+                     [this](const QString& chosen) { chooseFolder(chosen); });
     makeWindow();
+    setImporting(true);
 }
 
 void Application::keepPreferences() {
@@ -88,7 +93,24 @@ void Application::makeWindow() {
     window_ = roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(roots.first());
 }
 
-void Application::importFootage(FootageService::Handlers handlers) {
+// Posted, since the page that has asked goes away.
+void Application::chooseFolder(const QString& folder) {
+    toolkit_->scheduler->post(life_.guard([this, folder] {
+        const std::filesystem::path path = folder.toStdString();
+        const std::string fault = folderFault(path);
+        if (fault.empty()) return importFootage(path);
+        importModel_->setFault(QString::fromStdString(fault));
+    }));
+}
+
+void Application::importFootage(const std::filesystem::path& folder, FootageService::Handlers handlers) {
+    browser_->close();
+    footage_.reset();
+    rejected_.clear();
+    std::error_code code;
+    const auto path = std::filesystem::absolute(folder, code).lexically_normal();
+    preferences_->addRecentFolder(QString::fromStdString(path.string()));
+    importModel_->setFolder(nameOf(path), preferences_->recentFolders());
     setImporting(true);
     const auto both = [](auto own, auto other) {
         return [own = std::move(own), other = std::move(other)](const auto& what) {
@@ -103,7 +125,7 @@ void Application::importFootage(FootageService::Handlers handlers) {
     all.failed =
         both([this](const auto& reason) { importModel_->setFault(QString::fromStdString(reason)); }, handlers.failed);
     footage_ = std::make_unique<FootageService>(*toolkit_->scheduler, std::move(all));
-    footage_->start(folder_);
+    footage_->start(folder);
 }
 
 void Application::openFootage(const FootageService::Started& started) {

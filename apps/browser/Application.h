@@ -22,9 +22,9 @@ namespace korvane {
 /// The window and all that stands behind it. Needs the application object. Main thread only.
 class Application {
   public:
-    /// `folder` for the import page's title; may be empty. The preferences are kept in the file of that name; with an
-    /// empty name none are read and none are kept.
-    explicit Application(const std::filesystem::path& folder, const QString& preferencesFile = {});
+    /// Begins with the page that asks for a folder. The preferences are kept in the file of that name; with an empty
+    /// name none are read and none are kept.
+    explicit Application(const QString& preferencesFile = {});
     ~Application();
 
     Application(const Application&) = delete;
@@ -37,9 +37,9 @@ class Application {
     ImportModel& importModel() { return *importModel_; }
     Scheduler& scheduler() { return *toolkit_->scheduler; }
 
-    /// Imports the folder, on the import page, shows its camera, and keeps up with what comes to the folder later.
-    /// Once. `handlers` hear of all that after the window has been told; each may be empty.
-    void importFootage(FootageService::Handlers handlers);
+    /// Leaves what is shown, imports the folder on the import page, shows its camera, and keeps up with what comes to
+    /// the folder later. `handlers` hear of all that after the window has been told; each may be empty.
+    void importFootage(const std::filesystem::path& folder, FootageService::Handlers handlers = {});
     /// Shows a camera of a service that runs elsewhere.
     void openToken(const std::string& token);
 
@@ -47,6 +47,7 @@ class Application {
     const QStringList& faults() const { return faults_; }
 
   private:
+    void chooseFolder(const QString& folder);
     void openFootage(const FootageService::Started& started);
     void takeLook(const FootageService::Look& look);
     void setImporting(bool isImporting);
@@ -54,7 +55,6 @@ class Application {
     void keepPreferences();
     void applyLook();
 
-    const std::filesystem::path folder_;
     const std::shared_ptr<ToolkitContext> toolkit_;
     const std::shared_ptr<KorvaneService> service_;
     QStringList faults_;
@@ -65,6 +65,7 @@ class Application {
     std::unique_ptr<Browser> browser_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QQuickWindow* window_ = nullptr;
+    LifeToken life_;
 };
 
 }  // namespace korvane

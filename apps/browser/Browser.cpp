@@ -19,11 +19,6 @@ constexpr std::chrono::milliseconds renewalPatience{300};
 constexpr TimeMs sameMoment = 1'000;
 constexpr std::int32_t internalError = 500;
 
-QString sentence(QString text) {
-    if (!text.isEmpty()) text[0] = text[0].toUpper();
-    return text;
-}
-
 // The number that the window does not show.
 void logFault(const char* part, std::int32_t status, const std::string& text = {}) {
     logError("Browser",
@@ -129,7 +124,7 @@ void Browser::attachTimeline(ScrubberTimelineView* timeline) {
     timeline_.attach(timeline);
 }
 
-void Browser::open(const QString& token, const QString& cameraName) {
+void Browser::reset(const QString& token, const QString& cameraName) {
     token_ = token;
     cameraName_ = cameraName;
     zone_.clear();
@@ -144,7 +139,23 @@ void Browser::open(const QString& token, const QString& cameraName) {
     ruler_.close();
     player_.setCamera(nullptr);
     setFlyOver(-1);
+    setFolderFault({});
+    setRejected({});
     watch_.find();
+}
+
+void Browser::close() {
+    reset({}, {});
+    link_.close();
+    strip_.close();
+    timeline_.close();
+    emit cameraChanged();
+    emit selectionChanged();
+    emit messageChanged();
+}
+
+void Browser::open(const QString& token, const QString& cameraName) {
+    reset(token, cameraName);
     findCamera();
     if (page_ != Page::Ruler) shown_->open(token);
     emit cameraChanged();
@@ -185,16 +196,12 @@ void Browser::onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::
 void Browser::onServiceBack(const std::shared_ptr<KorvaneCamera>& camera) {
     const TimeMs moment = isLive_ ? -1 : std::max(player_.getPosition(), shown_->wanted().value_or(-1));
     const bool isHeld = player_.state() == RecordingPlayer::State::Paused;
-    const bool hasList = shown_->isReady();
     player_.setCamera(camera);
     if (page_ == Page::Ruler) {
         ruler_.close();
         ruler_.open();
-    } else if (hasList) {
-        shown_->refresh();
     } else {
-        isReloaded_ = moment > 0;
-        shown_->open(token_, moment);
+        renewList(moment);
     }
     if (moment > 0)
         player_.open(moment, isHeld ? RecordingPlayer::Then::Pause : RecordingPlayer::Then::Play);
@@ -203,6 +210,12 @@ void Browser::onServiceBack(const std::shared_ptr<KorvaneCamera>& camera) {
     else if (const auto& event = navigation_.selected())
         player_.open(shown_->momentOf(*event), RecordingPlayer::Then::Play);
     emit stateChanged();
+}
+
+void Browser::renewList(TimeMs moment) {
+    if (shown_->isReady()) return shown_->refresh();
+    isReloaded_ = moment > 0;
+    shown_->open(token_, moment);
 }
 
 void Browser::onListState(int state, int status) {
@@ -412,20 +425,21 @@ void Browser::setRejected(const QStringList& rejected) {
     emit rejectedChanged();
 }
 
-bool Browser::isInHand() const {
-    return shown_->isHeld() || isFlyingOver() || player_.isScrubbing() || !navigation_.doomed().isEmpty();
+bool Browser::isBusy() const {
+    const bool isInHand = shown_->isHeld() || isFlyingOver() || player_.isScrubbing();
+    return isInHand || !navigation_.doomed().isEmpty() || listState_ != ScrubberStateReady;
 }
 
 void Browser::renewFootage() {
     if (token_.isEmpty() || std::exchange(isRenewalDue_, true)) return;
-    scheduler_.after(isInHand() ? renewalPatience : std::chrono::milliseconds(0), life_.guard([this] {
+    scheduler_.after(isBusy() ? renewalPatience : std::chrono::milliseconds(0), life_.guard([this] {
         isRenewalDue_ = false;
-        if (isInHand()) return renewFootage();
+        if (isBusy()) return renewFootage();
         player_.forgetRecordings();
         if (page_ == Page::Ruler)
             ruler_.refresh();
         else
-            shown_->refresh();
+            renewList(isLive_ ? -1 : player_.getPosition());
         if (isLive_) goLive();
     }));
 }
@@ -472,20 +486,6 @@ bool Browser::isEmpty() const {
     return player_.getSource() && player_.state() == RecordingPlayer::State::Idle;
 }
 
-QString Browser::format(TimeMs time, const QString& pattern) const {
-    if (time < 0) return {};
-    return QString::fromStdString(
-        service_.helpers()->formatTime_AMPM(time, pattern.toStdString(), zone_.toStdString()));
-}
-
-QString Browser::time() const {
-    return format(shownTime(), clockStyle_.seconds());
-}
-
-QString Browser::date() const {
-    return format(shownTime(), QStringLiteral("EEE d MMM yyyy"));
-}
-
 /// Under the finger, or else selected.
 ScrubberHost::Event Browser::entryInView() const {
     if (page_ == Page::Ruler) return nullptr;
@@ -500,11 +500,6 @@ QImage Browser::thumbnail() const {
     const TimeMs picture = player_.framePosition();
     if (!event || (picture >= event->start() && picture <= event->end())) return {};
     return shown_->widget() ? shown_->widget()->getPreview(event) : QImage();
-}
-
-QString Browser::eventName() const {
-    const auto event = entryInView();
-    return event ? eventText(event->fields()) : QString();
 }
 
 void Browser::setPalette(const Palette& palette) {
@@ -524,62 +519,9 @@ void Browser::setClockStyle(const ClockStyle& style) {
     emit timeChanged();
 }
 
-QString Browser::count() const {
-    if (!isListSeen_ || isLoading() || listStatus_ != 0 || page_ != Page::Events) return {};
-    // How many groups there are is known only once all has been looked at, how many events at once.
-    const QString noun = strip_.hasRecordings() ? tr("recording") : tr("event");
-    const QString text = countText(strip_.ungroupedCount(), noun);
-    return strip_.isGrouping() ? tr("%1, grouped").arg(text) : text;
-}
-
-QString Browser::message() const {
-    if (!fault_.isEmpty()) return fault_;
-    if (watch_.isLost()) return tr("The service cannot be reached. Trying again…");
-    if (listStatus_ != 0) return sentence(statusText(listStatus_));
-    if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
-    if (isLoading()) return loadingText();
-    if (!note_.isEmpty()) return note_;
-    if (!folderFault_.isEmpty()) return tr("The folder cannot be read: %1").arg(folderFault_);
-    if (!expiry_.isEmpty()) return expiry_;
-    switch (player_.state()) {
-        case RecordingPlayer::State::Idle:
-            return isEmpty() ? nothingText() : tr("Ready");
-        case RecordingPlayer::State::Opening:
-            return tr("Loading recording");
-        case RecordingPlayer::State::Playing:
-            return tr("Playing");
-        case RecordingPlayer::State::Paused:
-            if (isLive_ && isEmpty()) return nothingText();
-            if (isEventOver_) return showsRecordings() ? tr("End of the recording") : tr("End of the event");
-            return isLive_ ? tr("Live end") : tr("Paused");
-        case RecordingPlayer::State::Ended:
-            return tr("End of the recordings");
-        case RecordingPlayer::State::Failed:
-            break;
-    }
-    return tr("Ready");
-}
-
 /// Pages of a list that is there come unnoticed.
 bool Browser::isLoading() const {
     return listState_ == ScrubberStateLoading && !shown_->isReady();
-}
-
-QString Browser::loadingText() const {
-    if (page_ == Page::Timeline) return tr("Loading the timeline");
-    return showsRecordings() ? tr("Loading recordings") : tr("Loading events");
-}
-
-QString Browser::nothingText() const {
-    return page_ == Page::Events ? tr("No events") : tr("Nothing recorded");
-}
-
-Browser::Mood Browser::mood() const {
-    if (!fault_.isEmpty() || watch_.isLost() || listStatus_ != 0) return Mood::Fault;
-    if (listState_ == ScrubberStateDeleting || isLoading()) return Mood::Busy;
-    if (!note_.isEmpty()) return noteMood_;
-    if (!folderFault_.isEmpty()) return Mood::Warning;
-    return player_.state() == RecordingPlayer::State::Opening ? Mood::Busy : Mood::Calm;
 }
 
 }  // namespace korvane

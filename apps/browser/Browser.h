@@ -71,6 +71,8 @@ class Browser : public QObject {
     Q_INVOKABLE void attachRuler(korvane::TimelineView* ruler) { ruler_.attach(ruler); }
     /// Shows the camera of a token. An empty name stands for the camera's number.
     void open(const QString& token, const QString& cameraName);
+    /// Shows no camera.
+    void close();
     /// At the end of an event, plays it once more; without a service, tries to reach it.
     Q_INVOKABLE void togglePlaying();
     /// To the last seconds that were recorded.
@@ -145,6 +147,7 @@ class Browser : public QObject {
     void switchesChanged();
 
   private:
+    void reset(const QString& token, const QString& cameraName);
     void connectParts();
     void connectStrip(ScrubberHost& strip);
     void connectPlayer();
@@ -165,7 +168,8 @@ class Browser : public QObject {
     void onServiceBack(const std::shared_ptr<KorvaneCamera>& camera);
     TimeMs momentToKeep() const;
     void onCamera(const std::shared_ptr<KorvaneCamera>& camera, const std::string& text, std::int32_t status);
-    bool isInHand() const;
+    void renewList(TimeMs moment);
+    bool isBusy() const;
     void setZone(const QString& zone);
     void setFlyOver(TimeMs time);
     void setNote(const QString& note, Mood mood);

@@ -75,12 +75,13 @@ std::string takeOption(const std::vector<std::string>& words, std::size_t& index
 }  // namespace
 
 std::string browserUsage() {
-    return "Usage: korvane-browser FOLDER [OPTION...]\n"
+    return "Usage: korvane-browser [FOLDER] [OPTION...]\n"
            "       korvane-browser --token TOKEN [OPTION...]\n"
            "\n"
            "Browses what a camera has stored.\n"
            "\n"
-           "  FOLDER          a folder of video files: imports them and serves them to itself\n"
+           "  FOLDER          a folder of video files: imports them and serves them to itself.\n"
+           "                  Without one the window asks for it\n"
            "  --token TOKEN   a camera of a service that runs elsewhere\n"
            "  --capture DIR   without a display: runs a tour and writes its pictures to DIR\n"
            "  --delete        the tour also deletes an event, for good\n"
@@ -102,7 +103,7 @@ BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words)
     }
     if (!line.error.empty() || line.arguments.help) return line;
     if (line.arguments.folder && !line.arguments.token.empty()) line.error = "Give a folder or a token, not both.";
-    if (!line.arguments.folder && line.arguments.token.empty())
+    if (line.arguments.capture && !line.arguments.folder && line.arguments.token.empty())
         line.error = "Give a folder of video files, or a token.";
     return line;
 }
@@ -115,20 +116,9 @@ std::string folderFault(const fs::path& folder) {
     if (status.type() == fs::file_type::not_found) return sentence("There is no folder ", name, ".");
     if (error) return unreadable();
     if (status.type() != fs::file_type::directory) return name + " is no folder.";
-    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
-    // The folder itself must be readable; what cannot be read below it is skipped.
-    fs::directory_iterator probe(folder, error);
+    const fs::directory_iterator probe(folder, error);
     if (error) return unreadable();
-    for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        if (error) break;
-        std::error_code ignored;
-        if (entry->path().filename().string().starts_with('.')) {
-            entry.disable_recursion_pending();
-            continue;
-        }
-        if (entry->is_regular_file(ignored)) return {};
-    }
-    return sentence("The folder ", name, " is empty.");
+    return {};
 }
 
 }  // namespace korvane

@@ -8,7 +8,7 @@
 
 namespace korvane {
 
-/// What the person asked for. Exactly one of `folder` and `token` is set, unless it is `help`.
+/// What the person asked for. Of `folder` and `token` at most one is set; for pictures exactly one.
 struct BrowserArguments {
     std::optional<std::filesystem::path> folder;
     std::string token;
@@ -32,8 +32,7 @@ std::string browserUsage();
 /// Reads the words after the program's name.
 BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words);
 
-/// Why a folder cannot be browsed, in a sentence: missing, no folder, unreadable, or without a file in it. Empty when
-/// it is worth an import.
+/// Why a folder cannot be browsed, in a sentence: missing, no folder, or unreadable. Empty when it is worth an import.
 std::string folderFault(const std::filesystem::path& folder);
 
 }  // namespace korvane

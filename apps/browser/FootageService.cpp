@@ -71,14 +71,15 @@ class FootageService::Work {
         if (!server_) {
             if (const Failure failure = serveKnown()) return failure;
         }
+        const bool isServed = server_.has_value();
         const auto report = importFolder(*storage_, folder_, options());
         if (!report) return serveWhatCame(report.error());
         look.imported = report->imported.size();
         look.unchanged = report->unchanged;
         for (const auto& rejection : report->rejected) look.rejected.emplace_back(rejection.file, rejection.reason);
         const bool isForeign = hasForeignChanges();
-        look.hasNews = !report->imported.empty() || report->removed > 0 || isForeign;
-        if (server_ || report->cancelled) return {};
+        look.hasNews = isServed && (!report->imported.empty() || report->removed > 0 || isForeign);
+        if (isServed || report->cancelled) return {};
         return serve({report->cameraId, report->cameraName, "", ""});
     }
 

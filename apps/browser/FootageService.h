@@ -40,7 +40,7 @@ class FootageService {
     struct Look {
         std::size_t imported = 0;
         std::size_t unchanged = 0;
-        /// Recordings or events have come or gone, by this look or by another process.
+        /// Recordings or events have come or gone since `started`, by this look or by another process.
         bool hasNews = false;
         /// Files that could not be taken in, each with the reason.
         std::vector<std::pair<std::string, std::string>> rejected;

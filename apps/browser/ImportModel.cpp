@@ -1,10 +1,14 @@
 #include "korvane/apps/browser/ImportModel.h"
 
-#include <utility>
-
 namespace korvane {
 
-ImportModel::ImportModel(QString folder, QObject* parent) : QObject(parent), folder_(std::move(folder)) {}
+void ImportModel::setFolder(const QString& name, const QStringList& recent) {
+    folder_ = name;
+    recent_ = recent;
+    setProgress({});
+    setFault({});
+    emit folderChanged();
+}
 
 void ImportModel::setProgress(const FootageService::Progress& progress) {
     progress_ = progress;
@@ -15,6 +19,10 @@ void ImportModel::setProgress(const FootageService::Progress& progress) {
 void ImportModel::setFault(const QString& fault) {
     fault_ = fault;
     emit faultChanged();
+}
+
+void ImportModel::choose(const QUrl& folder) {
+    if (folder.isLocalFile()) emit chosen(folder.toLocalFile());
 }
 
 }  // namespace korvane

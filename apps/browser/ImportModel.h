@@ -4,17 +4,19 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include "korvane/apps/browser/FootageService.h"
 
 namespace korvane {
 
-/// What the import page shows. Main thread only.
+/// What the import page shows: how an import goes, or which folders there are to open. Main thread only.
 class ImportModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the application")
-    Q_PROPERTY(QString folder READ folder CONSTANT)
+    Q_PROPERTY(QString folder READ folder NOTIFY folderChanged)
+    Q_PROPERTY(QStringList recent READ recent NOTIFY folderChanged)
     Q_PROPERTY(double fraction READ fraction NOTIFY progressChanged)
     Q_PROPERTY(QString file READ file NOTIFY progressChanged)
     Q_PROPERTY(int filesDone READ filesDone NOTIFY progressChanged)
@@ -23,10 +25,12 @@ class ImportModel : public QObject {
     Q_PROPERTY(QString fault READ fault NOTIFY faultChanged)
 
   public:
-    explicit ImportModel(QString folder, QObject* parent = nullptr);
+    using QObject::QObject;
 
-    /// Its name alone.
+    /// Its name alone; empty while none has been chosen.
     QString folder() const { return folder_; }
+    /// Absolute paths of folders that were opened before, the last one first.
+    QStringList recent() const { return recent_; }
     /// Of the whole import, 0 to 1.
     double fraction() const { return progress_.fraction; }
     QString file() const { return QString::fromStdString(progress_.file); }
@@ -37,15 +41,24 @@ class ImportModel : public QObject {
     /// Why there is nothing to browse; empty when all is well.
     QString fault() const { return fault_; }
 
+    /// Begins anew, without progress and fault.
+    void setFolder(const QString& name, const QStringList& recent);
     void setProgress(const FootageService::Progress& progress);
     void setFault(const QString& fault);
 
+    /// The person chooses a folder of this device; anything else is ignored.
+    Q_INVOKABLE void choose(const QUrl& folder);
+    Q_INVOKABLE void choosePath(const QString& folder) { emit chosen(folder); }
+
   signals:
+    void folderChanged();
     void progressChanged();
     void faultChanged();
+    void chosen(const QString& folder);
 
   private:
-    const QString folder_;
+    QString folder_;
+    QStringList recent_;
     FootageService::Progress progress_;
     QString fault_;
 };

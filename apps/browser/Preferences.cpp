@@ -14,6 +14,8 @@ namespace korvane {
 namespace {
 
 constexpr const char* lookKey = "look";
+constexpr const char* recentKey = "recentFolders";
+constexpr qsizetype mostRecent = 8;
 constexpr int halfBright = 128;  // of 255
 
 }  // namespace
@@ -36,6 +38,17 @@ QString Preferences::usualFile() {
 bool Preferences::hasTwelveHours() const {
     const QString pattern = QLocale::system().timeFormat(QLocale::ShortFormat);
     return read("hasTwelveHours", pattern.contains(QLatin1Char('a'), Qt::CaseInsensitive));
+}
+
+QStringList Preferences::recentFolders() const {
+    return values_.value(QLatin1String(recentKey)).toStringList().mid(0, mostRecent);
+}
+
+void Preferences::addRecentFolder(const QString& path) {
+    QStringList folders = recentFolders();
+    folders.removeAll(path);
+    folders.prepend(path);
+    write(recentKey, folders.mid(0, mostRecent));
 }
 
 Preferences::Look Preferences::look() const {

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QSettings>
 #include <QString>
+#include <QStringList>
 #include <memory>
 
 #include "korvane/apps/browser/Palette.h"
@@ -42,6 +43,9 @@ class Preferences : public QObject {
     /// By default as the device's language has it.
     bool hasTwelveHours() const;
     void setHasTwelveHours(bool hasTwelveHours) { write("hasTwelveHours", hasTwelveHours); }
+    /// Absolute paths of the folders that were opened last, the newest first; no more than eight.
+    QStringList recentFolders() const;
+    void addRecentFolder(const QString& path);
     Look look() const;
     void setLook(Look look);
 

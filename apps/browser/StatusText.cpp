@@ -47,6 +47,11 @@ QString deletionFault(std::int32_t status) {
     return statusText(status);
 }
 
+QString sentence(QString text) {
+    if (!text.isEmpty()) text[0] = text[0].toUpper();
+    return text;
+}
+
 QString countText(std::int64_t count, const QString& noun) {
     static const QLocale english(QLocale::English);
     const QString text = english.toString(static_cast<qlonglong>(count)) + QLatin1Char(' ') + noun;

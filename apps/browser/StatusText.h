@@ -13,6 +13,9 @@ QString statusText(std::int32_t status);
 /// Why an event could not be deleted.
 QString deletionFault(std::int32_t status);
 
+/// With a capital.
+QString sentence(QString text);
+
 /// "1 event", "312 events".
 QString countText(std::int64_t count, const QString& noun);
 

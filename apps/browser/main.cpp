@@ -40,8 +40,8 @@ int runWindow(korvane::Application& application, const korvane::BrowserArguments
             std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
             exitCode = exitWrongUse;
         };
-        application.importFootage(std::move(told));
-    } else {
+        application.importFootage(*arguments.folder, std::move(told));
+    } else if (!arguments.token.empty()) {
         application.openToken(arguments.token);
     }
     const int ended = QCoreApplication::exec();
@@ -50,8 +50,7 @@ int runWindow(korvane::Application& application, const korvane::BrowserArguments
 
 int run(const korvane::BrowserArguments& arguments) {
     // The tour shows the application as it comes, and leaves what the person has chosen alone.
-    korvane::Application application(arguments.folder.value_or(std::filesystem::path()),
-                                     arguments.capture ? QString() : korvane::Preferences::usualFile());
+    korvane::Application application(arguments.capture ? QString() : korvane::Preferences::usualFile());
     if (!application.window()) {
         std::fprintf(stderr, "korvane-browser: the interface cannot be shown\n");
         return 1;
@@ -62,7 +61,8 @@ int run(const korvane::BrowserArguments& arguments) {
     options.pictures = *arguments.capture;
     options.mayDelete = arguments.mayDelete;
     options.isResizing = !arguments.size;
-    if (!arguments.folder) options.token = arguments.token;
+    if (arguments.folder) options.folder = *arguments.folder;
+    options.token = arguments.token;
     return korvane::Tour(application, options).run();
 }
 

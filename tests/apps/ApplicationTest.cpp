@@ -19,19 +19,19 @@ TEST(Application, MayBeClosedAtAnyTimeOfItsStart) {
     clip.seconds = 30;
     clip.movements = {{3, 5}};
     clip.write(folder / "20261118_070000.mp4");
-    auto application = std::make_unique<Application>(folder.path());
+    auto application = std::make_unique<Application>();
     const auto until = [&application](const std::function<bool()>& done) {
         return pumpEventsUntil(application->scheduler(), done, std::chrono::seconds(60));
     };
-    application->importFootage({});
-    application = std::make_unique<Application>(folder.path());
+    application->importFootage(folder.path());
+    application = std::make_unique<Application>();
     bool isImported = false;
     FootageService::Handlers told;
     told.looked = [&](const auto&) { isImported = true; };
-    application->importFootage(told);
+    application->importFootage(folder.path(), told);
     ASSERT_TRUE(until([&] { return isImported; })) << "the import goes on where it was broken off";
-    application = std::make_unique<Application>(folder.path());
-    application->importFootage({});
+    application = std::make_unique<Application>();
+    application->importFootage(folder.path());
     ASSERT_TRUE(until([&] { return !application->browser().cameraName().isEmpty(); }));
     application.reset();
 }

@@ -71,7 +71,7 @@ TEST(Capture, EndsWithAMessageWhenThereIsNothingToBrowse) {
     folder.write("junk/junk.mp4", "no film at all");
     const QString pictures = nameOf(folder / "pictures");
     for (const QStringList& words : std::vector<QStringList>{
-             {},
+             {"--capture", pictures},
              {nameOf(folder / "missing"), "--capture", pictures},
              {nameOf(folder / "empty"), "--capture", pictures},
              {nameOf(folder / "notes"), "--capture", pictures},

@@ -36,7 +36,6 @@ TEST(BrowserCommandLine, TakesAFolderOrAToken) {
 
 TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
     for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
-             {},
              {""},
              {"a", "b"},
              {"--token"},
@@ -59,15 +58,11 @@ TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
 
 TEST(FolderFault, TellsFoldersThatCannotBeBrowsed) {
     const TempFolder folder;
-    std::filesystem::create_directories(folder / "empty/inner");
-    folder.write("hidden/.korvane/camera.db", "x");
-    folder.write("deep/inner/film.mp4", "x");
+    std::filesystem::create_directories(folder / "empty");
     folder.write("file.mp4", "x");
     EXPECT_NE(folderFault(folder / "missing").find("no folder"), std::string::npos);
     EXPECT_NE(folderFault(folder / "file.mp4").find("no folder"), std::string::npos);
-    EXPECT_NE(folderFault(folder / "empty").find("empty"), std::string::npos);
-    EXPECT_NE(folderFault(folder / "hidden").find("empty"), std::string::npos);
-    EXPECT_EQ(folderFault(folder / "deep"), "");
+    EXPECT_EQ(folderFault(folder / "empty"), "") << "what comes later shows by itself";
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 
 TEST(Keys, SwitchWhatTheButtonsSwitch) {
     qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    Application application({});
+    Application application;
     Browser& browser = application.browser();
     QQuickWindow* const window = application.window();
     ASSERT_TRUE(window) << qPrintable(application.faults().join('\n'));
@@ -46,7 +46,7 @@ TEST(Keys, SwitchWhatTheButtonsSwitch) {
 
 TEST(Keys, GoFromButtonToButtonAsTheEyeDoes) {
     qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    Application application({});
+    Application application;
     QQuickWindow* const window = application.window();
     ASSERT_TRUE(window);
     QCoreApplication::processEvents();
@@ -70,7 +70,7 @@ TEST(Keys, GoFromButtonToButtonAsTheEyeDoes) {
 
 TEST(Question, DeletesByAPressOfItsOwnAlone) {
     qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    const Application application({});
+    const Application application;
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral(":/"));
     engine.loadData(R"(

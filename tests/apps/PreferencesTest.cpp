@@ -22,7 +22,7 @@ TEST(Preferences, AreThereAgainAtTheNextStart) {
     for (const bool isOn : {true, false}) {
         for (const Look look : {Look::Light, Look::Dark, Look::System}) {
             {
-                Application application({}, fileIn(folder));
+                Application application(fileIn(folder));
                 application.browser().setGroups(isOn);
                 application.browser().setPlaysOn(!isOn);
                 application.browser().setShowsRecordings(isOn);
@@ -33,7 +33,7 @@ TEST(Preferences, AreThereAgainAtTheNextStart) {
             // Under another name nothing of the file is known from before.
             const std::string copy = "copy" + std::to_string(++starts) + ".conf";
             std::filesystem::copy_file(folder / "browser.conf", folder / copy);
-            Application application({}, QString::fromStdString((folder / copy).string()));
+            Application application(QString::fromStdString((folder / copy).string()));
             EXPECT_EQ(application.browser().groups(), isOn);
             EXPECT_EQ(application.browser().playsOn(), !isOn);
             EXPECT_EQ(application.browser().showsRecordings(), isOn);

@@ -30,7 +30,7 @@ class RulerPageTest : public PlayerFixture {
 
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
-        application.emplace(folder.path());
+        application.emplace();
         application->openToken(token);
         ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));
         browser().setPage(Page::Ruler);

@@ -53,7 +53,7 @@ class StripTest : public PlayerFixture {
 
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
-        application.emplace(folder.path());
+        application.emplace();
         ASSERT_NE(application->window(), nullptr);
         application->openToken(token);
         ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));

@@ -33,7 +33,7 @@ class TimelinePageTest : public PlayerFixture {
 
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
-        application.emplace(folder.path());
+        application.emplace();
         application->openToken(token);
         ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));
         QObject::connect(&player(), &RecordingPlayer::stateChanged, [this] {

@@ -7,6 +7,7 @@ FocusScope {
 
     required property Browser browser
     required property Preferences preferences
+    signal folderWanted
     readonly property Navigation navigation: browser.navigation
     readonly property bool isRuler: browser.page === Browser.Ruler
     readonly property bool isLow: height < Theme.lowHeight
@@ -158,6 +159,7 @@ FocusScope {
         preferences: page.preferences
         isKeyed: keys.areInUse
         onHelpWanted: help.open()
+        onFolderWanted: page.folderWanted()
         onClosed: keys.forceActiveFocus()
     }
     HelpSheet {

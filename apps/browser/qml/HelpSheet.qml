@@ -18,6 +18,7 @@ Sheet {
         ["C", "On the ruler: the days that were recorded"],
         ["M", "Sound on, sound off"],
         ["Delete", "Delete this event, after a question"],
+        ["Ctrl O", "Open a folder"],
         [",", "Settings"],
         ["?", "This list"],
         ["Tab", "From button to button; Escape goes back"],

@@ -1,10 +1,14 @@
 import QtQuick
 import Korvane.Browser
 
-Item {
+// Before there is something to browse: asks for a folder, or tells how its import goes.
+FocusScope {
     id: page
 
     required property ImportModel model
+    readonly property bool isAsking: model.folder.length === 0
+    readonly property bool isFaulty: model.fault.length > 0
+    signal folderWanted
 
     Column {
         anchors.centerIn: parent
@@ -13,14 +17,15 @@ Item {
 
         Label {
             width: parent.width
-            text: page.model.fault.length > 0 ? "Nothing to browse" : "Importing " + page.model.folder
+            text: page.isFaulty ? "Nothing to browse" : page.isAsking ? "Browse a folder of recordings"
+                                                      : "Importing " + page.model.folder
             font.pixelSize: 20
             font.weight: Font.Bold
             elide: Text.ElideMiddle
         }
         Label {
             width: parent.width
-            visible: page.model.fault.length > 0
+            visible: page.isFaulty
             text: page.model.fault
             wrapMode: Text.Wrap
             lineHeight: 1.3
@@ -28,15 +33,17 @@ Item {
         }
         Label {
             width: parent.width
-            visible: page.model.fault.length > 0
-            text: "Recordings that come into the folder show here by themselves."
+            visible: page.isFaulty || page.isAsking
+            text: page.isAsking ? "Open the folder in which a camera keeps its video files, or drop it here."
+                                : "Recordings that come into the folder show here by themselves."
             wrapMode: Text.Wrap
+            lineHeight: 1.3
             color: Theme.secondary
         }
         Item {
             width: parent.width
             height: 4
-            visible: page.model.fault.length === 0
+            visible: !page.isFaulty && !page.isAsking
 
             Rectangle {
                 anchors.fill: parent
@@ -55,7 +62,7 @@ Item {
         Item {
             width: parent.width
             height: 18
-            visible: page.model.fault.length === 0
+            visible: !page.isFaulty && !page.isAsking
 
             Label {
                 anchors.left: parent.left
@@ -73,9 +80,41 @@ Item {
                 anchors.right: parent.right
                 height: parent.height
                 text: page.model.filesTotal > 0 ? page.model.filesDone + " of " + page.model.filesTotal
-                    : page.model.isWaiting ? "Waiting for another window" : "Looking for recordings"
+                    : page.model.isWaiting ? "Another window imports this folder" : "Looking for recordings"
                 font.pixelSize: 12
                 color: Theme.faint
+            }
+        }
+        TextButton {
+            visible: page.isFaulty || page.isAsking
+            focus: true
+            strong: true
+            text: "Open a folder\u2026"
+            onClicked: page.folderWanted()
+        }
+        Column {
+            id: recent
+
+            width: parent.width
+            visible: (page.isFaulty || page.isAsking) && page.model.recent.length > 0
+
+            Label {
+                text: "Opened before"
+                bottomPadding: Theme.unit
+                font.pixelSize: 12
+                color: Theme.faint
+            }
+            Repeater {
+                model: page.model.recent
+                TextButton {
+                    required property string modelData
+
+                    width: recent.width
+                    height: 36
+                    quiet: true
+                    text: modelData
+                    onClicked: page.model.choosePath(modelData)
+                }
             }
         }
     }

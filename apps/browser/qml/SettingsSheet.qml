@@ -7,6 +7,7 @@ Sheet {
     required property Browser browser
     required property Preferences preferences
     signal helpWanted
+    signal folderWanted
 
     component Heading: Label {
         width: parent.width
@@ -79,6 +80,13 @@ Sheet {
     }
 
     actions: [
+        TextButton {
+            text: "Open a folder\u2026"
+            onClicked: {
+                sheet.close()
+                sheet.folderWanted()
+            }
+        },
         TextButton {
             text: "Keys"
             onClicked: {

@@ -92,8 +92,8 @@ int Tour::run() {
 }
 
 bool Tour::walk() {
-    if (options_.token) {
-        application_.openToken(*options_.token);
+    if (!options_.token.empty()) {
+        application_.openToken(options_.token);
     } else if (!importFolder()) {
         return false;
     }
@@ -108,7 +108,7 @@ bool Tour::walk() {
 }
 
 bool Tour::importFolder() {
-    application_.importFootage(handlers());
+    application_.importFootage(options_.folder, handlers());
     const Import& import = *import_;
     const auto ended = [&import] { return import.look || !import.fault.empty(); };
     Scheduler& scheduler = application_.scheduler();
@@ -399,7 +399,7 @@ bool Tour::seeInSize(int width, int height, const char* picture) {
 }
 
 bool Tour::refuseToken() {
-    if (options_.token) return true;
+    if (!options_.token.empty()) return true;
     application_.browser().open(forged(QString::fromStdString(import_->token)), application_.browser().cameraName());
     const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
     return wait("the service to refuse a forged token", isRefused) && take("16-token-refused");

@@ -23,8 +23,10 @@ class Tour {
     struct Options {
         /// Where the pictures go; made when missing.
         std::filesystem::path pictures;
-        /// Of a service that runs elsewhere; absent for the application's folder.
-        std::optional<std::string> token;
+        /// To import; not looked at when there is a token.
+        std::filesystem::path folder;
+        /// Of a service that runs elsewhere; empty for the folder.
+        std::string token;
         /// Deletes an event instead of showing the question alone.
         bool mayDelete = false;
         /// Shows the window in other sizes too.
