@@ -15,6 +15,7 @@ extern "C" {
 #include "korvane/apps/browser/Application.h"
 #include "korvane/apps/browser/BrowserCommandLine.h"
 #include "korvane/apps/browser/LogRedaction.h"
+#include "korvane/apps/browser/tour/StartupWatch.h"
 #include "korvane/apps/browser/tour/Tour.h"
 
 namespace {
@@ -60,7 +61,10 @@ int run(const korvane::BrowserArguments& arguments) {
         return 1;
     }
     if (arguments.size) application.window()->resize(arguments.size->first, arguments.size->second);
-    if (!arguments.capture) return runWindow(application, arguments);
+    if (!arguments.capture) {
+        const korvane::StartupWatch watch(application);
+        return runWindow(application, arguments);
+    }
     korvane::Tour::Options options;
     options.pictures = *arguments.capture;
     options.mayDelete = arguments.mayDelete;
