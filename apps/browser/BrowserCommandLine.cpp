@@ -60,6 +60,10 @@ std::string takeOption(const std::vector<std::string>& words, std::size_t& index
         arguments.mayDelete = true;
         return {};
     }
+    if (option.name == "--videos" && !option.value) {
+        arguments.videos = true;
+        return {};
+    }
     if (option.name != "--token" && option.name != "--capture" && option.name != "--size")
         return sentence("There is no option ", option.name, ".");
     const auto value = valueOf(option, words, index);
@@ -82,6 +86,7 @@ std::string browserUsage() {
            "\n"
            "  FOLDER          a folder of video files: imports them and serves them to itself\n"
            "  --token TOKEN   a camera of a service that runs elsewhere\n"
+           "  --videos        without FOLDER: your folder of videos\n"
            "  --capture DIR   without a display: runs a tour and writes its pictures to DIR\n"
            "  --delete        the tour also deletes an event, for good\n"
            "  --size WxH      of the window\n"
@@ -101,9 +106,9 @@ BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words)
             line.error = takeFolder(word, line.arguments);
     }
     if (!line.error.empty() || line.arguments.help) return line;
-    if (line.arguments.folder && !line.arguments.token.empty()) line.error = "Give a folder or a token, not both.";
-    if (!line.arguments.folder && line.arguments.token.empty())
-        line.error = "Give a folder of video files, or a token.";
+    const bool hasFolder = line.arguments.folder || line.arguments.videos;
+    if (hasFolder && !line.arguments.token.empty()) line.error = "Give a folder or a token, not both.";
+    if (!hasFolder && line.arguments.token.empty()) line.error = "Give a folder of video files, or a token.";
     return line;
 }
 

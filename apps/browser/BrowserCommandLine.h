@@ -8,10 +8,13 @@
 
 namespace korvane {
 
-/// What the person asked for. Exactly one of `folder` and `token` is set, unless it is `help`.
+/// What the person asked for. Exactly one of `folder` and `token` is set, unless it is `help`; with `videos` the folder
+/// may be absent.
 struct BrowserArguments {
     std::optional<std::filesystem::path> folder;
     std::string token;
+    /// The person's own folder of videos stands for an absent one, and faults of the folder are told in the window.
+    bool videos = false;
     /// Where the pictures of the tour go; absent for a window.
     std::optional<std::filesystem::path> capture;
     /// The tour may delete an event.

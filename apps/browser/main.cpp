@@ -6,6 +6,7 @@ extern "C" {
 #include <QFont>
 #include <QGuiApplication>
 #include <QQuickWindow>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <cstdio>
 #include <optional>
@@ -31,20 +32,28 @@ bool hasDisplay() {
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
+std::filesystem::path videoFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::MoviesLocation).toStdString();
+}
+
 int runWindow(korvane::Application& application, const korvane::BrowserArguments& arguments) {
     int exitCode = 0;
-    if (arguments.folder) {
+    const auto refuse = [&](const std::string& reason) {
+        std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
+        exitCode = exitWrongUse;
+        application.showFault(reason);
+    };
+    const std::string fault = arguments.folder ? korvane::folderFault(*arguments.folder) : std::string();
+    if (!fault.empty()) {
+        refuse(fault);
+    } else if (arguments.folder) {
         application.importFootage({{},
                                    [&](const korvane::FootageService::Started& started) {
                                        for (const auto& [file, reason] : started.rejected)
                                            std::fprintf(stderr, "not imported: %s: %s\n", file.c_str(), reason.c_str());
                                        application.openFootage(started);
                                    },
-                                   [&](const std::string& reason) {
-                                       std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
-                                       exitCode = exitWrongUse;
-                                       application.showFault(reason);
-                                   }});
+                                   refuse});
     } else {
         application.openToken(arguments.token);
     }
@@ -76,21 +85,26 @@ int run(const korvane::BrowserArguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+    auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc));
     if (!line.error.empty()) {
         std::fprintf(stderr, "korvane-browser: %s\n\n%s", line.error.c_str(), korvane::browserUsage().c_str());
         return exitWrongUse;
     }
-    if (line.arguments.help) {
+    korvane::BrowserArguments& arguments = line.arguments;
+    if (arguments.help) {
         std::printf("%s", korvane::browserUsage().c_str());
         return 0;
     }
-    const std::string fault = line.arguments.folder ? korvane::folderFault(*line.arguments.folder) : std::string();
+    if (arguments.videos && !arguments.folder) arguments.folder = videoFolder();
+    // Who has started it from a menu sees no standard error.
+    const bool isToldInWindow = arguments.videos && !arguments.capture;
+    const std::string fault =
+        arguments.folder && !isToldInWindow ? korvane::folderFault(*arguments.folder) : std::string();
     if (!fault.empty()) {
         std::fprintf(stderr, "korvane-browser: %s\n", fault.c_str());
         return exitWrongUse;
     }
-    if (!line.arguments.capture && !hasDisplay()) {
+    if (!arguments.capture && !hasDisplay()) {
         std::fprintf(stderr, "korvane-browser: there is no display; --capture DIR takes pictures without one\n");
         return 1;
     }
@@ -98,7 +112,7 @@ int main(int argc, char** argv) {
     korvane::redactToolkitMessages();
     // Its errors reach the state line, and its log lines would quote URLs.
     av_log_set_level(AV_LOG_QUIET);
-    if (line.arguments.capture) {
+    if (arguments.capture) {
         setDefault("QT_QPA_PLATFORM", "offscreen");
         setDefault("QT_QUICK_BACKEND", "software");
     }
@@ -110,5 +124,6 @@ int main(int argc, char** argv) {
     QGuiApplication application(count, argv);
     QCoreApplication::setApplicationName(QStringLiteral("korvane-browser"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvane"));
-    return run(line.arguments);
+    QGuiApplication::setDesktopFileName(QStringLiteral("korvane-browser"));
+    return run(arguments);
 }

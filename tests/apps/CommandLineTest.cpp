@@ -32,6 +32,7 @@ TEST(BrowserCommandLine, TakesAFolderOrAToken) {
     const auto tour = readBrowserCommandLine({"films", "--delete", "--size", "390x844"}).arguments;
     EXPECT_TRUE(tour.mayDelete);
     EXPECT_EQ(tour.size, std::pair(390, 844));
+    EXPECT_EQ(readBrowserCommandLine({"--videos"}).error, "");
 }
 
 TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
@@ -42,6 +43,7 @@ TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {
              {"--token"},
              {"--token="},
              {"films", "--token", "s3cret"},
+             {"--videos", "--token", "s3cret"},
              {"--tokens=s3cret"},
              {"films", "--capture"},
              {"films", "--size", "390"},
