@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and starts hosts outside of this tree, by both ways of taking the library: from the installed package and by
-# add_subdirectory. Installs what scripts/test.sh has built with the presets core and dev.
+# add_subdirectory. Installs what scripts/test.sh has built with the presets core and dev. Then looks at the programs' package.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 root="$PWD"
@@ -72,3 +72,4 @@ host subdirectory
 refuses "$work/subdirectory/build/example/korvane-example-cpp"
 ls "$work"/subdirectory/build/korvane/{server,tests,bench,apps} 2>/dev/null && fail "a host builds more than the libraries"
 echo "check-package: all hosts are fine"
+scripts/check-debian-package.sh build/dev

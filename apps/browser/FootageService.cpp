@@ -62,6 +62,8 @@ class FootageService::Work {
 
   private:
     Failure lookAt(Look& look) {
+        std::error_code code;
+        if (!std::filesystem::is_directory(folder_, code)) return Error{"there is no folder " + folder_.string()};
         closeReplaced();
         if (!storage_) {
             auto opened = Storage::open(database_);
@@ -93,8 +95,7 @@ class FootageService::Work {
 
     /// Another folder in the place of the one that was served brings a data base of its own.
     void closeReplaced() {
-        std::error_code code;
-        if (!server_ || !std::filesystem::is_directory(folder_, code) || identityOf(database_) == served_) return;
+        if (!server_ || identityOf(database_) == served_) return;
         server_.reset();
         storage_.reset();
     }

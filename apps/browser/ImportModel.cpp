@@ -1,5 +1,8 @@
 #include "korvane/apps/browser/ImportModel.h"
 
+#include <QFileInfo>
+#include <QStandardPaths>
+
 namespace korvane {
 
 void ImportModel::setFolder(const QString& name, const QStringList& recent) {
@@ -19,6 +22,11 @@ void ImportModel::setProgress(const FootageService::Progress& progress) {
 void ImportModel::setFault(const QString& fault) {
     fault_ = fault;
     emit faultChanged();
+}
+
+QUrl ImportModel::nearby() const {
+    const QString videos = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
+    return QUrl::fromLocalFile(recent_.isEmpty() ? videos : QFileInfo(recent_.first()).path());
 }
 
 void ImportModel::choose(const QUrl& folder) {

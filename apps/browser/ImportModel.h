@@ -41,6 +41,9 @@ class ImportModel : public QObject {
     /// Why there is nothing to browse; empty when all is well.
     QString fault() const { return fault_; }
 
+    /// Where the folder that is wanted is likely to be.
+    Q_INVOKABLE QUrl nearby() const;
+
     /// Begins anew, without progress and fault.
     void setFolder(const QString& name, const QStringList& recent);
     void setProgress(const FootageService::Progress& progress);

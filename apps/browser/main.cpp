@@ -16,6 +16,7 @@ extern "C" {
 #include "korvane/apps/browser/Application.h"
 #include "korvane/apps/browser/BrowserCommandLine.h"
 #include "korvane/apps/browser/LogRedaction.h"
+#include "korvane/apps/browser/tour/StartupWatch.h"
 #include "korvane/apps/browser/tour/Tour.h"
 
 namespace {
@@ -56,7 +57,10 @@ int run(const korvane::BrowserArguments& arguments) {
         return 1;
     }
     if (arguments.size) application.window()->resize(arguments.size->first, arguments.size->second);
-    if (!arguments.capture) return runWindow(application, arguments);
+    if (!arguments.capture) {
+        const korvane::StartupWatch watch(application);
+        return runWindow(application, arguments);
+    }
     korvane::Tour::Options options;
     options.pictures = *arguments.capture;
     options.mayDelete = arguments.mayDelete;
@@ -78,7 +82,9 @@ int main(int argc, char** argv) {
         std::printf("%s", korvane::browserUsage().c_str());
         return 0;
     }
-    const std::string fault = line.arguments.folder ? korvane::folderFault(*line.arguments.folder) : std::string();
+    // Whoever has started it from a menu sees no standard error, and the window tells the same.
+    const bool isToldHere = line.arguments.folder && line.arguments.capture;
+    const std::string fault = isToldHere ? korvane::folderFault(*line.arguments.folder) : std::string();
     if (!fault.empty()) {
         std::fprintf(stderr, "korvane-browser: %s\n", fault.c_str());
         return exitWrongUse;
@@ -103,5 +109,6 @@ int main(int argc, char** argv) {
     QGuiApplication application(count, argv);
     QCoreApplication::setApplicationName(QStringLiteral("korvane-browser"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvane"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("korvane-browser"));
     return run(line.arguments);
 }

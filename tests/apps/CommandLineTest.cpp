@@ -32,6 +32,7 @@ TEST(BrowserCommandLine, TakesAFolderOrAToken) {
     const auto tour = readBrowserCommandLine({"films", "--delete", "--size", "390x844"}).arguments;
     EXPECT_TRUE(tour.mayDelete);
     EXPECT_EQ(tour.size, std::pair(390, 844));
+    EXPECT_EQ(readBrowserCommandLine({}).error, "") << "the window asks";
 }
 
 TEST(BrowserCommandLine, SaysWhatIsWrongWithoutTheToken) {

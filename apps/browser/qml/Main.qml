@@ -11,6 +11,7 @@ Window {
 
     function chooseFolder() {
         chooser.active = true
+        chooser.item.currentFolder = importModel.nearby()
         chooser.item.open()
     }
 

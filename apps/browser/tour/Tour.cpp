@@ -33,19 +33,6 @@ constexpr double creep = 20;               // points that a playing event may st
 constexpr std::int64_t enoughToWalk = 5;   // events
 constexpr std::int64_t enoughToTurn = 30;  // segments
 
-bool isRecorded(const std::shared_ptr<ScrubberEvent>& event) {
-    return event && (event->type() == ScrubberEventTypeItem || event->type() == ScrubberEventTypeGroup);
-}
-
-QPointF markOf(const QQuickItem& strip) {
-    return strip.mapToScene({strip.width() / 2, strip.height() / 2});
-}
-
-/// Where an entry's cell begins, or will once the strip has come to rest.
-double beginOf(const ScrubberView& strip, std::int64_t index) {
-    return markOf(strip).x() - strip.getOffsetBetweenPointerAndItemBegin(index);
-}
-
 // The same token with a signature that is not valid.
 QString forged(const QString& token) {
     constexpr auto encoding = QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals;
@@ -416,25 +403,8 @@ std::optional<std::int64_t> Tour::eventBesideMark() const {
 }
 
 bool Tour::isPreviewed() const {
-    if (application_.browser().page() != Browser::Page::Events) return true;
-    ScrubberView& strip = *application_.browser().strip().view();
-    const double width = strip.getConfig().cellWidth();
-    const auto isInView = [&](double begin) { return begin + width > 0 && begin < strip.width(); };
-    const auto under = strip.getIndexPathFromPointer();
-    if (!under) return false;
-    std::int64_t first = *under;
-    while (first > 0 && isInView(beginOf(strip, first - 1))) --first;
-    std::size_t wanted = 0;
-    for (std::int64_t index = first; index < strip.getEventsCount() && isInView(beginOf(strip, index)); ++index) {
-        const auto event = strip.getEvent(index);
-        if (!event || event->type() == ScrubberEventTypePending) return false;
-        if (isRecorded(event) && !event->imageUrl().value_or("").empty()) ++wanted;
-    }
-    const auto isShown = [&](const QQuickItem* cell) {
-        return isInView(cell->mapToScene({}).x()) && isPictured(*cell);
-    };
-    const auto cells = cellsIn(strip);
-    return static_cast<std::size_t>(std::count_if(cells.begin(), cells.end(), isShown)) >= wanted;
+    Browser& browser = application_.browser();
+    return browser.page() != Browser::Page::Events || areCellsFilled(*browser.strip().view());
 }
 
 bool Tour::isAtRest() const {
