@@ -8,7 +8,7 @@ packages=(
   # widgets and application
   qt6-base-dev qt6-declarative-dev libsdl2-dev
   qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
-  qml6-module-qtquick-templates qml6-module-qtquick-dialogs
+  qml6-module-qtquick-templates qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
   # data layer
   libcurl4-openssl-dev libicu-dev libssl-dev nlohmann-json3-dev
   # camera service, frame grabber, player
