@@ -123,10 +123,24 @@ FocusScope {
 
         anchors.fill: strip
         visible: page.isRuler
+        calendarContainer: page.width < 600 ? days : null
         // What is not seen would keep the keyboard.
         onVisibleChanged: if (!visible && activeFocus) keys.forceActiveFocus()
         onPlayPauseRequested: page.browser.togglePlaying()
         Component.onCompleted: page.browser.attachRuler(ruler)
+    }
+    // In a narrow window the days lie over the picture, where a thumb reaches them. The ruler shows and hides them.
+    Item {
+        id: days
+
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: transport.top
+        anchors.bottomMargin: Theme.unit
+        width: Math.min(400, page.width - 2 * Theme.unit)
+        height: Math.min(320, transport.y - line.height - 2 * Theme.unit)
+        visible: false
+
+        MouseArea { anchors.fill: parent }
     }
     Notice {
         x: (page.width - width) / 2

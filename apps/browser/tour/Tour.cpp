@@ -33,11 +33,12 @@ constexpr double creep = 20;               // points that a playing event may st
 constexpr std::int64_t enoughToWalk = 5;   // events
 constexpr std::int64_t enoughToTurn = 30;  // segments
 
-// The same token with a signature that is not valid.
-QString forged(const QString& token) {
+// The same token with other fields.
+QString changed(const std::string& token, const QJsonObject& changes) {
     constexpr auto encoding = QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals;
-    QJsonObject fields = QJsonDocument::fromJson(QByteArray::fromBase64(token.toLatin1(), encoding)).object();
-    fields[QStringLiteral("token")] = QStringLiteral("forged.forged");
+    QJsonObject fields =
+        QJsonDocument::fromJson(QByteArray::fromBase64(QByteArray::fromStdString(token), encoding)).object();
+    for (auto change = changes.begin(); change != changes.end(); ++change) fields[change.key()] = change.value();
     return QString::fromLatin1(QJsonDocument(fields).toJson(QJsonDocument::Compact).toBase64(encoding));
 }
 
@@ -95,6 +96,7 @@ bool Tour::walk() {
 }
 
 bool Tour::importFolder() {
+    if (!take("00-folder-asked")) return false;
     application_.importFootage(options_.folder, handlers());
     const Import& import = *import_;
     const auto ended = [&import] { return import.look || !import.fault.empty(); };
@@ -280,13 +282,10 @@ bool Tour::seeRuler() {
 
 bool Tour::seeCalendar() {
     Browser& browser = application_.browser();
-    const auto days = [this] {
-        const auto isRecordedDay = [](const QQuickItem& item) { return item.property("isMarked").toBool(); };
-        return itemsIn(*application_.window()->contentItem(), isRecordedDay);
-    };
     if (!tapItem("spokenName", "Calendar")) return false;
-    if (!wait("the days of the calendar", [&] { return !days().empty(); }) || !take("28-ruler-calendar")) return false;
-    QQuickItem* const day = days().front();
+    if (!wait("the days of the calendar", [this] { return !recordedDays().empty(); }) || !take("28-ruler-calendar"))
+        return false;
+    QQuickItem* const day = recordedDays().front();
     hand_->tap(day->mapToScene({day->width() / 2, day->height() / 2}));
     hand_->leave();
     const auto isThere = [&] { return browser.player()->state() == State::Playing && !browser.isLive(); };
@@ -294,6 +293,11 @@ bool Tour::seeCalendar() {
     hand_->key(Qt::Key_Escape);
     hand_->key(Qt::Key_End);
     return wait("the live end after the calendar", [&] { return browser.isLive(); });
+}
+
+std::vector<QQuickItem*> Tour::recordedDays() const {
+    const auto isRecordedDay = [](const QQuickItem& item) { return item.property("isMarked").toBool(); };
+    return itemsIn(*application_.window()->contentItem(), isRecordedDay);
 }
 
 bool Tour::seeRange() {
@@ -305,7 +309,9 @@ bool Tour::seeRange() {
     QQuickWindow& window = *application_.window();
     const QSize before = window.size();
     window.resize(390, 844);
-    const bool isSeen = watch("26-ruler-narrow", glance);
+    const bool isSeen = watch("26-ruler-narrow", glance) && tapItem("spokenName", "Calendar") &&
+                        wait("the days in a narrow window", [this] { return !recordedDays().empty(); }) &&
+                        take("37-ruler-narrow-days") && tapItem("spokenName", "Calendar");
     window.resize(before);
     return isSeen;
 }
@@ -387,9 +393,18 @@ bool Tour::seeInSize(int width, int height, const char* picture) {
 
 bool Tour::refuseToken() {
     if (!options_.token.empty()) return true;
-    application_.browser().open(forged(QString::fromStdString(import_->token)), application_.browser().cameraName());
-    const auto isRefused = [this] { return application_.browser().mood() == Browser::Mood::Fault; };
-    return wait("the service to refuse a forged token", isRefused) && take("16-token-refused");
+    Browser& browser = application_.browser();
+    const auto isFault = [&] { return browser.mood() == Browser::Mood::Fault; };
+    const auto opens = [&](const QJsonObject& changes) {
+        browser.open(changed(import_->token, changes), browser.cameraName());
+    };
+    // Nobody listens on the first port.
+    opens({{"svcp", "http://127.0.0.1:1"}, {"api_p", 1}});
+    if (!wait("the service to be away", [&] { return browser.service()->isLost() && isFault(); })) return false;
+    if (!take("38-service-away")) return false;
+    opens({{"token", "forged.forged"}});
+    return wait("the service to refuse a forged token", [&] { return isFault() && !browser.service()->isLost(); }) &&
+           take("16-token-refused");
 }
 
 std::optional<std::int64_t> Tour::eventBesideMark() const {

@@ -9,8 +9,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "korvane/apps/browser/Application.h"
+
+class QQuickItem;
 
 namespace korvane {
 
@@ -71,6 +74,7 @@ class Tour {
     bool seeRuler();
     bool seeRange();
     bool seeCalendar();
+    std::vector<QQuickItem*> recordedDays() const;
     bool seeFirst();
     bool seeLooks();
     bool seeSheet(Qt::Key key, const char* picture);
