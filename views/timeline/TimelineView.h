@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "korvane/base/Time.h"
 #include "korvane/toolkit/WidgetItem.h"
 #include "korvane/views/timeline/ScrubberCommon/TimelineConfig.h"
 #include "korvane/views/timeline/TimelineEnvironment.h"
