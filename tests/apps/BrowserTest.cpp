@@ -53,20 +53,6 @@ TEST_F(BrowserTest, PlaysTheEventsOwnMomentAfterADragWroteOverIt) {
     EXPECT_TRUE(until([this] { return browser.player()->getPosition() == last; }));
 }
 
-TEST_F(BrowserTest, ShowsTheMomentUnderTheFinger) {
-    browser.open(QString::fromStdString(token), "Gate");
-    ASSERT_TRUE(until([this] { return browser.player()->getSource() != nullptr; }));
-    browser.player()->open(first + 1'000, RecordingPlayer::Then::Pause);
-    ASSERT_TRUE(until([this] { return browser.player()->state() == RecordingPlayer::State::Paused; }));
-    const QString shown = browser.time();
-    emit browser.strip().flownOver(last, "UTC");
-    EXPECT_TRUE(browser.isFlyingOver());
-    EXPECT_NE(browser.time(), shown);
-    emit browser.strip().flyOverEnded();
-    EXPECT_FALSE(browser.isFlyingOver());
-    EXPECT_EQ(browser.time(), shown);
-}
-
 TEST_F(BrowserTest, WarnsOfAccessThatEnds) {
     browser.open(QString::fromStdString(token), "Gate");
     emit browser.strip().tokenWillExpire(4 * 60'000);
