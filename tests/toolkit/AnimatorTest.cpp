@@ -142,12 +142,5 @@ TEST_F(AnimatorTest, TransactionReportsWhenAllHaveEnded) {
     ui.settle();
 }
 
-TEST_F(AnimatorTest, ConstraintKeepsItsLengthWhenGivenNone) {
-    LayoutConstraint constraint;
-    constraint.setConstant(100);
-    constraint.setConstant(std::numeric_limits<double>::quiet_NaN());
-    EXPECT_EQ(constraint.constant(), 100);
-}
-
 }  // namespace
 }  // namespace korvane

@@ -155,15 +155,5 @@ TEST(ScrollPhysics, NeverJumpsAndRestsWithinItsBounds) {
     }
 }
 
-TEST(ScrollPhysics, FlickBackOutOfTheBandGoesOnInside) {
-    auto physics = at(0);
-    Point finger = drag(physics, 0.8, 480);
-    ASSERT_LT(physics.offset(), -80);
-    for (double t = 496; t < 620; t += frameTime) physics.move({finger.x -= 3 * frameTime, 60}, t);
-    physics.release(616);
-    settle(physics);
-    EXPECT_GT(physics.offset(), 300);
-}
-
 }  // namespace
 }  // namespace korvane

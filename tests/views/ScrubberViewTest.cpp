@@ -170,18 +170,6 @@ TEST_F(ScrubberViewTest, SpacersLetTheOutermostEntriesRestOnTheMark) {
     EXPECT_DOUBLE_EQ(frame(0).height, 90);
 }
 
-TEST_F(ScrubberViewTest, TheHostsOwnListComesBeforeTheProviders) {
-    load(10);
-    const auto source = show(4);
-    EXPECT_EQ(view_->getEventsCount(), 4);
-    EXPECT_EQ(view_->getEvents().size(), 3U) << "all but the head";
-    EXPECT_EQ(view_->getEvent(1), source->OnScrubberGetEventByIndex(1));
-    EXPECT_EQ(view_->getEvent(4), nullptr);
-    EXPECT_EQ(view_->getEvent(-1), nullptr);
-    view_->setDataSourceDelegate(nullptr);
-    EXPECT_EQ(view_->getEvents().size(), 12U);
-}
-
 TEST_F(ScrubberViewTest, TokenWarningReachesTheHostAndQml) {
     int signalled = 0;
     QObject::connect(view_.get(), &ScrubberView::sharedTokenWillExpireIn, [&](qint64) { ++signalled; });
@@ -191,18 +179,6 @@ TEST_F(ScrubberViewTest, TokenWarningReachesTheHostAndQml) {
     ui_.advance(6s);
     EXPECT_GE(host_.count("expires"), 1U);
     EXPECT_EQ(static_cast<std::size_t>(signalled), host_.count("expires"));
-}
-
-TEST_F(ScrubberViewTest, HostMayBindAnewWhileItHearsOfTheState) {
-    service_.addEvents(5, ui_.scheduler().utcNow());
-    bool again = true;
-    host_.on["state 0>1"] = [&] {
-        if (std::exchange(again, false)) bind();
-    };
-    EXPECT_EQ(bind(), StatusBadCall) << "the later source has taken over";
-    settle();
-    EXPECT_EQ(view_->getEventsCount(), 7);
-    EXPECT_EQ(service_.count("getEvents"), 1U);
 }
 
 TEST(VersionTest, IsExported) {

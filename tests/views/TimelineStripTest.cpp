@@ -330,29 +330,6 @@ TEST_F(TimelineStripTest, NeighboursThatJoinMakeOneBar) {
         << "1001 ms join, 1002 ms and an overlap of as much do not";
 }
 
-TEST_F(TimelineStripTest, FindsEntriesByTheMomentsThatTheyHold) {
-    constexpr TimeMs t = 1'000'000;
-    view_->setDataSourceDelegate(std::make_shared<Spans>(
-        std::vector<std::pair<TimeMs, TimeMs>>{{t, t + 100}, {t + 100, t + 200}, {t + 300, t + 400}}));
-    const std::tuple<TimeMs, std::int64_t, std::int64_t, bool> cases[] = {
-        {t - 1, -1, 1, false}, {t, 1, 1, true},       {t + 99, 1, 1, true},   {t + 100, 2, 1, true},
-        {t + 250, -1, -1, 0},  {t + 300, 3, 3, true}, {t + 400, -1, 3, true}, {-1, 4, 4, false},
-    };
-    for (const auto& [time, plain, closest, exists] : cases) {
-        std::int64_t index = -1;
-        EXPECT_EQ(view_->getEventByPosition(time, 5, index) != nullptr, plain >= 0);
-        EXPECT_EQ(index, plain) << time - t;
-        bool isThere = false;
-        index = -1;
-        view_->getClosestEventByPosition(time, 5, index, isThere);
-        EXPECT_EQ(index, closest) << time - t;
-        EXPECT_EQ(isThere, exists) << time - t;
-    }
-    std::int64_t index = 7;
-    EXPECT_EQ(view_->getEventByPosition(-1, 2, index), nullptr);
-    EXPECT_EQ(index, 7);
-}
-
 TEST_F(TimelineStripTest, GoesToNeighboursAndSaysSoOnce) {
     load({{0, 12}});
     const auto rest = [&] {
