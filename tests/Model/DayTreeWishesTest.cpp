@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <random>
-#include <set>
 
 #include "korvane/base/UtcTime.h"
 #include "korvane/tests/Model/DayTreeFixture.h"

@@ -1,13 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "korvane/base/VirtualScheduler.h"
 #include "korvane/tests/support/service/ScriptedService.h"

@@ -1,10 +1,6 @@
 #include "korvane/apps/browser/Application.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <functional>
-#include <memory>
 
 #include "korvane/apps/browser/tour/EventPump.h"
 #include "korvane/tests/server/TempFolder.h"

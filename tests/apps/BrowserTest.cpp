@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "korvane/apps/browser/Browser.h"
 #include "korvane/apps/browser/StatusText.h"
 #include "korvane/apps/browser/tour/EventPump.h"

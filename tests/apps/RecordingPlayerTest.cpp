@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "korvane/client/Status.h"
 #include "korvane/tests/apps/PlayerFixture.h"
 

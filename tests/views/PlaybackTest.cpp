@@ -137,55 +137,6 @@ TEST_F(PlaybackTest, AnAnimationWithoutEndIsWaitedForThreeSeconds) {
     EXPECT_EQ(polls_.size(), 5U);
 }
 
-// What plays stays under the mark, to the second, while its list is loaded anew, folded and unfolded.
-TEST_F(PlaybackTest, AListThatIsMadeAnewGoesOnPlaying) {
-    service_.withFootage([this](ScriptedFootage& footage) {
-        for (std::int64_t id = 1; id <= 60; ++id) {
-            const TimeMs time = ui_.scheduler().utcNow() - 8'000'000 + id * 60'000;
-            footage.addEvent({id, time, "motion", ""});
-            if (id % 3 == 0) footage.addEvent({1'000 + id, time + 5'000, "motion", ""});
-        }
-    });
-    view_->setDataSourceDelegate(nullptr);
-    load(0);
-    const auto current = [this] { return view_->getCurrentEvent(); };
-    const std::int64_t length = view_->getEventsCount();
-    const struct {
-        std::function<void()> run;
-        std::size_t requests;
-        std::int64_t folded;
-    } steps[] = {
-        {[this] { view_->refresh(); }, 2, 0},
-        {[this] { view_->enableEventGrouping(true); }, 2, 20},
-        {[this] { view_->refresh(); }, 3, 20},
-        {[this] { view_->enableEventGrouping(false); }, 3, 0},
-    };
-    std::size_t requests = 0;
-    for (const std::int64_t played : {45, 47, 48}) {  // alone, and the older and the newer of a pair
-        heard_.clear();
-        const auto event = view_->getEvent(played);
-        view_->toEvent(event);
-        playFrom(event->start() + 2'000);
-        ui_.advance(3s);
-        for (const auto& step : steps) {
-            const double before = atMark(underMark());
-            step.run();
-            settle();
-            ASSERT_EQ(view_->getEventsCount(), length - step.folded);
-            ASSERT_TRUE(current());
-            EXPECT_EQ(current(), view_->getEvent(underMark()));
-            EXPECT_LE(std::abs(current()->start() - event->start()), 5'000) << "it, or its pair";
-            if (played == 45) {
-                EXPECT_NEAR(atMark(underMark()), before, 1e-6);
-            }
-            EXPECT_EQ(service_.count("getEvents"), requests + step.requests);
-            expectMarkFollows(underMark(), 4s);
-        }
-        EXPECT_EQ(std::ranges::count_if(heard_, [](const auto& line) { return line.starts_with("started "); }), 1);
-        requests += 2;
-    }
-}
-
 TEST_F(PlaybackTest, PausesHoldBarAndStripUntilASeek) {
     playFrom(startOf() + 10'000);
     play();

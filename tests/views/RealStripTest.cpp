@@ -1,10 +1,7 @@
 // An event strip against the real service, on real time.
-#include <gtest/gtest.h>
 
 #include <QBuffer>
-#include <QCoreApplication>
 #include <QQuickWindow>
-#include <filesystem>
 
 #include "korvane/client/http/HttpService.h"
 #include "korvane/server/CameraServer.h"

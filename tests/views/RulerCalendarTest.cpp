@@ -159,15 +159,6 @@ TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
     view_->setCalendarContainer(nullptr);
     EXPECT_FALSE(place_.isVisible()) << "the calendar leaves with its container";
     view_->setCalendarContainer(&place_);
-    // What could not be asked, and what nobody can be asked.
-    connection_->close();
-    view_->toggleCalendarControl();
-    EXPECT_FALSE(calendar.isLoading());
-    view_->toggleCalendarControl();
-    view_->setPlayer(nullptr);
-    view_->toggleCalendarControl();
-    ui_.settle();
-    EXPECT_FALSE(calendar.isLoading());
 }
 
 TEST_F(RulerCalendarTest, AChosenDayTakesRulerKnobAndPlayerAlong) {

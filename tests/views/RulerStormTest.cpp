@@ -3,11 +3,8 @@
 // shows what is recorded and follows.
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <random>
-#include <set>
-#include <vector>
 
 #include "korvane/base/SaturatingTime.h"
 #include "korvane/base/Semaphore.h"

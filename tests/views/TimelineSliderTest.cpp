@@ -38,18 +38,6 @@ struct Ruler : RulerHost {
     std::string picture;
 };
 
-TEST(TimelineSlider, IsMadeInTwoWays) {
-    for (const bool hasFrame : {false, true}) {
-        Ruler ruler(hasFrame);
-        EXPECT_EQ(ruler.slider.timeScale(), hasFrame ? 0 : 1);
-        EXPECT_EQ(ruler.slider.curvatiousness(), hasFrame ? 1 : 0);
-        ruler.drawAt(1005);
-        EXPECT_EQ(ruler.picture.find("stroke color #ffff0000") != std::string::npos, hasFrame);
-        ruler.ui.tap({200, 30});
-        EXPECT_EQ(ruler.take(), hasFrame ? "" : "start 0 200; go 1040 200; end 1040 200; ");
-    }
-}
-
 TEST(TimelineSlider, StandsWhereItIsToldAndFollows) {
     Ruler ruler;
     TimelineSlider& slider = ruler.slider;

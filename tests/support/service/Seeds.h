@@ -10,7 +10,7 @@ namespace korvane::test {
 constexpr unsigned roundsOf(unsigned full) {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
     return (full + 9) / 10;
-#elif defined(__OPTIMIZE__)
+#elif defined(NDEBUG)
     return full;
 #else
     return (full + 3) / 4;

@@ -1,5 +1,4 @@
 #include <limits>
-#include <utility>
 
 #include "korvane/tests/views/StripFixture.h"
 #include "korvane/tests/views/storm/Storm.h"
