@@ -133,5 +133,21 @@ TEST_F(RecordsProvider, ShowsAPageWhateverBecomesOfItsThumbnails) {
     }
 }
 
+TEST_F(RecordsProvider, AsksForTheThumbnailsOfEachPage) {
+    addRecords();
+    bind();
+    check(100);
+    EXPECT_EQ(delegate->take(), (Calls{"reload 0 0", "index 150 0 -1 252 252"}));
+    for (const std::string name : {"getRecords", "getTimelineThumbnailsFull"}) {
+        const auto asked = service.requests(name);
+        for (std::size_t i = 0; i < 2; ++i) {
+            EXPECT_EQ(std::tuple(asked.at(i).start, asked[i].end, asked[i].order, asked[i].limit, asked[i].offset),
+                      std::tuple(-1, scheduler.utcNow(), 0, 100, i * 100));
+        }
+    }
+    for (std::int64_t i = 51; i <= 250; ++i) ASSERT_EQ(imageAt(i), "t" + std::to_string(i));
+    EXPECT_EQ(service.count("getEvents"), 0u);
+}
+
 }  // namespace
 }  // namespace korvane::test

@@ -159,5 +159,18 @@ TEST_F(MediaStreamTest, ACancelledReadEndsAtOnce) {
     }
 }
 
+TEST_F(MediaStreamTest, OnlyTheTwoSchemesAreOpened) {
+    RawServer server([&](const std::string& request) { return partOf(file, request); });
+    const std::string rest = server.url().substr(4);
+    for (const std::string url : {"file:///etc/passwd", "/etc/passwd", "concat:/etc/passwd", "", "http", "data:,x"})
+        EXPECT_EQ(open(url).fault(), MediaFault::BadAddress) << url;
+    for (const std::string scheme : {"tcp", "ftp", "gopher", "rtsp", "ws", " http"})
+        EXPECT_EQ(open(scheme + rest + "/film").fault(), MediaFault::BadAddress) << scheme;
+    EXPECT_EQ(open(server.url() + "/a\r\nX: y").fault(), MediaFault::BadAddress);
+    EXPECT_EQ(server.connections(), 0);
+    open("HTTP" + rest + "/film");
+    EXPECT_EQ(read(10), file.substr(0, 10));
+}
+
 }  // namespace
 }  // namespace korvane::test

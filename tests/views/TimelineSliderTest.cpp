@@ -143,5 +143,27 @@ TEST(TimelineSlider, ZoomsAroundTheFingers) {
     }
 }
 
+TEST(TimelineSlider, TurnsTouchesIntoTimes) {
+    using Row = std::tuple<float, bool, TimeSec, Point, Point, TimeSec, const char*>;
+    for (const auto& [scale, isInRange, position, from, to, center, told] : {
+             Row{20, false, 0, {160, 30}, {170, 30}, 800, "changed; "},
+             Row{1, false, 0, {160, 30}, {160.04, 30}, 1000, "changed; "},
+             Row{1, true, 0, {160, 30}, {100, 30}, 1000, ""},
+             Row{1, false, 1000, {155, 20}, {165, 20}, 1000, "start 0 155; go 1005 165; end 1005 165; "},
+             Row{1, true, 1000, {155, 20}, {165, 20}, 990, "start 0 155; changed; go 995 165; end 995 165; "},
+         }) {
+        Ruler ruler;
+        if (isInRange) ruler.slider.setRange(500, 1200);
+        ruler.slider.setTimeScale(scale);
+        ruler.slider.setCenterTime(1000);
+        ruler.drawAt(position);
+        ruler.slider.beginTrackingWithTouch(from);
+        if (to != from) ruler.slider.continueTrackingWithTouch(to);
+        ruler.slider.endTrackingWithTouch(to);
+        EXPECT_EQ(ruler.slider.getCenterTime(), center) << told;
+        EXPECT_EQ(ruler.take(), told);
+    }
+}
+
 }  // namespace
 }  // namespace korvane::test
