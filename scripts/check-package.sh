@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Builds and starts hosts outside of this tree, by both ways of taking the library: from the installed package and by
-# add_subdirectory. Installs what scripts/test.sh has built with the presets core and dev. Then looks at the programs' package.
+# add_subdirectory. Installs what scripts/test.sh has built with two presets, then looks at the programs' package:
+#   scripts/check-package.sh [CORE_PRESET] [PRESET]     without them: core dev
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 root="$PWD"
+core="${1:-core}"
+all="${2:-dev}"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 export QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software XDG_RUNTIME_DIR="$work"
@@ -54,17 +57,17 @@ add_subdirectory("$root/examples/cpp_host" example)
 END
 cp -r examples/cpp_host examples/qml_host "$work"
 
-cmake --install build/core --prefix "$work/core" >/dev/null
-cmake --install build/dev --prefix "$work/dev" >/dev/null
-(cd "$work/dev/include"
+cmake --install "build/$core" --prefix "$work/prefix-core" >/dev/null
+cmake --install "build/$all" --prefix "$work/prefix-all" >/dev/null
+(cd "$work/prefix-all/include"
  grep -rhoP '#include "\K[^"]+' . | sort -u | while read -r header; do
    [ -f "$header" ] || fail "an installed header includes $header, which is not installed"
  done)
-host model -DCMAKE_PREFIX_PATH="$work/core"
+host model -DCMAKE_PREFIX_PATH="$work/prefix-core"
 "$work/model/build/model"
-host cpp_host -DCMAKE_PREFIX_PATH="$work/dev"
+host cpp_host -DCMAKE_PREFIX_PATH="$work/prefix-all"
 refuses "$work/cpp_host/build/korvane-example-cpp"
-host qml_host -DCMAKE_PREFIX_PATH="$work/dev"
+host qml_host -DCMAKE_PREFIX_PATH="$work/prefix-all"
 # It shows its window until somebody ends it.
 said="$(timeout 5 "$work/qml_host/build/korvane-example-qml" not-a-token 2>&1)" && fail "the example in QML shows no window"
 [ -z "$said" ] || fail "the example in QML says: $said"
@@ -72,4 +75,4 @@ host subdirectory
 refuses "$work/subdirectory/build/example/korvane-example-cpp"
 ls "$work"/subdirectory/build/korvane/{server,tests,bench,apps} 2>/dev/null && fail "a host builds more than the libraries"
 echo "check-package: all hosts are fine"
-scripts/check-debian-package.sh build/dev
+scripts/check-debian-package.sh "build/$all"

@@ -1,17 +1,19 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and runs the tests:
 #   scripts/test.sh [PRESET...]     presets of CMakePresets.json; without one: core dev
-# core is the data layer without Qt, dev is everything, asan and tsan are everything under the sanitizers.
+# core is the data layer without Qt, dev is everything, asan and tsan are everything under the sanitizers, release and
+# core-release are optimised, as what scripts/run.sh starts.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 case "${1:-}" in
-  -h|--help) sed -n '2,4s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 0 ;;
+  -h|--help) sed -n '2,5s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 0 ;;
 esac
 [ $# -gt 0 ] || set -- core dev
 
 scripts/bootstrap.sh
 scripts/check-format.sh
+scripts/check-time.sh
 
 if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
   XDG_RUNTIME_DIR="$(mktemp -d)"
@@ -27,7 +29,8 @@ for preset in "$@"; do
   echo "== $preset: build"
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"
-  case "$preset" in core|dev) cmake --build --preset "$preset" --target all_verify_interface_header_sets ;; esac
+  case "$preset" in core*|dev|release) cmake --build --preset "$preset" --target all_verify_interface_header_sets ;; esac
   echo "== $preset: tests"
-  ctest --preset "$preset" -j"$(nproc)"
+  # Half of the tests wait for films that play, or for a service.
+  ctest --preset "$preset" -j"$((2 * $(nproc)))"
 done

@@ -1,7 +1,5 @@
 #include "korvane/client/http/HttpTransport.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <deque>
 #include <map>
@@ -12,18 +10,13 @@
 #include <vector>
 
 #include "korvane/base/Log.h"
+#include "korvane/client/http/CurlHandles.h"
 
 namespace korvane {
 namespace {
 
 using End = HttpResponse::End;
 
-struct EasyDeleter {
-    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-};
-struct MultiDeleter {
-    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
-};
 struct ListDeleter {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
@@ -35,7 +28,7 @@ struct Transfer {
     HttpRequest request;
     HttpTransport::Arrival arrival;
     std::unique_ptr<curl_slist, ListDeleter> headers;
-    std::unique_ptr<CURL, EasyDeleter> easy;
+    EasyHandle easy;
     std::string body;
     std::size_t maxReplyBytes = 0;
     bool isTooLarge = false;
@@ -61,6 +54,7 @@ std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* cont
 
 End endOf(CURLcode code, bool isTooLarge) {
     if (isTooLarge) return End::TooLarge;
+    if (isInsecure(code)) return End::Insecure;
     switch (code) {
         case CURLE_OK:
             return End::Complete;
@@ -70,14 +64,6 @@ End endOf(CURLcode code, bool isTooLarge) {
             return End::TimedOut;
         case CURLE_URL_MALFORMAT:
             return End::BadRequest;
-        case CURLE_SSL_CONNECT_ERROR:
-        case CURLE_PEER_FAILED_VERIFICATION:
-        case CURLE_SSL_CACERT_BADFILE:
-        case CURLE_SSL_CERTPROBLEM:
-        case CURLE_SSL_CIPHER:
-        case CURLE_SSL_ISSUER_ERROR:
-        case CURLE_SSL_INVALIDCERTSTATUS:
-            return End::Insecure;
         case CURLE_PARTIAL_FILE:
         case CURLE_WEIRD_SERVER_REPLY:
         // The URL's protocol has been checked before: this is a reply without a status line.
@@ -152,7 +138,7 @@ class HttpTransport::Worker : public std::enable_shared_from_this<Worker> {
     void cancel(Group group);
 
     const HttpOptions options_;
-    std::unique_ptr<CURLM, MultiDeleter> multi_;
+    MultiHandle multi_;
     std::mutex mutex_;
     std::deque<Order> orders_;
     bool isEnding_ = false;

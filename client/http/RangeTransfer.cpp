@@ -1,27 +1,21 @@
 #include "korvane/client/http/RangeTransfer.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <charconv>
 #include <string_view>
 #include <utility>
 
+#include "korvane/client/http/CurlHandles.h"
+
 namespace korvane {
 namespace {
-
-struct EasyDeleter {
-    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-};
-struct MultiDeleter {
-    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
-};
 
 constexpr long wholeFile = 200;
 constexpr long partOfFile = 206;
 constexpr long partIsBeyond = 416;
 
 MediaFault faultOf(CURLcode code) {
+    if (isInsecure(code)) return MediaFault::Insecure;
     switch (code) {
         case CURLE_OK:
             return MediaFault::None;
@@ -30,14 +24,6 @@ MediaFault faultOf(CURLcode code) {
         case CURLE_URL_MALFORMAT:
         case CURLE_UNSUPPORTED_PROTOCOL:
             return MediaFault::BadAddress;
-        case CURLE_SSL_CONNECT_ERROR:
-        case CURLE_PEER_FAILED_VERIFICATION:
-        case CURLE_SSL_CACERT_BADFILE:
-        case CURLE_SSL_CERTPROBLEM:
-        case CURLE_SSL_CIPHER:
-        case CURLE_SSL_ISSUER_ERROR:
-        case CURLE_SSL_INVALIDCERTSTATUS:
-            return MediaFault::Insecure;
         case CURLE_PARTIAL_FILE:
         case CURLE_GOT_NOTHING:
         case CURLE_RECV_ERROR:
@@ -76,8 +62,8 @@ struct RangeTransfer::State {
 
     const MediaOptions options;
     const Sink sink;
-    std::unique_ptr<CURLM, MultiDeleter> multi;
-    std::unique_ptr<CURL, EasyDeleter> easy;
+    MultiHandle multi;
+    EasyHandle easy;
     bool isRunning = false;
     bool isHeadRead = false;
     std::int64_t from = 0;

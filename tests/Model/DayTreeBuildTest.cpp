@@ -157,32 +157,5 @@ TEST_F(DayTreeBuild, TakesAnyPeriods) {
     }
 }
 
-TEST_F(DayTreeBuild, IsEmptyWhileItCloses) {
-    load(threeDays());
-    service.scriptNext("getActivity", Script::answered({"2024-03-04"}));
-    Semaphore toldAll(scheduler);
-    delegate->onCall = [&] { toldAll.wait(); };
-    provider->requestEvents(-1, -1, -1);
-    scheduler.runUntilIdle();
-    const auto onlooker = scheduler.spawn("onlooker", [&] {
-        Semaphore(scheduler).waitFor(std::chrono::milliseconds(10));
-        EXPECT_EQ(provider->OnScrubberGetEventsCount() + provider->requestEvents(-1, -1, -1), 0);
-        EXPECT_TRUE(!provider->OnScrubberGetEventByIndex(0) && !provider->OnScrubberGetEventSpanByIndex(0));
-        EXPECT_TRUE(!provider->getTimelineDayByTime(0) && !provider->getTimelineSegmentItemByIndex(0));
-        EXPECT_EQ(std::tuple(provider->OnScrubberFindEventByPosition(-1), provider->refresh(),
-                             provider->deleteEvent(ScrubberEvent::build(5), nullptr)),
-                  std::tuple(-1, -1, -1));
-        toldAll.signal();
-    });
-    provider->close();
-    delegate->onCall = nullptr;
-    onlooker->join();
-    EXPECT_EQ(service.count("getActivity"), 2u);
-    // And whole again when it is bound anew.
-    load(threeDays());
-    EXPECT_EQ(provider->OnScrubberGetEventsCount(), 11);
-    EXPECT_EQ(provider->deleteEvent(ScrubberEvent::build(5), nullptr), 0);
-}
-
 }  // namespace
 }  // namespace korvane::test

@@ -1,12 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "korvane/tests/Model/ProviderFixture.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"

@@ -124,27 +124,6 @@ TEST_F(DayTreeUploadTest, EventsOfAnyShapeAreRead) {
     }
 }
 
-TEST_F(DayTreeUploadTest, ADayIsFilledFromItsEndAndRedrawnWhereItIsSeen) {
-    const auto day = loadDay({{0, minute}, {minute, 2 * minute}, {2 * minute, 3 * minute}});
-    delegate->visible = {std::numeric_limits<std::int64_t>::min(), 99, 3, 3};
-    delegate->take();
-    delegate->onAskedForVisible = [&, last = std::string()]() mutable {
-        std::string states = std::to_string(day->isUpdated()) + ":";
-        for (const auto& timeline : day->timelines()) states += " " + std::to_string(timeline->isUpdated());
-        if (std::exchange(last, states) != states) delegate->note(states);
-    };
-    service.scriptNext("getEventsSync", Script::held());
-    for (int i = 0; i < 2; ++i) provider->uploadEventsForTimelineDays();
-    provider->uploadEventsForTimelineDay(day);
-    EXPECT_EQ(day->isUpdated(), ScrubberTimelineStatusNotAsked);
-    scheduler.runUntilIdle();
-    EXPECT_EQ(day->isUpdated(), ScrubberTimelineStatusUnderWay);
-    service.releaseAll();
-    scheduler.runUntilIdle();
-    EXPECT_EQ(delegate->take(), (Calls{"0: 0 0 0", "2: 0 0 2", "redraw", "2: 0 2 2", "2: 2 2 2"}));
-    EXPECT_EQ(offsets(), std::vector<std::int64_t>(3));
-}
-
 TEST_F(DayTreeUploadTest, AnUrlIsThatOfTheFirstRecordThatEndsLater) {
     const std::tuple<std::string, TimeMs, TimeMs> records[] = {{"one", 0, 1}, {"two", 1, 2}, {"three", 3, 5}};
     service.withFootage([&](ScriptedFootage& f) {

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <random>
-#include <set>
 
 #include "korvane/base/UtcTime.h"
 #include "korvane/tests/Model/DayTreeFixture.h"
@@ -167,24 +166,6 @@ TEST(DayTreeWishes, WhatFailedIsAskedAgainBeforeItsDayIsDone) {
     archive.look(3);
     archive.scheduler.advance(seconds(20));
     for (std::int64_t i = 1; i <= 4; ++i) EXPECT_EQ(archive.path(i).timeline->events().size(), 5u);
-}
-
-TEST(DayTreeWishes, RefreshAndCloseEndThePagesOfTheTreeBefore) {
-    for (unsigned seed = 0; seed < roundsOf(40); ++seed) {
-        Archive archive(seed, 2, 3, slice, 150);
-        for (const auto* name : {"getEventsSync", "getRecords"}) archive.service.scriptNext(name, Script::held());
-        archive.look(1);
-        archive.ask(1);
-        archive.scheduler.runUntilIdle();
-        const auto before = archive.path(1);
-        archive.service.scriptNext("getActivity", Script::answered(Reply::array()));
-        seed % 2 == 0 ? static_cast<void>(archive.provider->refresh()) : archive.provider->close();
-        archive.scheduler.advance(seconds(100));
-        EXPECT_EQ(archive.service.count("getEventsSync") + archive.service.count("getRecords"), 2u);
-        EXPECT_EQ(std::tuple(before.timeline->isUpdated(), before.segment->isUpdated(), before.day->isUpdated()),
-                  std::tuple(0, 0, 0));
-        EXPECT_TRUE(archive.urls.empty());
-    }
 }
 
 TEST(DayTreeWishes, OneRequestASegmentAnswersTheLastQuestion) {

@@ -352,7 +352,7 @@ TEST_P(PagedListLaw, NothingIsLost) {
     EXPECT_EQ(service.count(pageRequest()), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, PagedListLaw, ::testing::Range(1u, roundsOf(60) + 1));
+INSTANTIATE_TEST_SUITE_P(Seeds, PagedListLaw, stormSeeds(60));
 
 }  // namespace
 }  // namespace korvane::test

@@ -127,20 +127,6 @@ TEST_F(PagedWindow, TellsOfBadFirstPages) {
     }
 }
 
-TEST_F(PagedWindow, AsksOnceForWhatIsOnItsWayAndGoesWhereItIsLastWished) {
-    bindTo250();
-    service.scriptAll("getEvents", Script::held());
-    check(100, 100);
-    check(120, 101);
-    check(130);
-    check(20);
-    EXPECT_EQ(offsetsAsked(), (std::vector<std::int64_t>{100, 200}));
-    service.releaseAllReversed();
-    scheduler.runUntilIdle();
-    EXPECT_EQ(delegate->take(), (Calls{"index 50 0 -1 252 252", "index 150 0 101 252 252"}));
-    EXPECT_TRUE(isFilled(1, 250));
-}
-
 TEST_F(PagedWindow, FollowsAServiceThatCountsOtherEntries) {
     bindTo250();
     const auto remove = [&](std::int64_t from, std::int64_t to) {
@@ -211,19 +197,6 @@ TEST_F(PagedWindow, AFirstPageThatADeletionHasOvertakenIsAskedForAgain) {
     EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
     EXPECT_EQ(provider->OnScrubberGetEventsCount(), 251);
     EXPECT_EQ(provider->OnScrubberDeleteEvent(event), -1);
-}
-
-TEST_F(PagedWindow, ReportsLoadingForAFirstPageWithAPosition) {
-    bindTo250();
-    provider->requestEvents(-1, -1, 1000);
-    scheduler.runUntilIdle();
-    // Nothing is as old as that: on to the oldest entry.
-    EXPECT_EQ(delegate->take(), (Calls{"reload 0 1", "index 51 0 1 252 252"}));
-    // Of first pages that were asked for one after the other, the last one counts, and the list is made once.
-    provider->requestEvents(-1, -1, 1000);
-    provider->requestEvents(-1, -1, 0);
-    scheduler.runUntilIdle();
-    EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
 }
 
 }  // namespace

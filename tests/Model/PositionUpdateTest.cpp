@@ -90,27 +90,6 @@ TEST_P(PositionUpdate, TellsNobodyOfWhatFails) {
     }
 }
 
-TEST_P(PositionUpdate, ClosingEndsWhatIsUnderWay) {
-    Script late = Script::held();
-    late.isUnstoppable = true;
-    const std::vector<Script> stages[] = {{late}, {withoutElements, late}, {withoutElements}};
-    for (const auto& scripts : stages) {
-        bindAnew();
-        service.clearRequests();
-        for (const auto& script : scripts) service.scriptNext(pageRequest(), script);
-        service.scriptAll("getTimelineThumbnailsFull", late);
-        update(momentOf(40));
-        provider->close();
-        const auto thumbnailRequests = service.count("getTimelineThumbnailsFull");
-        service.releaseAll();
-        scheduler.runUntilIdle();
-        EXPECT_EQ(service.count("getTimelineThumbnailsFull"), thumbnailRequests) << "nobody is left to ask for";
-        EXPECT_EQ(callsAfterwards(), Calls{});
-        EXPECT_EQ(update(momentOf(40)), Calls{});
-        service.scriptAll("getTimelineThumbnailsFull", {});
-    }
-}
-
 TEST_P(PositionUpdate, DeletesAtTheServiceAndLeavesTheList) {
     Calls answers;
     const auto remove = [&](const std::shared_ptr<ScrubberEvent>& event) {
@@ -137,16 +116,6 @@ TEST_P(PositionUpdate, DeletesAtTheServiceAndLeavesTheList) {
     EXPECT_EQ(answers, (Calls{"0 The event was deleted.", "404 There is no such event.", "0 ", "0 ",
                               "-8 The connection was closed."}));
     EXPECT_EQ(remove(withId(9)), -1);
-}
-
-TEST_P(PositionUpdate, TakesTheFirstEntryOfAnIdOutOfTheList) {
-    EXPECT_EQ(provider->OnScrubberDeleteEvent(withId(250)), -1);
-    bindAnew();
-    entry(180)->setIdentificator(201);
-    const std::pair<std::shared_ptr<ScrubberEvent>, std::int32_t> cases[] = {
-        {nullptr, -1},     {withId(0), -1},    {withId(std::nullopt), -1},
-        {withId(100), -1}, {withId(201), 180}, {withId(201), 200}};
-    for (const auto& [event, index] : cases) EXPECT_EQ(provider->OnScrubberDeleteEvent(event), index);
 }
 
 }  // namespace

@@ -1,29 +1,15 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "korvane/base/VirtualScheduler.h"
 #include "korvane/tests/support/service/ScriptedService.h"
+#include "korvane/tests/support/service/Seeds.h"
 #include "korvane/views/timeline/Model/ScrubberEvents/ScrubberEventsDataProvider.h"
 #include "korvane/views/timeline/Model/ScrubberRecords/ScrubberRecordsDataProvider.h"
 
 namespace korvane::test {
-
-/// Rounds of a test that goes by seeds: a tenth of them where a sanitizer makes each change of threads slow.
-constexpr unsigned roundsOf(unsigned full) {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    return (full + 9) / 10;
-#else
-    return full;
-#endif
-}
 
 /// Writes down what a provider tells: "reload STATUS STATE", "index INDEX STATUS SCROLL FROM TO", "expires LEFT",
 /// "redraw".

@@ -91,40 +91,6 @@ TEST_F(RulerSectorsTest, WhatHasBeenFlownOverDoesNotKeepTheViewWaiting) {
     EXPECT_EQ(drain(), (std::vector<TimeSec>{500 * sector, 501 * sector, 502 * sector, 400 * sector}));
 }
 
-TEST_F(RulerSectorsTest, WhatAnAnswerLeaves) {
-    using State = RulerSectorState;
-    const auto recorded = timelineOf(0, Periods{{-1999, 1999}, {3000, 4001}});
-    const auto foreign = timelineOf(sector * 1000 + 1, Periods{{sector * 1000, sector * 1000}});
-    const std::tuple<std::shared_ptr<Timeline>, bool, State, State> cases[] = {
-        {nullptr, true, State::Failed, State::Loading},
-        {timelineOf(0, std::nullopt), true, State::Empty, State::Loading},
-        {timelineOf(0, Periods()), true, State::Empty, State::Loading},
-        {timelineOf(sector * 1000, Periods()), false, State::Unknown, State::Empty},
-        {foreign, false, State::Unknown, State::Recorded},
-        {recorded, true, State::Recorded, State::Loading}};
-    for (const auto& [timeline, isFree, state, stateOfNext] : cases) {
-        SCOPED_TRACE(static_cast<int>(state));
-        sectors.clear();
-        sectors.updateTimeline(0, 2 * sector);
-        const bool isStored = sectors.answer(*sectors.next(), timeline);
-        EXPECT_EQ(sectors.snapshot()->size(), isStored ? 1u : 0u);
-        EXPECT_EQ(std::pair(sectors.state(0), sectors.state(sector)), std::pair(state, stateOfNext));
-        EXPECT_EQ(sectors.updateTimeline(0, 2 * sector), isFree ? 1u : 0u) << "the next sector still waits";
-    }
-    EXPECT_EQ(*sectors.snapshot()->at(0)->periods(), (Periods{{-1, 1}, {3, 4}}));
-    EXPECT_EQ(recorded->end(), sector * 1000) << "the source's own";
-}
-
-TEST_F(RulerSectorsTest, SnapshotsStandStill) {
-    const auto* page = sectors.snapshot().get();
-    answer(0, timelineOf(0, Periods{{1, 2}}));
-    EXPECT_EQ(sectors.snapshot().get(), page) << "nobody reads: nothing is copied";
-    const auto held = sectors.snapshot();
-    answer(sector, timelineOf(sector * 1000, Periods{{1, 2}}));
-    EXPECT_EQ(sectors.snapshot()->size(), 2u);
-    EXPECT_EQ(held->size(), 1u);
-}
-
 TEST_F(RulerSectorsTest, WhatIsRecordedStaysRecorded) {
     for (std::uint32_t seed = 0; seed < 500; ++seed) {
         std::mt19937 random(seed);

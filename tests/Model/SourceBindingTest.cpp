@@ -84,20 +84,6 @@ TEST_F(SourceBinding, OpensTwoConnectionsAndKeepsTheSecond) {
     EXPECT_EQ(provider->refresh(), -1);
 }
 
-TEST_F(SourceBinding, StartsANewConnectionAtTheDefaults) {
-    for (const int form : {0, 1, 2}) {
-        const auto token = service.makeToken(7, "", form == 2 ? "" : address);
-        service.clearRequests();
-        EXPECT_EQ(setSourceBy(form, token), 0);
-        scheduler.runUntilIdle();
-        const auto request = service.requests("getEvents").at(0);
-        EXPECT_EQ(std::tuple(request.start, request.end, request.events, request.order, request.limit, request.offset),
-                  std::tuple(-1, scheduler.utcNow(), std::optional<std::string>(), 0, 100, 0));
-        EXPECT_EQ(service.requests("openSync").at(0).baseUrl, form == 2 ? "" : address);
-        EXPECT_EQ(delegate->take(), Calls{"reload 0 0"});
-    }
-}
-
 TEST_F(SourceBinding, SwapsTheTokenOfTheSameCameraAndService) {
     const auto later = formatUtc(scheduler.utcNow() + 120 * minute);
     const std::tuple<std::int64_t, std::string, std::string, bool> cases[] = {
@@ -129,15 +115,6 @@ TEST_F(SourceBinding, SwapsTheTokenOfTheSameCameraAndService) {
         const auto next = service.requests("getEvents").at(1);
         EXPECT_EQ(std::tuple(next.start, next.order, next.limit, next.offset), std::tuple(-1, 0, 10, 3));
     }
-}
-
-TEST_F(SourceBinding, FillsTheOpenPartsOfATokenFromTheDefaults) {
-    for (const auto& [protocol, port] : {std::pair("https", 443), {"http", 8080}, {"", 81}}) {
-        provider->setApiProtocol(protocol, port);
-        EXPECT_EQ(provider->setSource(encodeBase64Url(R"({"token":"b","expires":"","camid":7,"api":"host"})")), 0);
-    }
-    EXPECT_EQ(service.requests("openSync").front().baseUrl, "https://host:443");
-    EXPECT_EQ(service.requests("openSync").back().baseUrl, "http://host:81");
 }
 
 TEST_F(SourceBinding, TellsOfACameraThatIsNotFound) {
@@ -179,21 +156,6 @@ TEST_F(SourceBinding, WarnsOfATokenAboutToExpireUntilItIsSwappedOrClosed) {
         EXPECT_EQ(delegate->take(), Calls{}) << what;
     }
     EXPECT_EQ(std::make_shared<ScrubberEventsDataProvider>(scheduler, service)->onSharedTokenWillExpireIn(100), 0);
-}
-
-TEST_F(SourceBinding, ALateCameraOfAnEarlierBindingIsNobodys) {
-    Script late = Script::held();
-    late.isUnstoppable = true;
-    for (const bool bindsAnew : {false, true}) {
-        service.scriptNext("getCamera", late);
-        bind();
-        bindsAnew ? void(bind()) : provider->close();
-        service.clearRequests();
-        service.releaseAll();
-        scheduler.runUntilIdle();
-        EXPECT_EQ(requestNames(), Names{});
-        EXPECT_EQ(delegate->take(), bindsAnew ? Calls{"reload 0 0"} : Calls{});
-    }
 }
 
 // In whichever order the threads run, a refresh that has asked is not followed by the load that it has overtaken.

@@ -1,12 +1,8 @@
 #include "korvane/apps/browser/Application.h"
 
-#include <gtest/gtest.h>
-
 #include <QQuickWindow>
 #include <QUrl>
 #include <chrono>
-#include <functional>
-#include <memory>
 
 #include "korvane/apps/browser/tour/EventPump.h"
 #include "korvane/tests/server/TempFolder.h"

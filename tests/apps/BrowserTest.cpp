@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "korvane/apps/browser/Browser.h"
 #include "korvane/apps/browser/StatusText.h"
 #include "korvane/apps/browser/tour/EventPump.h"
@@ -51,20 +49,6 @@ TEST_F(BrowserTest, PlaysTheEventsOwnMomentAfterADragWroteOverIt) {
     emit browser.strip().selected(ScrubberEvent::build(-1));
     EXPECT_TRUE(browser.isLive());
     EXPECT_TRUE(until([this] { return browser.player()->getPosition() == last; }));
-}
-
-TEST_F(BrowserTest, ShowsTheMomentUnderTheFinger) {
-    browser.open(QString::fromStdString(token), "Gate");
-    ASSERT_TRUE(until([this] { return browser.player()->getSource() != nullptr; }));
-    browser.player()->open(first + 1'000, RecordingPlayer::Then::Pause);
-    ASSERT_TRUE(until([this] { return browser.player()->state() == RecordingPlayer::State::Paused; }));
-    const QString shown = browser.time();
-    emit browser.strip().flownOver(last, "UTC");
-    EXPECT_TRUE(browser.isFlyingOver());
-    EXPECT_NE(browser.time(), shown);
-    emit browser.strip().flyOverEnded();
-    EXPECT_FALSE(browser.isFlyingOver());
-    EXPECT_EQ(browser.time(), shown);
 }
 
 TEST_F(BrowserTest, WarnsOfAccessThatEnds) {

@@ -1,5 +1,4 @@
 // The whole application as a person runs it, without a display.
-#include <gtest/gtest.h>
 
 #include <QImage>
 #include <QProcess>

@@ -70,42 +70,5 @@ TEST(Keys, GoFromButtonToButtonAsTheEyeDoes) {
     }
 }
 
-TEST(Question, DeletesByAPressOfItsOwnAlone) {
-    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    const Application application;
-    QQmlApplicationEngine engine;
-    engine.addImportPath(QStringLiteral(":/"));
-    engine.loadData(R"(
-        import QtQuick
-        import Korvane.Browser
-        Window {
-            property Question question: Question { title: "?"; subject: "it"; text: "!"; answer: "Delete" }
-            width: 400; height: 400; visible: true
-        })");
-    ASSERT_EQ(engine.rootObjects().size(), 1);
-    auto* const window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    auto* const question = window->property("question").value<QObject*>();
-    QSignalSpy accepted(question, SIGNAL(accepted()));
-    QSignalSpy closed(question, SIGNAL(closed()));
-    int asked = 0;
-    QCoreApplication::processEvents();
-    for (const auto& [keys, isDeleted] : std::vector<std::pair<std::vector<Qt::Key>, bool>>{
-             {{Qt::Key_Return}, false},
-             {{Qt::Key_Enter}, false},
-             {{Qt::Key_Space}, false},
-             {{Qt::Key_Escape}, false},
-             {{Qt::Key_Tab, Qt::Key_Return}, true},
-             {{Qt::Key_Delete, Qt::Key_Return}, false},
-             {{Qt::Key_Tab, Qt::Key_Space}, true},
-             {{Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return}, false},
-         }) {
-        const auto before = accepted.count();
-        QMetaObject::invokeMethod(question, "open");
-        for (const auto key : keys) QTest::keyClick(window, key);
-        EXPECT_EQ(accepted.count() - before, isDeleted ? 1 : 0) << keys.size() << " " << keys.back();
-        EXPECT_EQ(closed.count(), ++asked);
-    }
-}
-
 }  // namespace
 }  // namespace korvane

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <QSignalSpy>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "korvane/apps/browser/FootageService.h"
 #include "korvane/apps/browser/RecordingPlayer.h"

@@ -1,7 +1,5 @@
 #include "korvane/apps/browser/Preferences.h"
 
-#include <gtest/gtest.h>
-
 #include "korvane/apps/browser/Application.h"
 #include "korvane/base/Log.h"
 #include "korvane/tests/server/TempFolder.h"

@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "korvane/client/Status.h"
 #include "korvane/tests/apps/PlayerFixture.h"
 
@@ -12,20 +8,6 @@ using State = RecordingPlayer::State;
 using Then = RecordingPlayer::Then;
 
 class RecordingPlayerTest : public PlayerFixture {};
-
-TEST_F(RecordingPlayerTest, PlaysAcrossAFileBorderWithoutANotice) {
-    QSignalSpy gaps(&*player, &RecordingPlayer::gapSkipped);
-    TimeMs before = 0;
-    bool isForward = true;
-    QObject::connect(&*player, &RecordingPlayer::positionChanged, &*player, [&](qint64 position) {
-        isForward = isForward && position >= before;
-        before = position;
-    });
-    player->open(first + 2'500, Then::Play);
-    EXPECT_TRUE(until([this] { return player->state() == State::Playing && player->getPosition() > second + 500; }));
-    EXPECT_TRUE(isForward) << "time went back";
-    EXPECT_TRUE(gaps.isEmpty());
-}
 
 TEST_F(RecordingPlayerTest, JumpsOverAGapSaysSoAndEndsAtTheLastRecording) {
     QSignalSpy gaps(&*player, &RecordingPlayer::gapSkipped);
@@ -68,16 +50,6 @@ TEST_F(RecordingPlayerTest, SeeksFromAnyThreadAndStaysPaused) {
     player->openNewest(Then::Play);
     player->resume();
     EXPECT_EQ(player->state(), State::Idle);
-}
-
-TEST_F(RecordingPlayerTest, ARecordingThatIsGoneIsAFailureAndNoMore) {
-    QSignalSpy failures(&*player, &RecordingPlayer::failed);
-    std::filesystem::remove(folder / lastFile);
-    player->open(last + 500, Then::Play);
-    ASSERT_TRUE(until([this] { return player->state() == State::Failed; }));
-    EXPECT_EQ(failures.size(), 1);
-    player->open(first + 500, Then::Play);
-    EXPECT_TRUE(until([this] { return player->state() == State::Playing && player->getPosition() > first + 800; }));
 }
 
 TEST_F(RecordingPlayerTest, AServiceThatIsGoneIsAFailureWithItsStatus) {

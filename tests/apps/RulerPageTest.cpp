@@ -1,26 +1,19 @@
 // The time ruler in the whole application, led by keys and pointer, against the real service.
-#include <gtest/gtest.h>
-
-#include <QQuickWindow>
-#include <QTest>
 #include <cstdlib>
 
-#include "korvane/apps/browser/Application.h"
-#include "korvane/apps/browser/tour/TourHand.h"
-#include "korvane/tests/apps/PlayerFixture.h"
+#include "korvane/tests/apps/ApplicationFixture.h"
 #include "korvane/tests/server/TestClip.h"
 
 namespace korvane::test {
 namespace {
 
-using Page = Browser::Page;
-using State = RecordingPlayer::State;
-
 /// A film of 300 s, and one of 20 s two hours later.
-class RulerPageTest : public PlayerFixture {
+class RulerPageTest : public ApplicationFixture {
   protected:
     void writeFootage() override {
         TestClip clip;
+        clip.width = 176;  // small, since it is long
+        clip.height = 100;
         clip.seconds = 300;
         clip.movements = {{2, 4}, {100, 280}};
         clip.write(folder / "20261118_070000.mp4");
@@ -29,25 +22,13 @@ class RulerPageTest : public PlayerFixture {
     }
 
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
-        application.emplace();
-        application->openToken(token);
-        ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));
+        ASSERT_NO_FATAL_FAILURE(ApplicationFixture::SetUp());
         browser().setPage(Page::Ruler);
         press(Qt::Key_Home);
         ASSERT_TRUE(plays(0)) << "from the live end a seek plays";
     }
 
-    void TearDown() override {
-        EXPECT_TRUE(application->faults().isEmpty()) << qPrintable(application->faults().join('\n'));
-        application.reset();
-        PlayerFixture::TearDown();
-    }
-
-    Browser& browser() { return application->browser(); }
-    RecordingPlayer& player() { return *browser().player(); }
     TimelineView& view() { return *browser().ruler()->view(); }
-    void press(Qt::Key key) { QTest::keyClick(application->window(), key); }
     TimeSec knob() { return view().currentPosition() - first / 1000; }
     TimeSec center() { return view().centerTime() - first / 1000; }
     bool plays(TimeSec from) {
@@ -60,9 +41,7 @@ class RulerPageTest : public PlayerFixture {
     QPointF place(TimeSec away, double y) {
         return view().mapToScene({(view().width() - 20) / 2 + static_cast<double>(away), y});
     }
-    void tap(TimeSec away) { TourHand(application->scheduler(), *application->window()).tap(place(away, 40)); }
-
-    std::optional<Application> application;
+    void tap(TimeSec away) { hand().tap(place(away, 40)); }
 };
 
 TEST_F(RulerPageTest, ASwitchKeepsTheMomentAndThePlaying) {
@@ -74,7 +53,7 @@ TEST_F(RulerPageTest, ASwitchKeepsTheMomentAndThePlaying) {
         for (const Page page : {Page::Events, Page::Timeline, Page::Ruler}) {
             press(Qt::Key_T);
             ASSERT_EQ(browser().page(), page);
-            EXPECT_TRUE(until([&] { return page == Page::Ruler ? knob() > 0 : !!browser().navigation()->selected(); }));
+            EXPECT_TRUE(until([&] { return page == Page::Ruler ? knob() > 0 : !!navigation().selected(); }));
             EXPECT_EQ(player().state(), state);
             EXPECT_LT(std::abs(player().getPosition() - first - 130'000), 12'000);
         }
@@ -86,10 +65,10 @@ TEST_F(RulerPageTest, ATapSeeksAndTheRulerStaysUnlessTheKnobLeavesIt) {
     const TimeSec before = center();
     tap(100);
     EXPECT_TRUE(plays(before + 95));
-    TourHand hand(application->scheduler(), *application->window());
-    hand.press(place(knob() - before - 5, 60));
-    hand.drag(place(200, 60), 8);
-    hand.release();
+    TourHand finger = hand();
+    finger.press(place(knob() - before - 5, 60));
+    finger.drag(place(200, 60), 8);
+    finger.release();
     EXPECT_TRUE(plays(before + 195));
     EXPECT_EQ(center(), before);
     tap(500);

@@ -1,30 +1,21 @@
 // The strip in the whole application, led by keys and pointer, against the real service.
-#include <gtest/gtest.h>
-
-#include <QQuickItem>
-#include <QQuickWindow>
-#include <QTest>
 #include <QUrl>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <limits>
 
-#include "korvane/apps/browser/Application.h"
 #include "korvane/apps/browser/StatusText.h"
 #include "korvane/apps/browser/tour/EventPump.h"
 #include "korvane/apps/browser/tour/TourEye.h"
-#include "korvane/apps/browser/tour/TourHand.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Storage.h"
-#include "korvane/tests/apps/PlayerFixture.h"
+#include "korvane/tests/apps/ApplicationFixture.h"
 #include "korvane/tests/server/TestClip.h"
 
 namespace korvane::test {
 namespace {
-
-using State = RecordingPlayer::State;
 
 constexpr int live = 0;
 constexpr double rounding =
@@ -41,7 +32,7 @@ QQuickItem* visibleItem(QQuickItem* root, const char* property, const QString& w
 }
 
 /// Nine events of about two seconds, in three films: two that touch, and one two hours later.
-class StripTest : public PlayerFixture {
+class StripTest : public ApplicationFixture {
   protected:
     void writeFootage() override {
         TestClip clip;
@@ -51,29 +42,7 @@ class StripTest : public PlayerFixture {
             clip.write(folder / file);
     }
 
-    void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
-        application.emplace();
-        ASSERT_NE(application->window(), nullptr);
-        application->openToken(token);
-        ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));
-        ASSERT_EQ(browser().count(), "9 events");
-    }
-
-    void TearDown() override {
-        const QStringList faults = application ? application->faults() : QStringList();
-        EXPECT_TRUE(faults.isEmpty()) << qPrintable(faults.join('\n'));
-        application.reset();
-        PlayerFixture::TearDown();
-    }
-
-    QQuickWindow& window() { return *application->window(); }
-    Browser& browser() { return application->browser(); }
-    RecordingPlayer& player() { return *browser().player(); }
-    Navigation& navigation() { return *browser().navigation(); }
     StripHost& strip() { return browser().strip(); }
-
-    void press(Qt::Key key) { QTest::keyClick(&window(), key); }
 
     void click(const char* property, const QString& wanted) {
         QQuickItem* button = visibleItem(window().contentItem(), property, wanted);
@@ -127,22 +96,20 @@ class StripTest : public PlayerFixture {
     /// Holds the player, so that the strip's next advance goes to where it is.
     void expectMarkAtPlayer(const char* way) {
         press(Qt::Key_Space);
-        ASSERT_TRUE(until([this] { return player().state() == State::Paused; })) << way;
+        ASSERT_TRUE(comesToState(State::Paused)) << way;
         EXPECT_TRUE(until([this] { return std::abs(offsetOfMark() - offsetOfPlayer()) <= rounding; }))
             << way << ": mark " << offsetOfMark() << ", player " << offsetOfPlayer();
     }
 
     /// Drags the strip by so many points; to the left is on in time.
     void drag(double points) {
-        TourHand hand(application->scheduler(), window());
+        TourHand finger = hand();
         const ScrubberView& view = *strip().view();
         const QPointF mark = view.mapToScene({view.width() / 2, view.height() / 2});
-        hand.press(mark);
-        hand.drag(mark + QPointF(points, 0), 8);
-        hand.release();
+        finger.press(mark);
+        finger.drag(mark + QPointF(points, 0), 8);
+        finger.release();
     }
-
-    std::optional<Application> application;
 };
 
 TEST_F(StripTest, KeysAndButtonsGoFromEventToEvent) {
@@ -273,7 +240,7 @@ TEST_F(StripTest, AServiceThatComesBackIsFoundByAllParts) {
     press(Qt::Key_Home);
     ASSERT_TRUE(comesTo(1));
     press(Qt::Key_Space);
-    ASSERT_TRUE(until([this] { return player().state() == State::Paused; }));
+    ASSERT_TRUE(comesToState(State::Paused));
     const TimeMs before = player().getPosition();
     std::string address;
     std::string fault;
@@ -417,44 +384,6 @@ TEST_F(StripTest, EndsAnEntryOnceMoreAfterASeekBack) {
     EXPECT_LT(player().getPosition(), first + 30'000) << "not only where the footage has a hole";
 }
 
-TEST_F(StripTest, EndsAnEntryThatOutlastsTheFootage) {
-    const TimeMs lastFilm = first + 7'200'000;
-    strip().view()->selectEventAt(7);
-    ASSERT_TRUE(comesTo(7));
-    for (const bool playsOn : {false, true}) {
-        browser().setPlaysOn(playsOn);
-        player().setPosition(lastFilm + 19'000);
-        if (playsOn) {
-            EXPECT_TRUE(comesTo(8));
-        } else {
-            ASSERT_TRUE(until([this] { return player().state() == State::Ended; }));
-            press(Qt::Key_Space);
-            EXPECT_TRUE(until([&] { return plays(7) && player().getPosition() < lastFilm + 9'000; }));
-        }
-    }
-}
-
-TEST_F(StripTest, PlayingOnShowsNoSecondTwice) {
-    browser().setPlaysOn(true);
-    press(Qt::Key_Home);
-    ASSERT_TRUE(comesTo(1));
-    const auto one = strip().entry(1);
-    const auto two = strip().entry(2);
-    ASSERT_LT(two->start(), one->end()) << "they overlap";
-    player().setPosition(std::min(one->end(), first + 39'000) - 2'000);
-    ASSERT_TRUE(until([this] { return player().state() == State::Playing; }));
-    TimeMs shown = player().getPosition();
-    QObject::connect(&player(), &RecordingPlayer::positionChanged, &window(), [&](qint64 position) {
-        EXPECT_GE(position, shown);
-        shown = position;
-    });
-    ASSERT_TRUE(until([&] { return navigation().selected() && navigation().selected() != one; }));
-    const TimeMs changed = player().getPosition();
-    EXPECT_TRUE(until([&] { return player().getPosition() > changed + 1'000; }));
-    EXPECT_GT(navigation().selected()->end(), player().getPosition());
-    QObject::disconnect(&player(), nullptr, &window(), nullptr);
-}
-
 TEST_F(StripTest, ASwitchLeavesTheEndBehind) {
     press(Qt::Key_Home);
     ASSERT_TRUE(comesTo(1));
@@ -473,7 +402,6 @@ TEST_F(StripTest, ASwitchLeavesTheEndBehind) {
 }
 
 TEST_F(StripTest, SpaceAndATapOnThePictureToggleThePlayer) {
-    const auto comesToState = [this](State state) { return until([&] { return player().state() == state; }); };
     press(Qt::Key_Space);
     EXPECT_TRUE(comesToState(State::Playing));
     press(Qt::Key_Space);

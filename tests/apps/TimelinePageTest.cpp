@@ -1,28 +1,22 @@
 // The timeline strip in the whole application, led by keys and pointer, against the real service.
-#include <gtest/gtest.h>
-
-#include <QQuickWindow>
-#include <QTest>
 #include <cmath>
 
-#include "korvane/apps/browser/Application.h"
-#include "korvane/apps/browser/tour/TourHand.h"
-#include "korvane/tests/apps/PlayerFixture.h"
+#include "korvane/tests/apps/ApplicationFixture.h"
 #include "korvane/tests/server/TestClip.h"
 
 namespace korvane::test {
 namespace {
 
-using State = RecordingPlayer::State;
-
 constexpr TimeMs second1 = 1'000;
 constexpr TimeMs later = 7'200'000;
 
 /// Two films that touch, of 300 s and 20 s, in segments of 240 s and 80 s; and one of 20 s two hours later.
-class TimelinePageTest : public PlayerFixture {
+class TimelinePageTest : public ApplicationFixture {
   protected:
     void writeFootage() override {
         TestClip clip;
+        clip.width = 176;  // small, since it is long
+        clip.height = 100;
         clip.seconds = 300;
         clip.movements = {{2, 4}, {290, 292}};
         clip.write(folder / "20261118_070000.mp4");
@@ -32,26 +26,14 @@ class TimelinePageTest : public PlayerFixture {
     }
 
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(PlayerFixture::SetUp());
-        application.emplace();
-        application->openToken(token);
-        ASSERT_TRUE(until([this] { return browser().isListSeen() && player().state() == State::Paused; }));
+        ASSERT_NO_FATAL_FAILURE(ApplicationFixture::SetUp());
         QObject::connect(&player(), &RecordingPlayer::stateChanged, [this] {
             if (player().state() == State::Opening) ++seeks;
         });
         QObject::connect(&timeline(), &ScrubberHost::selected, [this] { ++selections; });
     }
 
-    void TearDown() override {
-        EXPECT_TRUE(application->faults().isEmpty()) << qPrintable(application->faults().join('\n'));
-        application.reset();
-        PlayerFixture::TearDown();
-    }
-
-    Browser& browser() { return application->browser(); }
-    RecordingPlayer& player() { return *browser().player(); }
     TimelineHost& timeline() { return browser().timeline(); }
-    void press(Qt::Key key, Qt::KeyboardModifiers with = {}) { QTest::keyClick(application->window(), key, with); }
 
     /// The moment under the mark.
     TimeMs marked() {
@@ -77,26 +59,25 @@ class TimelinePageTest : public PlayerFixture {
 
     int seeks = 0;
     int selections = 0;
-    std::optional<Application> application;
 };
 
 TEST_F(TimelinePageTest, ASwitchKeepsTheMomentAndThePlaying) {
     press(Qt::Key_Home);
-    ASSERT_TRUE(until([this] { return player().state() == State::Playing; }));
+    ASSERT_TRUE(comesToState(State::Playing));
     // In the first event, and a minute and more from any.
     for (const auto& [moment, event] : {std::pair<TimeMs, int>{first + 20 * second1, 1}, {first + 200 * second1, 2}}) {
         for (const State state : {State::Playing, State::Paused}) {
             SCOPED_TRACE(testing::Message() << event << ", " << (state == State::Paused));
-            browser().setPage(Browser::Page::Timeline);
+            browser().setPage(Page::Timeline);
             ASSERT_TRUE(until([this] { return follows(); }));
             ASSERT_TRUE(goesTo(moment));
             if (state == State::Paused) press(Qt::Key_Space);
             ASSERT_TRUE(until([this] { return follows(); }));
             seeks = 0;
-            browser().setPage(Browser::Page::Events);
+            browser().setPage(Page::Events);
             ASSERT_TRUE(
                 until([&] { return browser().strip().isReady() && browser().strip().indexUnderMark() == event; }));
-            ASSERT_TRUE(until([&] { return browser().navigation()->selected() == browser().strip().entry(event); }));
+            ASSERT_TRUE(until([&] { return navigation().selected() == browser().strip().entry(event); }));
             EXPECT_EQ(player().state(), state);
             press(Qt::Key_T);
             EXPECT_TRUE(until([this] { return follows(); }));
@@ -114,15 +95,15 @@ TEST_F(TimelinePageTest, ADragGoesToThatSecond) {
     ASSERT_TRUE(until([this] { return player().state() == State::Playing && follows(); }));
     TimeMs flown = -1;
     QObject::connect(&timeline(), &ScrubberHost::flownOver, [&](qint64 time) { flown = time; });
-    TourHand hand(application->scheduler(), *application->window());
+    TourHand finger = hand();
     const QPointF mark = timeline().view()->mapToScene({timeline().view()->width() / 2, 60});
-    hand.press(mark);
-    hand.drag(mark - QPointF(78, 0), 8);
+    finger.press(mark);
+    finger.drag(mark - QPointF(78, 0), 8);
     EXPECT_TRUE(browser().isFlyingOver());
     EXPECT_GT(flown, first + 60 * second1);
     EXPECT_LT(std::abs(flown - marked()), 5 * second1);
-    hand.release();
-    ASSERT_TRUE(until([this] { return player().state() == State::Playing; }));
+    finger.release();
+    ASSERT_TRUE(comesToState(State::Playing));
     EXPECT_FALSE(browser().isFlyingOver());
     EXPECT_TRUE(player().getPosition() >= flown && player().getPosition() < flown + 3 * second1);
 }
@@ -130,18 +111,18 @@ TEST_F(TimelinePageTest, ADragGoesToThatSecond) {
 TEST_F(TimelinePageTest, TheStripFollowsThePlayerOverBordersAndGaps) {
     press(Qt::Key_T);
     ASSERT_TRUE(until([this] { return restsAtLiveEnd(); }));
-    browser().navigation()->toPrevious();
+    navigation().toPrevious();
     ASSERT_TRUE(until([this] { return timeline().indexUnderMark() == 3 && player().state() == State::Playing; }));
     press(Qt::Key_Left, Qt::ShiftModifier);
     ASSERT_TRUE(until([this] { return timeline().indexUnderMark() == 2 && follows(); }));
-    browser().navigation()->toFirst();
+    navigation().toFirst();
     ASSERT_TRUE(until([this] { return timeline().indexUnderMark() == 1 && follows(); }));
 
     ASSERT_TRUE(goesTo(first + 236 * second1));
     seeks = selections = 0;
     EXPECT_TRUE(until([this] { return timeline().indexUnderMark() == 2 && follows(); }));
     EXPECT_EQ(seeks, 0);
-    EXPECT_TRUE(until([this] { return timeline().isAt(browser().navigation()->selected(), 2); }));
+    EXPECT_TRUE(until([this] { return timeline().isAt(navigation().selected(), 2); }));
     ASSERT_TRUE(goesTo(first + 317 * second1));
     EXPECT_TRUE(until([this] { return player().getPosition() >= first + later && timeline().indexUnderMark() == 3; }));
     EXPECT_EQ(selections, 0);

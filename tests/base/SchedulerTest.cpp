@@ -7,7 +7,6 @@
 #include <atomic>
 #include <mutex>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>

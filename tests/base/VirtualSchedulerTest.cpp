@@ -26,15 +26,6 @@ class VirtualSchedulerTest : public ::testing::Test {
     Trail trail;
 };
 
-TEST_F(VirtualSchedulerTest, TasksOfTheMainThreadStandStillWhileItWaits) {
-    scheduler.post(note("posted"));
-    scheduler.after(milliseconds(5), note("timer"));
-    EXPECT_FALSE(never.waitFor(milliseconds(20)));
-    EXPECT_EQ(trail, Trail{});
-    scheduler.runUntilIdle();
-    EXPECT_EQ(trail, (Trail{"posted@20", "timer@20"}));
-}
-
 TEST_F(VirtualSchedulerTest, AdvanceRunsWhatFallsDueInOrderOfTime) {
     scheduler.after(milliseconds(30), note("c"));
     scheduler.after(milliseconds(10), [&] {

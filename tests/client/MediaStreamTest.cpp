@@ -127,19 +127,6 @@ TEST_F(MediaStreamTest, WhatIsNoFilmOfThatServiceIsAFault) {
     }
 }
 
-TEST_F(MediaStreamTest, OnlyTheTwoSchemesAreOpened) {
-    RawServer server([&](const std::string& request) { return partOf(file, request); });
-    const std::string rest = server.url().substr(4);
-    for (const std::string url : {"file:///etc/passwd", "/etc/passwd", "concat:/etc/passwd", "", "http", "data:,x"})
-        EXPECT_EQ(open(url).fault(), MediaFault::BadAddress) << url;
-    for (const std::string scheme : {"tcp", "ftp", "gopher", "rtsp", "ws", " http"})
-        EXPECT_EQ(open(scheme + rest + "/film").fault(), MediaFault::BadAddress) << scheme;
-    EXPECT_EQ(open(server.url() + "/a\r\nX: y").fault(), MediaFault::BadAddress);
-    EXPECT_EQ(server.connections(), 0);
-    open("HTTP" + rest + "/film");
-    EXPECT_EQ(read(10), file.substr(0, 10));
-}
-
 TEST_F(MediaStreamTest, ARedirectionIsFollowedAndAProxyIsNot) {
     setenv("http_proxy", "http://127.0.0.1:1", 1);
     RawServer server([&](const std::string& request) {
@@ -170,6 +157,19 @@ TEST_F(MediaStreamTest, ACancelledReadEndsAtOnce) {
         canceller->join();
         EXPECT_EQ(stream->fault(), MediaFault::Cancelled);
     }
+}
+
+TEST_F(MediaStreamTest, OnlyTheTwoSchemesAreOpened) {
+    RawServer server([&](const std::string& request) { return partOf(file, request); });
+    const std::string rest = server.url().substr(4);
+    for (const std::string url : {"file:///etc/passwd", "/etc/passwd", "concat:/etc/passwd", "", "http", "data:,x"})
+        EXPECT_EQ(open(url).fault(), MediaFault::BadAddress) << url;
+    for (const std::string scheme : {"tcp", "ftp", "gopher", "rtsp", "ws", " http"})
+        EXPECT_EQ(open(scheme + rest + "/film").fault(), MediaFault::BadAddress) << scheme;
+    EXPECT_EQ(open(server.url() + "/a\r\nX: y").fault(), MediaFault::BadAddress);
+    EXPECT_EQ(server.connections(), 0);
+    open("HTTP" + rest + "/film");
+    EXPECT_EQ(read(10), file.substr(0, 10));
 }
 
 }  // namespace

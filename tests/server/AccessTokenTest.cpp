@@ -1,6 +1,5 @@
 #include "korvane/server/AccessToken.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>

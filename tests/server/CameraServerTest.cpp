@@ -1,7 +1,6 @@
 #include "korvane/server/CameraServer.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <httplib.h>
 #include <netinet/in.h>
 #include <sys/socket.h>

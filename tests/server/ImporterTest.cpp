@@ -1,7 +1,5 @@
 #include "korvane/server/Importer.h"
 
-#include <gtest/gtest.h>
-
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/server/TempFolder.h"

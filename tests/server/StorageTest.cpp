@@ -1,7 +1,5 @@
 #include "korvane/server/Storage.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <random>
 

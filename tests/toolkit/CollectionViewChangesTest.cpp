@@ -32,19 +32,6 @@ TEST_F(CollectionViewChanges, CellsAreBoundedAndNoneIsMadeAfterWarmUp) {
     EXPECT_EQ(made, warm);
 }
 
-TEST_F(CollectionViewChanges, FarAnimationHasCellsAtBothEndsOnly) {
-    animateKeyframes(1.0, [this] { strip->setContentOffset({100'000, 0}); });
-    ui.settle();
-    EXPECT_TRUE(strip->cellForItemAtIndexPath(0));
-    EXPECT_TRUE(strip->cellForItemAtIndexPath(strip->indexPathForItemAtPoint({100'150, 60})));
-    EXPECT_FALSE(strip->cellForItemAtIndexPath(strip->indexPathForItemAtPoint({50'150, 60})));
-    expectCellsInPlace();
-    ui.advance(1100ms);
-    expectCellsInPlace();
-    EXPECT_LE(made, 20);
-    EXPECT_EQ(scrolls, 1) << "the value set changed once";
-}
-
 TEST_F(CollectionViewChanges, CellsThatTouchShowNoSeam) {
     spacing = 0;
     std::mt19937 random(3);
@@ -97,32 +84,6 @@ TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) 
     count = 3;
     reload();
     EXPECT_EQ(x(), strip->contentSize().width - 800 + 10) << "as far beyond the new end";
-}
-
-TEST_F(CollectionViewChanges, DeletionMovesCellsUpBeforeTheCompletion) {
-    start(1200);
-    const auto visible = strip->indexPathsForVisibleItems();
-    ASSERT_GE(visible.size(), 5u);
-    const std::int64_t gone = visible[2];
-    auto* after = strip->cellForItemAtIndexPath(gone + 1);
-    filled = 0;
-    bool isDone = false;
-    strip->performBatchUpdates(
-        [&] {
-            --count;
-            strip->deleteItemsAtIndexPaths({gone});
-            EXPECT_TRUE(strip->cellForItemAtIndexPath(gone)) << "not within the updates";
-        },
-        [&](bool) {
-            isDone = true;
-            EXPECT_EQ(strip->cellForItemAtIndexPath(gone), after);
-        });
-    EXPECT_FALSE(isDone);
-    EXPECT_EQ(strip->numberOfItems(), 999);
-    EXPECT_EQ(strip->cellForItemAtIndexPath(gone), after) << "its cell was kept";
-    EXPECT_LE(filled, 1) << "only what came into view was asked for";
-    ui.settle();
-    EXPECT_TRUE(isDone);
 }
 
 TEST_F(CollectionViewChanges, ReconfiguredCellsAreFilledInPlace) {
@@ -221,23 +182,6 @@ TEST_F(CollectionViewChanges, InsetsMoveTheContentAndCoordinatesFollowTheOffsetS
     EXPECT_EQ(convertPoint({400, 60}, ui.root(), strip), (Point{2380, 60}));
     EXPECT_EQ(convertPoint({4, 6}, nullptr, strip), Point());
     EXPECT_EQ(boundsOf(nullptr), Rect());
-}
-
-TEST_F(CollectionViewChanges, LayoutRunsWithoutAWindowAndCompletes) {
-    std::vector<bool> ofTheDead;
-    CollectionView().setCollectionViewLayout(std::make_unique<FlowLayout>(), true,
-                                             [&](bool finished) { ofTheDead.push_back(finished); });
-    CollectionView lone;
-    lone.registerFactory([] { return std::make_unique<NumberCell>(); }, QStringLiteral("cell"));
-    lone.setSize({800, 120});
-    lone.setDataSource(this);
-    int completions = 0;
-    lone.setCollectionViewLayout(std::make_unique<FlowLayout>(), true, [&](bool) { ++completions; });
-    lone.setCollectionViewLayout(nullptr, true, [&](bool) { ++completions; });
-    ui.settle();
-    EXPECT_EQ(completions, 1);
-    EXPECT_EQ(ofTheDead, std::vector<bool>{false});
-    EXPECT_TRUE(lone.cellForItemAtIndexPath(1));
 }
 
 }  // namespace

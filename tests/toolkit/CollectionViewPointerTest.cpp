@@ -89,30 +89,6 @@ TEST_F(CollectionViewPointer, CreepingStripStillTakesTapsAndDrags) {
     ui.release({280, 60});
 }
 
-TEST_F(CollectionViewPointer, RubberBandAtBothEnds) {
-    const double end = strip->contentSize().width - 800;
-    for (const double edge : {0.0, end}) {
-        SCOPED_TRACE(edge);
-        start(edge);
-        const double side = edge > 0 ? 1 : -1;
-        ui.drag({400 + side * 300, 60}, {400 - side * 100, 60}, 640ms, true);
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end, decelerates", "decelerating"}));
-        double pulled = std::abs(x() - edge);
-        EXPECT_GT(pulled, 100);
-        EXPECT_LT(pulled, 220);
-        expectCellsInPlace();
-        onScroll = [&] {
-            EXPECT_LE(std::abs(x() - edge), pulled) << "springs back without a swing";
-            pulled = std::abs(x() - edge);
-        };
-        rest();
-        onScroll = nullptr;
-        EXPECT_EQ(x(), edge);
-        EXPECT_EQ(log.back(), "stopped");
-        expectCellsInPlace();
-    }
-}
-
 TEST_F(CollectionViewPointer, WheelBurstIsOneDrag) {
     start(2000);
     ui.wheel({400, 60}, {0, -120});
@@ -214,54 +190,6 @@ TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
         EXPECT_GT(outer->property("contentY").toDouble(), 40) << "not left to it";
     }
     strip->setParentItem(ui.root());
-}
-
-TEST_F(CollectionViewPointer, GrabTakenAwayEndsTheDrag) {
-    for (const int pointer : {VirtualUi::mouse, 0}) {
-        start(2000);
-        ui.press({500, 60}, pointer);
-        for (const double to : {480.0, 460.0, 440.0}) {
-            ui.advance(16ms);
-            ui.move({to, 60}, pointer);
-        }
-        ASSERT_TRUE(strip->isDragging());
-        pointer == 0 ? strip->setVisible(false) : strip->ungrabMouse();
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
-        strip->setVisible(true);
-        ui.release({440, 60}, pointer);
-        EXPECT_EQ(log.size(), 3u);
-    }
-}
-
-TEST_F(CollectionViewPointer, StripMayDieInEachCallback) {
-    for (const std::string moment :
-         {"begin", "scroll", "end, decelerates", "decelerating", "flight", "stopped", "select 15"}) {
-        if (!strip) makeStrip(1000);
-        start(2000);
-        // Qt still holds an item that gets a pointer event.
-        const bool isInEvent = moment != "flight" && moment != "stopped";
-        const auto die = [&] {
-            isInEvent ? strip->deleteLater() : delete strip;
-            strip = nullptr;
-        };
-        onEvent = {{moment, die}};
-        int steps = 0;
-        onScroll = [&] {
-            if (!strip) return;
-            const bool isFlight = strip->isDecelerating();
-            if ((moment == "scroll" && ++steps == 2) || (moment == "flight" && isFlight && ++steps == 3)) die();
-        };
-        if (moment == "select 15") {
-            ui.tap({400, 60});
-        } else {
-            ui.drag({600, 60}, {440, 60}, 160ms);
-            for (int i = 0; i < 300 && strip; ++i) ui.advance(16ms);
-        }
-        EXPECT_FALSE(strip) << moment << " did not come";
-        onEvent.clear();
-        onScroll = nullptr;
-        ui.advance(100ms);
-    }
 }
 
 }  // namespace

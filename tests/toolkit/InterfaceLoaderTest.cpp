@@ -1,10 +1,7 @@
 #include "korvane/toolkit/InterfaceLoader.h"
 
-#include <gtest/gtest.h>
-
 #include <QQuickItem>
 #include <QTemporaryDir>
-#include <QUrl>
 
 #include "korvane/base/Log.h"
 #include "korvane/tests/toolkit/StripFixture.h"

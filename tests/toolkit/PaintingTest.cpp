@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QImage>
 #include <QPainter>
 #include <cmath>
 #include <random>

@@ -4,7 +4,6 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <memory>
 #include <string>
 #include <vector>
 

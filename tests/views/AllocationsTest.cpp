@@ -3,8 +3,6 @@
 
 #include <QCoreApplication>
 #include <cstdlib>
-#include <functional>
-#include <memory>
 #include <new>
 
 #include "korvane/tests/support/qt/VirtualUi.h"

@@ -122,24 +122,6 @@ TEST_F(CellTest, TellsEntriesApart) {
     EXPECT_EQ(date(), "") << "an entry that is gone is shown as a spacer";
 }
 
-TEST_F(CellTest, TakesItsLookFromTheSettings) {
-    QImage cat(2, 2, QImage::Format_ARGB32);
-    cat.fill(Qt::black);
-    owner_.config.setEventTypeImages(QHash<QString, QImage>{{"cat", cat}});
-    owner_.config.setEventTypeTintColor(Qt::cyan);
-    owner_.config.setBackgroundCellColor(Qt::darkGray);
-    owner_.config.setDateTimeTextColor(Qt::yellow);
-    const auto event = item();
-    fill(event);
-    EXPECT_TRUE(icon().image().isNull()) << "own images leave no room for the built-in ones";
-    event->setName("Cat");
-    cell_->update();
-    EXPECT_EQ(icon().image(), cat);
-    EXPECT_EQ(icon().tintColor(), QColor(Qt::cyan));
-    EXPECT_EQ(preview().backgroundColor(), QColor(Qt::darkGray));
-    EXPECT_EQ(outlet("eventDateTimeaLabel")->property("color").value<QColor>(), QColor(Qt::yellow));
-}
-
 TEST_F(CellTest, PreviewComesFromMemoryThenImageThenVideo) {
     const auto event = item();
     event->setImageUrl(picture("image.png", Qt::red));

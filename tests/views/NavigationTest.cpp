@@ -103,18 +103,6 @@ TEST_F(NavigationTest, NeighboursAreOtherEntriesAlsoOfTheSameMoment) {
     EXPECT_EQ(hear(previous_), Lines{});
 }
 
-TEST_F(NavigationTest, TenPressesWithinASecondAreTenSteps) {
-    for (const bool isForward : {true, false}) {
-        playIn(50, 25);
-        for (int press = 0; press < 10; ++press) {
-            (isForward ? next_ : previous_)(*view_);
-            ui_.advance(90ms);
-        }
-        ui_.advance(1100ms);
-        EXPECT_EQ(playing(), isForward ? 35 : 15);
-    }
-}
-
 TEST_F(NavigationTest, ClosestIsTheFirstOfTheDayThatBeginsThen) {
     constexpr TimeMs day = 86'400'000;
     constexpr TimeMs first = 1'060'000 + 2 * day;  // entries follow by the minute

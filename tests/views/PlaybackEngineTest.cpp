@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <vector>
 
 #include "korvane/base/VirtualScheduler.h"
 #include "korvane/tests/views/FakePlaybackHost.h"

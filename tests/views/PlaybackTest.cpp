@@ -137,55 +137,6 @@ TEST_F(PlaybackTest, AnAnimationWithoutEndIsWaitedForThreeSeconds) {
     EXPECT_EQ(polls_.size(), 5U);
 }
 
-// What plays stays under the mark, to the second, while its list is loaded anew, folded and unfolded.
-TEST_F(PlaybackTest, AListThatIsMadeAnewGoesOnPlaying) {
-    service_.withFootage([this](ScriptedFootage& footage) {
-        for (std::int64_t id = 1; id <= 60; ++id) {
-            const TimeMs time = ui_.scheduler().utcNow() - 8'000'000 + id * 60'000;
-            footage.addEvent({id, time, "motion", ""});
-            if (id % 3 == 0) footage.addEvent({1'000 + id, time + 5'000, "motion", ""});
-        }
-    });
-    view_->setDataSourceDelegate(nullptr);
-    load(0);
-    const auto current = [this] { return view_->getCurrentEvent(); };
-    const std::int64_t length = view_->getEventsCount();
-    const struct {
-        std::function<void()> run;
-        std::size_t requests;
-        std::int64_t folded;
-    } steps[] = {
-        {[this] { view_->refresh(); }, 2, 0},
-        {[this] { view_->enableEventGrouping(true); }, 2, 20},
-        {[this] { view_->refresh(); }, 3, 20},
-        {[this] { view_->enableEventGrouping(false); }, 3, 0},
-    };
-    std::size_t requests = 0;
-    for (const std::int64_t played : {45, 47, 48}) {  // alone, and the older and the newer of a pair
-        heard_.clear();
-        const auto event = view_->getEvent(played);
-        view_->toEvent(event);
-        playFrom(event->start() + 2'000);
-        ui_.advance(3s);
-        for (const auto& step : steps) {
-            const double before = atMark(underMark());
-            step.run();
-            settle();
-            ASSERT_EQ(view_->getEventsCount(), length - step.folded);
-            ASSERT_TRUE(current());
-            EXPECT_EQ(current(), view_->getEvent(underMark()));
-            EXPECT_LE(std::abs(current()->start() - event->start()), 5'000) << "it, or its pair";
-            if (played == 45) {
-                EXPECT_NEAR(atMark(underMark()), before, 1e-6);
-            }
-            EXPECT_EQ(service_.count("getEvents"), requests + step.requests);
-            expectMarkFollows(underMark(), 4s);
-        }
-        EXPECT_EQ(std::ranges::count_if(heard_, [](const auto& line) { return line.starts_with("started "); }), 1);
-        requests += 2;
-    }
-}
-
 TEST_F(PlaybackTest, PausesHoldBarAndStripUntilASeek) {
     playFrom(startOf() + 10'000);
     play();
@@ -279,83 +230,6 @@ TEST_F(PlaybackTest, ACellThatShowsAnotherEntryForgetsWhatWasPosted) {
     EXPECT_EQ(bar().constant(), 0);
     EXPECT_NEAR(atMark(), 0, 1e-6);
     EXPECT_EQ(seeks, 0);
-}
-
-TEST_F(PlaybackTest, NoThreadOutlivesItsCell) {
-    const std::function<void()> ends[] = {
-        [this] { playing().clean(); },
-        [this] {
-            for (const int far : {30, 40, 10}) moveTo(far);
-        },
-        [this] { view_.reset(); },
-    };
-    for (const auto& end : ends) {
-        playFrom(startOf() + 10'000);
-        play();
-        playing().startProgress(owner());
-        settle();
-        EXPECT_EQ(threads(), 1);
-        end();
-        EXPECT_EQ(threads(), 0);
-        polls_.clear();
-        ui_.advance(4s);
-        EXPECT_THAT(polls_, IsEmpty());
-    }
-}
-
-TEST_F(PlaybackTest, AHostMayDestroyTheViewInTheMiddleOfAnAdvance) {
-    play();
-    ui_.press({400, 60});
-    ui_.advance(16ms);
-    ui_.move({380, 60});
-    ASSERT_TRUE(strip().isDragging());
-    playing().pauseScroll(false);
-    host_.on["continue"] = [this] { view_.reset(); };
-    playFrom(startOf() + 10'000);
-    ui_.advance(4s);
-    EXPECT_FALSE(view_);
-    EXPECT_EQ(threads(), 0);
-    ui_.release({380, 60});
-}
-
-TEST_F(PlaybackTest, WhatHasLeftIsSilent) {
-    const std::function<void()> ends[] = {
-        [this] {
-            service_.withFootage([](ScriptedFootage& footage) { footage.clear(); });
-            view_->setSource(QString::fromStdString(service_.makeToken()));
-        },
-        [this] {
-            service_.scriptNext("getEvents", Script::failed(503));
-            view_->refresh();
-        },
-        [this] { view_->clean(); },
-    };
-    view_->setDataSourceDelegate(nullptr);
-    for (const auto& end : ends) {
-        load(50);
-        const auto event = view_->getEvent(40);
-        view_->toEvent(event);
-        playFrom(event->end() - 3'000);
-        ui_.advance(1s);
-        ASSERT_EQ(view_->getCurrentEvent(), event);
-        end();
-        settle();
-        polls_.clear();
-        heard_.clear();
-        const double offset = view_->getBaseOffset().x;
-        ui_.advance(20s);
-        EXPECT_THAT(polls_, IsEmpty());
-        EXPECT_THAT(heard_, IsEmpty());
-        EXPECT_EQ(view_->getCurrentEvent(), nullptr);
-        EXPECT_EQ(view_->getBaseOffset().x, offset);
-        strip().layoutIfNeeded();
-        for (const auto* shown : strip().findChildren<ScrubberCell*>()) {
-            const bool isOfTheOld = shown->getEvent() && shown->getEvent()->type() == ScrubberEventTypeItem;
-            EXPECT_FALSE(shown->isVisible() && isOfTheOld);
-        }
-        EXPECT_EQ(std::ssize(strip().indexPathsForVisibleItems()), view_->getEventsCount());
-        EXPECT_LE(view_->getEventsCount(), 2);
-    }
 }
 
 }  // namespace

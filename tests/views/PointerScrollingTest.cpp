@@ -61,20 +61,6 @@ TEST_F(PointerScrollingTest, WithoutAListenerADragChangesNoEntry) {
     EXPECT_EQ(passed->timeAsValue() % 1000, 0);
 }
 
-TEST_F(PointerScrollingTest, FlickIsSilentUntilItRests) {
-    show(2000);
-    moveTo(1000);
-    ui_.drag({600, 60}, {200, 60}, 80ms);
-    settle();
-    ASSERT_TRUE(strip().isDecelerating());
-    host_.take();
-    for (int i = 0; i < 400 && strip().isDecelerating(); ++i) ui_.advance(16ms);
-    ui_.advance(1100ms);
-    const auto rested = underMark();
-    EXPECT_GT(rested, 1003);
-    EXPECT_THAT(host_.take(), ElementsAre("select " + std::to_string(rested)));
-}
-
 TEST_F(PointerScrollingTest, ARestWithinThePlayingEntrySeeks) {
     show(50);
     moveTo(20);
@@ -135,30 +121,6 @@ TEST_F(PointerScrollingTest, ARestOnTheHeadSelectsNothingAndStopsPlayback) {
     EXPECT_EQ(underMark(), 0);
     EXPECT_FALSE(view_->getCurrentEvent());
     EXPECT_THAT(host_.take(), IsEmpty());
-}
-
-TEST_F(PointerScrollingTest, APlaceSurvivesAResizeInAnyPhase) {
-    const auto source = show(500);
-    for (const std::int64_t index : {40, 499}) {
-        for (const double width : {500.0, 1000.0, 801.0}) {
-            view_->toEvent(index == 499 ? nullptr : source->OnScrubberGetEventByIndex(index));
-            ui_.root()->setWidth(width + 1);
-            ui_.advance(50ms);
-            EXPECT_EQ(underMark(), index) << width;
-            EXPECT_NEAR(view_->getOffsetBetweenPointerAndItemBegin(index), 0, 1e-6) << width;
-            ui_.press({300, 60});
-            ui_.advance(16ms);
-            ui_.move({275, 60});
-            const double offset = view_->getOffsetBetweenPointerAndItemBegin(index);
-            EXPECT_GT(offset, 5);
-            ui_.root()->setWidth(width);
-            ui_.advance(50ms);
-            EXPECT_EQ(underMark(), index) << width;
-            EXPECT_NEAR(view_->getOffsetBetweenPointerAndItemBegin(index), offset, 1e-6) << width;
-            ui_.release({275, 60});
-            ui_.advance(2s);
-        }
-    }
 }
 
 }  // namespace

@@ -75,25 +75,6 @@ TEST_F(RulerCalendarTest, ThePanelStandsByItsOwnersPlaceCountedTwice) {
         EXPECT_EQ(container.calendarContainer()->size(), QSizeF(320, 240));
         EXPECT_TRUE(container.calendarContainer()->isVisible());
     }
-    // On top of another one; each goes by itself.
-    CalendarContainer second;
-    second.calendarView();
-    second.bindToView(&owner);
-    second.show();
-    ui_.settle();
-    EXPECT_EQ(container.currentTopViewController(), &second);
-    second.restart();
-    EXPECT_FALSE(second.isPresented());
-    ui_.settle();
-    EXPECT_EQ(container.currentTopViewController(), &second);
-    container.closePressed();
-    EXPECT_TRUE(container.isPresented()) << "not before the next turn";
-    ui_.settle();
-    EXPECT_FALSE(container.isPresented());
-    second.bindToView(nullptr);
-    second.restart();
-    ui_.settle();
-    EXPECT_FALSE(second.isPresented()) << "there is no window";
 }
 
 TEST_F(RulerCalendarTest, TheButtonShowsThePanelWithTheCamerasDays) {
@@ -178,15 +159,6 @@ TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
     view_->setCalendarContainer(nullptr);
     EXPECT_FALSE(place_.isVisible()) << "the calendar leaves with its container";
     view_->setCalendarContainer(&place_);
-    // What could not be asked, and what nobody can be asked.
-    connection_->close();
-    view_->toggleCalendarControl();
-    EXPECT_FALSE(calendar.isLoading());
-    view_->toggleCalendarControl();
-    view_->setPlayer(nullptr);
-    view_->toggleCalendarControl();
-    ui_.settle();
-    EXPECT_FALSE(calendar.isLoading());
 }
 
 TEST_F(RulerCalendarTest, AChosenDayTakesRulerKnobAndPlayerAlong) {
@@ -244,66 +216,17 @@ TEST_F(RulerCalendarTest, TheDayBeginsInTheCamerasZoneAndTheTokensEndIsPassedOn)
 TEST_F(RulerCalendarTest, AnswersThatCameTooLateChangeNothing) {
     script(Script::held());
     script(Script::answered({"2023-11-01", "nonsense", 7, nullptr, "2023-11-02", "2023-11-03"}));
-    view_->showCalenadarAsController();
-    view_->showCalenadarAsController();
+    for (int i = 0; i < 2; ++i) view_->showCalenadarAsController();
     ui_.settle();
     EXPECT_EQ(marks(panel()), 3U);
     answer();
     EXPECT_EQ(marks(panel()), 3U) << "an older answer after a newer one";
-    // Of a camera that has been left; the panel that shows asks the new one.
-    view_->setCalendarContainer(&place_);
-    for (int i = 0; i < 2; ++i) script(Script::held());
-    view_->toggleCalendarControl();
-    ui_.settle();
-    view_->setCamera(player_->source);
-    EXPECT_EQ(marks(panel()), 0U);
-    ui_.settle();
-    answer();
-    EXPECT_EQ(asked(), 5U);
-    EXPECT_EQ(marks(panel()), 2U);
-    EXPECT_EQ(marks(*external()), 2U);
     script(Script::held());
-    view_->showCalenadarAsController();
+    view_->setCamera(player_->source);
+    EXPECT_EQ(marks(panel()), 0U) << "of a camera that has been left";
     view_->setCamera(nullptr);
     answer();
     EXPECT_EQ(marks(panel()), 0U);
-    view_->setCamera(player_->source);
-    // After the end of the view, or after clean.
-    for (const bool isCleaned : {true, false}) {
-        for (int i = 0; i < 2; ++i) script(Script::held());
-        view_->showCalenadarInExternalView();
-        view_->setCalendarContainer(nullptr);
-        view_->toggleCalendarControl();
-        ui_.settle();
-        const QPointer<CalendarContainer> shown = &controller();
-        EXPECT_TRUE(shown->isPresented());
-        if (isCleaned) view_->clean();
-        if (!isCleaned) view_.reset();
-        EXPECT_FALSE(shown && shown->isPresented());
-        answer();
-        EXPECT_FALSE(external());
-        if (!isCleaned) break;
-        view_->toggleCalendarControl();
-        view_->toggleCalendarControl(true);
-        view_ = std::make_unique<TimelineView>(environment_, Rect{}, ui_.root());
-        view_->setCalendarContainer(&place_);
-    }
-}
-
-TEST_F(RulerCalendarTest, AHostMayLetTheRulerGoWhenADayIsChosen) {
-    player_->position = ninth + hour;
-    for (const bool isEarly : {true, false}) {
-        if (!view_) view_ = std::make_unique<TimelineView>(environment_, Rect{}, ui_.root());
-        view_->setPlayer(player_);
-        watch(2);
-        view_->toggleCalendarControl();
-        ui_.settle();
-        const auto letGo = [this] { view_.reset(); };
-        if (isEarly) QObject::connect(view_.get(), &TimelineView::centerTimeChanged, letGo);
-        if (!isEarly) QObject::connect(view_.get(), &TimelineView::positionSet, letGo);
-        press(Qt::Key_Return);
-        EXPECT_FALSE(view_);
-    }
 }
 
 }  // namespace

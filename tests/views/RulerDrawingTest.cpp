@@ -151,15 +151,6 @@ TEST(TimelineSliderProgressLayer, FollowsAPositionThatRunsOff) {
     }
 }
 
-TEST(TimelineSliderProgressLayer, AsksAnewForTheSectorAtTheLeft) {
-    Front front(21'599);
-    for (const TimeSec center : {-200, 10'900, 10'955, 21'755}) {
-        front.layer.setCenterTime(center);
-        front.layer.updateTimelineData();
-    }
-    EXPECT_EQ(front.take(), "fetch 0 10800; fetch 10800 10800; ") << "none that has not begun";
-}
-
 TEST(TimelineSliderProgressLayer, ShowsWhatIsKnownOfSectorsWhenAsked) {
     Front front(5 * length + 108);
     front.layer.setTimeScale(length / 50.0F);

@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <memory>
-#include <vector>
 
 #include "korvane/client/KorvaneCameraList.h"
 #include "korvane/client/KorvanePlayer.h"

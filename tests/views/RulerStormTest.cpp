@@ -3,15 +3,14 @@
 // shows what is recorded and follows.
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <functional>
 #include <limits>
 #include <random>
-#include <set>
-#include <vector>
 
 #include "korvane/base/SaturatingTime.h"
 #include "korvane/base/Semaphore.h"
+#include "korvane/calendar/CalendarMonthModel.h"
+#include "korvane/calendar/CalendarView.h"
+#include "korvane/tests/support/service/Seeds.h"
 #include "korvane/tests/views/RulerFixture.h"
 
 namespace korvane::test {
@@ -63,6 +62,7 @@ class RulerStormTest : public RulerFixture, public testing::WithParamInterface<u
     void useHand();
     void disturbService();
 
+    QQuickItem place_{ui_.root()};
     std::mt19937 random_;
     const TimeMs now_ = ui_.scheduler().utcNow();
     // The scheduler lets one thread run at a time.
@@ -98,6 +98,11 @@ void RulerStormTest::callHost() {
             view_->setStrokeStepWidth(one<float>({60, 0, -4, 1e-9F, std::numeric_limits<float>::quiet_NaN()}));
         },
         [this] { view_->setControls(draw(32)); },
+        [this] {
+            view_->setCalendarContainer(one<QQuickItem*>({&place_, nullptr}));
+        },
+        [this] { view_->toggleCalendarControl(draw(2)); },
+        [this] { view_->hideCalenadarInExternalView(); },
         [this] { view_->setShowsSectorStates(draw(2)); },
         [this] { view_->setTrackingMode(draw(2)); },
         [this] { draw(2) ? view_->stopUpdates() : view_->startUpdates(); },
@@ -146,9 +151,13 @@ void RulerStormTest::useHand() {
 }
 
 void RulerStormTest::disturbService() {
-    switch (draw(4)) {
+    switch (draw(6)) {
         case 0:
             return service_.scriptNext("getTimelineSync", Script::held());
+        case 4:
+            return service_.scriptNext("getCalendar", Script::late(500ms));
+        case 5:
+            return service_.scriptNext("getCalendar", Script::failed(503));
         case 1:
             return service_.scriptNext("getTimelineSync", Script::failed(503));
         case 2:
@@ -191,6 +200,10 @@ TEST_P(RulerStormTest, ShowsWhatIsRecordedAfterAll) {
     host_->OnTimelinePositionChanged = {};
     ui_.settle();
     view_->setTrackingMode(false);
+    view_->setCalendarContainer(nullptr);
+    view_->showCalenadarAsController();
+    ui_.settle();
+    EXPECT_EQ(qobject_cast<CalendarView*>(&outlet("calendarView"))->model().month().marks().size(), 2U);
     const std::pair<TimeMs, const char*> moments[] = {{now_ - 9 * hour + 600'000, "recorded"},
                                                       {now_ - 30 * hour + 600'000, "not recorded"}};
     for (const auto& [moment, details] : moments) {
@@ -205,20 +218,7 @@ TEST_P(RulerStormTest, ShowsWhatIsRecordedAfterAll) {
     }
 }
 
-/// KORVANE_STORM_FIRST_SEED tries other seeds than every run does.
-unsigned firstSeed() {
-    const char* const given = std::getenv("KORVANE_STORM_FIRST_SEED");
-    return given ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : 1;
-}
-
-// A sanitizer makes a step many times as long.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned seeds = 3;
-#else
-constexpr unsigned seeds = 12;
-#endif
-
-INSTANTIATE_TEST_SUITE_P(Seeds, RulerStormTest, testing::Range(firstSeed(), firstSeed() + seeds));
+INSTANTIATE_TEST_SUITE_P(Seeds, RulerStormTest, stormSeeds(12));
 
 }  // namespace
 }  // namespace korvane::test

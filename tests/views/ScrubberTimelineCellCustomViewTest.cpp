@@ -82,30 +82,6 @@ TEST(ScrubberTimelineCellCustomView, DrawsByItsPlaceInTheGroup) {
     }
 }
 
-TEST(ScrubberTimelineCellCustomView, TakesEmptyTextsNoLayersAndNoRoom) {
-    registerTimelineTypes();
-    QQmlEngine engine;
-    engine.addImportPath(":/");
-    QQmlComponent component(&engine);
-    component.setData("import Korvane.Timeline\nScrubberTimelineCellCustomView {}", QUrl("qrc:/view.qml"));
-    const std::unique_ptr<QObject> made(component.create());
-    auto* view = qobject_cast<ScrubberTimelineCellCustomView*>(made.get());
-    ASSERT_TRUE(view) << component.errorString().toStdString();
-    for (const auto& layer : view->layer().sublayers()) EXPECT_EQ(layer->disabledActions().size(), 13);
-    RecordingCanvas canvas;
-    view->setCellRect({0, 0, 100, 100});
-    view->customDrawinContext(canvas);
-    EXPECT_EQ(view->startDateTimeLayer()->frame(), (Rect{50, 86, 0, 0}));
-    EXPECT_EQ(view->endDateTimeLayer()->frame(), (Rect{96, 86, 0, 0}));
-    EXPECT_FALSE(view->endDateTimeLayer()->isHidden());
-    view->setIsBeginOfGroup(true);
-    view->setCellRect({});
-    view->setStartDateTimeLayer(nullptr);
-    view->setEventTypeLayer2(nullptr);
-    view->customDrawinContext(canvas);
-    EXPECT_EQ(view->scaleRect().width, 0);
-}
-
 TEST(ScrubberTimelineCellCustomDrawImagesLayer, CountsWhatAnIconCovers) {
     struct Case {
         std::vector<float> positions;

@@ -3,12 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
-#include <map>
-#include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "korvane/tests/support/qt/VirtualUi.h"
 #include "korvane/tests/support/service/ScriptedService.h"

@@ -1,11 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QQuickWindow>
-#include <atomic>
-#include <functional>
 #include <thread>
-#include <vector>
 
 #include "korvane/tests/support/qt/EventTurns.h"
 #include "korvane/tests/support/service/ScriptedService.h"
@@ -14,6 +10,7 @@
 #include "korvane/toolkit/QtScheduler.h"
 #include "korvane/toolkit/ToolkitContext.h"
 #include "korvane/views/timeline/Presentation/Scrubber/ScrubberCell.h"
+#include "korvane/views/timeline/ScrubberTimelineView.h"
 #include "korvane/views/timeline/ScrubberView.h"
 #include "korvane/views/timeline/TimelineTypes.h"
 
@@ -21,16 +18,20 @@ namespace korvane::test {
 namespace {
 
 /// Real threads, for the race detector: what may be called from any thread is, while the strip is drawn and destroyed.
-TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
+template <typename View>
+void swapSources(std::int32_t type, std::int64_t entries) {
     const auto toolkit = ToolkitContext::makeWith(std::make_shared<QtScheduler>());
     const auto service = std::make_shared<ScriptedService>(*toolkit->scheduler);
-    service->addEvents(150, toolkit->scheduler->utcNow());
+    const TimeMs now = toolkit->scheduler->utcNow();
+    service->addEvents(150, now);
+    service->withFootage([now](ScriptedFootage& f) { f.addRecord({1, now - 3'600'000, now, "", ""}); });
     const auto pumpUntil = [&](const std::function<bool()>& done) {
         ASSERT_TRUE(turnUntil(*toolkit->scheduler, done));
     };
     QQuickWindow window;
     window.resize(800, 120);
-    auto view = std::make_unique<ScrubberView>(TimelineEnvironment{toolkit, service}, Rect{}, window.contentItem());
+    auto view = std::make_unique<View>(TimelineEnvironment{toolkit, service}, Rect{}, window.contentItem());
+    view->getConfig().setDataSourceType(type);
     std::atomic<int> states = 0;
     int deletions = 0;
     service->scriptAll("deleteEvent", Script::answered("gone"));
@@ -46,7 +47,10 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
             for (int turn = 0; turn < 20; ++turn) {
                 if (turn % 3 == number) view->setSource(token);
                 view->refresh();
-                view->getEvent(view->getEventsCount() - 1);
+                for (std::int64_t i = view->getEventsCount() - 1; i > 0; i -= 7) {
+                    if (const auto event = view->getEvent(i)) event->fields();
+                }
+                view->toEventAt(turn * 7);
                 view->scrollToPosition(false);
                 view->toNextEvent();
                 view->toPreviousEvent();
@@ -61,15 +65,22 @@ TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
     for (std::thread& thread : threads) thread.join();
 
     EXPECT_EQ(view->setSource(token), 0);
-    pumpUntil([&] { return view->getState() == ScrubberStateReady && view->getEventsCount() == 152; });
+    pumpUntil([&] { return view->getState() == ScrubberStateReady && view->getEventsCount() == entries; });
     EXPECT_GT(states, 20);
-    view->deleteEvent(view->getEvent(1), [&](auto, const auto&) { ++deletions; });
-    pumpUntil([&] { return deletions > 0; });
-    EXPECT_LE(service->openConnections(), 1);
+    if (type == ScrubberDataSourceTypeEvents) {
+        view->deleteEvent(view->getEvent(1), [&](auto, const auto&) { ++deletions; });
+        pumpUntil([&] { return deletions > 0; });
+    }
+    pumpUntil([&] { return service->openConnections() <= 1; });
 
     view->refresh();
     view.reset();
     for (int turn = 0; turn < 100; ++turn) QCoreApplication::processEvents();
+}
+
+TEST(ThreadsTest, SourcesAreSwappedFromSeveralThreads) {
+    swapSources<ScrubberView>(ScrubberDataSourceTypeEvents, 152);
+    swapSources<ScrubberTimelineView>(ScrubberDataSourceTypeTimeline, 17);
 }
 
 /// Real threads, for the race detector: a player that moves all the time, and runs that begin and end at any moment.

@@ -38,40 +38,6 @@ struct Ruler : RulerHost {
     std::string picture;
 };
 
-TEST(TimelineSlider, IsMadeInTwoWays) {
-    for (const bool hasFrame : {false, true}) {
-        Ruler ruler(hasFrame);
-        EXPECT_EQ(ruler.slider.timeScale(), hasFrame ? 0 : 1);
-        EXPECT_EQ(ruler.slider.curvatiousness(), hasFrame ? 1 : 0);
-        ruler.drawAt(1005);
-        EXPECT_EQ(ruler.picture.find("stroke color #ffff0000") != std::string::npos, hasFrame);
-        ruler.ui.tap({200, 30});
-        EXPECT_EQ(ruler.take(), hasFrame ? "" : "start 0 200; go 1040 200; end 1040 200; ");
-    }
-}
-
-TEST(TimelineSlider, TurnsTouchesIntoTimes) {
-    using Row = std::tuple<float, bool, TimeSec, Point, Point, TimeSec, const char*>;
-    for (const auto& [scale, isInRange, position, from, to, center, told] : {
-             Row{20, false, 0, {160, 30}, {170, 30}, 800, "changed; "},
-             Row{1, false, 0, {160, 30}, {160.04, 30}, 1000, "changed; "},
-             Row{1, true, 0, {160, 30}, {100, 30}, 1000, ""},
-             Row{1, false, 1000, {155, 20}, {165, 20}, 1000, "start 0 155; go 1005 165; end 1005 165; "},
-             Row{1, true, 1000, {155, 20}, {165, 20}, 990, "start 0 155; changed; go 995 165; end 995 165; "},
-         }) {
-        Ruler ruler;
-        if (isInRange) ruler.slider.setRange(500, 1200);
-        ruler.slider.setTimeScale(scale);
-        ruler.slider.setCenterTime(1000);
-        ruler.drawAt(position);
-        ruler.slider.beginTrackingWithTouch(from);
-        if (to != from) ruler.slider.continueTrackingWithTouch(to);
-        ruler.slider.endTrackingWithTouch(to);
-        EXPECT_EQ(ruler.slider.getCenterTime(), center) << told;
-        EXPECT_EQ(ruler.take(), told);
-    }
-}
-
 TEST(TimelineSlider, StandsWhereItIsToldAndFollows) {
     Ruler ruler;
     TimelineSlider& slider = ruler.slider;
@@ -174,6 +140,28 @@ TEST(TimelineSlider, ZoomsAroundTheFingers) {
             ASSERT_TRUE(isIn ? slider.timeScale() <= scale : slider.timeScale() >= scale);
             ASSERT_TRUE(slider.timeScale() >= 1 && slider.timeScale() <= 120);
         }
+    }
+}
+
+TEST(TimelineSlider, TurnsTouchesIntoTimes) {
+    using Row = std::tuple<float, bool, TimeSec, Point, Point, TimeSec, const char*>;
+    for (const auto& [scale, isInRange, position, from, to, center, told] : {
+             Row{20, false, 0, {160, 30}, {170, 30}, 800, "changed; "},
+             Row{1, false, 0, {160, 30}, {160.04, 30}, 1000, "changed; "},
+             Row{1, true, 0, {160, 30}, {100, 30}, 1000, ""},
+             Row{1, false, 1000, {155, 20}, {165, 20}, 1000, "start 0 155; go 1005 165; end 1005 165; "},
+             Row{1, true, 1000, {155, 20}, {165, 20}, 990, "start 0 155; changed; go 995 165; end 995 165; "},
+         }) {
+        Ruler ruler;
+        if (isInRange) ruler.slider.setRange(500, 1200);
+        ruler.slider.setTimeScale(scale);
+        ruler.slider.setCenterTime(1000);
+        ruler.drawAt(position);
+        ruler.slider.beginTrackingWithTouch(from);
+        if (to != from) ruler.slider.continueTrackingWithTouch(to);
+        ruler.slider.endTrackingWithTouch(to);
+        EXPECT_EQ(ruler.slider.getCenterTime(), center) << told;
+        EXPECT_EQ(ruler.take(), told);
     }
 }
 

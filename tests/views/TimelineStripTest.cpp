@@ -1,17 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <QCoreApplication>
 #include <QKeyEvent>
-#include <algorithm>
 #include <cmath>
-#include <memory>
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
-#include "korvane/tests/support/qt/VirtualUi.h"
-#include "korvane/tests/support/service/ScriptedService.h"
 #include "korvane/tests/views/StripFixture.h"
 #include "korvane/views/timeline/Presentation/CellScale.h"
 #include "korvane/views/timeline/Presentation/ScrubberTimeline/ScrubberTimelineCell.h"
@@ -171,41 +162,6 @@ TEST_F(TimelineStripTest, RestsWhereAHandLeavesItAndPlaysOnFromThere) {
     EXPECT_EQ(cell->positionUnder(frame(last).width - 0.5), view_->getEvent(last)->end());
 }
 
-TEST_F(TimelineStripTest, KeepsTheSecondThroughSizesRefreshesAndGrowth) {
-    load({{0, 3}, {10, 21}});
-    view_->toLastEvent();
-    advanceToRest();
-    drag(-40);
-    ui_.advance(1500ms);
-    host_.delegate->OnScrubberGetCurrentPositionForPlayingEvent = [](const auto&) { return -1; };
-    ui_.advance(4s);
-    const TimeMs before = underMark();
-    selected_.clear();
-    const auto expectKept = [&](const char* what) {
-        ui_.advance(3s);
-        EXPECT_NEAR(static_cast<double>(underMark()), static_cast<double>(before), 1'001) << what;
-        EXPECT_TRUE(view_->getCurrentEvent()) << what << ": playback goes on";
-    };
-    ui_.root()->setSize({500, 90});
-    expectKept("narrower");
-    view_->getConfig().setCellWidth(60);
-    view_->applyConfig();
-    expectKept("narrower cells");
-    view_->refresh();
-    expectKept("loaded anew");
-    service_.withFootage([&](ScriptedFootage& footage) {
-        footage.addRecord({90, begin_ + 21 * minute, begin_ + 23 * minute, "", ""});
-        footage.addRecord({91, begin_ + 5 * minute, begin_ + 6 * minute, "", ""});
-    });
-    view_->refresh();
-    expectKept("the last segment has grown, and another came before it");
-    EXPECT_EQ(selected_.size(), 0U);
-    view_->refresh();
-    view_->toEvent(ScrubberEvent::build(begin_ + 2 * minute));
-    ui_.advance(3s);
-    EXPECT_EQ(view_->indexUnderMark(), 1) << "asked for while it is loaded anew";
-}
-
 TEST_F(TimelineStripTest, WhatIsRecordedOnGoesOnPlaying) {
     load({{0, 3}});
     host_.delegate->OnScrubberEventPlayFinished = [](const auto&) { return 0; };
@@ -282,34 +238,11 @@ TEST_F(TimelineStripTest, RedrawsTheSameCellsWhenEventsArrive) {
     EXPECT_EQ(playing->containerView()->eventTypeLayer2()->images().size(), 1U);
 }
 
-/// A list of the host's own, of spans.
-class Spans final : public ScrubberDataSourceDelegate {
-  public:
-    explicit Spans(std::vector<std::pair<TimeMs, TimeMs>> spans) {
-        entries_.push_back(ScrubberEvent::build());
-        entries_[0]->setType(ScrubberEventTypeHead);
-        for (const auto& [start, end] : spans) {
-            entries_.push_back(ScrubberEvent::build(std::ssize(entries_), start));
-            entries_.back()->setStart(start);
-            entries_.back()->setEnd(end);
-        }
-        entries_.push_back(ScrubberEvent::build(-1));
-    }
-    std::int64_t OnScrubberGetEventsCount() override { return std::ssize(entries_); }
-    std::shared_ptr<ScrubberEvent> OnScrubberGetEventByIndex(std::int64_t index) override {
-        return index >= 0 && index < std::ssize(entries_) ? entries_[static_cast<std::size_t>(index)] : nullptr;
-    }
-    std::int32_t OnScrubberDeleteEvent(const std::shared_ptr<ScrubberEvent>& /*event*/) override { return -1; }
-
-  private:
-    std::vector<std::shared_ptr<ScrubberEvent>> entries_;
-};
-
 TEST_F(TimelineStripTest, NeighboursThatJoinMakeOneBar) {
-    constexpr TimeMs t = 1'000'000;
-    view_->setDataSourceDelegate(std::make_shared<Spans>(std::vector<std::pair<TimeMs, TimeMs>>{
-        {t, t + 5'000}, {t + 6'001, t + 9'000}, {t + 10'002, t + 12'000}, {t + 10'998, t + 20'000}, {0, 0}}));
-    advanceToRest();
+    const auto t = [this](TimeMs ms) { return begin_ + ms; };
+    const Reply periods = {{t(0), t(5'000)}, {t(6'001), t(9'000)}, {t(10'002), t(12'000)}, {t(10'998), t(20'000)}};
+    service_.scriptAll("getTimelineSync", Script::answered(periods));
+    load({{0, 1}});
     std::string told;
     for (std::int64_t i = 0; i < view_->getEventsCount(); ++i) {
         view_->scrollToPointer(std::max<std::int64_t>(i, 1), 0.002, {});
@@ -324,33 +257,9 @@ TEST_F(TimelineStripTest, NeighboursThatJoinMakeOneBar) {
               "(-"
               "-)"
               "()"
-              "(-"
-              "--"
+              "()"
               "()")
         << "1001 ms join, 1002 ms and an overlap of as much do not";
-}
-
-TEST_F(TimelineStripTest, FindsEntriesByTheMomentsThatTheyHold) {
-    constexpr TimeMs t = 1'000'000;
-    view_->setDataSourceDelegate(std::make_shared<Spans>(
-        std::vector<std::pair<TimeMs, TimeMs>>{{t, t + 100}, {t + 100, t + 200}, {t + 300, t + 400}}));
-    const std::tuple<TimeMs, std::int64_t, std::int64_t, bool> cases[] = {
-        {t - 1, -1, 1, false}, {t, 1, 1, true},       {t + 99, 1, 1, true},   {t + 100, 2, 1, true},
-        {t + 250, -1, -1, 0},  {t + 300, 3, 3, true}, {t + 400, -1, 3, true}, {-1, 4, 4, false},
-    };
-    for (const auto& [time, plain, closest, exists] : cases) {
-        std::int64_t index = -1;
-        EXPECT_EQ(view_->getEventByPosition(time, 5, index) != nullptr, plain >= 0);
-        EXPECT_EQ(index, plain) << time - t;
-        bool isThere = false;
-        index = -1;
-        view_->getClosestEventByPosition(time, 5, index, isThere);
-        EXPECT_EQ(index, closest) << time - t;
-        EXPECT_EQ(isThere, exists) << time - t;
-    }
-    std::int64_t index = 7;
-    EXPECT_EQ(view_->getEventByPosition(-1, 2, index), nullptr);
-    EXPECT_EQ(index, 7);
 }
 
 TEST_F(TimelineStripTest, GoesToNeighboursAndSaysSoOnce) {

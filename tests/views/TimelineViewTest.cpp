@@ -5,9 +5,6 @@
 #include <QKeyEvent>
 #include <QQmlComponent>
 #include <QQmlEngine>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "korvane/base/Semaphore.h"
 #include "korvane/tests/views/RulerFixture.h"

@@ -1,6 +1,3 @@
-#include <utility>
-
-#include "korvane/client/Status.h"
 #include "korvane/tests/support/service/ScriptedState.h"
 
 namespace korvane::test {

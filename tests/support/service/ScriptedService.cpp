@@ -1,7 +1,6 @@
 #include "korvane/tests/support/service/ScriptedService.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "korvane/base/Base64Url.h"
 #include "korvane/base/UtcTime.h"

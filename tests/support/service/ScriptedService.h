@@ -1,13 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "korvane/base/Scheduler.h"
 #include "korvane/client/KorvaneService.h"

@@ -1,7 +1,6 @@
 #include "korvane/tests/support/service/ScriptedState.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace korvane::test {
 

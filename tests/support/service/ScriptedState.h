@@ -2,11 +2,8 @@
 
 #include <deque>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "korvane/base/Semaphore.h"
 #include "korvane/base/SerialQueue.h"

@@ -1,16 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <deque>
-#include <map>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "korvane/tests/support/qt/VirtualUi.h"
 #include "korvane/tests/support/service/ScriptedService.h"
-#include "korvane/tests/views/storm/Dice.h"
 #include "korvane/tests/views/storm/StormHost.h"
 #include "korvane/views/timeline/Presentation/ReloadingCollectionView.h"
 #include "korvane/views/timeline/ScrubberTimelineView.h"

@@ -1,5 +1,4 @@
 #include <limits>
-#include <utility>
 
 #include "korvane/tests/views/StripFixture.h"
 #include "korvane/tests/views/storm/Storm.h"
@@ -261,6 +260,7 @@ void Storm::stepDelete() {
     const auto status = view_->deleteEvent(event, [this, kept](std::int32_t answer, const std::string&) {
         ++kept->calls;
         note("deleted");
+        if (!view_ || kept->view != hosts_.size()) complain("deleteEvent: its completion ran without its view");
         if (answer != 0) complain("deleteEvent: its completion has a status other than 0");
     });
     if (status != 0 && event && view_) note("refused");

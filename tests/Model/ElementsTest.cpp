@@ -5,6 +5,44 @@
 namespace korvane::test {
 namespace {
 
+using EventFilling = ProviderTest;
+
+TEST_F(EventFilling, ReadsAnElementByItsKeys) {
+    using Text = std::optional<std::string>;
+    // Element; id, name, time, picture; moment, start.
+    const std::tuple<const char*, std::optional<std::int64_t>, Text, Text, Text, TimeMs, TimeMs> cases[] = {
+        {R"({"id":5,"name":"motion","time":"1970-01-01T00:01:40Z","thumb":{"url":"u"},"video":"v"})", 5, "motion",
+         "1970-01-01T00:01:40Z", "u", 100000, 95000},
+        {R"({"ID":5,"CamId":9,"thumb":{"x":1,"URL":"u","url":"w"}})", 5, "", "", "u", -1, 0},
+        // The keys of these three are known in any case, their values only under the exact spelling.
+        {R"({"id":5,"Name":"motion","Time":"1970-01-01T00:01:40Z","Thumb":{"url":"u"}})", 5, {}, {}, {}, -1, -5001},
+        {R"({"name":"a","NAME":"b"})", 0, "a", "", "", -1, 0},
+        {R"({"id":1,"iD":2,"id":3,"ID":4})", 4, "", "", "", -1, 0},
+        {R"({"id":"12","name":7,"time":"soon","thumb":[]})", 12, {}, "soon", {}, -1, -5001},
+        {R"({"id":null,"name":null,"time":null,"thumb":null})", {}, {}, {}, {}, -1, -5001},
+        {R"({"":1,"thumb":{"url":5}})", 0, "", "", {}, -1, 0},
+        {R"("text")", 0, "", "", "", -1, 0},
+        {"null", 0, "", "", "", -1, 0},
+        {R"([{"id":5}])", 0, "", "", "", -1, 0},
+    };
+    for (const bool grouping : {false, true}) {
+        for (const auto& [element, id, name, time, imageUrl, moment, start] : cases) {
+            SCOPED_TRACE(element);
+            provider->enableEventGrouping(grouping);
+            provider->initStorageForEvents(3);
+            Reply page = Reply::array(
+                {Reply::parse(element), Reply{{"id", 8}, {"name", "motion"}, {"time", formatUtc(-1'000'000)}}});
+            provider->fillEventsFromDictionary(page, 3);
+            const auto fields = entry(3)->fields();
+            EXPECT_EQ(std::tuple(fields.type, fields.identificator, fields.name, fields.time),
+                      std::tuple(ScrubberEventTypeItem, id, name, time));
+            EXPECT_EQ(std::tuple(fields.imageUrl, fields.videoUrl, fields.timeAsValue, fields.start),
+                      std::tuple(imageUrl, "", moment, start));
+            EXPECT_EQ(entry(2)->identificator(), 8) << "the neighbour has moved";
+        }
+    }
+}
+
 Reply record(TimeMs start, TimeMs end, std::int64_t id) {
     const auto text = std::to_string(id);
     return {{"id", id}, {"start", formatUtc(start)}, {"end", formatUtc(end)}, {"url", "v" + text}, {"thumb_url", text}};
@@ -53,36 +91,6 @@ TEST_F(RecordsProvider, ReadsAnElementByItsKeys) {
     }
 }
 
-TEST_F(RecordsProvider, GroupsByTheGapBetweenRecordings) {
-    provider->enableEventGrouping(true);
-    for (const auto& [gap, isGroup] : {std::pair{10'001, true}, {10'002, false}, {-70'000, true}}) {
-        provider->initStorageForEvents(2);
-        provider->fillEventsFromDictionary({record(160'000 + gap, 400'000, 2), record(100'000, 160'000, 1)}, 2);
-        EXPECT_EQ(provider->OnScrubberGetEventsCount(), isGroup ? 3 : 4) << gap;
-        if (!isGroup) continue;
-        const auto group = entry(1)->fields();
-        EXPECT_EQ(std::tuple(group.identificator, group.timeAsValue, group.start, group.end),
-                  std::tuple(1, 100'000, 99'999, 400'000));
-        EXPECT_EQ(std::tuple(group.videoUrl, group.imageUrl, group.childs.size()), std::tuple("v1", "1", 2u));
-    }
-}
-
-TEST_F(RecordsProvider, AsksForTheThumbnailsOfEachPage) {
-    addRecords();
-    bind();
-    check(100);
-    EXPECT_EQ(delegate->take(), (Calls{"reload 0 0", "index 150 0 -1 252 252"}));
-    for (const std::string name : {"getRecords", "getTimelineThumbnailsFull"}) {
-        const auto asked = service.requests(name);
-        for (std::size_t i = 0; i < 2; ++i) {
-            EXPECT_EQ(std::tuple(asked.at(i).start, asked[i].end, asked[i].order, asked[i].limit, asked[i].offset),
-                      std::tuple(-1, scheduler.utcNow(), 0, 100, i * 100));
-        }
-    }
-    for (std::int64_t i = 51; i <= 250; ++i) ASSERT_EQ(imageAt(i), "t" + std::to_string(i));
-    EXPECT_EQ(service.count("getEvents"), 0u);
-}
-
 TEST_F(RecordsProvider, ShowsAPageWhateverBecomesOfItsThumbnails) {
     const TimeMs newest = 1'700'000'000'000;
     const auto at = [&](Reply url, TimeMs before) -> Reply {
@@ -123,6 +131,22 @@ TEST_F(RecordsProvider, ShowsAPageWhateverBecomesOfItsThumbnails) {
         EXPECT_EQ(shown(5) + shown(4) + shown(3), cases[i].second);
         EXPECT_EQ(entry(1)->type(), ScrubberEventTypeItem);
     }
+}
+
+TEST_F(RecordsProvider, AsksForTheThumbnailsOfEachPage) {
+    addRecords();
+    bind();
+    check(100);
+    EXPECT_EQ(delegate->take(), (Calls{"reload 0 0", "index 150 0 -1 252 252"}));
+    for (const std::string name : {"getRecords", "getTimelineThumbnailsFull"}) {
+        const auto asked = service.requests(name);
+        for (std::size_t i = 0; i < 2; ++i) {
+            EXPECT_EQ(std::tuple(asked.at(i).start, asked[i].end, asked[i].order, asked[i].limit, asked[i].offset),
+                      std::tuple(-1, scheduler.utcNow(), 0, 100, i * 100));
+        }
+    }
+    for (std::int64_t i = 51; i <= 250; ++i) ASSERT_EQ(imageAt(i), "t" + std::to_string(i));
+    EXPECT_EQ(service.count("getEvents"), 0u);
 }
 
 }  // namespace
