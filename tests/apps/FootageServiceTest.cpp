@@ -46,13 +46,17 @@ class FootageServiceTest : public testing::Test {
   protected:
     bool until(const std::function<bool()>& done) { return pumpEventsUntil(scheduler, done, std::chrono::seconds(60)); }
 
-    /// As a camera does that has closed the file a while ago.
-    static void film(const fs::path& file) {
+    /// As a camera does that has closed the file a while ago, or just now.
+    static void film(const fs::path& file, std::chrono::minutes age = std::chrono::minutes(1)) {
         TestClip clip;
         clip.seconds = 3;
         clip.movements = {{1, 2}};
         clip.write(file);
-        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::minutes(1));
+        grow(file, -age);
+    }
+
+    static void grow(const fs::path& file, std::chrono::minutes by) {
+        fs::last_write_time(file, fs::last_write_time(file) + by);
     }
 
     void serve() { service.emplace(scheduler, told.handlers(), std::chrono::milliseconds(20)), service->start(folder); }
@@ -73,11 +77,11 @@ TEST_F(FootageServiceTest, KeepsUpWithTheFolder) {
     EXPECT_EQ(told.starts, 1);
 
     // One that still grows waits, and holds nothing else up.
-    film(folder / "20261118_070100.mp4");
-    fs::last_write_time(folder / "20261118_070100.mp4", fs::file_time_type::clock::now() + std::chrono::seconds(1));
+    const fs::path growing = folder / "20261118_070100.mp4";
+    film(growing, {});
     film(folder / "20261118_070200.mp4");
     ASSERT_TRUE(until([&] { return told.imported == 2; }));
-    fs::last_write_time(folder / "20261118_070100.mp4", fs::file_time_type::clock::now() - std::chrono::minutes(1));
+    grow(growing, std::chrono::minutes(-1));
     ASSERT_TRUE(until([&] { return told.imported == 3; }));
 
     const int looks = told.looks;

@@ -361,6 +361,27 @@ TEST_F(StripTest, TheMarkStandsWhereThePlayerIs) {
     ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("playing on"));
 }
 
+TEST_F(StripTest, AWindowThatChangesItsWidthMovesNothingUnderTheMark) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("before"));
+    for (const bool isPlaying : {false, true}) {
+        if (isPlaying) press(Qt::Key_Space);
+        // A playing entry advances by less than this until it is seen.
+        const double most = rounding + (isPlaying ? 3 : 0);
+        for (const int width : {1000, 600, 390, 1900, 1280}) {
+            window().resize(width, 800);
+            for (int frame = 0; frame < 12; ++frame) {
+                EXPECT_LE(std::abs(offsetOfMark() - offsetOfPlayer()), most)
+                    << width << ", frame " << frame << (isPlaying ? ", playing" : "");
+                pumpEventsUntil(
+                    scheduler, [] { return false; }, std::chrono::milliseconds(16));
+            }
+        }
+        EXPECT_EQ(player().state() == State::Playing, isPlaying);
+    }
+}
+
 TEST_F(StripTest, EndsAnEntryOnceMoreAfterASeekBack) {
     const auto isOver = [this] { return browser().message() == "End of the recording"; };
     press(Qt::Key_Home);
