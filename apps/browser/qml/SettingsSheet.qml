@@ -79,14 +79,16 @@ Sheet {
         }
     }
 
+    Heading { text: "Recordings" }
+    TextButton {
+        text: "Open another folder\u2026"
+        onClicked: {
+            sheet.close()
+            sheet.folderWanted()
+        }
+    }
+
     actions: [
-        TextButton {
-            text: "Open a folder\u2026"
-            onClicked: {
-                sheet.close()
-                sheet.folderWanted()
-            }
-        },
         TextButton {
             text: "Keys"
             onClicked: {
