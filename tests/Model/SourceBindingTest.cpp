@@ -229,5 +229,29 @@ TEST_F(SourceBinding, AStormOfSourcesLeavesOneBindingAndNoStrayCalls) {
     }
 }
 
+TEST_F(SourceBinding, FillsTheOpenPartsOfATokenFromTheDefaults) {
+    for (const auto& [protocol, port] : {std::pair("https", 443), {"http", 8080}, {"", 81}}) {
+        provider->setApiProtocol(protocol, port);
+        EXPECT_EQ(provider->setSource(encodeBase64Url(R"({"token":"b","expires":"","camid":7,"api":"host"})")), 0);
+    }
+    EXPECT_EQ(service.requests("openSync").front().baseUrl, "https://host:443");
+    EXPECT_EQ(service.requests("openSync").back().baseUrl, "http://host:81");
+}
+
+TEST_F(SourceBinding, ALateCameraOfAnEarlierBindingIsNobodys) {
+    Script late = Script::held();
+    late.isUnstoppable = true;
+    for (const bool bindsAnew : {false, true}) {
+        service.scriptNext("getCamera", late);
+        bind();
+        bindsAnew ? void(bind()) : provider->close();
+        service.clearRequests();
+        service.releaseAll();
+        scheduler.runUntilIdle();
+        EXPECT_EQ(requestNames(), Names{});
+        EXPECT_EQ(delegate->take(), bindsAnew ? Calls{"reload 0 0"} : Calls{});
+    }
+}
+
 }  // namespace
 }  // namespace korvane::test

@@ -18,11 +18,11 @@ void TestClip::write(const std::filesystem::path& file) const {
     format.created = created;
     auto writer = VideoWriter::create(file, format);
     ASSERT_TRUE(writer) << writer.error().message;
+    std::vector<std::uint8_t> still;
+    for (int y = 0; y < height; ++y)
+        still.insert(still.end(), static_cast<std::size_t>(width * 3), static_cast<std::uint8_t>(60 + y * 80 / height));
     for (int frame = 0; frame < seconds * framesPerSecond; ++frame) {
-        std::vector<std::uint8_t> rgb(static_cast<std::size_t>(width * height * 3));
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width * 3; ++x)
-                rgb[static_cast<std::size_t>(y * width * 3 + x)] = static_cast<std::uint8_t>(60 + y * 80 / height);
+        std::vector<std::uint8_t> rgb = still;
         const double now = static_cast<double>(frame) / framesPerSecond;
         for (const auto& [from, to] : movements) {
             if (now < from || now >= to) continue;

@@ -192,5 +192,29 @@ TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
     strip->setParentItem(ui.root());
 }
 
+TEST_F(CollectionViewPointer, RubberBandAtBothEnds) {
+    const double end = strip->contentSize().width - 800;
+    for (const double edge : {0.0, end}) {
+        SCOPED_TRACE(edge);
+        start(edge);
+        const double side = edge > 0 ? 1 : -1;
+        ui.drag({400 + side * 300, 60}, {400 - side * 100, 60}, 640ms, true);
+        EXPECT_EQ(log, (Log{"begin", "scroll", "end, decelerates", "decelerating"}));
+        double pulled = std::abs(x() - edge);
+        EXPECT_GT(pulled, 100);
+        EXPECT_LT(pulled, 220);
+        expectCellsInPlace();
+        onScroll = [&] {
+            EXPECT_LE(std::abs(x() - edge), pulled) << "springs back without a swing";
+            pulled = std::abs(x() - edge);
+        };
+        rest();
+        onScroll = nullptr;
+        EXPECT_EQ(x(), edge);
+        EXPECT_EQ(log.back(), "stopped");
+        expectCellsInPlace();
+    }
+}
+
 }  // namespace
 }  // namespace korvane

@@ -117,5 +117,39 @@ TEST_F(DeletionTest, WorksWithoutALayoutAndFromOtherThreads) {
     EXPECT_EQ(view_->getEventsCount(), 6);
 }
 
+TEST_F(DeletionTest, AnotherSourceOrTheEndOfTheViewSilencesIt) {
+    const std::function<void()> ends[] = {
+        [this] { EXPECT_EQ(view_->setSource(QString::fromStdString(service_.makeToken())), 0); },
+        [this] { view_.reset(); },
+    };
+    for (const std::string stage : {"state 0>4", "state 4>0", "state 4>0, two turns on", "asked", "done"}) {
+        for (const auto& end : ends) {
+            if (!view_) makeView();
+            load(5);
+            Script late = Script::late(50ms);
+            late.isUnstoppable = true;
+            service_.scriptNext("deleteEvent", late);
+            // The service's thread leaves the view's end to the main thread.
+            host_.on[stage.substr(0, stage.find(','))] = [&] {
+                if (ui_.scheduler().isMainThread()) return end();
+                if (stage == "state 4>0") return ui_.scheduler().post(end);
+                ui_.scheduler().post([&] { ui_.scheduler().post(end); });
+            };
+            int completions = 0;
+            view_->deleteEvent(view_->getEvent(2), [&](auto, const auto&) {
+                ++completions;
+                if (stage == "done") end();
+            });
+            if (stage == "asked") end();
+            finish();
+            host_.on.clear();
+            EXPECT_EQ(completions, stage == "done" ? 1 : 0) << stage;
+            if (!view_) continue;
+            EXPECT_EQ(view_->getState(), ScrubberStateReady) << stage;
+            expectEachCellToShowItsEntry();
+        }
+    }
+}
+
 }  // namespace
 }  // namespace korvane::test

@@ -157,5 +157,17 @@ TEST_F(ScrubberViewTest, IsSpokenAsASliderOverItsEntries) {
               "247 of 1..251 | Tue 14 Nov 2023, 22:11:50 | recorded, nearest event: motion at 22:11:50");
 }
 
+TEST_F(ScrubberViewTest, HostMayBindAnewWhileItHearsOfTheState) {
+    service_.addEvents(5, ui_.scheduler().utcNow());
+    bool again = true;
+    host_.on["state 0>1"] = [&] {
+        if (std::exchange(again, false)) bind();
+    };
+    EXPECT_EQ(bind(), StatusBadCall) << "the later source has taken over";
+    settle();
+    EXPECT_EQ(view_->getEventsCount(), 7);
+    EXPECT_EQ(service_.count("getEvents"), 1U);
+}
+
 }  // namespace
 }  // namespace korvane::test

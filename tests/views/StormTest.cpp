@@ -16,7 +16,7 @@ TEST_P(StormTest, TheTimelineKeepsThemToo) {
     EXPECT_EQ(Storm(GetParam(), Storm::Widget::Timeline).run(steps), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, StormTest, stormSeeds(50));
+INSTANTIATE_TEST_SUITE_P(Seeds, StormTest, stormSeeds(28));
 
 TEST(StormSeedTest, DoesTheSameAgain) {
     const auto digest = [] {
