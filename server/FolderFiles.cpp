@@ -78,7 +78,7 @@ Result<FolderFiles> listFolder(const fs::path& folder) {
             else if (isVideoName(entry->path()))
                 files.videos.push_back(path);
             else if (path != cameraFile)
-                files.others.push_back({path, "not a video file, by its name"});
+                files.others.push_back({path, "not a video file, by its name", true});
         }
     }
     if (code) return Error{"cannot read folder " + folder.string() + ": " + code.message()};

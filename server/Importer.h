@@ -47,6 +47,8 @@ struct ImportRejection {
     /// Relative to the folder.
     std::string file;
     std::string reason;
+    /// Its name is not that of a film: a picture that a camera keeps beside one, say.
+    bool isOtherKind = false;
 };
 
 struct ImportReport {

@@ -227,11 +227,11 @@ Result<std::unique_ptr<Storage>> Storage::open(const std::filesystem::path& file
     }
 }
 
-Result<std::int64_t> Storage::foreignChanges() {
+Result<ChangeMark> Storage::changeMark() {
     return guarded(mutex_, [this] {
-        Query query = database_->query("PRAGMA data_version");
+        Query query = database_->query("SELECT total_changes(), data_version FROM pragma_data_version");
         query.step();
-        return query.integer(0);
+        return ChangeMark{query.integer(0), query.integer(1)};
     });
 }
 

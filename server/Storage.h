@@ -96,6 +96,12 @@ struct NewRecord {
     std::string thumbnail;
 };
 
+struct ChangeMark {
+    std::int64_t own = 0;
+    std::int64_t foreign = 0;
+    bool operator==(const ChangeMark&) const = default;
+};
+
 /// Cameras, their recordings and events, in SQLite. Every write is one transaction. All functions may be called from
 /// any thread and block for the time of the query. Several Storage objects, in several processes too, may share a file.
 class Storage {
@@ -107,8 +113,9 @@ class Storage {
     /// As it was opened.
     const std::filesystem::path& file() const { return file_; }
 
-    /// Changes whenever another connection to the data base, in this process or another, has written to it.
-    Result<std::int64_t> foreignChanges();
+    /// Another value once somebody has written to the data base: by this object, or by another connection in this
+    /// process or another.
+    Result<ChangeMark> changeMark();
 
     /// All cameras in order of id.
     Result<std::vector<Camera>> cameras();

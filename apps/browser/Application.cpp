@@ -1,7 +1,10 @@
 #include "korvane/apps/browser/Application.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QSet>
 #include <QVariantMap>
 #include <system_error>
 
@@ -16,11 +19,6 @@ void qml_register_types_Korvane_Browser();
 namespace korvane {
 
 namespace {
-
-QString nameOf(const std::filesystem::path& folder) {
-    const auto plain = folder.has_filename() ? folder : folder.parent_path();
-    return QString::fromStdString(plain.filename().string());
-}
 
 void registerTypes() {
     static const bool once = [] {
@@ -96,39 +94,52 @@ void Application::makeWindow() {
 // Posted, since the page that has asked goes away.
 void Application::chooseFolder(const QString& folder) {
     toolkit_->scheduler->post(life_.guard([this, folder] {
-        const std::filesystem::path path = folder.toStdString();
-        const std::string fault = folderFault(path);
-        if (fault.empty()) return importFootage(path);
-        importModel_->setFault(QString::fromStdString(fault));
+        // Of a film that was dropped, the folder that holds it.
+        const QFileInfo file(folder);
+        const std::filesystem::path path = (file.isFile() ? file.path() : folder).toStdString();
+        const QString fault = QString::fromStdString(folderFault(path));
+        if (fault.isEmpty()) return importFootage(path);
+        const bool isImporting = window_ && window_->property("isImporting").toBool();
+        const bool isUnderWay = !importModel_->folder().isEmpty() && importModel_->fault().isEmpty();
+        if (!isImporting)
+            browser_->warn(fault);
+        else if (!isUnderWay)
+            importModel_->setFault(fault);
     }));
 }
 
 void Application::importFootage(const std::filesystem::path& folder, FootageService::Handlers handlers) {
-    browser_->close();
-    footage_.reset();
-    rejected_.clear();
     std::error_code code;
     const auto path = std::filesystem::absolute(folder, code).lexically_normal();
-    preferences_->addRecentFolder(QString::fromStdString(path.string()));
-    importModel_->setFolder(nameOf(path), preferences_->recentFolders());
-    setImporting(true);
+    folder_ = QDir::cleanPath(QString::fromStdString(path.string()));
+    showImport();
+    footage_.reset();
+    rejected_.clear();
     const auto both = [](auto own, auto other) {
-        return [own = std::move(own), other = std::move(other)](const auto& what) {
-            own(what);
-            if (other) other(what);
+        return [own = std::move(own), other = std::move(other)](const auto&... what) {
+            own(what...);
+            if (other) other(what...);
         };
     };
     FootageService::Handlers all;
     all.progress = both([this](const auto& progress) { importModel_->setProgress(progress); }, handlers.progress);
     all.started = both([this](const auto& started) { openFootage(started); }, handlers.started);
+    all.stopped = both([this] { showImport(); }, handlers.stopped);
     all.looked = both([this](const auto& look) { takeLook(look); }, handlers.looked);
     all.failed =
         both([this](const auto& reason) { importModel_->setFault(QString::fromStdString(reason)); }, handlers.failed);
     footage_ = std::make_unique<FootageService>(*toolkit_->scheduler, std::move(all));
-    footage_->start(folder);
+    footage_->start(path);
+}
+
+void Application::showImport() {
+    setImporting(true);
+    browser_->close();
+    importModel_->setFolder(QFileInfo(folder_).fileName(), preferences_->recentFolders());
 }
 
 void Application::openFootage(const FootageService::Started& started) {
+    preferences_->addRecentFolder(folder_);
     setImporting(false);
     browser_->open(QString::fromStdString(started.token), QString::fromStdString(started.cameraName));
 }
@@ -137,14 +148,16 @@ void Application::takeLook(const FootageService::Look& look) {
     browser_->setFolderFault(QString::fromStdString(look.fault));
     if (look.hasNews) browser_->renewFootage();
     if (!look.fault.empty()) return;
-    QStringList rejected;
-    QStringList isNew;
+    // What was put away stays away.
+    const QSet<QString> known(rejected_.begin(), rejected_.end());
+    const QStringList shown = browser_->rejected();
+    rejected_.clear();
+    QStringList lines;
     for (const auto& [file, reason] : look.rejected) {
-        rejected << QString::fromStdString(file + ": " + reason);
-        if (!rejected_.contains(rejected.last())) isNew << rejected.last();
+        rejected_ << QString::fromStdString(file + ": " + reason);
+        if (!known.contains(rejected_.last()) || shown.contains(rejected_.last())) lines << rejected_.last();
     }
-    rejected_ = rejected;
-    if (!isNew.isEmpty()) browser_->setRejected(isNew);
+    browser_->setRejected(lines);
 }
 
 void Application::openToken(const std::string& token) {

@@ -48,6 +48,7 @@ class Application {
 
   private:
     void chooseFolder(const QString& folder);
+    void showImport();
     void openFootage(const FootageService::Started& started);
     void takeLook(const FootageService::Look& look);
     void setImporting(bool isImporting);
@@ -59,6 +60,7 @@ class Application {
     const std::shared_ptr<KorvaneService> service_;
     QStringList faults_;
     std::unique_ptr<FootageService> footage_;
+    QString folder_;        // of the footage; absolute
     QStringList rejected_;  // by the last look
     std::unique_ptr<ImportModel> importModel_;
     std::unique_ptr<Preferences> preferences_;

@@ -135,6 +135,10 @@ void Browser::reset(const QString& token, const QString& cameraName) {
     isListSeen_ = false;
     isEventOver_ = false;
     isReloaded_ = false;
+    isRefused_ = false;
+    playedOut_ = nullptr;
+    listState_ = ScrubberStateReady;
+    listStatus_ = 0;
     navigation_.forget();
     ruler_.close();
     player_.setCamera(nullptr);
@@ -213,6 +217,7 @@ void Browser::onServiceBack(const std::shared_ptr<KorvaneCamera>& camera) {
 }
 
 void Browser::renewList(TimeMs moment) {
+    countBefore_ = count();
     if (shown_->isReady()) return shown_->refresh();
     isReloaded_ = moment > 0;
     shown_->open(token_, moment);
@@ -434,13 +439,15 @@ void Browser::renewFootage() {
     if (token_.isEmpty() || std::exchange(isRenewalDue_, true)) return;
     scheduler_.after(isBusy() ? renewalPatience : std::chrono::milliseconds(0), life_.guard([this] {
         isRenewalDue_ = false;
-        if (isBusy()) return renewFootage();
+        if (token_.isEmpty() || isBusy()) return renewFootage();
         player_.forgetRecordings();
         if (page_ == Page::Ruler)
             ruler_.refresh();
         else
             renewList(isLive_ ? -1 : player_.getPosition());
-        if (isLive_) goLive();
+        // The newest picture may be another one now; nothing else is to move.
+        if (isLive_ && player_.state() != RecordingPlayer::State::Playing)
+            player_.openNewest(RecordingPlayer::Then::Pause);
     }));
 }
 

@@ -103,6 +103,9 @@ class Browser : public QObject {
     /// Why the folder behind the service cannot be looked at, as of now; empty when it can.
     void setFolderFault(const QString& reason);
 
+    /// Says what could not be done; all else goes on.
+    void warn(const QString& what) { setNote(what, Mood::Warning); }
+
     /// Files that the import could not take, each "name: reason", for a notice that the person can put away.
     void setRejected(const QStringList& rejected);
     Q_INVOKABLE void dismissRejected() { setRejected({}); }
@@ -211,6 +214,7 @@ class Browser : public QObject {
     QString fault_;            // of token or camera; stays until the next open()
     QString note_;             // of the player
     QString folderFault_;
+    QString countBefore_;  // a list that is loaded anew
     Mood noteMood_ = Mood::Calm;
     QString expiry_;
     ClockStyle clockStyle_;

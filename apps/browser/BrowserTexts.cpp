@@ -24,6 +24,7 @@ QString Browser::eventName() const {
 }
 
 QString Browser::count() const {
+    if (listState_ == ScrubberStateRefreshing) return countBefore_;
     if (!isListSeen_ || isLoading() || listStatus_ != 0 || page_ != Page::Events) return {};
     // How many groups there are is known only once all has been looked at, how many events at once.
     const QString noun = strip_.hasRecordings() ? tr("recording") : tr("event");
@@ -33,12 +34,12 @@ QString Browser::count() const {
 
 QString Browser::message() const {
     if (!fault_.isEmpty()) return fault_;
+    if (!folderFault_.isEmpty()) return tr("The folder is not up to date: %1").arg(folderFault_);
     if (watch_.isLost()) return tr("The service cannot be reached. Trying again…");
     if (listStatus_ != 0) return sentence(statusText(listStatus_));
     if (listState_ == ScrubberStateDeleting) return tr("Deleting…");
     if (isLoading()) return loadingText();
     if (!note_.isEmpty()) return note_;
-    if (!folderFault_.isEmpty()) return tr("The folder is not up to date: %1").arg(folderFault_);
     if (!expiry_.isEmpty()) return expiry_;
     switch (player_.state()) {
         case RecordingPlayer::State::Idle:

@@ -8,7 +8,9 @@
 #include <system_error>
 #include <tuple>
 
+#include "korvane/apps/browser/BrowserCommandLine.h"
 #include "korvane/server/CameraServer.h"
+#include "korvane/server/FolderFiles.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Storage.h"
 
@@ -21,6 +23,7 @@ constexpr std::chrono::hours tokenLife{24 * 30};
 constexpr std::chrono::milliseconds settling{3'000};
 // Looking takes at most this part of the time.
 constexpr int pauseToLook = 20;
+constexpr std::chrono::milliseconds longestPause{60'000};
 
 using FileIdentity = std::pair<dev_t, ino_t>;
 
@@ -45,43 +48,44 @@ bool isSame(const FootageService::Look& one, const FootageService::Look& other) 
 /// The worker's side. Used by one thread of the pool at a time, but for cancel().
 class FootageService::Work {
   public:
-    Work(std::filesystem::path folder, std::function<void(const Progress&)> progress,
-         std::function<void(const Started&)> started)
-        : folder_(std::move(folder)),
-          database_(defaultDatabase(folder_)),
-          progress_(std::move(progress)),
-          started_(std::move(started)) {}
+    /// Called by that thread.
+    struct Tell {
+        std::function<void(const Progress&)> progress;
+        std::function<void(const Started&)> started;
+        std::function<void(bool)> stopped;
+    };
+
+    Work(std::filesystem::path folder, Tell tell)
+        : folder_(std::move(folder)), database_(defaultDatabase(folder_)), tell_(std::move(tell)) {}
 
     void cancel() { isCancelled_ = true; }
 
     Look look() {
         Look look;
         if (const Failure failure = lookAt(look)) look.fault = failure->message;
+        if (!server_) return look;
+        // What was stored before a look broke off counts too.
+        if (const auto mark = storage_->changeMark()) look.hasNews = std::exchange(told_, *mark) != *mark;
         return look;
     }
 
   private:
     Failure lookAt(Look& look) {
-        std::error_code code;
-        if (!std::filesystem::is_directory(folder_, code)) return Error{"there is no folder " + folder_.string()};
+        if (std::string fault = folderFault(folder_); !fault.empty()) return Error{std::move(fault)};
         closeReplaced();
         if (!storage_) {
-            auto opened = Storage::open(database_);
-            if (!opened) return opened.error();
-            storage_ = std::move(*opened);
+            if (Failure failure = open()) return failure;
         }
         if (!server_) {
             if (const Failure failure = serveKnown()) return failure;
         }
-        const bool isServed = server_.has_value();
         const auto report = importFolder(*storage_, folder_, options());
         if (!report) return serveWhatCame(report.error());
         look.imported = report->imported.size();
         look.unchanged = report->unchanged;
-        for (const auto& rejection : report->rejected) look.rejected.emplace_back(rejection.file, rejection.reason);
-        const bool isForeign = hasForeignChanges();
-        look.hasNews = isServed && (!report->imported.empty() || report->removed > 0 || isForeign);
-        if (isServed || report->cancelled) return {};
+        for (const auto& rejection : report->rejected)
+            if (!rejection.isOtherKind) look.rejected.emplace_back(rejection.file, rejection.reason);
+        if (server_ || report->cancelled) return {};
         return serve({report->cameraId, report->cameraName, "", ""});
     }
 
@@ -89,13 +93,28 @@ class FootageService::Work {
         ImportOptions options;
         options.cancel = &isCancelled_;
         if (server_) options.settling = settling;
-        options.onProgress = [this](const ImportProgress& import) { progress_(progressOf(import)); };
+        options.onProgress = [this](const ImportProgress& import) { tell_.progress(progressOf(import)); };
         return options;
     }
 
-    /// Another folder in the place of the one that was served brings a data base of its own.
+    Failure open() {
+        std::error_code code;
+        if (!std::filesystem::exists(database_, code)) {
+            const auto files = listFolder(folder_);
+            if (!files) return files.error();
+            if (files->videos.empty()) return Error{"There are no video files in " + folder_.string() + "."};
+        }
+        auto opened = Storage::open(database_);
+        if (!opened) return opened.error();
+        storage_ = std::move(*opened);
+        opened_ = identityOf(database_);
+        return {};
+    }
+
+    /// Another folder in the place of this one, or another disk over it, brings a data base of its own.
     void closeReplaced() {
-        if (!server_ || identityOf(database_) == served_) return;
+        if (!storage_ || identityOf(database_) == opened_) return;
+        if (server_) tell_.stopped(true);
         server_.reset();
         storage_.reset();
     }
@@ -125,9 +144,8 @@ class FootageService::Work {
         if (const auto port = server_->start(); !port) return drop(port.error());
         const auto token = server_->issueToken(camera.id, tokenLife);
         if (!token) return drop(token.error());
-        served_ = identityOf(database_);
-        changes_ = storage_->foreignChanges() ? *storage_->foreignChanges() : 0;
-        started_({*token, camera.name});
+        if (const auto mark = storage_->changeMark()) told_ = *mark;
+        tell_.started({*token, camera.name});
         return {};
     }
 
@@ -136,20 +154,14 @@ class FootageService::Work {
         return reason;
     }
 
-    bool hasForeignChanges() {
-        const auto changes = storage_->foreignChanges();
-        return changes && std::exchange(changes_, *changes) != *changes;
-    }
-
     const std::filesystem::path folder_;
     const std::filesystem::path database_;
-    const std::function<void(const Progress&)> progress_;
-    const std::function<void(const Started&)> started_;
+    const Tell tell_;
     std::atomic<bool> isCancelled_ = false;
     std::unique_ptr<Storage> storage_;
+    std::optional<FileIdentity> opened_;
     std::optional<CameraServer> server_;
-    std::optional<FileIdentity> served_;
-    std::int64_t changes_ = 0;
+    ChangeMark told_;
 };
 
 FootageService::FootageService(Scheduler& scheduler, Handlers handlers, std::chrono::milliseconds pause)
@@ -167,17 +179,31 @@ void FootageService::start(const std::filesystem::path& folder) {
             scheduler.post([handler, what]() mutable { handler(what); });
         };
     };
-    work_ = std::make_shared<Work>(folder, onMain([this](const Progress& what) {
-                                       if (handlers_.progress) handlers_.progress(what);
-                                   }),
-                                   onMain([this](const Started& what) {
-                                       isStarted_ = true;
-                                       if (handlers_.started) handlers_.started(what);
-                                   }));
+    work_ = std::make_shared<Work>(folder, Work::Tell{onMain([this](const Progress& what) { onProgress(what); }),
+                                                      onMain([this](const Started& what) {
+                                                          isStarted_ = true;
+                                                          if (handlers_.started) handlers_.started(what);
+                                                      }),
+                                                      onMain([this](bool) { onStopped(); })});
     look();
 }
 
+void FootageService::onProgress(const Progress& progress) {
+    if (progress.file.empty() && !progress.isWaiting) return;
+    // A fault that was told is out of sight now, and is told again should it last.
+    if (!isStarted_) before_.reset();
+    isImporting_ = true;
+    if (handlers_.progress) handlers_.progress(progress);
+}
+
+void FootageService::onStopped() {
+    isStarted_ = false;
+    before_.reset();
+    if (handlers_.stopped) handlers_.stopped();
+}
+
 void FootageService::look() {
+    isImporting_ = false;
     auto ended = life_.guard([this](const Look& look, std::chrono::microseconds taken) { onLooked(look, taken); });
     pool_.run([&scheduler = scheduler_, work = work_, ended] {
         const auto begun = scheduler.monotonicNow();
@@ -190,8 +216,10 @@ void FootageService::look() {
 void FootageService::onLooked(const Look& look, std::chrono::microseconds taken) {
     const bool isTold = !before_ || look.hasNews || !isSame(look, *before_);
     before_ = look;
-    scheduler_.after(std::max(pause_, std::chrono::duration_cast<std::chrono::milliseconds>(taken * pauseToLook)),
-                     life_.guard([this] { this->look(); }));
+    // An import takes its time; only a look that has found nothing tells what looking costs.
+    const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(taken * pauseToLook);
+    const auto pause = isImporting_ ? pause_ : std::clamp(rest, pause_, longestPause);
+    scheduler_.after(pause, life_.guard([this] { this->look(); }));
     if (!isTold) return;
     if (isStarted_ && handlers_.looked) handlers_.looked(look);
     if (!isStarted_ && handlers_.failed) handlers_.failed(look.fault);

@@ -18,7 +18,8 @@ namespace korvane {
 
 /// The camera service inside the application: takes in a folder of recordings, serves it on a free port of this
 /// machine, and looks at the folder again and again for what has come or gone. A folder that is known from an earlier
-/// start is served before it is looked at. Main thread only; the handlers run there too.
+/// start is served before it is looked at. Nothing is written into a folder that holds no film. Main thread only; the
+/// handlers run there too.
 class FootageService {
   public:
     struct Progress {
@@ -42,7 +43,7 @@ class FootageService {
         std::size_t unchanged = 0;
         /// Recordings or events have come or gone since `started`, by this look or by another process.
         bool hasNews = false;
-        /// Files that could not be taken in, each with the reason.
+        /// Video files and lists of events that could not be taken in, each with the reason.
         std::vector<std::pair<std::string, std::string>> rejected;
         /// Why the folder could not be taken in whole; empty when it was. What was served before still is.
         std::string fault;
@@ -51,8 +52,11 @@ class FootageService {
     /// Each may be empty.
     struct Handlers {
         std::function<void(const Progress& progress)> progress;
-        /// The service runs. Once more, with another token, when the folder has been replaced by another one.
+        /// The service runs.
         std::function<void(const Started& started)> started;
+        /// It runs no more, since another folder has taken the place of the one that was served; that one is taken in
+        /// as at the start.
+        std::function<void()> stopped;
         /// After the first look, and after each that found news or went otherwise than the one before. Never before
         /// `started`.
         std::function<void(const Look& look)> looked;
@@ -62,7 +66,8 @@ class FootageService {
 
     static constexpr std::chrono::milliseconds usualPause{5'000};
 
-    /// `scheduler` outlives the service. From one look to the next `pause` passes, or more where looks take long.
+    /// `scheduler` outlives the service. From one look to the next `pause` passes, or up to a minute where looks
+    /// take long.
     FootageService(Scheduler& scheduler, Handlers handlers, std::chrono::milliseconds pause = usualPause);
     /// Breaks an import off, stops the server and waits for both.
     ~FootageService();
@@ -77,12 +82,15 @@ class FootageService {
     class Work;
 
     void look();
+    void onProgress(const Progress& progress);
+    void onStopped();
     void onLooked(const Look& look, std::chrono::microseconds taken);
 
     Scheduler& scheduler_;
     const Handlers handlers_;
     const std::chrono::milliseconds pause_;
     bool isStarted_ = false;
+    bool isImporting_ = false;  // the look under way
     std::shared_ptr<Work> work_;
     std::optional<Look> before_;
     WorkerPool pool_{1};

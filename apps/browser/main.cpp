@@ -33,20 +33,16 @@ bool hasDisplay() {
 }
 
 int runWindow(korvane::Application& application, const korvane::BrowserArguments& arguments) {
-    int exitCode = 0;
     if (arguments.folder) {
         korvane::FootageService::Handlers told;
-        told.started = [&](const auto&) { exitCode = 0; };
-        told.failed = [&](const std::string& reason) {
-            std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
-            exitCode = exitWrongUse;
-        };
+        told.failed = [](const std::string& reason) { std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str()); };
         application.importFootage(*arguments.folder, std::move(told));
     } else if (!arguments.token.empty()) {
         application.openToken(arguments.token);
     }
     const int ended = QCoreApplication::exec();
-    return exitCode != 0 ? exitCode : ended;
+    const bool isEmpty = arguments.folder && application.browser().cameraName().isEmpty();
+    return ended == 0 && isEmpty ? exitWrongUse : ended;
 }
 
 int run(const korvane::BrowserArguments& arguments) {

@@ -66,6 +66,11 @@ FocusScope {
     }
 
     focus: true
+    onVisibleChanged: {
+        if (visible) return
+        settings.close()
+        help.close()
+    }
     // The timeline strip and the ruler have keys of their own; what is not visible gets none.
     Keys.forwardTo: [timeline, ruler]
     Keys.onPressed: event => event.accepted = take(event)
@@ -174,12 +179,12 @@ FocusScope {
         isKeyed: keys.areInUse
         onHelpWanted: help.open()
         onFolderWanted: page.folderWanted()
-        onClosed: keys.forceActiveFocus()
+        onClosed: if (page.visible) keys.forceActiveFocus()
     }
     HelpSheet {
         id: help
 
         isKeyed: keys.areInUse
-        onClosed: keys.forceActiveFocus()
+        onClosed: if (page.visible) keys.forceActiveFocus()
     }
 }

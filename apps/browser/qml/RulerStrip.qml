@@ -4,6 +4,8 @@ import Korvane.Timeline
 
 // The time ruler in the colours of the page: a dark track, on it what is recorded, and the labels below.
 TimelineView {
+    // A host's own place for the days would stay when the ruler has gone.
+    onVisibleChanged: if (!visible) toggleCalendarControl(false)
     zoomEnabled: true
     showsSectorStates: true
     mainColor: Theme.window

@@ -138,7 +138,7 @@ bool RulerSectors::answer(const Request& request, const std::shared_ptr<const Ti
     const TimeSec start = timeline->start() / second;
     if (!timeline->periods() || timeline->periods()->empty()) {
         note(request, start, RulerSectorState::Empty);
-        return false;
+        return forget(request, start);
     }
     const bool isStored = store(request, start, inSeconds(*timeline));
     note(request, start, std::nullopt);
@@ -211,6 +211,13 @@ bool RulerSectors::store(const Request& request, TimeSec start, std::shared_ptr<
     // What was cached goes away with this argument, after the lock.
     writablePage().records[start].swap(timeline);
     return true;
+}
+
+/// What was recorded there has been taken away since.
+bool RulerSectors::forget(const Request& request, TimeSec start) {
+    const std::lock_guard lock(cache_lock);
+    if (request.generation != generation_ || !cached_data->records.contains(start)) return false;
+    return writablePage().records.erase(start) > 0;
 }
 
 RulerSectors::Page& RulerSectors::writablePage() {

@@ -98,6 +98,7 @@ class RulerSectors {
 
     bool take(const Request& request);
     void note(const Request& request, TimeSec answered, std::optional<RulerSectorState> outcome);
+    bool forget(const Request& request, TimeSec start);
     bool store(const Request& request, TimeSec start, std::shared_ptr<const Timeline> timeline);
     // Lock of rq_lock held.
     bool isQueued(TimeSec start) const { return queued_.contains(start); }
