@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QQuickWindow>
+#include <QUrl>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -34,6 +36,32 @@ TEST(Application, MayBeClosedAtAnyTimeOfItsStart) {
     application->importFootage(folder.path());
     ASSERT_TRUE(until([&] { return !application->browser().cameraName().isEmpty(); }));
     application.reset();
+}
+
+TEST(Application, OpensOneFolderAfterAnother) {
+    const TempFolder place;
+    for (const char* name : {"porch", "yard"}) {
+        TestClip clip;
+        clip.movements = {{1, 2}};
+        clip.write(place / name / "20261118_070000.mp4");
+    }
+    Application application;
+    ImportModel& model = application.importModel();
+    const auto until = [&](const std::function<bool()>& done) {
+        return pumpEventsUntil(application.scheduler(), done, std::chrono::seconds(60));
+    };
+    model.choosePath(QString::fromStdString(place / "missing"));
+    EXPECT_TRUE(until([&] { return model.fault().contains("no folder"); }));
+    model.choose(QUrl(QStringLiteral("https://example.org/films")));
+    for (const char* const name : {"porch", "yard", "porch"}) {
+        model.choose(QUrl::fromLocalFile(QString::fromStdString(place.path()) + u'/' + QLatin1String(name)));
+        ASSERT_TRUE(until([&] { return application.browser().cameraName() == QLatin1String(name); }));
+        EXPECT_TRUE(until([&] { return application.browser().count() == "1 event"; }));
+        EXPECT_EQ(application.window()->property("isImporting"), false);
+    }
+    ASSERT_EQ(model.recent().size(), 2);
+    EXPECT_TRUE(model.recent().first().endsWith("porch"));
+    EXPECT_TRUE(application.faults().isEmpty()) << qPrintable(application.faults().join('\n'));
 }
 
 }  // namespace

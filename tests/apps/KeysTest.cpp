@@ -18,6 +18,7 @@ TEST(Keys, SwitchWhatTheButtonsSwitch) {
     Browser& browser = application.browser();
     QQuickWindow* const window = application.window();
     ASSERT_TRUE(window) << qPrintable(application.faults().join('\n'));
+    window->setProperty("isImporting", false);
     QCoreApplication::processEvents();  // the window becomes the active one
     const auto state = [&] { return std::tuple(browser.groups(), browser.playsOn(), browser.showsRecordings()); };
     const auto before = state();
@@ -49,6 +50,7 @@ TEST(Keys, GoFromButtonToButtonAsTheEyeDoes) {
     Application application;
     QQuickWindow* const window = application.window();
     ASSERT_TRUE(window);
+    window->setProperty("isImporting", false);
     QCoreApplication::processEvents();
     for (const QSize size : {QSize(1280, 800), QSize(390, 844)}) {
         window->resize(size);
