@@ -15,13 +15,16 @@
 namespace korvane {
 
 class Database;
+class Query;
+struct DataPlace;
 
 struct Camera {
     std::int64_t id = 0;
     std::string name;
     /// IANA zone name.
     std::string timezone;
-    /// Absolute path of the folder that holds its recordings; empty when it has no media.
+    /// Absolute path of the folder that holds its recordings; empty when it has no media. In a folder's own data base
+    /// that is this folder, wherever it has moved to, or none.
     std::string folder;
 };
 
@@ -100,11 +103,12 @@ struct NewRecord {
 /// any thread and block for the time of the query. Several Storage objects, in several processes too, may share a file.
 class Storage {
   public:
-    /// Opens `file`, making it and its folder when missing.
+    /// Opens `file`, making it and its folder when missing. Refuses a link, another user's file and a data base whose
+    /// schema is not ours.
     static Result<std::unique_ptr<Storage>> open(const std::filesystem::path& file);
     ~Storage();
 
-    /// As it was opened.
+    /// Absolute.
     const std::filesystem::path& file() const { return file_; }
 
     /// Changes whenever another connection to the data base, in this process or another, has written to it.
@@ -114,7 +118,7 @@ class Storage {
     Result<std::vector<Camera>> cameras();
     Result<std::optional<Camera>> camera(std::int64_t id);
     /// The camera of `folder` (absolute), made when there is none. A name or zone that is not empty replaces the
-    /// stored.
+    /// stored. A folder's own data base refuses other folders.
     Result<Camera> cameraForFolder(const std::string& folder, const std::string& name, const std::string& timezone);
 
     /// Events with start <= time <= end, ordered by time, then id. Takes about as long at any offset.
@@ -156,9 +160,16 @@ class Storage {
                       const std::function<NewEvent(std::int64_t number)>& event);
 
   private:
-    Storage(std::filesystem::path file, std::unique_ptr<Database> database);
+    Storage(const DataPlace& place, std::unique_ptr<Database> database);
+
+    Camera readCamera(const Query& query) const;
+    std::string storedFolder(const std::string& folder) const;
+    std::optional<Camera> findCamera(const std::string& folder);
+    void adoptHome();
 
     const std::filesystem::path file_;
+    /// As DataPlace::home.
+    const std::string home_;
 
     std::mutex mutex_;
     std::unique_ptr<Database> database_;
