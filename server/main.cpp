@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "korvane/base/Printable.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/CommandLine.h"
@@ -57,15 +58,8 @@ TimeMs now() {
 }
 
 int fail(int code, const std::string& message) {
-    std::cerr << "korvane-camera-server: " << message << '\n';
+    std::cerr << "korvane-camera-server: " << printable(message) << '\n';
     return code;
-}
-
-/// File names come from anywhere: a terminal must not obey them.
-std::string printable(std::string text) {
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
-    return text;
 }
 
 fs::path databaseOf(const CommandLine& line) {
@@ -118,10 +112,10 @@ int import(const CommandLine& line) {
     const fs::path folder = line.plain()[0];
     // Before a data base is made in a folder that has nothing for it.
     const auto root = FolderRoot::open(folder, line.has("follow-links"));
-    if (!root) return fail(badUsage, printable(root.error().message));
+    if (!root) return fail(badUsage, root.error().message);
     const auto files = listFolder(*root);
-    if (!files) return fail(badUsage, printable(files.error().message));
-    if (files->videos.empty()) return fail(badUsage, "there are no video files in " + printable(folder.string()));
+    if (!files) return fail(badUsage, files.error().message);
+    if (files->videos.empty()) return fail(badUsage, "there are no video files in " + folder.string());
     const fs::path file = line.has("db") ? fs::path(line.text("db")) : defaultDatabase(folder);
     auto storage = Storage::open(file);
     if (!storage) return fail(failed, storage.error().message);
@@ -138,7 +132,7 @@ int import(const CommandLine& line) {
     };
     const auto report = importFolder(**storage, folder, options);
     progress.finish();
-    if (!report) return fail(badUsage, printable(report.error().message));
+    if (!report) return fail(badUsage, report.error().message);
     print(*report);
     return report->cancelled ? failed : 0;
 }
@@ -225,7 +219,7 @@ int sample(const CommandLine& line) {
     };
     const auto report = makeSample(line.plain()[0], options);
     progress.finish();
-    if (!report) return fail(failed, printable(report.error().message));
+    if (!report) return fail(failed, report.error().message);
     std::cout << report->recordings << " recordings with " << report->movements << " movements, "
               << report->bytes / 1'000'000 << " MB\n";
     return 0;
@@ -251,7 +245,7 @@ int main(int argc, char** argv) {
                                                  {"serve", {"db", "folder", "address", "port", "follow-links!"}},
                                                  {"token", {"db", "folder", "camera", "expires-in", "url"}},
                                                  {"sample", {"db", "rows", "seed"}}});
-    if (!line) return fail(badUsage, printable(line.error().message) + "; see --help");
+    if (!line) return fail(badUsage, line.error().message + "; see --help");
     catchSignals();
     if (line->command() == "import") return import(*line);
     if (line->command() == "serve") return serve(*line);

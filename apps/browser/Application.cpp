@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "korvane/apps/browser/BrowserCommandLine.h"
+#include "korvane/base/Printable.h"
 #include "korvane/client/http/HttpService.h"
 #include "korvane/views/timeline/TimelineEnvironment.h"
 #include "korvane/views/timeline/TimelineTypes.h"
@@ -17,9 +18,14 @@ namespace korvane {
 
 namespace {
 
+/// File names come from anywhere, and the window would obey them.
+QString shown(const std::string& text) {
+    return QString::fromStdString(printable(text));
+}
+
 QString nameOf(const std::filesystem::path& folder) {
     const auto plain = folder.has_filename() ? folder : folder.parent_path();
-    return QString::fromStdString(plain.filename().string());
+    return shown(plain.filename().string());
 }
 
 void registerTypes() {
@@ -99,7 +105,7 @@ void Application::chooseFolder(const QString& folder) {
         const std::filesystem::path path = folder.toStdString();
         const std::string fault = folderFault(path);
         if (fault.empty()) return importFootage(path);
-        importModel_->setFault(QString::fromStdString(fault));
+        importModel_->setFault(shown(fault));
     }));
 }
 
@@ -122,25 +128,24 @@ void Application::importFootage(const std::filesystem::path& folder, FootageServ
     all.progress = both([this](const auto& progress) { importModel_->setProgress(progress); }, handlers.progress);
     all.started = both([this](const auto& started) { openFootage(started); }, handlers.started);
     all.looked = both([this](const auto& look) { takeLook(look); }, handlers.looked);
-    all.failed =
-        both([this](const auto& reason) { importModel_->setFault(QString::fromStdString(reason)); }, handlers.failed);
+    all.failed = both([this](const auto& reason) { importModel_->setFault(shown(reason)); }, handlers.failed);
     footage_ = std::make_unique<FootageService>(*toolkit_->scheduler, std::move(all));
     footage_->start(folder);
 }
 
 void Application::openFootage(const FootageService::Started& started) {
     setImporting(false);
-    browser_->open(QString::fromStdString(started.token), QString::fromStdString(started.cameraName));
+    browser_->open(QString::fromStdString(started.token), shown(started.cameraName));
 }
 
 void Application::takeLook(const FootageService::Look& look) {
-    browser_->setFolderFault(QString::fromStdString(look.fault));
+    browser_->setFolderFault(shown(look.fault));
     if (look.hasNews) browser_->renewFootage();
     if (!look.fault.empty()) return;
     QStringList rejected;
     QStringList isNew;
     for (const auto& [file, reason] : look.rejected) {
-        rejected << QString::fromStdString(file + ": " + reason);
+        rejected << shown(file + ": " + reason);
         if (!rejected_.contains(rejected.last())) isNew << rejected.last();
     }
     rejected_ = rejected;

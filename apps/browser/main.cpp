@@ -18,6 +18,7 @@ extern "C" {
 #include "korvane/apps/browser/LogRedaction.h"
 #include "korvane/apps/browser/tour/StartupWatch.h"
 #include "korvane/apps/browser/tour/Tour.h"
+#include "korvane/base/Printable.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ int runWindow(korvane::Application& application, const korvane::BrowserArguments
         korvane::FootageService::Handlers told;
         told.started = [&](const auto&) { exitCode = 0; };
         told.failed = [&](const std::string& reason) {
-            std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str());
+            std::fprintf(stderr, "korvane-browser: %s\n", korvane::printable(reason).c_str());
             exitCode = exitWrongUse;
         };
         application.importFootage(*arguments.folder, std::move(told));
@@ -75,7 +76,8 @@ int run(const korvane::BrowserArguments& arguments) {
 int main(int argc, char** argv) {
     const auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc));
     if (!line.error.empty()) {
-        std::fprintf(stderr, "korvane-browser: %s\n\n%s", line.error.c_str(), korvane::browserUsage().c_str());
+        std::fprintf(stderr, "korvane-browser: %s\n\n%s", korvane::printable(line.error).c_str(),
+                     korvane::browserUsage().c_str());
         return exitWrongUse;
     }
     if (line.arguments.help) {
@@ -86,7 +88,7 @@ int main(int argc, char** argv) {
     const bool isToldHere = line.arguments.folder && line.arguments.capture;
     const std::string fault = isToldHere ? korvane::folderFault(*line.arguments.folder) : std::string();
     if (!fault.empty()) {
-        std::fprintf(stderr, "korvane-browser: %s\n", fault.c_str());
+        std::fprintf(stderr, "korvane-browser: %s\n", korvane::printable(fault).c_str());
         return exitWrongUse;
     }
     if (!line.arguments.capture && !hasDisplay()) {
