@@ -38,9 +38,15 @@ constexpr const char* firstTables = R"(
     CREATE INDEX events_by_name ON events(camera, name, time);
     CREATE INDEX events_by_source ON events(source) WHERE source IS NOT NULL;)";
 
+constexpr const char* deletionTable = R"(
+    CREATE TABLE deleted_events(
+        id INTEGER PRIMARY KEY, camera INTEGER NOT NULL, path TEXT NOT NULL, time INTEGER NOT NULL,
+        name TEXT NOT NULL);
+    CREATE INDEX deleted_events_by_path ON deleted_events(camera, path);)";
+
 /// What each version adds to the one before; the first makes version 1.
 std::vector<std::vector<const char*>> steps() {
-    return {{firstTables, EventRanks::createTable(), EventRanks::createTriggers()}};
+    return {{firstTables, EventRanks::createTable(), EventRanks::createTriggers()}, {deletionTable}};
 }
 
 std::int64_t numberOf(Database& database, const char* pragma) {

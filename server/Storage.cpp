@@ -11,11 +11,13 @@
 #include "korvane/server/EventRanks.h"
 #include "korvane/server/LocalDays.h"
 #include "korvane/server/Schema.h"
+#include "korvane/server/SourceEvents.h"
 
 namespace korvane {
 namespace {
 
 constexpr TimeMs mergeGap = 1000;
+constexpr TimeMs sameMotion = 1000;
 // What the camera of a folder's own data base has in place of a path.
 constexpr std::string_view homeFolder = ".";
 constexpr TimeMs forever = std::numeric_limits<TimeMs>::max();
@@ -98,27 +100,6 @@ std::vector<StoredEvent> eventRows(Database& database, std::int64_t camera, cons
     std::vector<StoredEvent> rows;
     while (query.step()) rows.push_back({query.integer(0), query.integer(1), query.text(2), !query.isNull(3)});
     return rows;
-}
-
-std::optional<std::int64_t> storeThumbnail(Database& database, const std::string& jpeg) {
-    if (jpeg.empty()) return std::nullopt;
-    database.query("INSERT INTO thumbnails(jpeg) VALUES(?)").bindBlob(jpeg).run();
-    return database.lastInsertId();
-}
-
-void forgetSource(Database& database, std::int64_t camera, const std::string& path) {
-    std::int64_t source = 0;
-    {
-        Query query = database.query("SELECT id FROM sources WHERE camera = ? AND path = ?");
-        query.bind(camera).bind(path);
-        if (!query.step()) return;
-        source = query.integer(0);
-    }
-    for (const char* sql : {"DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM events WHERE source = ?)",
-                            "DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM records WHERE source = ?)",
-                            "DELETE FROM events WHERE source = ?", "DELETE FROM records WHERE source = ?",
-                            "DELETE FROM sources WHERE id = ?"})
-        database.query(sql).bind(source).run();
 }
 
 std::optional<std::string> thumbnailBytes(Database& database, const char* sql, std::int64_t camera, std::int64_t id) {
@@ -399,6 +380,14 @@ Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRan
 Result<bool> Storage::deleteEvent(std::int64_t camera, std::int64_t id) {
     return guarded(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
+        database_
+            ->query(
+                "INSERT INTO deleted_events(id, camera, path, time, name) SELECT e.id, e.camera, s.path, e.time, "
+                "e.name "
+                "FROM events e JOIN sources s ON s.id = e.source WHERE e.id = ? AND e.camera = ?")
+            .bind(id)
+            .bind(camera)
+            .run();
         database_->query("DELETE FROM thumbnails WHERE id = (SELECT thumbnail FROM events WHERE id = ? AND camera = ?)")
             .bind(id)
             .bind(camera)
@@ -425,35 +414,11 @@ Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, c
                                 const std::vector<NewEvent>& events) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
-        forgetSource(*database_, camera, source.path);
-        database_->query("INSERT INTO sources(camera, path, size, modified, rejection) VALUES(?, ?, ?, ?, ?)")
-            .bind(camera)
-            .bind(source.path)
-            .bind(source.size)
-            .bind(source.modified)
-            .bind(source.rejection)
-            .run();
-        const std::int64_t sourceId = database_->lastInsertId();
-        if (record) {
-            const auto thumbnail = storeThumbnail(*database_, record->thumbnail);
-            database_->query("INSERT INTO records(camera, start, end, source, thumbnail) VALUES(?, ?, ?, ?, ?)")
-                .bind(camera)
-                .bind(record->start)
-                .bind(record->end)
-                .bind(sourceId)
-                .bind(thumbnail)
-                .run();
-        }
-        for (const NewEvent& event : events) {
-            const auto thumbnail = storeThumbnail(*database_, event.thumbnail);
-            database_->query("INSERT INTO events(camera, time, name, source, thumbnail) VALUES(?, ?, ?, ?, ?)")
-                .bind(camera)
-                .bind(event.time)
-                .bind(event.name)
-                .bind(sourceId)
-                .bind(thumbnail)
-                .run();
-        }
+        SourceEvents stored(*database_, camera, source.path);
+        stored.describe(source);
+        stored.replaceRecord(record);
+        // A film's motion begins a little elsewhere when the film has changed; a list tells its times itself.
+        stored.replaceEvents(events, record ? sameMotion : 0);
         transaction.commit();
     });
 }
@@ -461,7 +426,7 @@ Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, c
 Failure Storage::removeSource(std::int64_t camera, const std::string& path) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
-        forgetSource(*database_, camera, path);
+        SourceEvents(*database_, camera, path).forget();
         transaction.commit();
     });
 }

@@ -148,10 +148,12 @@ class Storage {
 
     /// Every file that was imported or rejected, in order of path.
     Result<std::vector<SourceFile>> sources(std::int64_t camera);
-    /// Replaces what was stored for that path: one recording with its events, or the rejection alone.
+    /// Replaces what was stored for that path: one recording with its events, or the rejection alone. An event that is
+    /// the same, the n-th of its moment and name, keeps its number and stays deleted when it was; of a recording's
+    /// events, those are the same that have a name and lie within 1 s.
     Failure storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
                            const std::vector<NewEvent>& events);
-    /// Forgets a file with all that came from it.
+    /// Forgets a file with all that came from it, but for which events were deleted.
     Failure removeSource(std::int64_t camera, const std::string& path);
 
     /// Adds `count` events without a recording at once: the one that `event` gives for each number from 0. Made for

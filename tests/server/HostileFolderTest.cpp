@@ -102,7 +102,9 @@ TEST(HostileFolder, ADataBaseThatIsNotOursIsRefusedWithAWayOut) {
         EXPECT_NE(opened.error().message.find("/.korvane away"), std::string::npos) << opened.error().message;
     }
     const Footage early;
-    early.tamper("PRAGMA application_id = 0; UPDATE cameras SET folder = '/where/it/was'");
+    early.tamper(
+        "DROP TABLE deleted_events; PRAGMA user_version = 1; PRAGMA application_id = 0;"
+        "UPDATE cameras SET folder = '/where/it/was'");
     EXPECT_EQ(early.film(), "FILM") << "made before data bases had a mark, and moved since";
     const std::function<void(const fs::path&)> files[] = {
         [](const fs::path& at) { fs::rename(at, at.string() + "2"), fs::create_symlink("camera.db2", at); },
