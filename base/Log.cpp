@@ -5,6 +5,8 @@
 #include <mutex>
 #include <utility>
 
+#include "korvane/base/Printable.h"
+
 namespace korvane {
 
 std::atomic<int> KSDK_LogLevel{0};
@@ -49,11 +51,12 @@ void logError(std::string_view classPath, std::string_view text) {
 namespace detail {
 
 void writeLogLine(std::string_view line) {
-    // What came from outside must not be able to forge a second line.
+    // What came from outside must not be able to forge a second line, nor to steer a terminal.
     std::string single(line);
     for (char& c : single) {
         if (c == '\n' || c == '\r') c = ' ';
     }
+    single = printable(single);
     auto& holder = sinkHolder();
     const std::lock_guard lock(holder.mutex);
     const auto sink = holder.sink;

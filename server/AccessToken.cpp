@@ -17,6 +17,7 @@
 
 #include "korvane/base/Base64Url.h"
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/DataPlace.h"
 
 namespace korvane {
 namespace {
@@ -30,13 +31,13 @@ Error fileError(const std::filesystem::path& file) {
     return Error{"cannot keep the secret in " + file.string() + ": " + std::strerror(errno)};
 }
 
-std::optional<std::string> readSecret(const std::filesystem::path& file) {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return std::nullopt;
+Result<std::string> readSecret(const Descriptor& file) {
+    struct stat info {};
+    if (::fstat(file.get(), &info) != 0) return Error{std::strerror(errno)};
+    if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0) return Error{"others may read or write it; chmod 600 mends that"};
     std::array<char, secretBytes> bytes{};
-    const ssize_t size = ::read(descriptor, bytes.data(), bytes.size());
-    ::close(descriptor);
-    if (size != static_cast<ssize_t>(bytes.size())) return std::nullopt;
+    const ssize_t size = ::read(file.get(), bytes.data(), bytes.size());
+    if (size != static_cast<ssize_t>(bytes.size())) return Error{"it is damaged"};
     return std::string(bytes.data(), bytes.size());
 }
 
@@ -61,14 +62,16 @@ Failure makeSecret(const std::filesystem::path& file) {
 AccessToken::AccessToken(std::string secret) : secret_(std::move(secret)) {}
 
 Result<AccessToken> AccessToken::forDatabase(const std::filesystem::path& database) {
-    const std::filesystem::path file = database.string() + ".key";
-    std::error_code ignored;
-    if (!std::filesystem::exists(file, ignored)) {
-        if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), ignored);
+    const auto place = DataPlace::of(database);
+    if (!place) return place.error();
+    const std::filesystem::path file = place->file.string() + ".key";
+    auto opened = openOwnFile(file);
+    if (opened && !*opened) {
         if (const Failure failure = makeSecret(file)) return *failure;
+        opened = openOwnFile(file);
     }
-    const std::optional<std::string> secret = readSecret(file);
-    if (!secret) return Error{"the secret in " + file.string() + " cannot be read or is damaged"};
+    const auto secret = opened ? readSecret(*opened) : Result<std::string>(opened.error());
+    if (!secret) return Error{"the secret in " + file.string() + " cannot be used: " + secret.error().message};
     return AccessToken(*secret);
 }
 

@@ -17,7 +17,8 @@ namespace korvane {
 /// which a host is given, is base64url of a JSON object that holds a bearer and tells where the service is.
 class AccessToken {
   public:
-    /// The secret in the file beside `database` (its name with ".key" appended, mode 0600); made on first use.
+    /// The secret in the file beside `database` (its name with ".key" appended, mode 0600); made on first use. Refuses
+    /// a link, another user's file and one that others may read or write.
     static Result<AccessToken> forDatabase(const std::filesystem::path& database);
 
     /// `secret` must not be empty.

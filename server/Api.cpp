@@ -7,6 +7,7 @@
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/ApiRequest.h"
+#include "korvane/server/FolderRoot.h"
 #include "korvane/server/Storage.h"
 #include "korvane/server/VideoReply.h"
 
@@ -32,8 +33,14 @@ T take(Result<T> result) {
 /// One authorised request about one camera.
 class CameraCall {
   public:
-    CameraCall(Storage& storage, const httplib::Request& request, httplib::Response& response, Camera camera)
-        : storage_(storage), http_(request), request_(request), response_(response), camera_(std::move(camera)) {}
+    CameraCall(Storage& storage, const httplib::Request& request, httplib::Response& response, Camera camera,
+               bool followLinks)
+        : storage_(storage),
+          http_(request),
+          request_(request),
+          response_(response),
+          camera_(std::move(camera)),
+          followLinks_(followLinks) {}
 
     /// `pieces`: the path after the camera's id.
     void answer(const std::vector<std::string>& pieces) {
@@ -157,7 +164,9 @@ class CameraCall {
     void video(std::int64_t id) {
         const auto record = take(storage_.record(camera_.id, id));
         if (!record) throw ApiFailure(404, "no such recording");
-        replyWithFile(http_, response_, std::filesystem::path(camera_.folder) / record->path);
+        const auto folder = FolderRoot::open(camera_.folder, followLinks_);
+        if (!folder) throw ApiFailure(404, "the recording's folder is gone");
+        replyWithFile(http_, response_, *folder, record->path);
     }
 
     void picture(Result<std::optional<std::string>> bytes) {
@@ -173,12 +182,13 @@ class CameraCall {
     ApiRequest request_;
     httplib::Response& response_;
     Camera camera_;
+    bool followLinks_;
 };
 
 }  // namespace
 
-Api::Api(Storage& storage, const AccessToken& tokens, std::function<TimeMs()> now)
-    : storage_(storage), tokens_(tokens), now_(std::move(now)) {}
+Api::Api(Storage& storage, const AccessToken& tokens, std::function<TimeMs()> now, bool followLinks)
+    : storage_(storage), tokens_(tokens), now_(std::move(now)), followLinks_(followLinks) {}
 
 void Api::fail(httplib::Response& response, int status, const std::string& message) {
     response.status = status;
@@ -202,7 +212,7 @@ void Api::answer(const httplib::Request& request, httplib::Response& response) c
         const auto camera = take(storage_.camera(*permitted));
         if (!camera) throw ApiFailure(404, "no such camera");
         pieces.erase(pieces.begin(), pieces.begin() + 3);
-        CameraCall(storage_, request, response, *camera).answer(pieces);
+        CameraCall(storage_, request, response, *camera, followLinks_).answer(pieces);
     } catch (const ApiFailure& failure) {
         fail(response, failure.status(), failure.what());
     } catch (const std::exception& error) {

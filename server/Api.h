@@ -19,8 +19,8 @@ class Api {
     static constexpr std::int64_t defaultLimit = 100;
     static constexpr std::int64_t mostRows = 1000;
 
-    /// Both must outlive this object.
-    Api(Storage& storage, const AccessToken& tokens, std::function<TimeMs()> now);
+    /// Both must outlive this object. With `followLinks`, links in the cameras' folders are followed.
+    Api(Storage& storage, const AccessToken& tokens, std::function<TimeMs()> now, bool followLinks);
 
     /// Answers any request, bad ones too. Does not throw.
     void answer(const httplib::Request& request, httplib::Response& response) const;
@@ -32,6 +32,7 @@ class Api {
     Storage& storage_;
     const AccessToken& tokens_;
     std::function<TimeMs()> now_;
+    bool followLinks_;
 };
 
 }  // namespace korvane

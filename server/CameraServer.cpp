@@ -34,7 +34,7 @@ struct CameraServer::Running {
         : storage(std::move(openStorage)),
           tokens(std::move(openTokens)),
           now(options.now ? options.now : systemNow),
-          api(*storage, tokens, now),
+          api(*storage, tokens, now, options.followLinks),
           listener(options.threads, options.patience) {
         listener.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             api.answer(request, response);

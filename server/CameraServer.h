@@ -23,6 +23,8 @@ struct CameraServerOptions {
     /// How long a connection may stay silent between two requests, and how long one request may take to arrive. A reply
     /// is given up when its receiver takes nothing for that long.
     std::chrono::milliseconds patience{10'000};
+    /// Links in a camera's folder are followed wherever they lead; without it only inside of the folder.
+    bool followLinks = false;
     /// The wall clock that tells which tokens have expired; empty for the system's.
     std::function<TimeMs()> now;
 };

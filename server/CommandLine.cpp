@@ -20,6 +20,10 @@ Result<CommandLine> CommandLine::parse(const std::vector<std::string>& words,
         const std::size_t equals = name.find('=');
         std::string value = equals == std::string::npos ? "" : name.substr(equals + 1);
         name.resize(std::min(equals, name.size()));
+        if (equals == std::string::npos && options->second.contains(name + "!")) {
+            line.values_[name] = "";
+            continue;
+        }
         if (!options->second.contains(name)) return Error{line.command_ + " has no option --" + name};
         if (equals == std::string::npos) {
             if (i + 1 == words.size()) return Error{"--" + name + " needs a value"};

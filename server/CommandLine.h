@@ -10,11 +10,11 @@
 
 namespace korvane {
 
-/// The words after a program's name: COMMAND, then "--name value" pairs and plain words in any order.
+/// The words after a program's name: COMMAND, then "--name value" pairs, plain words and switches in any order.
 class CommandLine {
   public:
     /// Fails for an option that is not among `options` of the command, for one without a value and for an unknown
-    /// command.
+    /// command. An option that is listed with a "!" at its end is a switch, and takes no value.
     static Result<CommandLine> parse(const std::vector<std::string>& words,
                                      const std::map<std::string, std::set<std::string>>& optionsOf);
 

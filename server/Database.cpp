@@ -72,8 +72,8 @@ bool Query::isNull(int column) const {
     return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
-Database::Database(const std::filesystem::path& file) {
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+Database::Database(const std::string& file) {
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX;
     if (sqlite3_open_v2(file.c_str(), &handle_, flags, nullptr) != SQLITE_OK) {
         const std::string reason = handle_ != nullptr ? sqlite3_errmsg(handle_) : "out of memory";
         sqlite3_close(handle_);
@@ -81,7 +81,10 @@ Database::Database(const std::filesystem::path& file) {
     }
     try {
         sqlite3_busy_timeout(handle_, busyTimeoutMs);
-        execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA cache_size=-32000;");
+        // What the file's own schema says is not trusted, and pages are looked at before they are used.
+        sqlite3_db_config(handle_, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+        sqlite3_db_config(handle_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+        execute("PRAGMA cell_size_check=ON; PRAGMA cache_size=-32000;");
     } catch (...) {
         sqlite3_close(handle_);
         throw;
@@ -91,6 +94,10 @@ Database::Database(const std::filesystem::path& file) {
 Database::~Database() {
     for (const auto& entry : statements_) sqlite3_finalize(entry.second);
     sqlite3_close(handle_);
+}
+
+void Database::useWriteAheadLog() {
+    execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;");
 }
 
 void Database::execute(const char* sql) {

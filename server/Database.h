@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -50,10 +49,14 @@ class Query {
 /// One SQLite connection with its prepared statements. Used by one thread at a time.
 class Database {
   public:
-    explicit Database(const std::filesystem::path& file);
+    /// Opens a file that is there, and whose path has no links; ":memory:" is one in memory.
+    explicit Database(const std::string& file);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
+
+    /// Readers and one writer at a time.
+    void useWriteAheadLog();
 
     /// Runs statements that take and give nothing.
     void execute(const char* sql);

@@ -1,13 +1,16 @@
 #include "korvane/server/FolderFiles.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <deque>
+#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string_view>
 
 #include "korvane/base/UtcTime.h"
@@ -21,7 +24,7 @@ namespace fs = std::filesystem;
 constexpr const char* eventList = "events.json";
 constexpr const char* cameraFile = "camera.json";
 constexpr std::size_t longestName = 64;
-constexpr std::uintmax_t largestJson = 16 * 1024 * 1024;
+constexpr std::size_t largestJson = 16 * 1024 * 1024;
 constexpr std::size_t mostReasons = 20;
 constexpr TimeMs latest = 253'402'300'799'000;
 
@@ -34,12 +37,24 @@ bool isVideoName(const fs::path& file) {
     return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
 }
 
-Result<nlohmann::json> readJson(const fs::path& file) {
-    std::error_code code;
-    if (const auto size = fs::file_size(file, code); code || size > largestJson)
-        return Error{"cannot be read, or too large"};
-    std::ifstream stream(file);
-    auto json = nlohmann::json::parse(stream, nullptr, false);
+Result<std::string> readWhole(const FolderRoot& folder, const std::string& path) {
+    const auto file = folder.openFile(path);
+    if (!file) return file.error();
+    std::string text;
+    std::array<char, 64 * 1024> piece;
+    while (true) {
+        const ssize_t count = ::read(file->get(), piece.data(), piece.size());
+        if (count < 0 && errno != EINTR) return Error{std::string("cannot be read: ") + std::strerror(errno)};
+        if (count == 0) return text;
+        if (count > 0) text.append(piece.data(), static_cast<std::size_t>(count));
+        if (text.size() > largestJson) return Error{"is too large"};
+    }
+}
+
+Result<nlohmann::json> readJson(const FolderRoot& folder, const std::string& path) {
+    const auto text = readWhole(folder, path);
+    if (!text) return text.error();
+    auto json = nlohmann::json::parse(*text, nullptr, false);
     if (json.is_discarded()) return Error{"is no JSON"};
     return json;
 }
@@ -58,46 +73,90 @@ Result<NewEvent> readEvent(const nlohmann::json& element) {
     return NewEvent{*time, name, ""};
 }
 
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+/// Goes through a folder level by level, with one folder open at a time however deep they lie.
+class FolderWalk {
+  public:
+    explicit FolderWalk(const FolderRoot& root) : root_(root) {}
+
+    Result<FolderFiles> run() {
+        if (const Failure failure = list("")) return Error{root_.path().string() + " " + failure->message};
+        while (!waiting_.empty()) {
+            const std::string folder = std::move(waiting_.front());
+            waiting_.pop_front();
+            if (const Failure failure = list(folder)) files_.others.push_back({folder, failure->message});
+        }
+        std::sort(files_.videos.begin(), files_.videos.end());
+        std::sort(files_.eventLists.begin(), files_.eventLists.end());
+        return std::move(files_);
+    }
+
+  private:
+    Failure list(const std::string& folder) {
+        auto opened = root_.openFolder(folder);
+        if (!opened) return opened.error();
+        struct stat info {};
+        // By way of links a folder may be its own grandchild.
+        if (::fstat(opened->get(), &info) != 0 || !seen_.emplace(info.st_dev, info.st_ino).second) return {};
+        const std::unique_ptr<DIR, DirectoryCloser> directory(::fdopendir(opened->get()));
+        if (!directory) return Error{std::string("cannot be read: ") + std::strerror(errno)};
+        static_cast<void>(opened->release());
+        errno = 0;
+        while (const dirent* entry = ::readdir(directory.get())) {
+            const std::string name = entry->d_name;
+            if (!name.starts_with('.')) take(folder.empty() ? name : folder + "/" + name, name, entry->d_type);
+            errno = 0;
+        }
+        if (errno != 0) return Error{std::string("cannot be read to its end: ") + std::strerror(errno)};
+        return {};
+    }
+
+    void take(const std::string& path, const std::string& name, unsigned char type) {
+        if (type == DT_UNKNOWN || type == DT_LNK) {
+            struct stat info {};
+            if (!root_.describe(path, info)) {
+                files_.others.push_back({path, "is a link that leads out of the folder or nowhere, or has vanished"});
+                return;
+            }
+            const bool isLink = type == DT_LNK || S_ISLNK(info.st_mode);
+            if (S_ISDIR(info.st_mode) && isLink && !root_.followsLinks()) return;
+            type = static_cast<unsigned char>(IFTODT(info.st_mode));
+        }
+        if (type == DT_DIR) waiting_.push_back(path);
+        if (type != DT_REG) return;
+        if (name == eventList)
+            files_.eventLists.push_back(path);
+        else if (isVideoName(name))
+            files_.videos.push_back(path);
+        else if (path != cameraFile)
+            files_.others.push_back({path, "not a video file, by its name", true});
+    }
+
+    const FolderRoot& root_;
+    FolderFiles files_;
+    std::deque<std::string> waiting_;
+    std::set<std::pair<dev_t, ino_t>> seen_;
+};
+
 }  // namespace
 
-Result<FolderFiles> listFolder(const fs::path& folder) {
-    std::error_code code;
-    if (!fs::is_directory(folder, code)) return Error{"there is no folder " + folder.string()};
-    FolderFiles files;
-    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, code);
-    if (code) return Error{"cannot read folder " + folder.string() + ": " + code.message()};
-    for (const fs::recursive_directory_iterator end; entry != end; entry.increment(code)) {
-        const std::string name = entry->path().filename().string();
-        std::error_code ignored;
-        if (name.starts_with('.')) {
-            entry.disable_recursion_pending();
-        } else if (entry->is_regular_file(ignored)) {
-            const std::string path = entry->path().lexically_relative(folder).string();
-            if (name == eventList)
-                files.eventLists.push_back(path);
-            else if (isVideoName(entry->path()))
-                files.videos.push_back(path);
-            else if (path != cameraFile)
-                files.others.push_back({path, "not a video file, by its name", true});
-        }
-    }
-    if (code) return Error{"cannot read folder " + folder.string() + ": " + code.message()};
-    std::sort(files.videos.begin(), files.videos.end());
-    std::sort(files.eventLists.begin(), files.eventLists.end());
-    return files;
+Result<FolderFiles> listFolder(const FolderRoot& folder) {
+    return FolderWalk(folder).run();
 }
 
-std::optional<SourceFile> describeFile(const fs::path& folder, const std::string& path) {
+std::optional<SourceFile> describeFile(const FolderRoot& folder, const std::string& path) {
     struct stat info {};
-    if (::stat((folder / path).c_str(), &info) != 0) return std::nullopt;
+    if (!folder.describe(path, info)) return std::nullopt;
     return SourceFile{path, info.st_size, info.st_mtim.tv_sec * 1000 + info.st_mtim.tv_nsec / 1'000'000, ""};
 }
 
-CameraFile readCameraFile(const fs::path& folder, std::vector<ImportRejection>& rejected) {
-    const fs::path file = folder / cameraFile;
-    std::error_code code;
-    if (!fs::exists(file, code)) return {};
-    const auto json = readJson(file);
+CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected) {
+    struct stat info {};
+    if (!folder.describe(cameraFile, info)) return {};
+    const auto json = readJson(folder, cameraFile);
     if (!json || !json->is_object()) {
         rejected.push_back({cameraFile, json ? "is no object" : json.error().message});
         return {};
@@ -110,8 +169,9 @@ CameraFile readCameraFile(const fs::path& folder, std::vector<ImportRejection>& 
     return camera;
 }
 
-std::vector<NewEvent> readEventList(const fs::path& file, std::vector<std::string>& reasons) {
-    const auto json = readJson(file);
+std::vector<NewEvent> readEventList(const FolderRoot& folder, const std::string& path,
+                                    std::vector<std::string>& reasons) {
+    const auto json = readJson(folder, path);
     if (!json || !json->is_array()) {
         reasons.push_back(json ? "is no array" : json.error().message);
         return {};

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "korvane/server/FolderRoot.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Result.h"
 #include "korvane/server/Storage.h"
@@ -19,11 +19,12 @@ struct FolderFiles {
     std::vector<ImportRejection> others;
 };
 
-/// Looks through `folder` and what lies in it; hidden files and folders are left out. Fails when it cannot be read.
-Result<FolderFiles> listFolder(const std::filesystem::path& folder);
+/// Looks through `folder` and what lies in it; hidden files and folders are left out. What cannot be read is told among
+/// the others. Fails when `folder` itself cannot be read.
+Result<FolderFiles> listFolder(const FolderRoot& folder);
 
 /// The file's size and time of change; nothing when it is gone.
-std::optional<SourceFile> describeFile(const std::filesystem::path& folder, const std::string& path);
+std::optional<SourceFile> describeFile(const FolderRoot& folder, const std::string& path);
 
 /// Name and zone of a camera, empty where the file does not tell.
 struct CameraFile {
@@ -32,10 +33,11 @@ struct CameraFile {
 };
 
 /// Reads camera.json of `folder`; nothing wrong with there being none. What is wrong goes to `rejected`.
-CameraFile readCameraFile(const std::filesystem::path& folder, std::vector<ImportRejection>& rejected);
+CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected);
 
-/// Reads a list [{"time":"2026-03-09T07:05:01Z","name":"doorbell"},...]. `reasons` gets one text for each bad element,
-/// or one for the whole. Events have no thumbnail.
-std::vector<NewEvent> readEventList(const std::filesystem::path& file, std::vector<std::string>& reasons);
+/// Reads a list of `folder` [{"time":"2026-03-09T07:05:01Z","name":"doorbell"},...]. `reasons` gets one text for each
+/// bad element, or one for the whole. Events have no thumbnail.
+std::vector<NewEvent> readEventList(const FolderRoot& folder, const std::string& path,
+                                    std::vector<std::string>& reasons);
 
 }  // namespace korvane

@@ -4,6 +4,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <string_view>
+
 #include "korvane/base/Log.h"
 #include "korvane/server/SocketStream.h"
 
@@ -15,6 +17,20 @@ constexpr int backlog = 128;
 bool bringsBody(const httplib::Request& request) {
     const std::string length = request.get_header_value("Content-Length");
     return request.has_header("Transfer-Encoding") || (!length.empty() && length != "0");
+}
+
+/// A request that two servers might read differently, which ends the connection.
+void refuse(SocketStream& stream) {
+    constexpr std::string_view body =
+        R"({"error":{"code":400,"message":"the request can be read in more ways than one"}})";
+    std::string reply = "HTTP/1.1 400 Bad Request\r\nConnection: close\r\nContent-Type: application/json\r\n";
+    reply.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n\r\n").append(body);
+    std::size_t sent = 0;
+    while (sent < reply.size()) {
+        const ssize_t count = stream.write(reply.data() + sent, reply.size() - sent);
+        if (count < 0) return;
+        sent += static_cast<std::size_t>(count);
+    }
 }
 
 }  // namespace
@@ -61,6 +77,9 @@ void HttpListener::serve(socket_t socket) {
     SocketStream stream(socket, stopEvent_, patience_);
     bool goOn = true;
     while (goOn && stream.awaitRequest()) {
+        const SocketStream::Head head = stream.awaitHead();
+        if (head == SocketStream::Head::Ambiguous) refuse(stream);
+        if (head != SocketStream::Head::Clear) return;
         bool closed = false;
         const bool answered = process_request(stream, false, closed, [&goOn](httplib::Request& request) {
             request.ranges.clear();

@@ -10,6 +10,7 @@
 #include "korvane/server/FileLock.h"
 #include "korvane/server/FileTime.h"
 #include "korvane/server/FolderFiles.h"
+#include "korvane/server/FolderRoot.h"
 #include "korvane/server/LocalDays.h"
 #include "korvane/server/Storage.h"
 #include "korvane/server/VideoAnalysis.h"
@@ -31,13 +32,13 @@ TimeMs systemNow() {
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
   public:
-    Import(Storage& storage, fs::path folder, const ImportOptions& options)
-        : storage_(storage), folder_(std::move(folder)), options_(options) {}
+    Import(Storage& storage, const FolderRoot& folder, const ImportOptions& options)
+        : storage_(storage), root_(folder), folder_(folder.path()), options_(options) {}
 
     Result<ImportReport> run() {
         FileLock turn(storage_.file().string() + ".import");
         if (!await(turn)) return std::move(report_);
-        auto files = listFolder(folder_);
+        auto files = listFolder(root_);
         if (!files) return files.error();
         if (files->videos.empty()) return Error{"there are no video files in " + folder_.string()};
         report_.rejected = std::move(files->others);
@@ -71,7 +72,7 @@ class Import {
     }
 
     Failure prepareCamera() {
-        CameraFile told = readCameraFile(folder_, report_.rejected);
+        CameraFile told = readCameraFile(root_, report_.rejected);
         if (!options_.cameraName.empty()) told.name = options_.cameraName;
         if (!options_.timezone.empty()) told.timezone = options_.timezone;
         if (!told.timezone.empty() && !LocalDays::isKnown(told.timezone))
@@ -112,7 +113,7 @@ class Import {
             report_.cancelled = true;
             return std::nullopt;
         }
-        const auto source = describeFile(folder_, path);
+        const auto source = describeFile(root_, path);
         if (!source) {
             report_.rejected.push_back({path, "has vanished"});
             ++done_;
@@ -155,7 +156,12 @@ class Import {
         how.threads = options_.threads > 0 ? options_.threads : std::max(1U, std::thread::hardware_concurrency());
         how.cancel = options_.cancel;
         how.onProgress = [this, &source](double fraction) { tell(source.path, fraction); };
-        auto analysis = analyzeVideo(folder_ / source.path, how);
+        const auto file = root_.openFile(source.path);
+        if (!file) {
+            source.rejection = file.error().message;
+            return;
+        }
+        auto analysis = analyzeVideo(file->get(), how);
         if (!analysis) {
             source.rejection = analysis.error().message;
             return;
@@ -175,7 +181,7 @@ class Import {
 
     void readEvents(Reading& reading) {
         std::vector<std::string> reasons;
-        reading.events = readEventList(folder_ / reading.source.path, reasons);
+        reading.events = readEventList(root_, reading.source.path, reasons);
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
         for (NewEvent& event : reading.events) {
@@ -185,7 +191,8 @@ class Import {
             const auto page = storage_.records(report_.cameraId, covering);
             if (!page || page->rows.empty()) continue;
             const StoredRecord& record = page->rows.front();
-            event.thumbnail = pictureAt(folder_ / record.path, event.time - record.start);
+            if (const auto film = root_.openFile(record.path))
+                event.thumbnail = pictureAt(film->get(), event.time - record.start, options_.cancel);
         }
     }
 
@@ -196,6 +203,7 @@ class Import {
     }
 
     Storage& storage_;
+    const FolderRoot& root_;
     const fs::path folder_;
     const ImportOptions& options_;
     ImportReport report_;
@@ -211,14 +219,12 @@ Result<ImportReport> importFolder(Storage& storage, const fs::path& folder, cons
         std::error_code code;
         const fs::path root = fs::canonical(folder, code);
         if (code) return Error{"there is no folder " + folder.string()};
-        return Import(storage, root, options).run();
+        const auto opened = FolderRoot::open(root, options.followLinks);
+        if (!opened) return opened.error();
+        return Import(storage, *opened, options).run();
     } catch (const std::exception& error) {
         return Error{std::string("import has failed: ") + error.what()};
     }
-}
-
-fs::path defaultDatabase(const fs::path& folder) {
-    return folder / ".korvane" / "camera.db";
 }
 
 }  // namespace korvane

@@ -36,6 +36,9 @@ struct ImportOptions {
     /// Files that have changed within this time may still be written to: they are left as they are until a later
     /// import. 0 for none.
     std::chrono::milliseconds settling{0};
+    /// Links in the folder are followed wherever they lead. Without it a file's link is followed inside of the folder,
+    /// and a folder's is not.
+    bool followLinks = false;
     /// Called from any of the importer's threads, one call at a time.
     std::function<void(const ImportProgress&)> onProgress;
     /// May be set from any thread: the file under way is dropped, finished ones stay, and the next import continues

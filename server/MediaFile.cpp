@@ -16,18 +16,27 @@ int isCancelled(void* flag) {
     return static_cast<const std::atomic<bool>*>(flag)->load() ? 1 : 0;
 }
 
+int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+    return AVERROR(EPERM);
+}
+
 }  // namespace
 
-Result<std::unique_ptr<MediaFile>> MediaFile::open(const std::filesystem::path& file, const std::atomic<bool>* cancel) {
+Result<std::unique_ptr<MediaFile>> MediaFile::open(int descriptor, const std::atomic<bool>* cancel) {
     silenceLibAv();
+    AvSource source(descriptor, cancel);
     AVFormatContext* raw = avformat_alloc_context();
-    if (raw == nullptr) return Error{"out of memory"};
+    if (raw == nullptr || source.context() == nullptr) {
+        avformat_free_context(raw);
+        return Error{"out of memory"};
+    }
     if (cancel != nullptr) raw->interrupt_callback = {isCancelled, const_cast<std::atomic<bool>*>(cancel)};
+    raw->pb = source.context();
+    raw->io_open = refuseToOpen;
     AVDictionary* settings = nullptr;
     av_dict_set(&settings, "format_whitelist", containers, 0);
-    av_dict_set(&settings, "protocol_whitelist", "file", 0);
-    // The prefix keeps a colon in a name from being taken for a protocol.
-    const int code = avformat_open_input(&raw, ("file:" + file.string()).c_str(), nullptr, &settings);
+    av_dict_set(&settings, "protocol_whitelist", "none", 0);
+    const int code = avformat_open_input(&raw, nullptr, nullptr, &settings);
     av_dict_free(&settings);
     if (code < 0)
         return Error{code == AVERROR_INVALIDDATA ? "not a video file, or damaged"
@@ -41,7 +50,7 @@ Result<std::unique_ptr<MediaFile>> MediaFile::open(const std::filesystem::path& 
     if ((input->streams[stream]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return Error{"holds no video"};
     const AVRational base = input->streams[stream]->time_base;
     if (base.num <= 0 || base.den <= 0) return Error{"has no clock"};
-    return std::unique_ptr<MediaFile>(new MediaFile(std::move(input), stream));
+    return std::unique_ptr<MediaFile>(new MediaFile(std::move(source), std::move(input), stream));
 }
 
 bool MediaFile::readPacket(AVPacket& packet) {

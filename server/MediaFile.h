@@ -1,12 +1,12 @@
 #pragma once
 
 #include <atomic>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 
 #include "korvane/base/Time.h"
+#include "korvane/server/AvSource.h"
 #include "korvane/server/LibAv.h"
 #include "korvane/server/Result.h"
 
@@ -15,9 +15,9 @@ namespace korvane {
 /// A video file that is open for reading: its best video stream, the others are left out. Used by one thread.
 class MediaFile {
   public:
-    /// Only containers of video and only local files are opened, whatever the file pretends to be.
-    static Result<std::unique_ptr<MediaFile>> open(const std::filesystem::path& file,
-                                                   const std::atomic<bool>* cancel = nullptr);
+    /// `descriptor` must outlive the object; several objects may read by it at a time. Only containers of video are
+    /// read, and no other file that one names, whatever the file pretends to be.
+    static Result<std::unique_ptr<MediaFile>> open(int descriptor, const std::atomic<bool>* cancel = nullptr);
 
     /// The next packet of the video stream; false at the end and where the file cannot be read on.
     bool readPacket(AVPacket& packet);
@@ -46,9 +46,11 @@ class MediaFile {
     int height() const;
 
   private:
-    explicit MediaFile(AvInput input, int stream) : input_(std::move(input)), stream_(stream) {}
+    MediaFile(AvSource source, AvInput input, int stream)
+        : source_(std::move(source)), input_(std::move(input)), stream_(stream) {}
     const AVStream& stream() const { return *input_->streams[stream_]; }
 
+    AvSource source_;
     AvInput input_;
     int stream_;
 };

@@ -4,7 +4,12 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include "korvane/server/RequestHead.h"
 
 namespace korvane {
 namespace {
@@ -46,27 +51,44 @@ bool SocketStream::waitFor(short events, Clock::time_point deadline) const {
     }
 }
 
-bool SocketStream::fill(Clock::time_point deadline) {
-    if (begin_ < end_) return true;
+bool SocketStream::receive(Clock::time_point deadline) {
     if (!waitFor(POLLIN, deadline)) return false;
+    std::array<char, 4096> piece;
     ssize_t count = -1;
-    do count = ::recv(socket_, buffer_.data(), buffer_.size(), 0);
+    do count = ::recv(socket_, piece.data(), piece.size(), 0);
     while (count < 0 && errno == EINTR);
     if (count <= 0) return false;
-    begin_ = 0;
-    end_ = static_cast<std::size_t>(count);
+    buffer_.erase(0, std::exchange(begin_, 0));
+    buffer_.append(piece.data(), static_cast<std::size_t>(count));
     return true;
 }
 
 bool SocketStream::awaitRequest() {
-    if (!fill(Clock::now() + patience_)) return false;
+    if (isEmpty() && !receive(Clock::now() + patience_)) return false;
     deadline_ = Clock::now() + patience_;
     budget_ = longestRequest;
     return true;
 }
 
+SocketStream::Head SocketStream::awaitHead() {
+    std::size_t seen = 0;
+    while (true) {
+        const std::string_view head = std::string_view(buffer_).substr(begin_, longestRequest);
+        // The last three bytes may be the beginning of the end.
+        const std::size_t from = seen - std::min<std::size_t>(seen, 3);
+        const std::size_t end = head.find("\r\n\r\n", from);
+        if (end != std::string_view::npos)
+            return isUnambiguousHead(head.substr(0, end + 4)) ? Head::Clear : Head::Ambiguous;
+        // One that is too long is cut off where it is read.
+        if (head.size() == longestRequest) return Head::Clear;
+        if (hasBareLineEnd(head.substr(from))) return Head::Ambiguous;
+        seen = head.size();
+        if (!receive(deadline_)) return Head::Missing;
+    }
+}
+
 bool SocketStream::is_readable() const {
-    return begin_ < end_ || waitFor(POLLIN, deadline_);
+    return !isEmpty() || waitFor(POLLIN, deadline_);
 }
 
 bool SocketStream::is_writable() const {
@@ -74,8 +96,8 @@ bool SocketStream::is_writable() const {
 }
 
 ssize_t SocketStream::read(char* to, std::size_t size) {
-    if (budget_ == 0 || !fill(deadline_)) return -1;
-    const std::size_t count = std::min({size, end_ - begin_, budget_});
+    if (budget_ == 0 || (isEmpty() && !receive(deadline_))) return -1;
+    const std::size_t count = std::min({size, buffer_.size() - begin_, budget_});
     std::copy_n(buffer_.data() + begin_, count, to);
     begin_ += count;
     budget_ -= count;

@@ -2,7 +2,6 @@
 
 #include <httplib.h>
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -18,6 +17,10 @@ class SocketStream final : public httplib::Stream {
     /// Waits for the first byte of a request, for at most the patience, and starts the clock of that request.
     bool awaitRequest();
 
+    enum class Head { Clear, Ambiguous, Missing };
+    /// Waits for the head of the request and looks at it before anything else reads it.
+    Head awaitHead();
+
     bool is_readable() const override;
     bool is_writable() const override;
     ssize_t read(char* to, std::size_t size) override;
@@ -28,15 +31,16 @@ class SocketStream final : public httplib::Stream {
 
   private:
     bool waitFor(short events, std::chrono::steady_clock::time_point deadline) const;
-    bool fill(std::chrono::steady_clock::time_point deadline);
+    bool receive(std::chrono::steady_clock::time_point deadline);
+    bool isEmpty() const { return begin_ == buffer_.size(); }
 
     socket_t socket_;
     int stopEvent_;
     std::chrono::milliseconds patience_;
     std::chrono::steady_clock::time_point deadline_;
-    std::array<char, 4096> buffer_{};
+    /// What has come and was not read, from `begin_` on.
+    std::string buffer_;
     std::size_t begin_ = 0;
-    std::size_t end_ = 0;
     std::size_t budget_ = 0;
 };
 

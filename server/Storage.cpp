@@ -2,75 +2,31 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
 #include <system_error>
 #include <type_traits>
 
+#include "korvane/server/DataPlace.h"
 #include "korvane/server/Database.h"
 #include "korvane/server/EventRanks.h"
 #include "korvane/server/LocalDays.h"
+#include "korvane/server/Schema.h"
+#include "korvane/server/SourceEvents.h"
 
 namespace korvane {
 namespace {
 
-constexpr std::int64_t schemaVersion = 1;
 constexpr TimeMs mergeGap = 1000;
+constexpr TimeMs sameMotion = 1000;
+// What the camera of a folder's own data base has in place of a path.
+constexpr std::string_view homeFolder = ".";
 constexpr TimeMs forever = std::numeric_limits<TimeMs>::max();
-
-constexpr const char* tables = R"(
-    CREATE TABLE cameras(
-        id INTEGER PRIMARY KEY, name TEXT NOT NULL, timezone TEXT NOT NULL, folder TEXT NOT NULL UNIQUE);
-    CREATE TABLE sources(
-        id INTEGER PRIMARY KEY, camera INTEGER NOT NULL, path TEXT NOT NULL, size INTEGER NOT NULL,
-        modified INTEGER NOT NULL, rejection TEXT NOT NULL, UNIQUE(camera, path));
-    CREATE TABLE thumbnails(id INTEGER PRIMARY KEY, jpeg BLOB NOT NULL);
-    CREATE TABLE records(
-        id INTEGER PRIMARY KEY AUTOINCREMENT, camera INTEGER NOT NULL, start INTEGER NOT NULL CHECK(start >= 0),
-        end INTEGER NOT NULL CHECK(end >= start), source INTEGER NOT NULL, thumbnail INTEGER);
-    CREATE INDEX records_by_start ON records(camera, start, end);
-    CREATE INDEX records_by_length ON records(camera, end - start);
-    CREATE INDEX records_by_source ON records(source);
-    CREATE TABLE events(
-        id INTEGER PRIMARY KEY AUTOINCREMENT, camera INTEGER NOT NULL, time INTEGER NOT NULL CHECK(time >= 0),
-        name TEXT NOT NULL COLLATE NOCASE CHECK(name <> ''), source INTEGER, thumbnail INTEGER);
-    CREATE INDEX events_by_time ON events(camera, time);
-    CREATE INDEX events_by_name ON events(camera, name, time);
-    CREATE INDEX events_by_source ON events(source) WHERE source IS NOT NULL;)";
 
 TimeMs openEnd(TimeMs end) {
     return end == -1 ? forever : end;
 }
 TimeMs openStart(TimeMs start) {
     return std::max<TimeMs>(start, 0);
-}
-
-void prepareSchema(Database& database) {
-    const auto version = [&database] {
-        Query query = database.query("PRAGMA user_version");
-        query.step();
-        return query.integer(0);
-    };
-    if (version() == schemaVersion) return;
-    DatabaseTransaction transaction(database);
-    const std::int64_t found = version();
-    if (found > schemaVersion) throw DatabaseError("the data base was made by a newer version");
-    if (found == 0) {
-        database.execute(tables);
-        database.execute(EventRanks::createTable());
-        database.execute(EventRanks::createTriggers());
-        database.execute("PRAGMA user_version = 1");
-    }
-    transaction.commit();
-}
-
-Camera readCamera(const Query& query) {
-    return {query.integer(0), query.text(1), query.text(2), query.text(3)};
-}
-
-std::optional<Camera> findCamera(Database& database, const std::string& folder) {
-    Query query = database.query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
-    query.bind(folder);
-    if (!query.step()) return std::nullopt;
-    return readCamera(query);
 }
 
 StoredRecord readRecord(const Query& query) {
@@ -146,27 +102,6 @@ std::vector<StoredEvent> eventRows(Database& database, std::int64_t camera, cons
     return rows;
 }
 
-std::optional<std::int64_t> storeThumbnail(Database& database, const std::string& jpeg) {
-    if (jpeg.empty()) return std::nullopt;
-    database.query("INSERT INTO thumbnails(jpeg) VALUES(?)").bindBlob(jpeg).run();
-    return database.lastInsertId();
-}
-
-void forgetSource(Database& database, std::int64_t camera, const std::string& path) {
-    std::int64_t source = 0;
-    {
-        Query query = database.query("SELECT id FROM sources WHERE camera = ? AND path = ?");
-        query.bind(camera).bind(path);
-        if (!query.step()) return;
-        source = query.integer(0);
-    }
-    for (const char* sql : {"DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM events WHERE source = ?)",
-                            "DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM records WHERE source = ?)",
-                            "DELETE FROM events WHERE source = ?", "DELETE FROM records WHERE source = ?",
-                            "DELETE FROM sources WHERE id = ?"})
-        database.query(sql).bind(source).run();
-}
-
 std::optional<std::string> thumbnailBytes(Database& database, const char* sql, std::int64_t camera, std::int64_t id) {
     Query query = database.query(sql);
     query.bind(id).bind(camera);
@@ -212,19 +147,58 @@ Failure guardedStatus(std::mutex& mutex, Work work) {
 
 }  // namespace
 
-Storage::Storage(std::filesystem::path file, std::unique_ptr<Database> database)
-    : file_(std::move(file)), database_(std::move(database)) {}
+Storage::Storage(const DataPlace& place, std::unique_ptr<Database> database)
+    : file_(place.file), home_(place.home.string()), database_(std::move(database)) {
+    adoptHome();
+}
 Storage::~Storage() = default;
 
 Result<std::unique_ptr<Storage>> Storage::open(const std::filesystem::path& file) {
+    const auto place = DataPlace::of(file);
+    if (!place) return place.error();
     try {
-        if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
-        auto database = std::make_unique<Database>(file);
-        prepareSchema(*database);
-        return std::unique_ptr<Storage>(new Storage(file, std::move(database)));
+        return std::unique_ptr<Storage>(new Storage(*place, Schema::open(*place)));
     } catch (const std::exception& error) {
         return Error{"cannot open data base " + file.string() + ": " + error.what()};
     }
+}
+
+Camera Storage::readCamera(const Query& query) const {
+    const std::string stored = query.text(3);
+    const bool isHome = !home_.empty() && stored == homeFolder;
+    const bool isElsewhere = home_.empty() && stored.starts_with('/');
+    return {query.integer(0), query.text(1), query.text(2), isHome ? home_ : isElsewhere ? stored : ""};
+}
+
+std::string Storage::storedFolder(const std::string& folder) const {
+    if (home_.empty() || folder.empty()) return folder;
+    if (folder != home_)
+        throw DatabaseError(file_.string() + " is the data base of " + home_ + " alone: name another file");
+    return std::string(homeFolder);
+}
+
+std::optional<Camera> Storage::findCamera(const std::string& folder) {
+    Query query = database_->query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
+    query.bind(storedFolder(folder));
+    if (!query.step()) return std::nullopt;
+    return readCamera(query);
+}
+
+// Earlier data bases keep the folder's path, which may be one that it has moved away from.
+void Storage::adoptHome() {
+    if (home_.empty() || findCamera(home_)) return;
+    std::vector<std::int64_t> cameras;
+    {
+        Query query = database_->query("SELECT id, folder FROM cameras WHERE folder LIKE '/%'");
+        while (query.step()) {
+            cameras.push_back(query.integer(0));
+            if (query.text(1) != home_) continue;
+            cameras = {query.integer(0)};
+            break;
+        }
+    }
+    if (cameras.size() != 1) return;
+    database_->query("UPDATE cameras SET folder = ? WHERE id = ?").bind(homeFolder).bind(cameras[0]).run();
 }
 
 Result<ChangeMark> Storage::changeMark() {
@@ -256,7 +230,7 @@ Result<std::optional<Camera>> Storage::camera(std::int64_t id) {
 Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::string& name,
                                         const std::string& timezone) {
     return guarded(mutex_, [&] {
-        const std::optional<Camera> known = findCamera(*database_, folder);
+        const std::optional<Camera> known = findCamera(folder);
         const auto keeps = [](const std::string& wanted, const std::string& has) {
             return wanted.empty() || wanted == has;
         };
@@ -267,11 +241,11 @@ Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::st
             ->query(
                 "INSERT INTO cameras(folder, name, timezone) VALUES(?1, ?2, ?3) ON CONFLICT(folder) DO UPDATE SET "
                 "name = iif(?2 = '', name, ?2), timezone = iif(?3 = '', timezone, ?3)")
-            .bind(folder)
+            .bind(storedFolder(folder))
             .bind(name)
             .bind(timezone)
             .run();
-        const std::optional<Camera> camera = findCamera(*database_, folder);
+        const std::optional<Camera> camera = findCamera(folder);
         transaction.commit();
         return camera.value();
     });
@@ -406,6 +380,14 @@ Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRan
 Result<bool> Storage::deleteEvent(std::int64_t camera, std::int64_t id) {
     return guarded(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
+        database_
+            ->query(
+                "INSERT INTO deleted_events(id, camera, path, time, name) SELECT e.id, e.camera, s.path, e.time, "
+                "e.name "
+                "FROM events e JOIN sources s ON s.id = e.source WHERE e.id = ? AND e.camera = ?")
+            .bind(id)
+            .bind(camera)
+            .run();
         database_->query("DELETE FROM thumbnails WHERE id = (SELECT thumbnail FROM events WHERE id = ? AND camera = ?)")
             .bind(id)
             .bind(camera)
@@ -432,35 +414,11 @@ Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, c
                                 const std::vector<NewEvent>& events) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
-        forgetSource(*database_, camera, source.path);
-        database_->query("INSERT INTO sources(camera, path, size, modified, rejection) VALUES(?, ?, ?, ?, ?)")
-            .bind(camera)
-            .bind(source.path)
-            .bind(source.size)
-            .bind(source.modified)
-            .bind(source.rejection)
-            .run();
-        const std::int64_t sourceId = database_->lastInsertId();
-        if (record) {
-            const auto thumbnail = storeThumbnail(*database_, record->thumbnail);
-            database_->query("INSERT INTO records(camera, start, end, source, thumbnail) VALUES(?, ?, ?, ?, ?)")
-                .bind(camera)
-                .bind(record->start)
-                .bind(record->end)
-                .bind(sourceId)
-                .bind(thumbnail)
-                .run();
-        }
-        for (const NewEvent& event : events) {
-            const auto thumbnail = storeThumbnail(*database_, event.thumbnail);
-            database_->query("INSERT INTO events(camera, time, name, source, thumbnail) VALUES(?, ?, ?, ?, ?)")
-                .bind(camera)
-                .bind(event.time)
-                .bind(event.name)
-                .bind(sourceId)
-                .bind(thumbnail)
-                .run();
-        }
+        SourceEvents stored(*database_, camera, source.path);
+        stored.describe(source);
+        stored.replaceRecord(record);
+        // A film's motion begins a little elsewhere when the film has changed; a list tells its times itself.
+        stored.replaceEvents(events, record ? sameMotion : 0);
         transaction.commit();
     });
 }
@@ -468,7 +426,7 @@ Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, c
 Failure Storage::removeSource(std::int64_t camera, const std::string& path) {
     return guardedStatus(mutex_, [&] {
         DatabaseTransaction transaction(*database_);
-        forgetSource(*database_, camera, path);
+        SourceEvents(*database_, camera, path).forget();
         transaction.commit();
     });
 }

@@ -15,13 +15,16 @@
 namespace korvane {
 
 class Database;
+class Query;
+struct DataPlace;
 
 struct Camera {
     std::int64_t id = 0;
     std::string name;
     /// IANA zone name.
     std::string timezone;
-    /// Absolute path of the folder that holds its recordings; empty when it has no media.
+    /// Absolute path of the folder that holds its recordings; empty when it has no media. In a folder's own data base
+    /// that is this folder, wherever it has moved to, or none.
     std::string folder;
 };
 
@@ -106,11 +109,12 @@ struct ChangeMark {
 /// any thread and block for the time of the query. Several Storage objects, in several processes too, may share a file.
 class Storage {
   public:
-    /// Opens `file`, making it and its folder when missing.
+    /// Opens `file`, making it and its folder when missing. Refuses a link, another user's file and a data base whose
+    /// schema is not ours.
     static Result<std::unique_ptr<Storage>> open(const std::filesystem::path& file);
     ~Storage();
 
-    /// As it was opened.
+    /// Absolute.
     const std::filesystem::path& file() const { return file_; }
 
     /// Another value once somebody has written to the data base: by this object, or by another connection in this
@@ -121,7 +125,7 @@ class Storage {
     Result<std::vector<Camera>> cameras();
     Result<std::optional<Camera>> camera(std::int64_t id);
     /// The camera of `folder` (absolute), made when there is none. A name or zone that is not empty replaces the
-    /// stored.
+    /// stored. A folder's own data base refuses other folders.
     Result<Camera> cameraForFolder(const std::string& folder, const std::string& name, const std::string& timezone);
 
     /// Events with start <= time <= end, ordered by time, then id. Takes about as long at any offset.
@@ -151,10 +155,12 @@ class Storage {
 
     /// Every file that was imported or rejected, in order of path.
     Result<std::vector<SourceFile>> sources(std::int64_t camera);
-    /// Replaces what was stored for that path: one recording with its events, or the rejection alone.
+    /// Replaces what was stored for that path: one recording with its events, or the rejection alone. An event that is
+    /// the same, the n-th of its moment and name, keeps its number and stays deleted when it was; of a recording's
+    /// events, those are the same that have a name and lie within 1 s.
     Failure storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
                            const std::vector<NewEvent>& events);
-    /// Forgets a file with all that came from it.
+    /// Forgets a file with all that came from it, but for which events were deleted.
     Failure removeSource(std::int64_t camera, const std::string& path);
 
     /// Adds `count` events without a recording at once: the one that `event` gives for each number from 0. Made for
@@ -163,9 +169,16 @@ class Storage {
                       const std::function<NewEvent(std::int64_t number)>& event);
 
   private:
-    Storage(std::filesystem::path file, std::unique_ptr<Database> database);
+    Storage(const DataPlace& place, std::unique_ptr<Database> database);
+
+    Camera readCamera(const Query& query) const;
+    std::string storedFolder(const std::string& folder) const;
+    std::optional<Camera> findCamera(const std::string& folder);
+    void adoptHome();
 
     const std::filesystem::path file_;
+    /// As DataPlace::home.
+    const std::string home_;
 
     std::mutex mutex_;
     std::unique_ptr<Database> database_;

@@ -128,7 +128,7 @@ class StretchSearch {
 /// The stretches of one file, shared out to threads, and what they find.
 class MotionSearch {
   public:
-    MotionSearch(const std::filesystem::path& file, const PacketMap& map, const VideoAnalysisOptions& options)
+    MotionSearch(int file, const PacketMap& map, const VideoAnalysisOptions& options)
         : file_(file),
           map_(map),
           options_(options),
@@ -170,7 +170,7 @@ class MotionSearch {
             options_.onProgress(static_cast<double>(done_) / static_cast<double>(stretches_.size()));
     }
 
-    const std::filesystem::path& file_;
+    const int file_;
     const PacketMap& map_;
     const VideoAnalysisOptions& options_;
     const std::vector<Stretch> stretches_;
@@ -199,7 +199,7 @@ Result<std::string> pictureOf(MediaFile& file, std::int64_t time) {
 
 }  // namespace
 
-Result<VideoAnalysis> analyzeVideo(const std::filesystem::path& file, const VideoAnalysisOptions& options) {
+Result<VideoAnalysis> analyzeVideo(int file, const VideoAnalysisOptions& options) {
     auto media = MediaFile::open(file, options.cancel);
     if (!media) return media.error();
     const PacketMap map = PacketMap::read(**media, options.cancel);
@@ -217,8 +217,8 @@ Result<VideoAnalysis> analyzeVideo(const std::filesystem::path& file, const Vide
     return analysis;
 }
 
-std::string pictureAt(const std::filesystem::path& file, TimeMs offset) {
-    auto media = MediaFile::open(file);
+std::string pictureAt(int file, TimeMs offset, const std::atomic<bool>* cancel) {
+    auto media = MediaFile::open(file, cancel);
     if (!media) return {};
     const AvPacket packet(av_packet_alloc());
     if (!packet || !(*media)->readPacket(*packet)) return {};

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -37,11 +36,11 @@ struct VideoAnalysisOptions {
     std::function<void(double)> onProgress;
 };
 
-/// Reads a video file to its end and looks for motion. Fails for a file that is not a video or holds no picture, and
-/// when cancelled.
-Result<VideoAnalysis> analyzeVideo(const std::filesystem::path& file, const VideoAnalysisOptions& options);
+/// Reads the video file that is open as `file` to its end and looks for motion. Fails for a file that is not a video or
+/// holds no picture, and when cancelled.
+Result<VideoAnalysis> analyzeVideo(int file, const VideoAnalysisOptions& options);
 
-/// JPEG bytes of the picture shown at `offset` from the first; empty when there is none.
-std::string pictureAt(const std::filesystem::path& file, TimeMs offset);
+/// JPEG bytes of the picture shown at `offset` from the first; empty when there is none, and when cancelled.
+std::string pictureAt(int file, TimeMs offset, const std::atomic<bool>* cancel = nullptr);
 
 }  // namespace korvane

@@ -1,6 +1,5 @@
 #include "korvane/server/VideoReply.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,11 +7,13 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "korvane/server/ApiRequest.h"
+#include "korvane/server/FolderRoot.h"
 
 namespace korvane {
 namespace {
@@ -21,34 +22,27 @@ constexpr std::size_t chunkBytes = 128 * 1024;
 
 class OpenFile {
   public:
-    explicit OpenFile(const std::filesystem::path& path)
-        : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+    explicit OpenFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {
         struct stat info {};
-        if (descriptor_ >= 0 && ::fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode))
-            size_ = static_cast<std::uint64_t>(info.st_size);
+        if (::fstat(descriptor_.get(), &info) == 0) size_ = static_cast<std::uint64_t>(info.st_size);
     }
-    ~OpenFile() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
 
     std::optional<std::uint64_t> size() const { return size_; }
 
     bool send(std::uint64_t offset, std::size_t length, httplib::DataSink& sink) const {
         std::array<char, chunkBytes> chunk;
         const ssize_t count =
-            ::pread(descriptor_, chunk.data(), std::min(length, chunk.size()), static_cast<off_t>(offset));
+            ::pread(descriptor_.get(), chunk.data(), std::min(length, chunk.size()), static_cast<off_t>(offset));
         return count > 0 && sink.write(chunk.data(), static_cast<std::size_t>(count));
     }
 
   private:
-    int descriptor_;
+    Descriptor descriptor_;
     std::optional<std::uint64_t> size_;
 };
 
-const char* contentType(const std::filesystem::path& file) {
-    std::string extension = file.extension().string();
+const char* contentType(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     static constexpr std::array<std::pair<std::string_view, const char*>, 6> types = {{{".mkv", "video/x-matroska"},
@@ -90,8 +84,11 @@ ByteRange parseRange(std::string_view header, std::uint64_t size) {
     return {ByteRange::Kind::Part, *first, last ? std::min(*last, size - 1) : size - 1};
 }
 
-void replyWithFile(const httplib::Request& request, httplib::Response& response, const std::filesystem::path& file) {
-    const auto open = std::make_shared<OpenFile>(file);
+void replyWithFile(const httplib::Request& request, httplib::Response& response, const FolderRoot& folder,
+                   const std::string& path) {
+    auto opened = folder.openFile(path);
+    if (!opened) throw ApiFailure(404, "the recording's file is gone");
+    const auto open = std::make_shared<OpenFile>(std::move(*opened));
     const std::optional<std::uint64_t> size = open->size();
     if (!size) throw ApiFailure(404, "the recording's file is gone");
     response.set_header("Accept-Ranges", "bytes");
@@ -102,7 +99,7 @@ void replyWithFile(const httplib::Request& request, httplib::Response& response,
     }
     if (*size == 0) {
         response.status = 200;
-        response.set_content("", contentType(file));
+        response.set_content("", contentType(path));
         return;
     }
     std::uint64_t first = 0;
@@ -115,7 +112,7 @@ void replyWithFile(const httplib::Request& request, httplib::Response& response,
         response.set_header("Content-Range", "bytes " + std::to_string(range.first) + "-" + std::to_string(range.last) +
                                                  "/" + std::to_string(*size));
     }
-    response.set_content_provider(length, contentType(file),
+    response.set_content_provider(length, contentType(path),
                                   [open, first](std::size_t offset, std::size_t wanted, httplib::DataSink& sink) {
                                       return open->send(first + offset, wanted, sink);
                                   });

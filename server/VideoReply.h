@@ -3,11 +3,12 @@
 #include <httplib.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace korvane {
+
+class FolderRoot;
 
 /// What a Range header asks of a file.
 struct ByteRange {
@@ -22,7 +23,9 @@ struct ByteRange {
 /// whole file; one that is malformed or begins past the end is unsatisfiable.
 ByteRange parseRange(std::string_view header, std::uint64_t size);
 
-/// Answers with a file, or the part of it that is asked for, reading as the receiver takes. Throws ApiFailure.
-void replyWithFile(const httplib::Request& request, httplib::Response& response, const std::filesystem::path& file);
+/// Answers with a file of `folder`, or the part of it that is asked for, reading as the receiver takes. Throws
+/// ApiFailure.
+void replyWithFile(const httplib::Request& request, httplib::Response& response, const FolderRoot& folder,
+                   const std::string& path);
 
 }  // namespace korvane

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "korvane/base/Printable.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/CommandLine.h"
@@ -30,9 +31,9 @@ constexpr TimeMs rowSpacing = 60'000;
 
 constexpr const char* helpText = R"(The camera service: keeps what a camera has recorded and serves it over HTTP.
 
-  korvane-camera-server import FOLDER [--db FILE] [--camera-name NAME] [--timezone ZONE]
+  korvane-camera-server import FOLDER [--db FILE] [--camera-name NAME] [--timezone ZONE] [--follow-links]
       Reads a folder of video files. Breaking off is safe: the next import goes on from there.
-  korvane-camera-server serve [--folder FOLDER | --db FILE] [--address ADDRESS] [--port PORT]
+  korvane-camera-server serve [--folder FOLDER | --db FILE] [--address ADDRESS] [--port PORT] [--follow-links]
       Serves what was imported. Without an address only this machine is let in. Port 0 takes a free one.
   korvane-camera-server token [--folder FOLDER | --db FILE] [--camera ID] [--expires-in SECONDS] [--url URL]
       Prints a token for a host application. URL is where the service is reached.
@@ -42,6 +43,7 @@ constexpr const char* helpText = R"(The camera service: keeps what a camera has 
       Fills a data base with that many events without footage.
 
 FILE is FOLDER/.korvane/camera.db unless told otherwise, FOLDER the current one.
+With --follow-links the links in FOLDER are followed wherever they lead.
 )";
 
 std::atomic<bool> interrupted = false;
@@ -56,15 +58,8 @@ TimeMs now() {
 }
 
 int fail(int code, const std::string& message) {
-    std::cerr << "korvane-camera-server: " << message << '\n';
+    std::cerr << "korvane-camera-server: " << printable(message) << '\n';
     return code;
-}
-
-/// File names come from anywhere: a terminal must not obey them.
-std::string printable(std::string text) {
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
-    return text;
 }
 
 fs::path databaseOf(const CommandLine& line) {
@@ -116,9 +111,11 @@ int import(const CommandLine& line) {
     if (line.plain().size() != 1) return fail(badUsage, "import needs one FOLDER; see --help");
     const fs::path folder = line.plain()[0];
     // Before a data base is made in a folder that has nothing for it.
-    const auto files = listFolder(folder);
-    if (!files) return fail(badUsage, printable(files.error().message));
-    if (files->videos.empty()) return fail(badUsage, "there are no video files in " + printable(folder.string()));
+    const auto root = FolderRoot::open(folder, line.has("follow-links"));
+    if (!root) return fail(badUsage, root.error().message);
+    const auto files = listFolder(*root);
+    if (!files) return fail(badUsage, files.error().message);
+    if (files->videos.empty()) return fail(badUsage, "there are no video files in " + folder.string());
     const fs::path file = line.has("db") ? fs::path(line.text("db")) : defaultDatabase(folder);
     auto storage = Storage::open(file);
     if (!storage) return fail(failed, storage.error().message);
@@ -126,6 +123,7 @@ int import(const CommandLine& line) {
     ImportOptions options;
     options.cameraName = line.text("camera-name");
     options.timezone = line.text("timezone");
+    options.followLinks = line.has("follow-links");
     options.cancel = &interrupted;
     options.onProgress = [&progress](const ImportProgress& now) {
         const double share = (static_cast<double>(now.filesDone) + now.fraction) /
@@ -134,7 +132,7 @@ int import(const CommandLine& line) {
     };
     const auto report = importFolder(**storage, folder, options);
     progress.finish();
-    if (!report) return fail(badUsage, printable(report.error().message));
+    if (!report) return fail(badUsage, report.error().message);
     print(*report);
     return report->cancelled ? failed : 0;
 }
@@ -149,6 +147,7 @@ int serve(const CommandLine& line) {
     CameraServerOptions options;
     if (line.has("address")) options.address = line.text("address");
     options.port = static_cast<std::uint16_t>(*port);
+    options.followLinks = line.has("follow-links");
     // Blocked before the service's threads start, so that none of them takes the signal.
     sigset_t ending;
     sigemptyset(&ending);
@@ -220,7 +219,7 @@ int sample(const CommandLine& line) {
     };
     const auto report = makeSample(line.plain()[0], options);
     progress.finish();
-    if (!report) return fail(failed, printable(report.error().message));
+    if (!report) return fail(failed, report.error().message);
     std::cout << report->recordings << " recordings with " << report->movements << " movements, "
               << report->bytes / 1'000'000 << " MB\n";
     return 0;
@@ -242,11 +241,11 @@ int main(int argc, char** argv) {
         std::cout << helpText;
         return 0;
     }
-    const auto line = CommandLine::parse(words, {{"import", {"db", "camera-name", "timezone"}},
-                                                 {"serve", {"db", "folder", "address", "port"}},
+    const auto line = CommandLine::parse(words, {{"import", {"db", "camera-name", "timezone", "follow-links!"}},
+                                                 {"serve", {"db", "folder", "address", "port", "follow-links!"}},
                                                  {"token", {"db", "folder", "camera", "expires-in", "url"}},
                                                  {"sample", {"db", "rows", "seed"}}});
-    if (!line) return fail(badUsage, printable(line.error().message) + "; see --help");
+    if (!line) return fail(badUsage, line.error().message + "; see --help");
     catchSignals();
     if (line->command() == "import") return import(*line);
     if (line->command() == "serve") return serve(*line);

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "korvane/apps/browser/BrowserCommandLine.h"
+#include "korvane/base/Printable.h"
 #include "korvane/client/http/HttpService.h"
 #include "korvane/views/timeline/TimelineEnvironment.h"
 #include "korvane/views/timeline/TimelineTypes.h"
@@ -19,6 +20,11 @@ void qml_register_types_Korvane_Browser();
 namespace korvane {
 
 namespace {
+
+/// File names come from anywhere, and the window would obey them.
+QString shown(const std::string& text) {
+    return QString::fromStdString(printable(text));
+}
 
 void registerTypes() {
     static const bool once = [] {
@@ -97,7 +103,7 @@ void Application::chooseFolder(const QString& folder) {
         // Of a film that was dropped, the folder that holds it.
         const QFileInfo file(folder);
         const std::filesystem::path path = (file.isFile() ? file.path() : folder).toStdString();
-        const QString fault = QString::fromStdString(folderFault(path));
+        const QString fault = shown(folderFault(path));
         if (fault.isEmpty()) return importFootage(path);
         const bool isImporting = window_ && window_->property("isImporting").toBool();
         const bool isUnderWay = !importModel_->folder().isEmpty() && importModel_->fault().isEmpty();
@@ -126,8 +132,7 @@ void Application::importFootage(const std::filesystem::path& folder, FootageServ
     all.started = both([this](const auto& started) { openFootage(started); }, handlers.started);
     all.stopped = both([this] { showImport(); }, handlers.stopped);
     all.looked = both([this](const auto& look) { takeLook(look); }, handlers.looked);
-    all.failed =
-        both([this](const auto& reason) { importModel_->setFault(QString::fromStdString(reason)); }, handlers.failed);
+    all.failed = both([this](const auto& reason) { importModel_->setFault(shown(reason)); }, handlers.failed);
     footage_ = std::make_unique<FootageService>(*toolkit_->scheduler, std::move(all));
     footage_->start(path);
 }
@@ -135,27 +140,27 @@ void Application::importFootage(const std::filesystem::path& folder, FootageServ
 void Application::showImport() {
     setImporting(true);
     browser_->close();
-    importModel_->setFolder(QFileInfo(folder_).fileName(), preferences_->recentFolders());
+    importModel_->setFolder(shown(QFileInfo(folder_).fileName().toStdString()), preferences_->recentFolders());
 }
 
 void Application::openFootage(const FootageService::Started& started) {
     preferences_->addRecentFolder(folder_);
     setImporting(false);
-    browser_->open(QString::fromStdString(started.token), QString::fromStdString(started.cameraName));
+    browser_->open(QString::fromStdString(started.token), shown(started.cameraName));
 }
 
 void Application::takeLook(const FootageService::Look& look) {
-    browser_->setFolderFault(QString::fromStdString(look.fault));
+    browser_->setFolderFault(shown(look.fault));
     if (look.hasNews) browser_->renewFootage();
     if (!look.fault.empty()) return;
     // What was put away stays away.
     const QSet<QString> known(rejected_.begin(), rejected_.end());
-    const QStringList shown = browser_->rejected();
+    const QStringList before = browser_->rejected();
     rejected_.clear();
     QStringList lines;
     for (const auto& [file, reason] : look.rejected) {
-        rejected_ << QString::fromStdString(file + ": " + reason);
-        if (!known.contains(rejected_.last()) || shown.contains(rejected_.last())) lines << rejected_.last();
+        rejected_ << shown(file + ": " + reason);
+        if (!known.contains(rejected_.last()) || before.contains(rejected_.last())) lines << rejected_.last();
     }
     browser_->setRejected(lines);
 }

@@ -11,6 +11,7 @@
 #include "korvane/apps/browser/BrowserCommandLine.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/FolderFiles.h"
+#include "korvane/server/FolderRoot.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Storage.h"
 
@@ -100,7 +101,9 @@ class FootageService::Work {
     Failure open() {
         std::error_code code;
         if (!std::filesystem::exists(database_, code)) {
-            const auto files = listFolder(folder_);
+            const auto root = FolderRoot::open(folder_);
+            if (!root) return root.error();
+            const auto files = listFolder(*root);
             if (!files) return files.error();
             if (files->videos.empty()) return Error{"There are no video files in " + folder_.string() + "."};
         }

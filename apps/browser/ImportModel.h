@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include "korvane/apps/browser/FootageService.h"
+#include "korvane/base/Printable.h"
 
 namespace korvane {
 
@@ -33,7 +34,7 @@ class ImportModel : public QObject {
     QStringList recent() const { return recent_; }
     /// Of the whole import, 0 to 1.
     double fraction() const { return progress_.fraction; }
-    QString file() const { return QString::fromStdString(progress_.file); }
+    QString file() const { return QString::fromStdString(printable(progress_.file)); }
     int filesDone() const { return static_cast<int>(progress_.filesDone); }
     int filesTotal() const { return static_cast<int>(progress_.filesTotal); }
     /// Another window of the application takes the folder in.

@@ -18,6 +18,7 @@ extern "C" {
 #include "korvane/apps/browser/LogRedaction.h"
 #include "korvane/apps/browser/tour/StartupWatch.h"
 #include "korvane/apps/browser/tour/Tour.h"
+#include "korvane/base/Printable.h"
 
 namespace {
 
@@ -35,7 +36,9 @@ bool hasDisplay() {
 int runWindow(korvane::Application& application, const korvane::BrowserArguments& arguments) {
     if (arguments.folder) {
         korvane::FootageService::Handlers told;
-        told.failed = [](const std::string& reason) { std::fprintf(stderr, "korvane-browser: %s\n", reason.c_str()); };
+        told.failed = [](const std::string& reason) {
+            std::fprintf(stderr, "korvane-browser: %s\n", korvane::printable(reason).c_str());
+        };
         application.importFootage(*arguments.folder, std::move(told));
     } else if (!arguments.token.empty()) {
         application.openToken(arguments.token);
@@ -71,7 +74,8 @@ int run(const korvane::BrowserArguments& arguments) {
 int main(int argc, char** argv) {
     const auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc));
     if (!line.error.empty()) {
-        std::fprintf(stderr, "korvane-browser: %s\n\n%s", line.error.c_str(), korvane::browserUsage().c_str());
+        std::fprintf(stderr, "korvane-browser: %s\n\n%s", korvane::printable(line.error).c_str(),
+                     korvane::browserUsage().c_str());
         return exitWrongUse;
     }
     if (line.arguments.help) {
@@ -82,7 +86,7 @@ int main(int argc, char** argv) {
     const bool isToldHere = line.arguments.folder && line.arguments.capture;
     const std::string fault = isToldHere ? korvane::folderFault(*line.arguments.folder) : std::string();
     if (!fault.empty()) {
-        std::fprintf(stderr, "korvane-browser: %s\n", fault.c_str());
+        std::fprintf(stderr, "korvane-browser: %s\n", korvane::printable(fault).c_str());
         return exitWrongUse;
     }
     if (!line.arguments.capture && !hasDisplay()) {

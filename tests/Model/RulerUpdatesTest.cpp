@@ -76,6 +76,7 @@ struct Storm final : RulerUpdatesHost {
         const TimeSec key = (timeline ? timeline->start() : start) / 1000;
         if (std::ranges::count(queue, key) == 0) requested.erase(key);
         if (timeline && timeline->periods()) cache.insert(key);
+        if (timeline && !timeline->periods()) cache.erase(key);  // what was recorded there is gone
         if (!timeline && below(2) == 0) throw std::runtime_error("source");
         return timeline;
     }

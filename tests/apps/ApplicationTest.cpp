@@ -55,8 +55,9 @@ TEST(Application, OpensOneFolderAfterAnother) {
         EXPECT_TRUE(until([&] { return application.browser().count() == "1 event"; }));
         EXPECT_EQ(application.window()->property("isImporting"), false);
     }
-    ASSERT_EQ(model.recent().size(), 2);
-    EXPECT_TRUE(model.recent().first().endsWith("porch"));
+    const QStringList recent = application.preferences().recentFolders();
+    ASSERT_EQ(recent.size(), 2);
+    EXPECT_TRUE(recent.first().endsWith("porch"));
     EXPECT_TRUE(application.faults().isEmpty()) << qPrintable(application.faults().join('\n'));
 }
 

@@ -229,6 +229,35 @@ TEST_F(CameraServerTest, OutlivesUnfriendlyPeers) {
     }
 }
 
+TEST_F(CameraServerTest, RefusesWhatTwoServersReadDifferently) {
+    const std::string line = "GET /a HTTP/1.1\r\n";
+    const std::string next = "\r\n\r\nGET /b HTTP/1.1\r\nConnection: close\r\n\r\n";
+    const std::string heads[] = {"Transfer-Encoding : chunked",
+                                 "X\t: y",
+                                 "Content-Length: 3\r\nTransfer-Encoding: chunked",
+                                 "transfer-encoding: chunked\r\ncontent-length: 3",
+                                 "Content-Length: 0\r\nContent-Length: 3",
+                                 "Content-Length: 0, 3",
+                                 "Content-Length: +3",
+                                 "X: y\nContent-Length: 3",
+                                 "X: y\rZ: z",
+                                 "X: y\r\n continued",
+                                 std::string("X: a\0b", 6),
+                                 "X: a\x01",
+                                 "X\x7f: a",
+                                 ": nameless",
+                                 "no colon",
+                                 "Host: a\r\nHost: b"};
+    for (const std::string& head : heads) {
+        const std::string reply = raw(line + head + next);
+        EXPECT_TRUE(reply.starts_with("HTTP/1.1 400")) << head << "\n" << reply;
+        EXPECT_EQ(reply.find("HTTP/1.1", 1), std::string::npos) << head;
+    }
+    EXPECT_TRUE(raw("GET /a\tHTTP/1.1\r\n\r\n").starts_with("HTTP/1.1 400"));
+    const std::string two = raw(line + "X: \xc3\xa4\t!\r\nContent-Length: 0" + next);
+    EXPECT_NE(two.find("HTTP/1.1 401", 9), std::string::npos) << two;
+}
+
 TEST_F(CameraServerTest, AHostileHostHeaderDoesNotReachTheUrls) {
     const std::string reply = raw("GET " + root() + "/records?access=" + bearer +
                                   " HTTP/1.1\r\nHost: evil\"/<b>\r\nConnection: close\r\n\r\n");

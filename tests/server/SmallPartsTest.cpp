@@ -3,6 +3,7 @@
 #include <tuple>
 #include <utility>
 
+#include "korvane/base/Printable.h"
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/CommandLine.h"
 #include "korvane/server/FileTime.h"
@@ -74,6 +75,24 @@ TEST(ByteRange, AsksForAPartTheWholeOrNothing) {
         const ByteRange range = parseRange(header, 100);
         EXPECT_EQ(std::tuple(range.kind, range.first, range.last), std::tuple(Kind::Part, first, last)) << header;
     }
+}
+
+TEST(Printable, ShowsWhatATerminalWouldObey) {
+    const std::pair<std::string, const char*> rows[] = {
+        {"J\xc3\xb6rg \xf0\x9f\x98\x80.mp4", "J\xc3\xb6rg \xf0\x9f\x98\x80.mp4"},
+        {"a\x1b[2Jb\n\x7f", "a\\x1B[2Jb\\x0A\\x7F"},
+        {std::string("a\0b", 3), "a\\x00b"},
+        {"\xc2\x9b"
+         "31m",
+         "\\u009B31m"},
+        {"4pm.\xe2\x80\xae"
+         "exe",
+         "4pm.\\u202Eexe"},
+        {"\xe2\x81\xa6x\xd8\x9c", "\\u2066x\\u061C"},
+        {"\xff\xc0\x9b\xe2\x80", "\\xFF\\xC0\\x9B\\xE2\\x80"},
+        {"\xed\xa0\x80", "\\xED\\xA0\\x80"},
+        {"\xf3\xa0\x80\x81", "\\uE0001"}};
+    for (const auto& [text, shown] : rows) EXPECT_EQ(printable(text), shown);
 }
 
 TEST(CommandLine, TakesOptionsOfTheCommandOnly) {

@@ -1,7 +1,9 @@
 #include "korvane/server/Storage.h"
 
 #include <algorithm>
+#include <map>
 #include <random>
+#include <set>
 
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/SampleMaker.h"
@@ -115,6 +117,57 @@ TEST_F(StorageTest, EventPagesAreThoseOfAPlainListWhileEventsComeAndGo) {
         ASSERT_EQ(found->totalCount, expected.totalCount) << "round " << round;
         ASSERT_EQ(idsOf(*found), idsOf(expected)) << "round " << round;
     }
+}
+
+TEST_F(StorageTest, NumbersAndDeletionsLastWhileAListChanges) {
+    std::mt19937_64 random(11);
+    const auto below = [&random](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    std::vector<NewEvent> list;
+    std::map<std::int64_t, TimeMs> timeOf;
+    std::set<std::int64_t> deleted;
+    const PageQuery all{{}, "", true, 1000, 0};
+    for (int round = 0; round < 150; ++round) {
+        // Few moments and names, so that many elements are alike.
+        list.insert(list.begin() + static_cast<std::ptrdiff_t>(below(list.size() + 1)),
+                    {baseTime + static_cast<TimeMs>(below(4)), below(2) == 0 ? "bell" : "Bell", ""});
+        ASSERT_FALSE(storage->storeRecording(camera, {"list", round, 1, ""}, std::nullopt, list));
+        std::map<std::int64_t, TimeMs> live;
+        const auto page = storage->events(camera, all);
+        for (const StoredEvent& event : page->rows) live[event.id] = event.time;
+        ASSERT_EQ(live.size() + deleted.size(), list.size());
+        for (const auto& [id, time] : timeOf)
+            ASSERT_EQ(live.contains(id) ? live[id] : -1, deleted.contains(id) ? -1 : time);
+        timeOf.insert(live.begin(), live.end());
+        if (round % 3 != 0) continue;
+        const auto victim = std::next(timeOf.begin(), static_cast<std::ptrdiff_t>(below(timeOf.size())))->first;
+        if (*storage->deleteEvent(camera, victim)) deleted.insert(victim);
+    }
+    PageQuery named = all;
+    named.type = "bell";
+    EXPECT_EQ(storage->events(camera, named)->totalCount, storage->events(camera, all)->totalCount);
+}
+
+TEST_F(StorageTest, AMotionStaysDeletedWhenItsFilmChanges) {
+    const auto times = [this] {
+        std::vector<TimeMs> found;
+        const auto page = storage->events(camera, {{}, "", true});
+        for (const StoredEvent& event : page->rows) found.push_back(event.time - baseTime);
+        return found;
+    };
+    store("film", baseTime, baseTime + 9000, {{baseTime + 2000, "motion", "a"}, {baseTime + 6000, "motion", "b"}});
+    const auto before = storage->events(camera, {{}, "", true})->rows;
+    ASSERT_TRUE(*storage->deleteEvent(camera, before[0].id));
+    for (const TimeMs shift : {900, 1800}) {
+        store("film", baseTime, baseTime + 9000,
+              {{baseTime + 2000 + shift, "motion", "a"}, {baseTime + 6000 + shift, "motion", "c"}});
+        EXPECT_EQ(times(), std::vector<TimeMs>{6000 + shift});
+        EXPECT_EQ(storage->events(camera, {})->rows[0].id, before[1].id);
+        EXPECT_EQ(**storage->eventThumbnail(camera, before[1].id), "c");
+    }
+    ASSERT_FALSE(storage->removeSource(camera, "film"));
+    EXPECT_EQ(times(), std::vector<TimeMs>{});
+    store("film", baseTime, baseTime + 9000, {{baseTime + 3800, "motion", ""}, {baseTime + 5000, "motion", ""}});
+    EXPECT_EQ(times(), std::vector<TimeMs>{5000});
 }
 
 TEST_F(StorageTest, EventsBelongToTheirCamera) {

@@ -14,6 +14,7 @@
 #include "korvane/apps/browser/tour/EventPump.h"
 #include "korvane/apps/browser/tour/TourEye.h"
 #include "korvane/apps/browser/tour/TourHand.h"
+#include "korvane/base/Printable.h"
 
 namespace korvane {
 
@@ -70,7 +71,7 @@ int Tour::run() {
     application_.preferences().setLook(Preferences::Look::Dark);
     application_.preferences().setHasTwelveHours(false);
     const bool isDone = walk();
-    if (!isDone) std::fprintf(stderr, "korvane-browser: %s\n", failure_.c_str());
+    if (!isDone) std::fprintf(stderr, "korvane-browser: %s\n", printable(failure_).c_str());
     for (const QString& fault : application_.faults()) std::fprintf(stderr, "interface: %s\n", qPrintable(fault));
     if (!taken_.isEmpty()) std::printf("Pictures:\n");
     for (const QString& picture : taken_) std::printf("  %s\n", qPrintable(picture));

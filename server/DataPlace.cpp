@@ -1,0 +1,64 @@
+#include "korvane/server/DataPlace.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "korvane/server/Importer.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* dataFolder = ".korvane";
+constexpr const char* dataFile = "camera.db";
+
+Error cannotUse(const fs::path& folder, const std::string& why) {
+    return Error{"cannot use folder " + folder.string() + ": " + why};
+}
+
+}  // namespace
+
+Result<DataPlace> DataPlace::of(const fs::path& file) {
+    std::error_code code;
+    const fs::path whole = fs::absolute(file, code);
+    const fs::path folder = whole.parent_path();
+    if (code || !whole.has_filename()) return cannotUse(file, "not the name of a file");
+    const bool isDefault = whole.filename() == dataFile && folder.filename() == dataFolder;
+    const fs::path base = isDefault ? folder.parent_path() : folder;
+    fs::create_directories(base, code);
+    if (code) return cannotUse(base, code.message());
+    const fs::path real = fs::canonical(base, code);
+    if (code) return cannotUse(base, code.message());
+    if (!isDefault) return DataPlace{real / whole.filename(), {}};
+    fs::create_directory(real / dataFolder, code);
+    if (!fs::is_directory(fs::symlink_status(real / dataFolder, code)))
+        return cannotUse(real / dataFolder, code ? code.message() : "it is a link, or no folder");
+    return DataPlace{real / dataFolder / dataFile, real};
+}
+
+fs::path defaultDatabase(const fs::path& folder) {
+    return folder / dataFolder / dataFile;
+}
+
+Result<Descriptor> openOwnFile(const fs::path& file) {
+    Descriptor opened(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!opened && errno == ENOENT) return Descriptor();
+    if (!opened) return Error{errno == ELOOP ? "it is a link" : std::strerror(errno)};
+    struct stat info {};
+    if (::fstat(opened.get(), &info) != 0) return Error{std::strerror(errno)};
+    if (!S_ISREG(info.st_mode)) return Error{"it is no regular file"};
+    if (info.st_uid != ::geteuid()) return Error{"it belongs to another user"};
+    return opened;
+}
+
+std::string wayOut(const DataPlace& place) {
+    return place.home.empty() ? "move " + place.file.string() + " and what is named like it away, or name another file"
+                              : "move " + place.file.parent_path().string() + " away and import again";
+}
+
+}  // namespace korvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+
+#include "korvane/server/Descriptor.h"
+#include "korvane/server/Result.h"
+
+namespace korvane {
+
+/// Where a data base and its key lie.
+struct DataPlace {
+    /// Absolute, and without links up to the folder that holds `.korvane`, or else up to the file.
+    std::filesystem::path file;
+    /// The folder of footage whose own data base it is, FOLDER of FOLDER/.korvane/camera.db; else empty.
+    std::filesystem::path home;
+
+    /// Makes the folder of `file` when it is missing. Fails when the data folder is a link.
+    static Result<DataPlace> of(const std::filesystem::path& file);
+};
+
+/// Opens a file of the service's own for reading: a regular one that belongs to this user, no link. None when there is
+/// no file.
+Result<Descriptor> openOwnFile(const std::filesystem::path& file);
+
+/// What a person can do about a file that came with a folder.
+std::string wayOut(const DataPlace& place);
+
+}  // namespace korvane

@@ -1,0 +1,62 @@
+#include "korvane/server/FolderRoot.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "korvane/server/OpenBeneath.h"
+
+namespace korvane {
+namespace {
+
+Error explain() {
+    if (errno == EXDEV || errno == ELOOP) return Error{"is a link that leads out of the folder, or goes round"};
+    return Error{std::string("cannot be opened: ") + std::strerror(errno)};
+}
+
+bool climbs(const std::string& path) {
+    const std::filesystem::path plain = path;
+    return plain.is_absolute() || std::find(plain.begin(), plain.end(), "..") != plain.end();
+}
+
+}  // namespace
+
+Result<FolderRoot> FolderRoot::open(const std::filesystem::path& folder, bool followLinks) {
+    Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor && errno == EACCES) return Error{"cannot read folder " + folder.string()};
+    if (!descriptor) return Error{"there is no folder " + folder.string()};
+    return FolderRoot(folder, std::move(descriptor), followLinks);
+}
+
+Descriptor FolderRoot::openAny(const std::string& path, int flags) const {
+    if (!followsLinks_) return openBeneath(descriptor_.get(), path, flags);
+    errno = EXDEV;
+    return climbs(path) ? Descriptor() : Descriptor(::openat(descriptor_.get(), path.c_str(), flags | O_CLOEXEC));
+}
+
+bool FolderRoot::describe(const std::string& path, struct stat& info) const {
+    const Descriptor found = openAny(path, O_PATH);
+    return found && ::fstat(found.get(), &info) == 0;
+}
+
+Result<Descriptor> FolderRoot::openFile(const std::string& path) const {
+    struct stat info {};
+    // A device may act when it is opened, so it is looked at first.
+    if (!describe(path, info)) return explain();
+    if (!S_ISREG(info.st_mode)) return Error{"is no regular file"};
+    Descriptor file = openAny(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    if (!file) return explain();
+    if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return Error{"is no regular file"};
+    return file;
+}
+
+Result<Descriptor> FolderRoot::openFolder(const std::string& path) const {
+    Descriptor folder = openAny(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY);
+    if (!folder) return explain();
+    return folder;
+}
+
+}  // namespace korvane
