@@ -143,6 +143,36 @@ TEST_F(ImporterTest, FollowsFilesThatChangeAndGo) {
     EXPECT_EQ(records()[0].end - records()[0].start, 3000);
 }
 
+TEST_F(ImporterTest, AFolderIsKnownWhereverItMoves) {
+    const fs::path first = base / "first";
+    const fs::path second = base / "second";
+    TestClip{2}.write(first / "20261118_070000.mp4");
+    const auto into = [](const fs::path& database, const fs::path& folder) {
+        const auto opened = std::move(*Storage::open(database));
+        auto report = importFolder(*opened, folder, {});
+        EXPECT_TRUE(report) << report.error().message;
+        EXPECT_EQ(opened->camera(report->cameraId)->value().folder, folder.string());
+        return std::pair(report->cameraId, report->unchanged);
+    };
+    using Seen = std::pair<std::int64_t, std::size_t>;
+    const auto both = [&](const fs::path& folder) {
+        const Seen own = into(defaultDatabase(folder), folder);
+        EXPECT_EQ(own.first, 1) << folder;
+        return into(base / "camera.db", folder);
+    };
+    EXPECT_EQ(both(first), Seen(1, 0));
+    fs::rename(first, second);
+    EXPECT_EQ(both(second), Seen(1, 1)) << "moved";
+    fs::copy(second, first, fs::copy_options::recursive);
+    EXPECT_EQ(both(first).first, 2) << "a copy";
+    fs::remove_all(second);
+    fs::rename(first, second);
+    EXPECT_EQ(both(second), Seen(2, 1)) << "the copy, where the first one was";
+    fs::remove(second / ".korvane/mark");
+    EXPECT_EQ(both(second), Seen(2, 1)) << "by its path";
+    EXPECT_FALSE(importFolder(**Storage::open(defaultDatabase(second)), footage.path(), {})) << "another's data base";
+}
+
 TEST_F(ImporterTest, AFileWithoutAnyTimeEndsWhenItWasWritten) {
     TestClip{4}.write(footage / "film.mp4");
     const auto when =
