@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/EventList.h"
 #include "korvane/server/FileLock.h"
 #include "korvane/server/FileTime.h"
 #include "korvane/server/FolderFiles.h"
@@ -208,10 +209,15 @@ class Import {
 
     void readEvents(Reading& reading) {
         std::vector<std::string> reasons;
-        reading.events = readEventList(root_, reading.source.path, reasons);
+        const auto text = readWhole(root_, reading.source.path);
+        if (text)
+            reading.events = readEventList(*text, reasons, options_.cancel);
+        else
+            reasons.push_back(text.error().message);
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
         for (NewEvent& event : reading.events) {
+            if (isCancelled()) return;
             PageQuery covering;
             covering.range = {event.time, event.time};
             covering.limit = 1;

@@ -1,8 +1,12 @@
 #include "korvane/server/Importer.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/Descriptor.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/server/TempFolder.h"
 #include "korvane/tests/server/TestClip.h"
@@ -113,6 +117,30 @@ TEST_F(ImporterTest, ImportsWhatItCanAndListsTheRest) {
     ASSERT_EQ(found.size(), 4U);
     EXPECT_LT(found[1].start, found[0].end);
     EXPECT_LT(found[2].end - found[2].start, 15'000);
+}
+
+TEST_F(ImporterTest, ABadCornerOfTheFolderDoesNotEndTheImport) {
+    TestClip{2}.write(footage / "20261118_070000.mp4");
+    footage.write("events.json", "[" + std::string(3'000'000, '[') + "1");
+    footage.write("more/events.json", R"([{"time":"2026-11-18T07:00:01Z","name":"x","more":[{"name":7}]}])");
+    // Deeper than descriptors, and names, reach.
+    Descriptor at(::open(footage.path().c_str(), O_PATH));
+    for (int i = 0; i < 1500; ++i) {
+        ASSERT_EQ(::mkdirat(at.get(), "deep", 0700), 0);
+        at = Descriptor(::openat(at.get(), "deep", O_PATH));
+    }
+    rlimit few{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &few), 0);
+    const rlimit before = few;
+    few.rlim_cur = 256;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    const ImportReport report = import();
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(report.imported, (std::vector<std::string>{"20261118_070000.mp4", "more/events.json"}));
+    EXPECT_EQ(reasonFor(report, "events.json"), "is nested too deeply");
+    std::string pathTooLong = "deep";
+    while (pathTooLong.size() < 4096) pathTooLong += "/deep";
+    EXPECT_FALSE(reasonFor(report, pathTooLong).empty());
 }
 
 TEST_F(ImporterTest, GoesOnWhereItWasBrokenOff) {
