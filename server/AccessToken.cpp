@@ -1,6 +1,5 @@
 #include "korvane/server/AccessToken.h"
 
-#include <fcntl.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
@@ -27,10 +26,6 @@ constexpr std::size_t longestBearer = 1024;
 // The last second of the year 9999: the calendar of "expires" ends there.
 constexpr TimeSec latest = 253'402'300'799;
 
-Error fileError(const std::filesystem::path& file) {
-    return Error{"cannot keep the secret in " + file.string() + ": " + std::strerror(errno)};
-}
-
 Result<std::string> readSecret(const Descriptor& file) {
     struct stat info {};
     if (::fstat(file.get(), &info) != 0) return Error{std::strerror(errno)};
@@ -41,20 +36,12 @@ Result<std::string> readSecret(const Descriptor& file) {
     return std::string(bytes.data(), bytes.size());
 }
 
-/// Writes a fresh secret under a name of its own and links it to `file`, so that of two processes that come at the same
-/// time one wins whole.
 Failure makeSecret(const std::filesystem::path& file) {
-    std::array<unsigned char, secretBytes> bytes{};
-    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) return Error{"no source of randomness"};
-    std::string draft = file.string() + ".XXXXXX";
-    const int descriptor = ::mkostemp(draft.data(), O_CLOEXEC);  // mode 0600
-    if (descriptor < 0) return fileError(file);
-    const bool written = ::write(descriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
-    ::close(descriptor);
-    const bool linked = written && (::link(draft.c_str(), file.c_str()) == 0 || errno == EEXIST);
-    const Failure failure = linked ? Failure() : fileError(file);
-    ::unlink(draft.c_str());
-    return failure;
+    std::array<char, secretBytes> bytes{};
+    if (RAND_bytes(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size())) != 1)
+        return Error{"no source of randomness"};
+    const Failure failure = writeOnce(file, {bytes.data(), bytes.size()});
+    return failure ? Error{"cannot keep the secret in " + file.string() + ": " + failure->message} : failure;
 }
 
 }  // namespace

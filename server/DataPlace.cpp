@@ -1,9 +1,11 @@
 #include "korvane/server/DataPlace.h"
 
 #include <fcntl.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <system_error>
 
@@ -54,6 +56,27 @@ Result<Descriptor> openOwnFile(const fs::path& file) {
     if (!S_ISREG(info.st_mode)) return Error{"it is no regular file"};
     if (info.st_uid != ::geteuid()) return Error{"it belongs to another user"};
     return opened;
+}
+
+Failure publish(const std::string& draft, const fs::path& file) {
+    bool named = ::link(draft.c_str(), file.c_str()) == 0 || errno == EEXIST;
+    // Not every file system has hard links.
+    if (!named) named = ::renameat2(AT_FDCWD, draft.c_str(), AT_FDCWD, file.c_str(), RENAME_NOREPLACE) == 0;
+    named = named || errno == EEXIST;
+    const Failure failure = named ? Failure() : Error{std::strerror(errno)};
+    ::unlink(draft.c_str());
+    return failure;
+}
+
+Failure writeOnce(const fs::path& file, std::string_view bytes) {
+    std::string draft = file.string() + ".XXXXXX";
+    const Descriptor opened(::mkostemp(draft.data(), O_CLOEXEC));  // mode 0600
+    if (!opened) return Error{std::strerror(errno)};
+    if (::write(opened.get(), bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()))
+        return publish(draft, file);
+    const Error error{std::strerror(errno)};
+    ::unlink(draft.c_str());
+    return error;
 }
 
 std::string wayOut(const DataPlace& place) {

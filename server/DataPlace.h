@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 #include "korvane/server/Descriptor.h"
 #include "korvane/server/Result.h"
@@ -21,6 +23,12 @@ struct DataPlace {
 /// Opens a file of the service's own for reading: a regular one that belongs to this user, no link. None when there is
 /// no file.
 Result<Descriptor> openOwnFile(const std::filesystem::path& file);
+
+/// Gives `draft` the name `file` unless there is such a file, which is no failure, and forgets the draft's own name.
+Failure publish(const std::string& draft, const std::filesystem::path& file);
+
+/// Writes a file that only this user may read, whole, unless there is one: of two that come at a time one wins.
+Failure writeOnce(const std::filesystem::path& file, std::string_view bytes);
 
 /// What a person can do about a file that came with a folder.
 std::string wayOut(const DataPlace& place);

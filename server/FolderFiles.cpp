@@ -13,7 +13,6 @@
 #include <set>
 #include <string_view>
 
-#include "korvane/base/UtcTime.h"
 #include "korvane/server/LocalDays.h"
 
 namespace korvane {
@@ -24,9 +23,8 @@ namespace fs = std::filesystem;
 constexpr const char* eventList = "events.json";
 constexpr const char* cameraFile = "camera.json";
 constexpr std::size_t longestName = 64;
+// Larger ones are no list that a person or a camera writes.
 constexpr std::size_t largestJson = 16 * 1024 * 1024;
-constexpr std::size_t mostReasons = 20;
-constexpr TimeMs latest = 253'402'300'799'000;
 
 bool isVideoName(const fs::path& file) {
     static constexpr std::array<std::string_view, 13> extensions = {
@@ -35,20 +33,6 @@ bool isVideoName(const fs::path& file) {
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
-}
-
-Result<std::string> readWhole(const FolderRoot& folder, const std::string& path) {
-    const auto file = folder.openFile(path);
-    if (!file) return file.error();
-    std::string text;
-    std::array<char, 64 * 1024> piece;
-    while (true) {
-        const ssize_t count = ::read(file->get(), piece.data(), piece.size());
-        if (count < 0 && errno != EINTR) return Error{std::string("cannot be read: ") + std::strerror(errno)};
-        if (count == 0) return text;
-        if (count > 0) text.append(piece.data(), static_cast<std::size_t>(count));
-        if (text.size() > largestJson) return Error{"is too large"};
-    }
 }
 
 Result<nlohmann::json> readJson(const FolderRoot& folder, const std::string& path) {
@@ -62,15 +46,6 @@ Result<nlohmann::json> readJson(const FolderRoot& folder, const std::string& pat
 std::string textAt(const nlohmann::json& object, const char* key) {
     const auto found = object.find(key);
     return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
-Result<NewEvent> readEvent(const nlohmann::json& element) {
-    if (!element.is_object()) return Error{"is no object"};
-    const auto time = parseUtc(textAt(element, "time"));
-    if (!time || *time < 0 || *time > latest) return Error{"has no \"time\" like 2026-03-09T07:05:01Z"};
-    const std::string name = textAt(element, "name");
-    if (name.empty() || name.size() > longestName) return Error{"has no \"name\" of 1 to 64 bytes"};
-    return NewEvent{*time, name, ""};
 }
 
 struct DirectoryCloser {
@@ -153,6 +128,20 @@ std::optional<SourceFile> describeFile(const FolderRoot& folder, const std::stri
     return SourceFile{path, info.st_size, info.st_mtim.tv_sec * 1000 + info.st_mtim.tv_nsec / 1'000'000, ""};
 }
 
+Result<std::string> readWhole(const FolderRoot& folder, const std::string& path) {
+    const auto file = folder.openFile(path);
+    if (!file) return file.error();
+    std::string text;
+    std::array<char, 64 * 1024> piece;
+    while (true) {
+        const ssize_t count = ::read(file->get(), piece.data(), piece.size());
+        if (count < 0 && errno != EINTR) return Error{std::string("cannot be read: ") + std::strerror(errno)};
+        if (count == 0) return text;
+        if (count > 0) text.append(piece.data(), static_cast<std::size_t>(count));
+        if (text.size() > largestJson) return Error{"is too large"};
+    }
+}
+
 CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected) {
     struct stat info {};
     if (!folder.describe(cameraFile, info)) return {};
@@ -167,26 +156,6 @@ CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>
         camera.timezone.clear();
     }
     return camera;
-}
-
-std::vector<NewEvent> readEventList(const FolderRoot& folder, const std::string& path,
-                                    std::vector<std::string>& reasons) {
-    const auto json = readJson(folder, path);
-    if (!json || !json->is_array()) {
-        reasons.push_back(json ? "is no array" : json.error().message);
-        return {};
-    }
-    std::vector<NewEvent> events;
-    std::size_t bad = 0;
-    for (std::size_t i = 0; i < json->size(); ++i) {
-        auto event = readEvent((*json)[i]);
-        if (event)
-            events.push_back(std::move(*event));
-        else if (++bad <= mostReasons)
-            reasons.push_back("element " + std::to_string(i) + " " + event.error().message);
-    }
-    if (bad > mostReasons) reasons.push_back(std::to_string(bad - mostReasons) + " more elements are bad");
-    return events;
 }
 
 }  // namespace korvane

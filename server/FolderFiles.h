@@ -35,9 +35,7 @@ struct CameraFile {
 /// Reads camera.json of `folder`; nothing wrong with there being none. What is wrong goes to `rejected`.
 CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected);
 
-/// Reads a list of `folder` [{"time":"2026-03-09T07:05:01Z","name":"doorbell"},...]. `reasons` gets one text for each
-/// bad element, or one for the whole. Events have no thumbnail.
-std::vector<NewEvent> readEventList(const FolderRoot& folder, const std::string& path,
-                                    std::vector<std::string>& reasons);
+/// All bytes of a file of `folder`. Fails for one that is larger than a file of ours can be.
+Result<std::string> readWhole(const FolderRoot& folder, const std::string& path);
 
 }  // namespace korvane

@@ -7,9 +7,11 @@
 #include <thread>
 
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/EventList.h"
 #include "korvane/server/FileLock.h"
 #include "korvane/server/FileTime.h"
 #include "korvane/server/FolderFiles.h"
+#include "korvane/server/FolderMark.h"
 #include "korvane/server/FolderRoot.h"
 #include "korvane/server/LocalDays.h"
 #include "korvane/server/Storage.h"
@@ -77,6 +79,7 @@ class Import {
         if (!options_.timezone.empty()) told.timezone = options_.timezone;
         if (!told.timezone.empty() && !LocalDays::isKnown(told.timezone))
             return Error{"time zone " + told.timezone + " is not known"};
+        if (const Failure failure = findMark()) return failure;
         const auto cameras = storage_.cameras();
         if (!cameras) return cameras.error();
         const bool known = std::any_of(cameras->begin(), cameras->end(),
@@ -87,7 +90,32 @@ class Import {
         if (!camera) return camera.error();
         report_.cameraId = camera->id;
         report_.cameraName = camera->name;
+        return keepMark(camera->id);
+    }
+
+    /// Has a camera follow its folder to where it is now.
+    Failure findMark() {
+        if (storage_.isOwnOf(folder_)) return std::nullopt;
+        mark_ = FolderMark::read(folder_);
+        if (mark_.empty()) return std::nullopt;
+        const auto camera = storage_.markedCamera(mark_);
+        if (!camera) return camera.error();
+        isMarkKnown_ = camera->has_value();
+        if (isMarkKnown_ && (*camera)->folder == folder_.string()) return std::nullopt;
+        std::error_code ignored;
+        const bool isCopy = isMarkKnown_ && FolderMark::read((*camera)->folder) == mark_ &&
+                            !fs::equivalent((*camera)->folder, folder_, ignored);
+        if (!isCopy) return storage_.moveToFolder(folder_.string(), mark_);
+        mark_.clear();
+        isMarkKnown_ = false;
         return std::nullopt;
+    }
+
+    Failure keepMark(std::int64_t camera) {
+        if (isMarkKnown_ || storage_.isOwnOf(folder_)) return std::nullopt;
+        if (mark_.empty()) mark_ = FolderMark::make(folder_);
+        // A folder that cannot be written to is known by its path alone.
+        return mark_.empty() ? std::nullopt : storage_.markCamera(camera, mark_);
     }
 
     Failure forgetMissing(const FolderFiles& files) {
@@ -181,10 +209,15 @@ class Import {
 
     void readEvents(Reading& reading) {
         std::vector<std::string> reasons;
-        reading.events = readEventList(root_, reading.source.path, reasons);
+        const auto text = readWhole(root_, reading.source.path);
+        if (text)
+            reading.events = readEventList(*text, reasons, options_.cancel);
+        else
+            reasons.push_back(text.error().message);
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
         for (NewEvent& event : reading.events) {
+            if (isCancelled()) return;
             PageQuery covering;
             covering.range = {event.time, event.time};
             covering.limit = 1;
@@ -208,6 +241,8 @@ class Import {
     const ImportOptions& options_;
     ImportReport report_;
     std::map<std::string, SourceFile> known_;
+    std::string mark_;
+    bool isMarkKnown_ = false;
     std::size_t done_ = 0;
     std::size_t total_ = 0;
 };

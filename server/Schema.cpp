@@ -4,9 +4,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -44,9 +42,11 @@ constexpr const char* deletionTable = R"(
         name TEXT NOT NULL);
     CREATE INDEX deleted_events_by_path ON deleted_events(camera, path);)";
 
+constexpr const char* markTable = "CREATE TABLE camera_marks(camera INTEGER PRIMARY KEY, mark TEXT NOT NULL UNIQUE)";
+
 /// What each version adds to the one before; the first makes version 1.
 std::vector<std::vector<const char*>> steps() {
-    return {{firstTables, EventRanks::createTable(), EventRanks::createTriggers()}, {deletionTable}};
+    return {{firstTables, EventRanks::createTable(), EventRanks::createTriggers()}, {deletionTable}, {markTable}};
 }
 
 std::int64_t numberOf(Database& database, const char* pragma) {
@@ -100,14 +100,11 @@ std::size_t checkedVersion(Database& database) {
     return static_cast<std::size_t>(version);
 }
 
-[[noreturn]] void failToMake() {
-    throw DatabaseError(std::string("it cannot be made: ") + std::strerror(errno));
-}
-
 /// Under a name of its own first, so that nobody ever sees half of it, and of two that make it one wins.
 void makeFile(const std::string& file) {
     std::string draft = file + ".XXXXXX";
-    if (!Descriptor(::mkostemp(draft.data(), O_CLOEXEC))) failToMake();
+    if (!Descriptor(::mkostemp(draft.data(), O_CLOEXEC)))
+        throw DatabaseError(std::string("it cannot be made: ") + std::strerror(errno));
     try {
         Database database(draft);
         database.useWriteAheadLog();
@@ -118,13 +115,7 @@ void makeFile(const std::string& file) {
         ::unlink(draft.c_str());
         throw;
     }
-    bool linked = ::link(draft.c_str(), file.c_str()) == 0 || errno == EEXIST;
-    // Not every file system has hard links.
-    if (!linked) linked = ::renameat2(AT_FDCWD, draft.c_str(), AT_FDCWD, file.c_str(), RENAME_NOREPLACE) == 0;
-    const int reason = errno;
-    ::unlink(draft.c_str());
-    errno = reason;
-    if (!linked) failToMake();
+    if (const Failure failure = publish(draft, file)) throw DatabaseError("it cannot be made: " + failure->message);
 }
 
 /// Before SQLite looks at the files: it would follow what a journal names.

@@ -251,6 +251,45 @@ Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::st
     });
 }
 
+Result<std::optional<Camera>> Storage::markedCamera(const std::string& mark) {
+    return guarded(mutex_, [&]() -> std::optional<Camera> {
+        Query query = database_->query(
+            "SELECT id, name, timezone, folder FROM cameras JOIN camera_marks ON camera = id WHERE mark = ?");
+        query.bind(mark);
+        if (!query.step()) return std::nullopt;
+        return readCamera(query);
+    });
+}
+
+Failure Storage::moveToFolder(const std::string& folder, const std::string& mark) {
+    return guardedStatus(mutex_, [&] {
+        DatabaseTransaction transaction(*database_);
+        database_
+            ->query(
+                "UPDATE cameras SET folder = '?' || id WHERE folder = ?1 AND id IN "
+                "(SELECT camera FROM camera_marks WHERE mark <> ?2)")
+            .bind(folder)
+            .bind(mark)
+            .run();
+        database_
+            ->query(
+                "UPDATE OR IGNORE cameras SET folder = ?1 WHERE id = (SELECT camera FROM camera_marks WHERE mark = ?2)")
+            .bind(folder)
+            .bind(mark)
+            .run();
+        transaction.commit();
+    });
+}
+
+Failure Storage::markCamera(std::int64_t camera, const std::string& mark) {
+    return guardedStatus(mutex_, [&] {
+        database_->query("INSERT OR REPLACE INTO camera_marks(camera, mark) VALUES(?, ?)")
+            .bind(camera)
+            .bind(mark)
+            .run();
+    });
+}
+
 Result<Page<StoredEvent>> Storage::events(std::int64_t camera, const PageQuery& query) {
     return guarded(mutex_, [&] {
         const EventRanks ranks(*database_, camera, query.type);

@@ -128,6 +128,15 @@ class Storage {
     /// stored. A folder's own data base refuses other folders.
     Result<Camera> cameraForFolder(const std::string& folder, const std::string& name, const std::string& timezone);
 
+    /// Whether it is the folder's own data base, FOLDER/.korvane/camera.db.
+    bool isOwnOf(const std::filesystem::path& folder) const { return !home_.empty() && folder == home_; }
+    /// The camera whose folder carries `mark`.
+    Result<std::optional<Camera>> markedCamera(const std::string& mark);
+    /// Remembers that `mark` is on `folder`: the camera of that mark moves there, and one that was there and has
+    /// another mark is without a folder until its own is found.
+    Failure moveToFolder(const std::string& folder, const std::string& mark);
+    Failure markCamera(std::int64_t camera, const std::string& mark);
+
     /// Events with start <= time <= end, ordered by time, then id. Takes about as long at any offset.
     Result<Page<StoredEvent>> events(std::int64_t camera, const PageQuery& query);
     /// Recordings that overlap the range (start <= range.end, end >= range.start), ordered by start, then id.

@@ -103,7 +103,7 @@ TEST(HostileFolder, ADataBaseThatIsNotOursIsRefusedWithAWayOut) {
     }
     const Footage early;
     early.tamper(
-        "DROP TABLE deleted_events; PRAGMA user_version = 1; PRAGMA application_id = 0;"
+        "DROP TABLE deleted_events; DROP TABLE camera_marks; PRAGMA user_version = 1; PRAGMA application_id = 0;"
         "UPDATE cameras SET folder = '/where/it/was'");
     EXPECT_EQ(early.film(), "FILM") << "made before data bases had a mark, and moved since";
     const std::function<void(const fs::path&)> files[] = {

@@ -1,6 +1,11 @@
 #include "korvane/server/Importer.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/Descriptor.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/server/TempFolder.h"
 #include "korvane/tests/server/TestClip.h"
@@ -113,6 +118,30 @@ TEST_F(ImporterTest, ImportsWhatItCanAndListsTheRest) {
     EXPECT_LT(found[2].end - found[2].start, 15'000);
 }
 
+TEST_F(ImporterTest, ABadCornerOfTheFolderDoesNotEndTheImport) {
+    TestClip{2}.write(footage / "20261118_070000.mp4");
+    footage.write("events.json", "[" + std::string(3'000'000, '[') + "1");
+    footage.write("more/events.json", R"([{"time":"2026-11-18T07:00:01Z","name":"x","more":[{"name":7}]}])");
+    // Deeper than descriptors, and names, reach.
+    Descriptor at(::open(footage.path().c_str(), O_PATH));
+    for (int i = 0; i < 1500; ++i) {
+        ASSERT_EQ(::mkdirat(at.get(), "deep", 0700), 0);
+        at = Descriptor(::openat(at.get(), "deep", O_PATH));
+    }
+    rlimit few{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &few), 0);
+    const rlimit before = few;
+    few.rlim_cur = 256;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    const ImportReport report = import();
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(report.imported, (std::vector<std::string>{"20261118_070000.mp4", "more/events.json"}));
+    EXPECT_EQ(reasonFor(report, "events.json"), "is nested too deeply");
+    std::string pathTooLong = "deep";
+    while (pathTooLong.size() < 4096) pathTooLong += "/deep";
+    EXPECT_FALSE(reasonFor(report, pathTooLong).empty());
+}
+
 TEST_F(ImporterTest, GoesOnWhereItWasBrokenOff) {
     for (int i = 0; i < 4; ++i) TestClip{2}.write(footage / ("20261118_07000" + std::to_string(i) + ".mp4"));
     std::atomic<bool> cancel = false;
@@ -139,6 +168,36 @@ TEST_F(ImporterTest, FollowsFilesThatChangeAndGo) {
     EXPECT_EQ(report.removed, 1U);
     ASSERT_EQ(records().size(), 1U);
     EXPECT_EQ(records()[0].end - records()[0].start, 3000);
+}
+
+TEST_F(ImporterTest, AFolderIsKnownWhereverItMoves) {
+    const fs::path first = base / "first";
+    const fs::path second = base / "second";
+    TestClip{2}.write(first / "20261118_070000.mp4");
+    const auto into = [](const fs::path& database, const fs::path& folder) {
+        const auto opened = std::move(*Storage::open(database));
+        auto report = importFolder(*opened, folder, {});
+        EXPECT_TRUE(report) << report.error().message;
+        EXPECT_EQ(opened->camera(report->cameraId)->value().folder, folder.string());
+        return std::pair(report->cameraId, report->unchanged);
+    };
+    using Seen = std::pair<std::int64_t, std::size_t>;
+    const auto both = [&](const fs::path& folder) {
+        const Seen own = into(defaultDatabase(folder), folder);
+        EXPECT_EQ(own.first, 1) << folder;
+        return into(base / "camera.db", folder);
+    };
+    EXPECT_EQ(both(first), Seen(1, 0));
+    fs::rename(first, second);
+    EXPECT_EQ(both(second), Seen(1, 1)) << "moved";
+    fs::copy(second, first, fs::copy_options::recursive);
+    EXPECT_EQ(both(first).first, 2) << "a copy";
+    fs::remove_all(second);
+    fs::rename(first, second);
+    EXPECT_EQ(both(second), Seen(2, 1)) << "the copy, where the first one was";
+    fs::remove(second / ".korvane/mark");
+    EXPECT_EQ(both(second), Seen(2, 1)) << "by its path";
+    EXPECT_FALSE(importFolder(**Storage::open(defaultDatabase(second)), footage.path(), {})) << "another's data base";
 }
 
 TEST_F(ImporterTest, AFileWithoutAnyTimeEndsWhenItWasWritten) {

@@ -6,6 +6,7 @@
 #include "korvane/base/Printable.h"
 #include "korvane/base/UtcTime.h"
 #include "korvane/server/CommandLine.h"
+#include "korvane/server/EventList.h"
 #include "korvane/server/FileTime.h"
 #include "korvane/server/LocalDays.h"
 #include "korvane/server/VideoReply.h"
@@ -93,6 +94,32 @@ TEST(Printable, ShowsWhatATerminalWouldObey) {
         {"\xed\xa0\x80", "\\xED\\xA0\\x80"},
         {"\xf3\xa0\x80\x81", "\\uE0001"}};
     for (const auto& [text, shown] : rows) EXPECT_EQ(printable(text), shown);
+}
+
+TEST(EventList, TakesWhatItCanAndSaysWhatItCannot) {
+    const std::string good = R"({"time":"2026-11-18T07:05:01Z","name":"bell"})";
+    std::string many = "[" + good;
+    for (int i = 0; i < 100'000; ++i) many += "," + good;
+    const std::tuple<std::string, std::size_t, std::size_t> rows[] = {
+        {"[" + good + "," + good + "]", 2, 0},
+        {"[]", 0, 0},
+        {"[7,[{}],null,\"x\"," + good + ",{}]", 1, 5},
+        {R"([{"time":"2026-11-18T07:05:01Z","name":"a","name":["b"]}])", 0, 1},
+        {R"([{"time":"2026-11-18T07:05:01Z","name":"a","o":{"name":"b","time":"x"}}])", 1, 0},
+        {"[" + good, 0, 1},
+        {"[" + good + "]]", 0, 1},
+        {good, 0, 1},
+        {"", 0, 1},
+        {"[[[[[[[[[[]]]]]]]]]]", 0, 1},
+        {many + "]", 0, 1}};
+    for (const auto& [text, events, faults] : rows) {
+        std::vector<std::string> reasons;
+        EXPECT_EQ(readEventList(text, reasons).size(), events) << text.substr(0, 80);
+        EXPECT_EQ(reasons.size(), faults) << text.substr(0, 80);
+    }
+    const std::atomic<bool> cancelled = true;
+    std::vector<std::string> reasons;
+    EXPECT_TRUE(readEventList(many, reasons, &cancelled).empty() && reasons.empty()) << "it is not read to its bad end";
 }
 
 TEST(CommandLine, TakesOptionsOfTheCommandOnly) {
