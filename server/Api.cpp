@@ -27,6 +27,7 @@ template <typename T>
 T take(Result<T> result) {
     if (result) return std::move(*result);
     logError("Api", result.error().message);
+    if (result.error().isBusy) throw ApiFailure(503, "the data base is written to; try again");
     throw ApiFailure(500, "the data base does not answer");
 }
 
@@ -214,6 +215,7 @@ void Api::answer(const httplib::Request& request, httplib::Response& response) c
         pieces.erase(pieces.begin(), pieces.begin() + 3);
         CameraCall(storage_, request, response, *camera, followLinks_).answer(pieces);
     } catch (const ApiFailure& failure) {
+        if (failure.status() == 503) response.set_header("Retry-After", "1");
         fail(response, failure.status(), failure.what());
     } catch (const std::exception& error) {
         logError("Api", error.what());

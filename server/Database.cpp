@@ -7,9 +7,8 @@
 namespace korvane {
 namespace {
 
-constexpr int busyTimeoutMs = 10'000;
-
 [[noreturn]] void fail(sqlite3* handle) {
+    if (handle != nullptr && sqlite3_errcode(handle) == SQLITE_BUSY) throw DatabaseBusy(sqlite3_errmsg(handle));
     throw DatabaseError(handle != nullptr ? sqlite3_errmsg(handle) : "out of memory");
 }
 
@@ -80,7 +79,7 @@ Database::Database(const std::string& file) {
         throw DatabaseError(reason);
     }
     try {
-        sqlite3_busy_timeout(handle_, busyTimeoutMs);
+        setPatience(usualPatience);
         // What the file's own schema says is not trusted, and pages are looked at before they are used.
         sqlite3_db_config(handle_, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
         sqlite3_db_config(handle_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
@@ -98,6 +97,14 @@ Database::~Database() {
 
 void Database::useWriteAheadLog() {
     execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;");
+}
+
+void Database::allowReadingOnly() {
+    execute("PRAGMA query_only=ON; PRAGMA cache_size=-8000;");
+}
+
+void Database::setPatience(std::chrono::milliseconds patience) {
+    sqlite3_busy_timeout(handle_, static_cast<int>(patience.count()));
 }
 
 void Database::execute(const char* sql) {
@@ -120,8 +127,8 @@ std::int64_t Database::changes() const {
     return sqlite3_changes64(handle_);
 }
 
-DatabaseTransaction::DatabaseTransaction(Database& database) : database_(database) {
-    database_.execute("BEGIN IMMEDIATE");
+DatabaseTransaction::DatabaseTransaction(Database& database, Kind kind) : database_(database) {
+    database_.execute(kind == Kind::Writing ? "BEGIN IMMEDIATE" : "BEGIN");
 }
 
 DatabaseTransaction::~DatabaseTransaction() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -16,6 +17,12 @@ namespace korvane {
 class DatabaseError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
+};
+
+/// Somebody else held a lock for too long.
+class DatabaseBusy : public DatabaseError {
+  public:
+    using DatabaseError::DatabaseError;
 };
 
 /// One run of a prepared statement: bind in order, then step. The statement goes back to its Database at the end.
@@ -57,6 +64,11 @@ class Database {
 
     /// Readers and one writer at a time.
     void useWriteAheadLog();
+    /// From now on every write fails.
+    void allowReadingOnly();
+    /// How long a lock of another connection is waited for.
+    void setPatience(std::chrono::milliseconds patience);
+    static constexpr std::chrono::milliseconds usualPatience{10'000};
 
     /// Runs statements that take and give nothing.
     void execute(const char* sql);
@@ -75,7 +87,9 @@ class Database {
 /// Rolls back unless committed.
 class DatabaseTransaction {
   public:
-    explicit DatabaseTransaction(Database& database);
+    enum class Kind { Writing, Reading };
+    /// One for reading sees the data base as it is at its first query.
+    explicit DatabaseTransaction(Database& database, Kind kind = Kind::Writing);
     ~DatabaseTransaction();
     DatabaseTransaction(const DatabaseTransaction&) = delete;
     DatabaseTransaction& operator=(const DatabaseTransaction&) = delete;

@@ -10,6 +10,8 @@ namespace korvane {
 /// Why an operation failed, in words for a person.
 struct Error {
     std::string message;
+    /// The same may succeed in a while.
+    bool isBusy = false;
 };
 
 /// A value, or the reason why there is none.

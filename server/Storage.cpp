@@ -1,11 +1,13 @@
 #include "korvane/server/Storage.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <string_view>
 #include <system_error>
 #include <type_traits>
 
+#include "korvane/server/ConnectionPool.h"
 #include "korvane/server/DataPlace.h"
 #include "korvane/server/Database.h"
 #include "korvane/server/EventRanks.h"
@@ -17,6 +19,9 @@ namespace korvane {
 namespace {
 
 constexpr TimeMs mergeGap = 1000;
+constexpr int readerCount = 4;
+// A person waits for a deletion, and is told soon when it has to be tried again.
+constexpr std::chrono::milliseconds deletionPatience(1500);
 constexpr TimeMs sameMotion = 1000;
 // What the camera of a folder's own data base has in place of a path.
 constexpr std::string_view homeFolder = ".";
@@ -124,32 +129,76 @@ std::vector<std::string> walkDays(TimeRange range, const std::string& timezone, 
     }
 }
 
-/// Runs `work` with the lock held and turns what it throws into an Error.
+/// Runs at the end of a scope.
 template <typename Work>
-auto guarded(std::mutex& mutex, Work work) -> Result<decltype(work())> {
+class ScopeEnd {
+  public:
+    explicit ScopeEnd(Work work) : work_(std::move(work)) {}
+    ~ScopeEnd() { work_(); }
+    ScopeEnd(const ScopeEnd&) = delete;
+    ScopeEnd& operator=(const ScopeEnd&) = delete;
+
+  private:
+    Work work_;
+};
+
+/// The result of `work`, or the Error of what it throws.
+template <typename Work>
+auto guarded(Work work) -> Result<decltype(work())> {
     try {
-        const std::lock_guard lock(mutex);
         return work();
+    } catch (const DatabaseBusy& error) {
+        return Error{std::string("data base: ") + error.what(), true};
     } catch (const std::exception& error) {
         return Error{std::string("data base: ") + error.what()};
     }
 }
 
+/// Runs `work` with a connection that sees one state of the data base.
 template <typename Work>
-Failure guardedStatus(std::mutex& mutex, Work work) {
-    const auto result = guarded(mutex, [&work] {
-        work();
+auto reading(ConnectionPool& pool, Work work) -> Result<decltype(work(std::declval<Database&>()))> {
+    return guarded([&] {
+        const ConnectionPool::Lease lease = pool.take();
+        DatabaseTransaction transaction(*lease, DatabaseTransaction::Kind::Reading);
+        auto found = work(*lease);
+        transaction.commit();
+        return found;
+    });
+}
+
+/// Runs `work` with the connection for writing, in one transaction.
+template <typename Work>
+Failure writing(ConnectionPool& pool, Work work) {
+    const auto result = guarded([&] {
+        const ConnectionPool::Lease lease = pool.take();
+        DatabaseTransaction transaction(*lease);
+        work(*lease);
+        transaction.commit();
         return true;
     });
     if (!result) return result.error();
     return std::nullopt;
 }
 
+/// Connections for reading, opened before anything else can come into the file's place.
+std::vector<std::unique_ptr<Database>> openReaders(const std::string& file) {
+    std::vector<std::unique_ptr<Database>> connections;
+    for (int i = 0; i < readerCount; ++i) {
+        connections.push_back(std::make_unique<Database>(file));
+        connections.back()->allowReadingOnly();
+    }
+    return connections;
+}
+
 }  // namespace
 
 Storage::Storage(const DataPlace& place, std::unique_ptr<Database> database)
-    : file_(place.file), home_(place.home.string()), database_(std::move(database)) {
-    adoptHome();
+    : file_(place.file), home_(place.home.string()) {
+    adoptHome(*database);
+    readers_ = std::make_unique<ConnectionPool>(openReaders(file_.string()));
+    std::vector<std::unique_ptr<Database>> writer;
+    writer.push_back(std::move(database));
+    writer_ = std::make_unique<ConnectionPool>(std::move(writer));
 }
 Storage::~Storage() = default;
 
@@ -177,19 +226,19 @@ std::string Storage::storedFolder(const std::string& folder) const {
     return std::string(homeFolder);
 }
 
-std::optional<Camera> Storage::findCamera(const std::string& folder) {
-    Query query = database_->query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
+std::optional<Camera> Storage::findCamera(Database& database, const std::string& folder) const {
+    Query query = database.query("SELECT id, name, timezone, folder FROM cameras WHERE folder = ?");
     query.bind(storedFolder(folder));
     if (!query.step()) return std::nullopt;
     return readCamera(query);
 }
 
 // Earlier data bases keep the folder's path, which may be one that it has moved away from.
-void Storage::adoptHome() {
-    if (home_.empty() || findCamera(home_)) return;
+void Storage::adoptHome(Database& database) const {
+    if (home_.empty() || findCamera(database, home_)) return;
     std::vector<std::int64_t> cameras;
     {
-        Query query = database_->query("SELECT id, folder FROM cameras WHERE folder LIKE '/%'");
+        Query query = database.query("SELECT id, folder FROM cameras WHERE folder LIKE '/%'");
         while (query.step()) {
             cameras.push_back(query.integer(0));
             if (query.text(1) != home_) continue;
@@ -198,29 +247,31 @@ void Storage::adoptHome() {
         }
     }
     if (cameras.size() != 1) return;
-    database_->query("UPDATE cameras SET folder = ? WHERE id = ?").bind(homeFolder).bind(cameras[0]).run();
+    database.query("UPDATE cameras SET folder = ? WHERE id = ?").bind(homeFolder).bind(cameras[0]).run();
 }
 
 Result<ChangeMark> Storage::changeMark() {
-    return guarded(mutex_, [this] {
-        Query query = database_->query("SELECT total_changes(), data_version FROM pragma_data_version");
+    return guarded([this] {
+        // The writer's connection counts what this object writes, and tells it from what others write.
+        const ConnectionPool::Lease lease = writer_->take();
+        Query query = (*lease).query("SELECT total_changes(), data_version FROM pragma_data_version");
         query.step();
         return ChangeMark{query.integer(0), query.integer(1)};
     });
 }
 
 Result<std::vector<Camera>> Storage::cameras() {
-    return guarded(mutex_, [this] {
+    return reading(*readers_, [this](Database& database) {
         std::vector<Camera> cameras;
-        Query query = database_->query("SELECT id, name, timezone, folder FROM cameras ORDER BY id");
+        Query query = database.query("SELECT id, name, timezone, folder FROM cameras ORDER BY id");
         while (query.step()) cameras.push_back(readCamera(query));
         return cameras;
     });
 }
 
 Result<std::optional<Camera>> Storage::camera(std::int64_t id) {
-    return guarded(mutex_, [this, id]() -> std::optional<Camera> {
-        Query query = database_->query("SELECT id, name, timezone, folder FROM cameras WHERE id = ?");
+    return reading(*readers_, [this, id](Database& database) -> std::optional<Camera> {
+        Query query = database.query("SELECT id, name, timezone, folder FROM cameras WHERE id = ?");
         query.bind(id);
         if (!query.step()) return std::nullopt;
         return readCamera(query);
@@ -229,31 +280,31 @@ Result<std::optional<Camera>> Storage::camera(std::int64_t id) {
 
 Result<Camera> Storage::cameraForFolder(const std::string& folder, const std::string& name,
                                         const std::string& timezone) {
-    return guarded(mutex_, [&] {
-        const std::optional<Camera> known = findCamera(folder);
-        const auto keeps = [](const std::string& wanted, const std::string& has) {
-            return wanted.empty() || wanted == has;
-        };
-        // A folder that is looked at again and again is not written to each time.
-        if (known && keeps(name, known->name) && keeps(timezone, known->timezone)) return *known;
-        DatabaseTransaction transaction(*database_);
-        database_
-            ->query(
+    const auto keeps = [](const std::string& wanted, const std::string& has) {
+        return wanted.empty() || wanted == has;
+    };
+    // A folder that is looked at again and again is not written to each time.
+    auto known = reading(*readers_, [&](Database& database) { return findCamera(database, folder); });
+    if (!known) return known.error();
+    if (*known && keeps(name, (*known)->name) && keeps(timezone, (*known)->timezone)) return **known;
+    const Failure failure = writing(*writer_, [&](Database& database) {
+        database
+            .query(
                 "INSERT INTO cameras(folder, name, timezone) VALUES(?1, ?2, ?3) ON CONFLICT(folder) DO UPDATE SET "
                 "name = iif(?2 = '', name, ?2), timezone = iif(?3 = '', timezone, ?3)")
             .bind(storedFolder(folder))
             .bind(name)
             .bind(timezone)
             .run();
-        const std::optional<Camera> camera = findCamera(folder);
-        transaction.commit();
-        return camera.value();
+        known = findCamera(database, folder);
     });
+    if (failure) return *failure;
+    return known->value();
 }
 
 Result<std::optional<Camera>> Storage::markedCamera(const std::string& mark) {
-    return guarded(mutex_, [&]() -> std::optional<Camera> {
-        Query query = database_->query(
+    return reading(*readers_, [&](Database& database) -> std::optional<Camera> {
+        Query query = database.query(
             "SELECT id, name, timezone, folder FROM cameras JOIN camera_marks ON camera = id WHERE mark = ?");
         query.bind(mark);
         if (!query.step()) return std::nullopt;
@@ -262,37 +313,32 @@ Result<std::optional<Camera>> Storage::markedCamera(const std::string& mark) {
 }
 
 Failure Storage::moveToFolder(const std::string& folder, const std::string& mark) {
-    return guardedStatus(mutex_, [&] {
-        DatabaseTransaction transaction(*database_);
-        database_
-            ->query(
+    return writing(*writer_, [&](Database& database) {
+        database
+            .query(
                 "UPDATE cameras SET folder = '?' || id WHERE folder = ?1 AND id IN "
                 "(SELECT camera FROM camera_marks WHERE mark <> ?2)")
             .bind(folder)
             .bind(mark)
             .run();
-        database_
-            ->query(
+        database
+            .query(
                 "UPDATE OR IGNORE cameras SET folder = ?1 WHERE id = (SELECT camera FROM camera_marks WHERE mark = ?2)")
             .bind(folder)
             .bind(mark)
             .run();
-        transaction.commit();
     });
 }
 
 Failure Storage::markCamera(std::int64_t camera, const std::string& mark) {
-    return guardedStatus(mutex_, [&] {
-        database_->query("INSERT OR REPLACE INTO camera_marks(camera, mark) VALUES(?, ?)")
-            .bind(camera)
-            .bind(mark)
-            .run();
+    return writing(*writer_, [&](Database& database) {
+        database.query("INSERT OR REPLACE INTO camera_marks(camera, mark) VALUES(?, ?)").bind(camera).bind(mark).run();
     });
 }
 
 Result<Page<StoredEvent>> Storage::events(std::int64_t camera, const PageQuery& query) {
-    return guarded(mutex_, [&] {
-        const EventRanks ranks(*database_, camera, query.type);
+    return reading(*readers_, [&](Database& database) {
+        const EventRanks ranks(database, camera, query.type);
         const TimeMs from = openStart(query.range.start);
         const TimeMs to = openEnd(query.range.end);
         const std::int64_t before = ranks.countUpTo(from - 1);
@@ -304,24 +350,25 @@ Result<Page<StoredEvent>> Storage::events(std::int64_t camera, const PageQuery& 
         const std::int64_t first = query.oldestFirst ? before + query.offset : through - 1 - query.offset;
         const EventRanks::Place place = ranks.placeOf(first);
         page.rows = query.oldestFirst
-                        ? eventRows(*database_, camera, query, place.begin, to, limit, first - place.before)
-                        : eventRows(*database_, camera, query, from, place.end - 1, limit, place.through - 1 - first);
+                        ? eventRows(database, camera, query, place.begin, to, limit, first - place.before)
+                        : eventRows(database, camera, query, from, place.end - 1, limit, place.through - 1 - first);
         return page;
     });
 }
 
 Result<Page<StoredRecord>> Storage::records(std::int64_t camera, const PageQuery& query) {
-    return guarded(mutex_, [&] { return recordPage(*database_, camera, query, false); });
+    return reading(*readers_, [&](Database& database) { return recordPage(database, camera, query, false); });
 }
 
 Result<Page<StoredRecord>> Storage::thumbnails(std::int64_t camera, const PageQuery& query,
                                                const std::vector<std::int64_t>& ids) {
-    if (ids.empty()) return guarded(mutex_, [&] { return recordPage(*database_, camera, query, true); });
-    return guarded(mutex_, [&] {
-        const RecordBounds bounds = boundsOf(*database_, camera, query.range);
+    if (ids.empty())
+        return reading(*readers_, [&](Database& database) { return recordPage(database, camera, query, true); });
+    return reading(*readers_, [&](Database& database) {
+        const RecordBounds bounds = boundsOf(database, camera, query.range);
         Page<StoredRecord> page;
         for (const std::int64_t id : ids) {
-            const std::optional<StoredRecord> record = findRecord(*database_, camera, id);
+            const std::optional<StoredRecord> record = findRecord(database, camera, id);
             if (record && record->hasThumbnail && record->start <= bounds.to && record->end >= bounds.end)
                 page.rows.push_back(*record);
         }
@@ -339,12 +386,12 @@ Result<Page<StoredRecord>> Storage::thumbnails(std::int64_t camera, const PageQu
 }
 
 Result<std::optional<StoredRecord>> Storage::record(std::int64_t camera, std::int64_t id) {
-    return guarded(mutex_, [&] { return findRecord(*database_, camera, id); });
+    return reading(*readers_, [&](Database& database) { return findRecord(database, camera, id); });
 }
 
 Result<std::optional<std::string>> Storage::recordThumbnail(std::int64_t camera, std::int64_t id) {
-    return guarded(mutex_, [&] {
-        return thumbnailBytes(*database_,
+    return reading(*readers_, [&](Database& database) {
+        return thumbnailBytes(database,
                               "SELECT t.jpeg FROM records r JOIN thumbnails t ON t.id = r.thumbnail "
                               "WHERE r.id = ? AND r.camera = ?",
                               camera, id);
@@ -352,8 +399,8 @@ Result<std::optional<std::string>> Storage::recordThumbnail(std::int64_t camera,
 }
 
 Result<std::optional<std::string>> Storage::eventThumbnail(std::int64_t camera, std::int64_t id) {
-    return guarded(mutex_, [&] {
-        return thumbnailBytes(*database_,
+    return reading(*readers_, [&](Database& database) {
+        return thumbnailBytes(database,
                               "SELECT t.jpeg FROM events e JOIN thumbnails t ON t.id = e.thumbnail "
                               "WHERE e.id = ? AND e.camera = ?",
                               camera, id);
@@ -361,10 +408,10 @@ Result<std::optional<std::string>> Storage::eventThumbnail(std::int64_t camera, 
 }
 
 Result<std::vector<Period>> Storage::timeline(std::int64_t camera, TimeRange range) {
-    return guarded(mutex_, [&] {
-        const RecordBounds bounds = boundsOf(*database_, camera, range);
+    return reading(*readers_, [&](Database& database) {
+        const RecordBounds bounds = boundsOf(database, camera, range);
         const TimeMs windowEnd = bounds.to;
-        Query query = database_->query(
+        Query query = database.query(
             "SELECT start, end FROM records WHERE camera = ? AND start >= ? AND start <= ? AND end >= ? ORDER BY "
             "start");
         query.bind(camera).bind(bounds.from).bind(bounds.to).bind(bounds.end);
@@ -383,16 +430,16 @@ Result<std::vector<Period>> Storage::timeline(std::int64_t camera, TimeRange ran
 
 Result<std::vector<std::string>> Storage::recordedDays(std::int64_t camera, TimeRange range,
                                                        const std::string& timezone) {
-    return guarded(mutex_, [&] {
-        const TimeMs longest = longestRecord(*database_, camera);
+    return reading(*readers_, [&](Database& database) {
+        const TimeMs longest = longestRecord(database, camera);
         return walkDays(range, timezone, [&](TimeMs from) -> std::optional<TimeMs> {
             {
-                Query running = database_->query(
+                Query running = database.query(
                     "SELECT 1 FROM records WHERE camera = ? AND start >= ? AND start < ? AND end > ? LIMIT 1");
                 running.bind(camera).bind(from - std::min(from, longest)).bind(from).bind(from);
                 if (running.step()) return from;
             }
-            Query next = database_->query("SELECT min(start) FROM records WHERE camera = ? AND start >= ?");
+            Query next = database.query("SELECT min(start) FROM records WHERE camera = ? AND start >= ?");
             next.bind(camera).bind(from).step();
             if (next.isNull(0)) return std::nullopt;
             return next.integer(0);
@@ -402,9 +449,9 @@ Result<std::vector<std::string>> Storage::recordedDays(std::int64_t camera, Time
 
 Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRange range, const std::string& type,
                                                     const std::string& timezone) {
-    return guarded(mutex_, [&] {
+    return reading(*readers_, [&](Database& database) {
         return walkDays(range, timezone, [&](TimeMs from) -> std::optional<TimeMs> {
-            Query next = database_->query(
+            Query next = database.query(
                 type.empty() ? "SELECT min(time) FROM events WHERE camera = ? AND time >= ?"
                              : "SELECT min(time) FROM events WHERE camera = ? AND time >= ? AND name = ?");
             next.bind(camera).bind(from);
@@ -417,32 +464,31 @@ Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRan
 }
 
 Result<bool> Storage::deleteEvent(std::int64_t camera, std::int64_t id) {
-    return guarded(mutex_, [&] {
-        DatabaseTransaction transaction(*database_);
-        database_
-            ->query(
-                "INSERT INTO deleted_events(id, camera, path, time, name) SELECT e.id, e.camera, s.path, e.time, "
-                "e.name "
-                "FROM events e JOIN sources s ON s.id = e.source WHERE e.id = ? AND e.camera = ?")
-            .bind(id)
-            .bind(camera)
-            .run();
-        database_->query("DELETE FROM thumbnails WHERE id = (SELECT thumbnail FROM events WHERE id = ? AND camera = ?)")
-            .bind(id)
-            .bind(camera)
-            .run();
-        database_->query("DELETE FROM events WHERE id = ? AND camera = ?").bind(id).bind(camera).run();
-        const bool deleted = database_->changes() > 0;
+    return guarded([&] {
+        const auto end = std::chrono::steady_clock::now() + deletionPatience;
+        const ConnectionPool::Lease lease = writer_->takeWithin(deletionPatience);
+        Database& database = *lease;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        database.setPatience(std::max(left, std::chrono::milliseconds(0)));
+        const ScopeEnd usual([&database] { database.setPatience(Database::usualPatience); });
+        DatabaseTransaction transaction(database);
+        for (const char* sql :
+             {"INSERT INTO deleted_events(id, camera, path, time, name) SELECT e.id, e.camera, s.path, e.time, e.name "
+              "FROM events e JOIN sources s ON s.id = e.source WHERE e.id = ? AND e.camera = ?",
+              "DELETE FROM thumbnails WHERE id = (SELECT thumbnail FROM events WHERE id = ? AND camera = ?)",
+              "DELETE FROM events WHERE id = ? AND camera = ?"})
+            database.query(sql).bind(id).bind(camera).run();
+        const bool deleted = database.changes() > 0;
         transaction.commit();
         return deleted;
     });
 }
 
 Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
-    return guarded(mutex_, [&] {
+    return reading(*readers_, [&](Database& database) {
         std::vector<SourceFile> files;
         Query query =
-            database_->query("SELECT path, size, modified, rejection FROM sources WHERE camera = ? ORDER BY path");
+            database.query("SELECT path, size, modified, rejection FROM sources WHERE camera = ? ORDER BY path");
         query.bind(camera);
         while (query.step()) files.push_back({query.text(0), query.integer(1), query.integer(2), query.text(3)});
         return files;
@@ -451,41 +497,33 @@ Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
 
 Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
                                 const std::vector<NewEvent>& events) {
-    return guardedStatus(mutex_, [&] {
-        DatabaseTransaction transaction(*database_);
-        SourceEvents stored(*database_, camera, source.path);
+    return writing(*writer_, [&](Database& database) {
+        SourceEvents stored(database, camera, source.path);
         stored.describe(source);
         stored.replaceRecord(record);
         // A film's motion begins a little elsewhere when the film has changed; a list tells its times itself.
         stored.replaceEvents(events, record ? sameMotion : 0);
-        transaction.commit();
     });
 }
 
 Failure Storage::removeSource(std::int64_t camera, const std::string& path) {
-    return guardedStatus(mutex_, [&] {
-        DatabaseTransaction transaction(*database_);
-        SourceEvents(*database_, camera, path).forget();
-        transaction.commit();
-    });
+    return writing(*writer_, [&](Database& database) { SourceEvents(database, camera, path).forget(); });
 }
 
 Failure Storage::addEvents(std::int64_t camera, std::int64_t count,
                            const std::function<NewEvent(std::int64_t number)>& event) {
-    return guardedStatus(mutex_, [&] {
-        DatabaseTransaction transaction(*database_);
-        database_->execute(EventRanks::dropTriggers());
+    return writing(*writer_, [&](Database& database) {
+        database.execute(EventRanks::dropTriggers());
         for (std::int64_t number = 0; number < count; ++number) {
             const NewEvent added = event(number);
-            database_->query("INSERT INTO events(camera, time, name) VALUES(?, ?, ?)")
+            database.query("INSERT INTO events(camera, time, name) VALUES(?, ?, ?)")
                 .bind(camera)
                 .bind(added.time)
                 .bind(added.name)
                 .run();
         }
-        EventRanks::recount(*database_, camera);
-        database_->execute(EventRanks::createTriggers());
-        transaction.commit();
+        EventRanks::recount(database, camera);
+        database.execute(EventRanks::createTriggers());
     });
 }
 

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +13,7 @@
 
 namespace korvane {
 
+class ConnectionPool;
 class Database;
 class Query;
 struct DataPlace;
@@ -106,7 +106,8 @@ struct ChangeMark {
 };
 
 /// Cameras, their recordings and events, in SQLite. Every write is one transaction. All functions may be called from
-/// any thread and block for the time of the query. Several Storage objects, in several processes too, may share a file.
+/// any thread and block for the time of the query; none that only reads waits for one that writes. Several Storage
+/// objects, in several processes too, may share a file.
 class Storage {
   public:
     /// Opens `file`, making it and its folder when missing. Refuses a link, another user's file and a data base whose
@@ -159,7 +160,7 @@ class Storage {
     Result<std::vector<std::string>> eventDays(std::int64_t camera, TimeRange range, const std::string& type,
                                                const std::string& timezone);
 
-    /// False when the camera has no such event.
+    /// False when the camera has no such event. Fails as busy when another writer takes longer than 1.5 s.
     Result<bool> deleteEvent(std::int64_t camera, std::int64_t id);
 
     /// Every file that was imported or rejected, in order of path.
@@ -182,15 +183,16 @@ class Storage {
 
     Camera readCamera(const Query& query) const;
     std::string storedFolder(const std::string& folder) const;
-    std::optional<Camera> findCamera(const std::string& folder);
-    void adoptHome();
+    std::optional<Camera> findCamera(Database& database, const std::string& folder) const;
+    void adoptHome(Database& database) const;
 
     const std::filesystem::path file_;
     /// As DataPlace::home.
     const std::string home_;
 
-    std::mutex mutex_;
-    std::unique_ptr<Database> database_;
+    /// Apart, so that no reader waits for a writer.
+    std::unique_ptr<ConnectionPool> writer_;
+    std::unique_ptr<ConnectionPool> readers_;
 };
 
 }  // namespace korvane

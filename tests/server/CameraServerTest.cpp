@@ -11,6 +11,7 @@
 
 #include "korvane/base/Base64Url.h"
 #include "korvane/server/AccessToken.h"
+#include "korvane/server/Database.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/server/TempFolder.h"
 
@@ -179,6 +180,34 @@ TEST_F(CameraServerTest, SaysWhatIsWrongWithARequest) {
     httplib::Client client("127.0.0.1", port);
     expectError(client.Post(root() + "/events", {{"Authorization", "Bearer " + bearer}}, "x", "text/plain"), 405,
                 "POST");
+}
+
+TEST_F(CameraServerTest, ReadersDoNotWaitForAWriterAndADeletionNotLong) {
+    const std::string path =
+        root() + "/events/" + std::to_string(fetch("/events?limit=1")["objects"][0]["id"].get<int>());
+    const httplib::Headers headers = {{"Authorization", "Bearer " + bearer}};
+    httplib::Client client("127.0.0.1", port);
+    {
+        Database writer((folder / "camera.db").string());
+        DatabaseTransaction held(writer);
+        writer.execute("DELETE FROM events");
+        EXPECT_EQ(fetch("/events?limit=1")["meta"]["total_count"], 250);
+        const auto refused = client.Delete(path, headers);
+        expectError(refused, 503, "while another writes");
+        EXPECT_EQ(refused->get_header_value("Retry-After"), "1");
+    }
+    {
+        // A writer of the same process, which the first reader ends.
+        const auto storage = std::move(*Storage::open(folder / "camera.db"));
+        std::size_t seen = 0;
+        ASSERT_FALSE(storage->addEvents(other, 1, [&](std::int64_t) {
+            seen = storage->events(camera, {})->rows.size();
+            EXPECT_TRUE(storage->deleteEvent(camera, 1).error().isBusy);
+            return NewEvent{1, "motion", ""};
+        }));
+        EXPECT_EQ(seen, 100U);
+    }
+    EXPECT_EQ(client.Delete(path, headers)->status, 200);
 }
 
 TEST_F(CameraServerTest, ServesParts) {

@@ -45,7 +45,7 @@ class LifeCyclesTest : public StripTest {
 
 TEST_F(LifeCyclesTest, ManyLeaveNothingBehind) {
     constexpr int cycles = roundsOf(1'000);
-    std::int64_t bytes = 0;
+    [[maybe_unused]] std::int64_t bytes = 0;
     for (int cycle = 1; cycle <= cycles; ++cycle) {
         bind();
         settle();
