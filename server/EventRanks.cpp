@@ -9,7 +9,7 @@ namespace korvane {
 namespace {
 
 // The triggers below repeat the widths. Each is a multiple of the one before.
-constexpr std::array<TimeMs, 3> widths = {900'000, 86'400'000, 5'529'600'000};
+constexpr std::array<TimeMs, 3> widths = {EventRanks::quarter, 86'400'000, 5'529'600'000};
 
 }  // namespace
 

@@ -14,6 +14,9 @@ class Database;
 /// Triggers keep the counts.
 class EventRanks {
   public:
+    /// The width of the smallest buckets, level 0; bucket n begins at n times that.
+    static constexpr TimeMs quarter = 900'000;
+
     /// SQL that makes the table of counts, and the triggers over a table events(camera, time, name).
     static const char* createTable();
     static const char* createTriggers();

@@ -1,6 +1,9 @@
 #include "korvane/server/LocalDays.h"
 
-#include <unicode/timezone.h>
+#include <unicode/basictz.h>
+#include <unicode/tztrans.h>
+
+#include <limits>
 
 #include "korvane/base/UtcTime.h"
 
@@ -18,6 +21,26 @@ std::int64_t dayNumber(TimeMs local) {
 
 struct LocalDays::Zone {
     std::unique_ptr<icu::TimeZone> rules;
+    /// The offset that was asked for last, and from and until when it is the same.
+    TimeMs offset = 0;
+    TimeMs begin = 0;
+    TimeMs end = 0;
+
+    void look(TimeMs time) {
+        const auto moment = static_cast<UDate>(time);
+        std::int32_t raw = 0;
+        std::int32_t saving = 0;
+        UErrorCode code = U_ZERO_ERROR;
+        rules->getOffset(moment, false, raw, saving, code);
+        offset = U_SUCCESS(code) ? raw + saving : 0;
+        begin = time;
+        end = time + 1;
+        const auto* known = dynamic_cast<const icu::BasicTimeZone*>(rules.get());
+        icu::TimeZoneTransition change;
+        if (known == nullptr) return;
+        end = known->getNextTransition(moment, false, change) ? static_cast<TimeMs>(change.getTime())
+                                                              : std::numeric_limits<TimeMs>::max();
+    }
 };
 
 LocalDays::LocalDays(const std::string& zone) : zone_(std::make_unique<Zone>()) {
@@ -32,11 +55,8 @@ bool LocalDays::isKnown(const std::string& zone) {
 }
 
 TimeMs LocalDays::offsetAt(TimeMs time) const {
-    std::int32_t raw = 0;
-    std::int32_t saving = 0;
-    UErrorCode code = U_ZERO_ERROR;
-    zone_->rules->getOffset(static_cast<UDate>(time), false, raw, saving, code);
-    return U_SUCCESS(code) ? raw + saving : 0;
+    if (time < zone_->begin || time >= zone_->end) zone_->look(time);
+    return zone_->offset;
 }
 
 std::string LocalDays::dayOf(TimeMs time) const {

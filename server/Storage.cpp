@@ -7,11 +7,11 @@
 #include <system_error>
 #include <type_traits>
 
+#include "korvane/server/ActivityDays.h"
 #include "korvane/server/ConnectionPool.h"
 #include "korvane/server/DataPlace.h"
 #include "korvane/server/Database.h"
 #include "korvane/server/EventRanks.h"
-#include "korvane/server/LocalDays.h"
 #include "korvane/server/Schema.h"
 #include "korvane/server/SourceEvents.h"
 
@@ -112,21 +112,6 @@ std::optional<std::string> thumbnailBytes(Database& database, const char* sql, s
     query.bind(id).bind(camera);
     if (!query.step()) return std::nullopt;
     return query.text(0);
-}
-
-/// Days from a function that gives the first moment with something to show at or after a time, or nothing.
-template <typename Next>
-std::vector<std::string> walkDays(TimeRange range, const std::string& timezone, Next next) {
-    const LocalDays calendar(timezone);
-    const TimeMs end = openEnd(range.end);
-    std::vector<std::string> days;
-    TimeMs from = openStart(range.start);
-    while (true) {
-        const std::optional<TimeMs> moment = next(from);
-        if (!moment || *moment > end) return days;
-        days.push_back(calendar.dayOf(*moment));
-        from = calendar.nextDay(*moment);
-    }
 }
 
 /// Runs at the end of a scope.
@@ -431,36 +416,14 @@ Result<std::vector<Period>> Storage::timeline(std::int64_t camera, TimeRange ran
 Result<std::vector<std::string>> Storage::recordedDays(std::int64_t camera, TimeRange range,
                                                        const std::string& timezone) {
     return reading(*readers_, [&](Database& database) {
-        const TimeMs longest = longestRecord(database, camera);
-        return walkDays(range, timezone, [&](TimeMs from) -> std::optional<TimeMs> {
-            {
-                Query running = database.query(
-                    "SELECT 1 FROM records WHERE camera = ? AND start >= ? AND start < ? AND end > ? LIMIT 1");
-                running.bind(camera).bind(from - std::min(from, longest)).bind(from).bind(from);
-                if (running.step()) return from;
-            }
-            Query next = database.query("SELECT min(start) FROM records WHERE camera = ? AND start >= ?");
-            next.bind(camera).bind(from).step();
-            if (next.isNull(0)) return std::nullopt;
-            return next.integer(0);
-        });
+        return ActivityDays(database, camera, range, timezone).ofRecords(longestRecord(database, camera));
     });
 }
 
 Result<std::vector<std::string>> Storage::eventDays(std::int64_t camera, TimeRange range, const std::string& type,
                                                     const std::string& timezone) {
-    return reading(*readers_, [&](Database& database) {
-        return walkDays(range, timezone, [&](TimeMs from) -> std::optional<TimeMs> {
-            Query next = database.query(
-                type.empty() ? "SELECT min(time) FROM events WHERE camera = ? AND time >= ?"
-                             : "SELECT min(time) FROM events WHERE camera = ? AND time >= ? AND name = ?");
-            next.bind(camera).bind(from);
-            if (!type.empty()) next.bind(type);
-            next.step();
-            if (next.isNull(0)) return std::nullopt;
-            return next.integer(0);
-        });
-    });
+    return reading(*readers_,
+                   [&](Database& database) { return ActivityDays(database, camera, range, timezone).ofEvents(type); });
 }
 
 Result<bool> Storage::deleteEvent(std::int64_t camera, std::int64_t id) {

@@ -1,4 +1,5 @@
-// How long the service takes for a page of 100 out of 1,000,000 events, wherever it lies.
+// How long the service takes for a page of 100 out of 1,000,000 events, wherever it lies, and for the days that have
+// one.
 
 #include <benchmark/benchmark.h>
 #include <httplib.h>
@@ -20,6 +21,8 @@ using namespace korvane;
 constexpr std::int64_t eventCount = 1'000'000;
 constexpr TimeMs endTime = 1'780'000'000'000;
 constexpr TimeMs spacing = 60'000;
+// For days: as many events over 300,000 of them.
+constexpr TimeMs wideSpacing = 25'920'000;
 
 /// A filled data base with a service over it, made once.
 class World {
@@ -38,6 +41,7 @@ class World {
 
     Storage& storage() { return *storage_; }
     std::int64_t camera() const { return camera_; }
+    std::int64_t wideCamera() const { return wideCamera_; }
     std::uint16_t port() const { return port_; }
     const std::string& bearer() const { return bearer_; }
 
@@ -50,6 +54,8 @@ class World {
         storage_ = std::move(*Storage::open(file));
         camera_ = storage_->cameraForFolder("", "Rows", "UTC")->id;
         if (addSampleEvents(*storage_, camera_, eventCount, endTime, spacing)) std::abort();
+        wideCamera_ = storage_->cameraForFolder("/wide", "Wide", "America/New_York")->id;
+        if (addSampleEvents(*storage_, wideCamera_, eventCount, eventCount * wideSpacing, wideSpacing)) std::abort();
         CameraServerOptions options;
         options.now = [] { return endTime; };
         server_ = std::make_unique<CameraServer>(file, options);
@@ -61,6 +67,7 @@ class World {
     std::unique_ptr<Storage> storage_;
     std::unique_ptr<CameraServer> server_;
     std::int64_t camera_ = 0;
+    std::int64_t wideCamera_ = 0;
     std::uint16_t port_ = 0;
     std::string bearer_;
 };
@@ -93,6 +100,16 @@ void eventsReply(benchmark::State& state) {
     }
 }
 
+void eventDays(benchmark::State& state, const std::string& zone) {
+    World& world = World::get();
+    for (auto _ : state) {
+        const auto days = world.storage().eventDays(world.wideCamera(), {}, "", zone);
+        if (!days || days->size() < 290'000) state.SkipWithError("days are missing");
+    }
+}
+
+BENCHMARK_CAPTURE(eventDays, utc, "UTC")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(eventDays, cameraZone, "America/New_York")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(eventsPage, all, "", false)
     ->Arg(0)
     ->Arg(25)

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "korvane/base/UtcTime.h"
+#include "korvane/server/LocalDays.h"
 #include "korvane/server/SampleMaker.h"
 #include "korvane/tests/server/TempFolder.h"
 
@@ -189,6 +190,43 @@ TEST_F(StorageTest, DaysAreThoseOfTheZoneAndARecordingOverMidnightHasTwo) {
     EXPECT_EQ(*storage->recordedDays(camera, {midnight, midnight + 1}, "UTC"), (Days{"2026-11-20"}));
     EXPECT_EQ(*storage->eventDays(camera, {}, "", "UTC"), (Days{"2026-11-19", "2026-11-22"}));
     EXPECT_EQ(*storage->eventDays(camera, {}, "DOORBELL", "America/New_York"), (Days{"2026-11-21"}));
+}
+
+TEST_F(StorageTest, DaysAreThoseOfEachRecordingAndEventByItself) {
+    std::mt19937_64 random(3);
+    const auto below = [&random](TimeMs end) {
+        return static_cast<TimeMs>(random() % static_cast<std::uint64_t>(end));
+    };
+    // The first is a time when a zone of the table below was 44 minutes and 30 seconds off.
+    const TimeMs begins[] = {*parseUtc("1971-12-01T00:00:00Z"), *parseUtc("2026-02-20T00:00:00Z")};
+    std::vector<Period> records;
+    std::vector<TimeMs> events;
+    for (int i = 0; i < 300; ++i) {
+        const TimeMs spread = i % 2 == 0 ? 60 * 24 * hourLength : 2 * hourLength;
+        const TimeMs start = begins[i % 4 / 2] + below(spread);
+        events.push_back(start);
+        records.push_back({start, start + (i % 50 == 0 ? below(70 * hourLength) : below(hourLength))});
+        store(std::to_string(i), start, records.back().end, {{start, "motion", ""}});
+    }
+    for (const char* zone : {"UTC", "Africa/Monrovia", "America/New_York", "Asia/Kathmandu"}) {
+        const LocalDays calendar(zone);
+        for (int round = 0; round < 60; ++round) {
+            const TimeMs first = round == 0 ? 0 : events[static_cast<std::size_t>(below(300))] + below(3) - 1;
+            const TimeRange range{first, round < 2 ? -1 : first + below(5 * 24 * hourLength)};
+            const TimeMs last = range.end == -1 ? INT64_MAX : range.end;
+            std::set<std::string> ofEvents;
+            std::set<std::string> ofRecords;
+            for (const TimeMs time : events)
+                if (time >= first && time <= last) ofEvents.insert(calendar.dayOf(time));
+            for (const auto& [start, end] : records)
+                for (TimeMs at = std::max(start, first); at <= last && (at == start || at < end);
+                     at = calendar.nextDay(at))
+                    ofRecords.insert(calendar.dayOf(at));
+            const auto list = [](const auto& days) { return std::vector<std::string>(days.begin(), days.end()); };
+            ASSERT_EQ(*storage->eventDays(camera, range, "Motion", zone), list(ofEvents)) << zone << round;
+            ASSERT_EQ(*storage->recordedDays(camera, range, zone), list(ofRecords)) << zone << round;
+        }
+    }
 }
 
 TEST_F(StorageTest, FilledRowsAreCountedAsThoseThatCameOneByOne) {
