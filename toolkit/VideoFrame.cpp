@@ -23,6 +23,10 @@ constexpr int maxPackets = 5'000;  // of a stream that holds no key frame
 constexpr const char* probeBytes = "2000000";
 constexpr const char* probeMicroseconds = "500000";
 constexpr int rowAlignment = 32;
+// Kinds that hold a film themselves. Playlists and the like only name others.
+constexpr const char* kinds =
+    "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,mpegts,mpeg,avi,flv,asf,ogg,h264,hevc,m4v,mpegvideo,mjpeg,mxf,gxf,nut,dv,"
+    "ivf,av1,obu,rm,wtv,dhav,nsv";
 
 template <auto Free>
 struct Freed {
@@ -47,9 +51,13 @@ int interrupted(void* isOver) {
     return (*static_cast<const std::function<bool()>*>(isOver))() ? 1 : 0;
 }
 
-// A remote file must not make the library open local ones, as a playlist could.
+// A remote file must not make the library open local ones, nor the other way round.
 const char* protocolsFor(const std::string& url) {
-    return url.starts_with("http") ? "http,https,tcp,tls,httpproxy" : "file";
+    return url.starts_with("http") ? "http,https,tcp,tls" : "file";
+}
+
+int openNothing(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+    return AVERROR(EPERM);
 }
 
 int open(const std::string& url, const std::function<bool()>& isOver, Format& format) {
@@ -58,12 +66,17 @@ int open(const std::string& url, const std::function<bool()>& isOver, Format& fo
     raw->interrupt_callback = {interrupted, const_cast<std::function<bool()>*>(&isOver)};
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", protocolsFor(url), 0);
+    av_dict_set(&options, "format_whitelist", kinds, 0);
+    // The address may hold a token, which neither an unknown service nor the environment's proxy is to get.
+    av_dict_set(&options, "tls_verify", "1", 0);
+    av_dict_set(&options, "http_proxy", "none", 0);
     av_dict_set(&options, "probesize", probeBytes, 0);
     av_dict_set(&options, "analyzeduration", probeMicroseconds, 0);
     const int opened = avformat_open_input(&raw, url.c_str(), nullptr, &options);  // frees raw when it fails
     av_dict_free(&options);
     if (opened < 0) return opened;
     format.reset(raw);
+    raw->io_open = openNothing;  // what a film refers to
     return avformat_find_stream_info(raw, nullptr);
 }
 

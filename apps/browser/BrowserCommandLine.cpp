@@ -82,14 +82,15 @@ std::string browserUsage() {
            "\n"
            "  FOLDER          a folder of video files: imports them and serves them to itself.\n"
            "                  Without one the window asks for it\n"
-           "  --token TOKEN   a camera of a service that runs elsewhere\n"
+           "  --token TOKEN   a camera of a service that runs elsewhere; - reads the token from\n"
+           "                  standard input. Without FOLDER and token, KORVANE_TOKEN is one\n"
            "  --capture DIR   without a display: runs a tour and writes its pictures to DIR\n"
            "  --delete        the tour also deletes an event, for good\n"
            "  --size WxH      of the window\n"
            "  --help          this text\n";
 }
 
-BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words) {
+BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words, const std::string& usualToken) {
     BrowserCommandLine line;
     bool onlyFolders = false;
     for (std::size_t index = 0; index < words.size() && line.error.empty(); ++index) {
@@ -102,6 +103,7 @@ BrowserCommandLine readBrowserCommandLine(const std::vector<std::string>& words)
             line.error = takeFolder(word, line.arguments);
     }
     if (!line.error.empty() || line.arguments.help) return line;
+    if (!line.arguments.folder && line.arguments.token.empty()) line.arguments.token = usualToken;
     if (line.arguments.folder && !line.arguments.token.empty()) line.error = "Give a folder or a token, not both.";
     if (line.arguments.capture && !line.arguments.folder && line.arguments.token.empty())
         line.error = "Give a folder of video files, or a token.";

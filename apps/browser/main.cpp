@@ -8,6 +8,7 @@ extern "C" {
 #include <QQuickWindow>
 #include <QTemporaryDir>
 #include <cstdio>
+#include <iostream>
 #include <optional>
 #include <string>
 #include <utility>
@@ -72,7 +73,8 @@ int run(const korvane::BrowserArguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+    auto line = korvane::readBrowserCommandLine(std::vector<std::string>(argv + 1, argv + argc),
+                                                qEnvironmentVariable("KORVANE_TOKEN").trimmed().toStdString());
     if (!line.error.empty()) {
         std::fprintf(stderr, "korvane-browser: %s\n\n%s", korvane::printable(line.error).c_str(),
                      korvane::browserUsage().c_str());
@@ -82,6 +84,8 @@ int main(int argc, char** argv) {
         std::printf("%s", korvane::browserUsage().c_str());
         return 0;
     }
+    // Arguments can be seen by other users of the machine.
+    if (line.arguments.token == "-") std::getline(std::cin, line.arguments.token);
     // Whoever has started it from a menu sees no standard error, and the window tells the same.
     const bool isToldHere = line.arguments.folder && line.arguments.capture;
     const std::string fault = isToldHere ? korvane::folderFault(*line.arguments.folder) : std::string();

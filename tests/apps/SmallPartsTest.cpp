@@ -148,6 +148,9 @@ TEST(BrowserCommandLine, TakesAFolderOrAToken) {
     }
     EXPECT_TRUE(readBrowserCommandLine({"--help"}).arguments.help);
     EXPECT_EQ(readBrowserCommandLine({}).error, "") << "the window asks";
+    EXPECT_EQ(readBrowserCommandLine({"--capture", "out"}, "abc").arguments.token, "abc");
+    EXPECT_EQ(readBrowserCommandLine({"films"}, "abc").arguments.token, "");
+    EXPECT_EQ(readBrowserCommandLine({"--token", "-"}, "abc").arguments.token, "-");
     const auto tour = readBrowserCommandLine({"films", "--delete", "--size", "390x844"}).arguments;
     EXPECT_TRUE(tour.mayDelete);
     EXPECT_EQ(tour.size, std::pair(390, 844));

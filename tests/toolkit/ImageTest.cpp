@@ -4,6 +4,10 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QPainter>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -94,10 +98,30 @@ class Service : public QObject {
   public:
     Service() {
         server.listen(QHostAddress::LocalHost);
-        connect(&server, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket* socket = server.nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { answer(*socket); });
-        });
+        for (QTcpServer* each : {&server, static_cast<QTcpServer*>(&secured)})
+            connect(each, &QTcpServer::pendingConnectionAvailable, this, [this, each] {
+                QTcpSocket* socket = each->nextPendingConnection();
+                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { answer(*socket); });
+            });
+    }
+
+    /// With a certificate that nobody has signed but itself.
+    QUrl securedUrl(const QString& path) {
+        const QTemporaryDir folder;
+        const QString key = folder.filePath("key.pem");
+        const QString certificate = folder.filePath("certificate.pem");
+        const QString command =
+            "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=127.0.0.1 -addext "
+            "subjectAltName=IP:127.0.0.1 -keyout %1 -out %2 2>/dev/null";
+        EXPECT_EQ(std::system(command.arg(key, certificate).toLatin1().constData()), 0);
+        QFile keyFile(key);
+        EXPECT_TRUE(keyFile.open(QIODevice::ReadOnly));
+        QSslConfiguration configuration;
+        configuration.setPrivateKey(QSslKey(&keyFile, QSsl::Rsa));
+        configuration.setLocalCertificate(QSslCertificate::fromPath(certificate).value(0));
+        secured.setSslConfiguration(configuration);
+        EXPECT_TRUE(secured.listen(QHostAddress::LocalHost));
+        return QUrl(QStringLiteral("https://127.0.0.1:%1%2").arg(secured.serverPort()).arg(path));
     }
 
     QUrl url(const QString& path) const {
@@ -126,6 +150,7 @@ class Service : public QObject {
     }
 
     QTcpServer server;
+    QSslServer secured;
 };
 
 class LoadingTest : public testing::Test {
@@ -300,6 +325,18 @@ TEST_F(FrameGrabberTest, BadVideosGiveACode) {
     }
     EXPECT_EQ(grab(grabber, service.url("/held")).first, FrameGrabber::timedOut);
     EXPECT_EQ(grab(grabber, QUrl("concat:a|b")).first, FrameGrabber::noSuchScheme);
+}
+
+TEST_F(FrameGrabberTest, TellsItsAddressToNoServiceThatIsNotTrustedAndToNoProxy) {
+    FrameGrabber grabber(scheduler, {.timeout = 2s});
+    service.bodies["/clip.mp4"] = contentOf(makeClip("clip.mp4", "-movflags +faststart -pix_fmt yuv420p"));
+    qputenv("http_proxy", service.url("").toEncoded());
+    for (const QUrl& url : {service.securedUrl("/clip.mp4"), QUrl("http://camera.invalid/clip.mp4")}) {
+        EXPECT_NE(grab(grabber, url).first, FrameGrabber::success);
+        EXPECT_TRUE(service.asked.empty()) << url.toString().toStdString();
+    }
+    EXPECT_EQ(grab(grabber, service.url("/clip.mp4")).first, FrameGrabber::success);
+    qunsetenv("http_proxy");
 }
 
 TEST_F(FrameGrabberTest, CancelledGrabsStaySilentAndAreBrokenOffAtTheEnd) {
