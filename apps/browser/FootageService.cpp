@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <QCryptographicHash>
+#include <QStandardPaths>
 #include <algorithm>
 #include <atomic>
 #include <optional>
@@ -9,6 +11,7 @@
 #include <tuple>
 
 #include "korvane/apps/browser/BrowserCommandLine.h"
+#include "korvane/server/AccessToken.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/FolderFiles.h"
 #include "korvane/server/FolderRoot.h"
@@ -34,6 +37,16 @@ std::optional<FileIdentity> identityOf(const std::filesystem::path& file) {
     return FileIdentity{info.st_dev, info.st_ino};
 }
 
+/// Among the person's own data, for a folder that cannot be written to, or keeps nothing from others: a card, say.
+std::filesystem::path personalDatabase(const std::filesystem::path& folder) {
+    std::error_code code;
+    const std::string whole = std::filesystem::weakly_canonical(folder, code).string();
+    const QByteArray name = QCryptographicHash::hash(QByteArray::fromStdString(whole), QCryptographicHash::Sha256);
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return std::filesystem::path(data.toStdString()) / "korvane-browser" / name.toHex().left(32).toStdString() /
+           "camera.db";
+}
+
 FootageService::Progress progressOf(const ImportProgress& import) {
     const auto total = static_cast<double>(import.filesTotal);
     const double done = static_cast<double>(import.filesDone) + import.fraction;
@@ -56,8 +69,7 @@ class FootageService::Work {
         std::function<void(bool)> stopped;
     };
 
-    Work(std::filesystem::path folder, Tell tell)
-        : folder_(std::move(folder)), database_(defaultDatabase(folder_)), tell_(std::move(tell)) {}
+    Work(std::filesystem::path folder, Tell tell) : folder_(std::move(folder)), tell_(std::move(tell)) {}
 
     void cancel() { isCancelled_ = true; }
 
@@ -99,17 +111,34 @@ class FootageService::Work {
     }
 
     Failure open() {
-        std::error_code code;
-        if (!std::filesystem::exists(database_, code)) {
+        const auto places = {defaultDatabase(folder_), personalDatabase(folder_)};
+        const auto isThere = [](const std::filesystem::path& file) {
+            std::error_code code;
+            return std::filesystem::exists(file, code);
+        };
+        if (std::none_of(places.begin(), places.end(), isThere)) {
             const auto root = FolderRoot::open(folder_);
             if (!root) return root.error();
             const auto files = listFolder(*root);
             if (!files) return files.error();
             if (files->videos.empty()) return Error{"There are no video files in " + folder_.string() + "."};
         }
-        auto opened = Storage::open(database_);
+        Failure first;
+        for (const auto& file : places) {
+            Failure failure = openAt(file);
+            if (!failure) return {};
+            if (!first) first = std::move(failure);
+        }
+        return first;
+    }
+
+    Failure openAt(const std::filesystem::path& file) {
+        // Before a data base is made where its key cannot be kept.
+        if (const auto key = AccessToken::forDatabase(file); !key) return key.error();
+        auto opened = Storage::open(file);
         if (!opened) return opened.error();
         storage_ = std::move(*opened);
+        database_ = file;
         opened_ = identityOf(database_);
         return {};
     }
@@ -158,7 +187,7 @@ class FootageService::Work {
     }
 
     const std::filesystem::path folder_;
-    const std::filesystem::path database_;
+    std::filesystem::path database_;  // the one that is open
     const Tell tell_;
     std::atomic<bool> isCancelled_ = false;
     std::unique_ptr<Storage> storage_;

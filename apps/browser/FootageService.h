@@ -18,8 +18,8 @@ namespace korvane {
 
 /// The camera service inside the application: takes in a folder of recordings, serves it on a free port of this
 /// machine, and looks at the folder again and again for what has come or gone. A folder that is known from an earlier
-/// start is served before it is looked at. Nothing is written into a folder that holds no film. Main thread only; the
-/// handlers run there too.
+/// start is served before it is looked at. Nothing is written into a folder that holds no film, and what is found
+/// goes to the person's own data where the folder cannot keep it. Main thread only; the handlers run there too.
 class FootageService {
   public:
     struct Progress {

@@ -116,6 +116,22 @@ TEST_F(FootageServiceTest, AFolderThatGoesComesBackWithoutLoss) {
     ASSERT_TRUE(until([&] { return told.starts == 2 && told.look->fault.empty(); })) << "another folder";
 }
 
+TEST_F(FootageServiceTest, AFolderThatKeepsNoSecretIsServedFromElsewhere) {
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString((place / "data").string()));
+    film(folder / "20261118_070000.mp4");
+    place.write("footage/.korvane/camera.db.key", std::string(32, 'k'));  // as a card shows it, for all to read
+    serve();
+    ASSERT_TRUE(until([&] { return told.look.has_value(); }));
+    EXPECT_EQ(told.imported, 1U);
+    EXPECT_FALSE(fs::exists(folder / ".korvane/camera.db"));
+    service.reset();
+    told = {};
+    serve();
+    ASSERT_TRUE(until([&] { return told.look.has_value(); }));
+    EXPECT_EQ(told.look->unchanged, 1U) << "and found again there";
+    qunsetenv("XDG_DATA_HOME");
+}
+
 TEST_F(FootageServiceTest, TwoOnOneFolderTakeEachFileInOnce) {
     constexpr std::size_t count = 4;
     for (std::size_t i = 0; i < count; ++i) film(folder / ("20261118_07000" + std::to_string(i) + ".mp4"));
