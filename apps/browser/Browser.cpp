@@ -37,7 +37,7 @@ Browser::Browser(Scheduler& scheduler, KorvaneService& service, QObject* parent)
       strip_(scheduler, player_, *service.helpers()),
       timeline_(scheduler, player_, *service.helpers()),
       ruler_(scheduler, player_),
-      navigation_(strip_, player_, *service.helpers()) {
+      navigation_(scheduler, strip_, player_, *service.helpers()) {
     connectParts();
 }
 
@@ -55,6 +55,13 @@ void Browser::connectParts() {
     connect(&watch_, &ServiceWatch::changed, this, &Browser::messageChanged);
     connect(&navigation_, &Navigation::deleted, this, &Browser::stateChanged);
     connect(&navigation_, &Navigation::changed, this, &Browser::timeChanged);
+    connect(&navigation_, &Navigation::deletionDelayed, this, [this] {
+        isRefused_ = true;
+        setNote(tr("The service is busy. Deleting…"), Mood::Busy);
+    });
+    connect(&navigation_, &Navigation::deleted, this, [this] {
+        if (noteMood_ == Mood::Busy) setNote({}, Mood::Calm);
+    });
     connect(&navigation_, &Navigation::deletionFailed, this, [this](int status) {
         isRefused_ = true;
         logFault("deletion", status);

@@ -1,5 +1,6 @@
 #include "korvane/apps/browser/Navigation.h"
 
+#include <chrono>
 #include <utility>
 
 #include "korvane/apps/browser/StatusText.h"
@@ -9,10 +10,14 @@ namespace korvane {
 
 namespace {
 constexpr TimeMs hour = 3'600'000;
-}
+constexpr std::int32_t busy = 503;  // another program writes, or too many ask
+constexpr int mostTries = 5;
+constexpr std::chrono::milliseconds patience{1'000};
+}  // namespace
 
-Navigation::Navigation(ScrubberHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers, QObject* parent)
-    : QObject(parent), player_(player), helpers_(helpers) {
+Navigation::Navigation(Scheduler& scheduler, ScrubberHost& strip, const KorvanePlayer& player,
+                       const KorvaneHelpers& helpers, QObject* parent)
+    : QObject(parent), scheduler_(scheduler), player_(player), helpers_(helpers) {
     show(strip);
 }
 
@@ -37,13 +42,19 @@ void Navigation::onState(int state, int status) {
     // The strip tells of a refused deletion by its state alone.
     const bool isRefused = isDeleting_ && state == ScrubberStateReady && status != 0;
     if (isRefused) isDeleting_ = false;
+    const bool isDelayed = isRefused && status == busy && ++tries_ < mostTries;
+    if (isDelayed) scheduler_.after(patience, life_.guard([this] { askService(); }));
     emit changed();
-    if (isRefused) emit deletionFailed(status);
+    if (isDelayed)
+        emit deletionDelayed();
+    else if (isRefused)
+        emit deletionFailed(status);
 }
 
 void Navigation::forget() {
     selected_ = nullptr;
     doomed_ = nullptr;
+    dying_ = nullptr;
     loading_ = nullptr;
     isDeleting_ = false;
     emit changed();
@@ -128,11 +139,16 @@ void Navigation::keep() {
 }
 
 void Navigation::deleteDoomed() {
-    const auto event = std::exchange(doomed_, nullptr);
-    if (!event || !strip_->widget()) return;
+    dying_ = std::exchange(doomed_, nullptr);
+    tries_ = 0;
+    askService();
+}
+
+void Navigation::askService() {
+    if (!dying_ || !strip_->widget()) return;
     // The answer comes on a later turn.
     const std::int32_t status =
-        strip_->widget()->deleteEvent(event, life_.guard([this](std::int32_t, const std::string&) {
+        strip_->widget()->deleteEvent(dying_, life_.guard([this](std::int32_t, const std::string&) {
             isDeleting_ = false;
             emit changed();
             emit deleted();

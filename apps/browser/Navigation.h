@@ -30,7 +30,7 @@ class Navigation : public QObject {
 
   public:
     /// All outlive the navigation.
-    Navigation(ScrubberHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers,
+    Navigation(Scheduler& scheduler, ScrubberHost& strip, const KorvanePlayer& player, const KorvaneHelpers& helpers,
                QObject* parent = nullptr);
 
     /// Moves that strip from now on. It outlives the navigation, too.
@@ -58,7 +58,7 @@ class Navigation : public QObject {
     /// Name and moment of the event that the question is about; empty while there is none.
     QString doomed() const;
     Q_INVOKABLE void keep();
-    /// Deletes it, at the service too.
+    /// Deletes it, at the service too. One that is busy is asked again a few times.
     Q_INVOKABLE void deleteDoomed();
 
     /// What is selected; null for the live end, for nothing, and for an entry that is still loading.
@@ -70,23 +70,29 @@ class Navigation : public QObject {
   signals:
     void changed();
     void deleted();
+    /// The service is busy, and is asked again.
+    void deletionDelayed();
     /// The service has not deleted it; a Status.
     void deletionFailed(int status);
 
   private:
     void onSelected(const ScrubberHost::Event& event);
     void onState(int state, int status);
+    void askService();
     bool isFree() const { return !strip_->isHeld(); }
     /// Where the strip is, loaded or not; null at the live end.
     const ScrubberHost::Event& current() const { return loading_ ? loading_ : selected_; }
     std::int64_t lastIndex() const { return strip_->count(); }
 
+    Scheduler& scheduler_;
     ScrubberHost* strip_ = nullptr;
     const KorvanePlayer& player_;
     const KorvaneHelpers& helpers_;
     ScrubberHost::Event selected_;
     ScrubberHost::Event loading_;  // selected before its page has come
     ScrubberHost::Event doomed_;
+    ScrubberHost::Event dying_;  // the service is to delete it
+    int tries_ = 0;
     ClockStyle clockStyle_;
     bool isDeleting_ = false;  // the service has been asked
     LifeToken life_;

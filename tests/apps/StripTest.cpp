@@ -9,6 +9,7 @@
 #include "korvane/apps/browser/tour/EventPump.h"
 #include "korvane/apps/browser/tour/TourEye.h"
 #include "korvane/server/CameraServer.h"
+#include "korvane/server/Database.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/apps/ApplicationFixture.h"
@@ -167,14 +168,29 @@ TEST_F(StripTest, DeletesOnlyWhatWasConfirmedAndSaysWhatWasRefused) {
     ASSERT_TRUE(comesTo(1));
     ASSERT_TRUE(until([&] { return navigation().selected() == next && browser().count() == "8 events"; }));
 
+    {
+        Database writer(defaultDatabase(folder.path()));
+        const DatabaseTransaction held(writer);
+        press(Qt::Key_Delete);
+        press(Qt::Key_Tab);
+        press(Qt::Key_Return);
+        ASSERT_TRUE(until([this] { return browser().message().contains("busy"); }));
+        EXPECT_EQ(browser().count(), "8 events");
+        EXPECT_FALSE(browser().service()->isLost());
+    }
+    ASSERT_TRUE(until([this] { return browser().count() == "7 events"; })) << "asked again";
+    ASSERT_TRUE(until([this] { return !browser().message().contains("busy"); }));
+    ASSERT_TRUE(comesTo(1));
+    const auto third = navigation().selected();
+
     std::atomic<bool> isGoneAtService = false;
-    camera->deleteEvent(next->identificator().value(), [&](const auto&, std::int32_t) { isGoneAtService = true; });
+    camera->deleteEvent(third->identificator().value(), [&](const auto&, std::int32_t) { isGoneAtService = true; });
     ASSERT_TRUE(until([&] { return isGoneAtService.load(); }));
     ASSERT_NO_FATAL_FAILURE(click("tip", "Delete this event"));
     ASSERT_NO_FATAL_FAILURE(click("text", "Delete"));
     ASSERT_TRUE(until([this] { return browser().mood() == Browser::Mood::Warning; }));
     EXPECT_EQ(browser().message(), "Not deleted: " + deletionFault(404));
-    EXPECT_EQ(browser().count(), "8 events");
+    EXPECT_EQ(browser().count(), "7 events");
     press(Qt::Key_Right);
     EXPECT_TRUE(comesTo(2)) << "all goes on as before";
 }
