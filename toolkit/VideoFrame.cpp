@@ -23,10 +23,10 @@ constexpr int maxPackets = 5'000;  // of a stream that holds no key frame
 constexpr const char* probeBytes = "2000000";
 constexpr const char* probeMicroseconds = "500000";
 constexpr int rowAlignment = 32;
-// Kinds that hold a film themselves. Playlists and the like only name others.
+// Kinds that hold a film, or a still picture in its place, themselves. Playlists and the like only name others.
 constexpr const char* kinds =
     "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,mpegts,mpeg,avi,flv,asf,ogg,h264,hevc,m4v,mpegvideo,mjpeg,mxf,gxf,nut,dv,"
-    "ivf,av1,obu,rm,wtv,dhav,nsv";
+    "ivf,av1,obu,rm,wtv,dhav,nsv,jpeg_pipe,png_pipe,webp_pipe";
 
 template <auto Free>
 struct Freed {
