@@ -6,10 +6,13 @@
 #include <atomic>
 #include <utility>
 
+#include "korvane/toolkit/PictureDecoder.h"
+
 namespace korvane {
 namespace {
 
 constexpr std::int64_t defaultMaxCost = 100 * 1024 * 1024;
+constexpr std::int64_t mostFileBytes = 64 * 1024 * 1024;
 
 bool covers(QSize size, QSize other) {
     return size.expandedTo(other) == size;
@@ -111,7 +114,9 @@ bool ImageCache::storeImageToDisk(const QImage& image, const QString& forKey) {
 QImage ImageCache::imageFromDiskCacheForKey(const QString& key) const {
     if (!disk_->mayHoldFiles) return {};
     const std::lock_guard lock(disk_->mutex);
-    return QImage(pathFor(key), "PNG");
+    QFile file(pathFor(key));
+    if (!file.open(QIODevice::ReadOnly) || file.size() > mostFileBytes) return {};
+    return PictureDecoder().decode(file.readAll(), {}).image;
 }
 
 void ImageCache::clearDiskOnCompletion(std::function<void()> completion) {

@@ -44,7 +44,7 @@ class ImageCache {
 
     /// Blocks on the disk. False when it could not be written, or there is no disk level.
     bool storeImageToDisk(const QImage& image, const QString& forKey);
-    /// Blocks on the disk. A null image when there is none.
+    /// Blocks on the disk. A null image when there is none, or it costs more to decode than ImageLoader allows.
     QImage imageFromDiskCacheForKey(const QString& key) const;
 
     /// Empties the disk level on a worker thread, then runs `completion` (may be empty) on the main thread. Costs

@@ -1,10 +1,8 @@
 #include "korvane/toolkit/ImageLoader.h"
 
-#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
-#include <QImageReader>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -13,14 +11,17 @@
 #include <utility>
 
 #include "korvane/base/LifeToken.h"
+#include "korvane/base/Log.h"
 #include "korvane/toolkit/LoadQueue.h"
 #include "korvane/toolkit/Mailbox.h"
+#include "korvane/toolkit/PictureDecoder.h"
 
 namespace korvane {
 namespace {
 
 using Queue = LoadQueue<QImage, QString>;
 
+constexpr int mostRedirects = 5;
 constexpr int mostConnections = 6;  // that QNetworkAccessManager opens to a host
 using Report = std::function<void(Queue::Id id, const QImage& image, const QString& error)>;
 
@@ -72,6 +73,8 @@ class Worker final : public Mailbox {
     void download(Queue::Id id, const Queue::Request& request) {
         QNetworkRequest wanted(request.url);
         wanted.setAttribute(QNetworkRequest::HttpPipeliningAllowedAttribute, true);
+        wanted.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+        wanted.setMaximumRedirectsAllowed(mostRedirects);
         wanted.setTransferTimeout(static_cast<int>(limits_.idleTimeout.count()));
         QNetworkReply* reply = network().get(wanted);
         connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
@@ -108,23 +111,14 @@ class Worker final : public Mailbox {
         report_(id, {}, why);
     }
 
-    void decode(Queue::Id id, const Queue::Request& request, QByteArray bytes) {
-        QBuffer buffer(&bytes);
-        QImageReader reader(&buffer);
-        reader.setDecideFormatFromContent(true);
-        reader.setAutoTransform(true);
-        const bool isTurned = reader.transformation() & QImageIOHandler::TransformationRotate90;
-        const QSize bound = isTurned ? request.bound.transposed() : request.bound;
-        const QSize size = reader.size();
-        if (!bound.isEmpty() && !size.isEmpty()) {
-            const QSize scaled = size.scaled(bound, Qt::KeepAspectRatioByExpanding);
-            if (scaled.width() < size.width()) reader.setScaledSize(scaled);
-        }
-        const QImage image = reader.read();
-        report_(id, image, image.isNull() ? QStringLiteral("no picture that can be read") : QString());
+    void decode(Queue::Id id, const Queue::Request& request, const QByteArray& bytes) {
+        const PictureDecoder::Picture picture = decoder_.decode(bytes, request.bound);
+        if (!picture.fault.isEmpty()) logError("ImageLoader", "load: " + picture.fault.toStdString());
+        report_(id, picture.image, picture.fault);
     }
 
     const ImageLoader::Limits limits_;
+    const PictureDecoder decoder_;
     const Report report_;
     std::unique_ptr<QNetworkAccessManager> network_;
 };

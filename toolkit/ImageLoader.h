@@ -14,7 +14,13 @@
 namespace korvane {
 
 /// Loads and decodes pictures of http, https, file and qrc URLs off the main thread, the newest request first. Requests
-/// of one URL that are on their way share a load, and connections stay open for the next. Main thread only.
+/// of one URL that are on their way share a load, and connections stay open for the next. A redirection is followed to
+/// http and https only, and never from https to http. Main thread only.
+///
+/// JPEG, PNG and, where Qt has its plug-in, WebP are shown, whatever they are called; other kinds, and pictures that
+/// are not whole, fail. So do those that cost too much: more than 64 million points or 64 MiB to decode, which PNG and
+/// WebP need at 8 million points and progressive JPEG at about 20 million, or 100 ms of the processor for each million
+/// points that are shown.
 class ImageLoader {
   public:
     /// Names a request; 0 is never given out.

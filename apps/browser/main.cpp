@@ -5,6 +5,7 @@ extern "C" {
 #include <QCoreApplication>
 #include <QFont>
 #include <QGuiApplication>
+#include <QImageReader>
 #include <QQuickWindow>
 #include <QTemporaryDir>
 #include <cstdio>
@@ -111,6 +112,8 @@ int main(int argc, char** argv) {
     // The arguments were read above; Qt gets none of them, so that it takes none for an option of its own.
     int count = 1;
     QGuiApplication application(count, argv);
+    // In MiB. No picture of ours comes near it.
+    QImageReader::setAllocationLimit(64);
     QCoreApplication::setApplicationName(QStringLiteral("korvane-browser"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvane"));
     QGuiApplication::setDesktopFileName(QStringLiteral("korvane-browser"));

@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "korvane/base/Log.h"
 #include "korvane/tests/support/qt/EventTurns.h"
 #include "korvane/tests/support/qt/VirtualUi.h"
 #include "korvane/toolkit/FrameGrabber.h"
@@ -129,6 +130,7 @@ class Service : public QObject {
     }
 
     std::map<QString, QByteArray> bodies;
+    std::map<QString, QByteArray> redirections;
     std::vector<QString> asked;
     std::vector<QTcpSocket*> held;
 
@@ -141,6 +143,11 @@ class Service : public QObject {
     }
 
     void send(QTcpSocket& socket, const QString& path) {
+        if (const auto moved = redirections.find(path); moved != redirections.end()) {
+            socket.write("HTTP/1.1 302 Found\r\nConnection: close\r\nContent-Length: 0\r\nLocation: " + moved->second +
+                         "\r\n\r\n");
+            return socket.disconnectFromHost();
+        }
         const auto found = bodies.find(path);
         const QByteArray body = found == bodies.end() ? QByteArray("no") : found->second;
         const qsizetype announced = path == "/cut" ? body.size() * 2 : body.size();
@@ -213,6 +220,54 @@ TEST_F(LoadingTest, BadRepliesGiveAReasonWithoutTheUrl) {
         EXPECT_FALSE(error.isEmpty());
         EXPECT_FALSE(error.contains("127.0.0.1"));
     }
+}
+
+TEST_F(LoadingTest, OtherKindsOfPicturesAreRefusedWhateverTheyAreCalled) {
+    std::string lines;
+    const LogSink before = setLogSink([&](std::string_view line) { lines += std::string(line) + '\n'; });
+    ImageLoader loader(scheduler);
+    service.bodies["/a.jpg?token=secret"] =
+        "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'><image href='file:///etc/hostname'/></svg>";
+    EXPECT_TRUE(load(loader, service.url("/a.jpg").resolved(QUrl("?token=secret"))).first.isNull());
+    EXPECT_EQ(lines, "ImageLoader: load: no whole picture of a known kind\n");
+    for (const QByteArray& bytes :
+         {encoded(picture(4, 4), "BMP"), encoded(picture(4, 4), "PPM"), encoded(picture(4, 4), "XPM"),
+          QByteArray::fromHex("47494638396101000100800000ffffff0000002c00000000010001000002024401003b")}) {
+        ASSERT_FALSE(QImage::fromData(bytes).isNull()) << "a picture that Qt would show";
+        EXPECT_TRUE(load(loader, write("picture.jpg", bytes)).first.isNull());
+    }
+    EXPECT_EQ(load(loader, write("jpeg.png", encoded(picture(4, 4), "JPG"))).first.width(), 4);
+    setLogSink(before);
+}
+
+TEST_F(LoadingTest, RedirectionsLeadToTheWebAloneAndToNothingLessSafe) {
+    ImageLoader loader(scheduler);
+    const QByteArray bytes = encoded(picture(4, 4), "PNG");
+    const QUrl secured = service.securedUrl("/down");
+    const QSslConfiguration trusted = QSslConfiguration::defaultConfiguration();
+    QSslConfiguration trusting = trusted;
+    trusting.addCaCertificate(service.secured.sslConfiguration().localCertificate());
+    QSslConfiguration::setDefaultConfiguration(trusting);
+    service.bodies["/picture"] = bytes;
+    service.redirections = {{"/down", service.url("/picture").toEncoded()},
+                            {"/up", secured.resolved(QUrl("/picture")).toEncoded()},
+                            {"/along", "/picture"},
+                            {"/loop", "/loop"},
+                            {"/file", write("here.png", bytes).toEncoded()},
+                            {"/data", "data:image/png;base64," + bytes.toBase64()},
+                            {"/qrc", "qrc:/picture"},
+                            {"/ftp", "ftp://127.0.0.1/picture"}};
+    for (const char* path : {"/along", "/up"}) EXPECT_FALSE(load(loader, service.url(path)).first.isNull()) << path;
+    EXPECT_FALSE(load(loader, secured.resolved(QUrl("/along"))).first.isNull());
+    service.asked.clear();
+    EXPECT_TRUE(load(loader, secured).first.isNull());
+    EXPECT_EQ(service.asked, (std::vector<QString>{"/down"})) << "it would be readable on its way";
+    QSslConfiguration::setDefaultConfiguration(trusted);
+    for (const char* path : {"/file", "/data", "/qrc", "/ftp"})
+        EXPECT_TRUE(load(loader, service.url(path)).first.isNull()) << path;
+    service.asked.clear();
+    EXPECT_TRUE(load(loader, service.url("/loop")).first.isNull());
+    EXPECT_LE(service.asked.size(), 7U);
 }
 
 TEST_F(LoadingTest, NewestGoesFirstAndEqualOnesShare) {
