@@ -9,7 +9,7 @@
 namespace korvane {
 
 /// A camera over HTTP. Replies are passed on as the service gave them, whatever JSON they are: their readers check what
-/// they need. The service takes at most 1000 for a limit.
+/// they need. Only addresses that are neither http nor https are left out. The service takes at most 1000 for a limit.
 class HttpCamera final : public KorvaneCamera {
   public:
     HttpCamera(std::shared_ptr<HttpSession> session, std::int64_t id, std::string zone);

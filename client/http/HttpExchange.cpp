@@ -1,9 +1,12 @@
 #include "korvane/client/http/HttpExchange.h"
 
+#include <string>
 #include <utility>
 
+#include "korvane/base/Log.h"
 #include "korvane/client/JsonReader.h"
 #include "korvane/client/Status.h"
+#include "korvane/client/http/ReplyAddresses.h"
 
 namespace korvane {
 namespace {
@@ -27,6 +30,10 @@ HttpResult readCompleteResponse(const HttpResponse& response) {
     }
     auto reply = readJson(response.body);
     if (!reply) return {"The reply is no whole JSON text, or has too many parts.", StatusMalformedReply};
+    if (const std::size_t dropped = dropForeignAddresses(*reply); dropped > 0) {
+        logError("HttpExchange",
+                 "a reply names addresses that are neither http nor https, left out: " + std::to_string(dropped));
+    }
     return {std::move(*reply), StatusSuccess};
 }
 

@@ -41,8 +41,8 @@ struct HttpResult {
     std::int32_t status = 0;
 };
 
-/// Reads a response: any JSON with success is passed on as it is. An error's text is the service's own where it gives
-/// one.
+/// Reads a response: any JSON with success is passed on as it is, without addresses that are neither http nor https, of
+/// which a line is logged. An error's text is the service's own where it gives one.
 HttpResult readResponse(const HttpResponse& response);
 
 }  // namespace korvane

@@ -124,6 +124,58 @@ TEST_F(HttpClientTest, RepliesOfAllKinds) {
     }
 }
 
+TEST_F(HttpClientTest, AServiceNamesAddressesOfTheWebAlone) {
+    const std::vector<std::string> good = {"http://h/a.jpg", "HTTPS://h:8080?t=seCret", "http://u:p@[::1]/a b.mp4#t=1"};
+    const std::vector<std::string> bad = {"",
+                                          "file:///etc/passwd?seCret",
+                                          "FILE:///a",
+                                          "/etc/passwd",
+                                          "a.jpg",
+                                          "//h/a.jpg",
+                                          "data:image/png;base64,AA",
+                                          "qrc:/a.png",
+                                          ":/a.png",
+                                          "concat:http://h/a|/etc/passwd",
+                                          "tcp://h:1",
+                                          "ftp://h/a",
+                                          "rtsp://h",
+                                          "subfile,,start,0,end,9,,:/a",
+                                          "http:/a",
+                                          "http:a",
+                                          "http:///etc/passwd",
+                                          "http://",
+                                          " file:///a",
+                                          "\tfile:///a",
+                                          "http://h\n/a",
+                                          "http://h\\@g/",
+                                          "http://h g/",
+                                          std::string("http://h\0/", 10),
+                                          "httpss://h/a",
+                                          "xhttp://h/a"};
+    Reply sent{{"urls", "file:///a"}, {"objects", Reply::array()}};
+    Reply expected = sent;
+    const auto add = [&](const Reply& address, const Reply& left) {
+        for (const auto& [text, to] : {std::pair(&address, &sent), std::pair(&left, &expected)}) {
+            (*to)["objects"].push_back({{"id", 1}, {"URL", *text}, {"thumb_url", *text}, {"thumb", {{"url", *text}}}});
+        }
+    };
+    for (const std::string& address : good) add(address, address);
+    for (const std::string& address : bad) add(address, nullptr);
+    add(Reply::array({"file:///a"}), nullptr);
+    std::vector<std::string> lines;
+    LogSink former = setLogSink([&](std::string_view line) {
+        const std::lock_guard lock(mutex);
+        lines.emplace_back(line);
+    });
+    const auto camera = bind();
+    setScript([&](const std::string&) { return Answer{RawServer::ok(sent.dump())}; });
+    EXPECT_EQ(askEvents(*camera).get(), (Outcome{expected, StatusSuccess}));
+    EXPECT_EQ(camera->getEventsSync(-1, -1, std::nullopt, 0, 100, 0), expected);
+    setLogSink(std::move(former));
+    ASSERT_EQ(lines.size(), 2U) << "one a reply";
+    EXPECT_EQ(lines[0].find("seCret"), std::string::npos);
+}
+
 TEST_F(HttpClientTest, EachCallHasItsRequest) {
     const auto camera = bind("abc.DEF-_~");
     const std::tuple<std::string, std::string, Reply, std::function<void(ReplyCompletion)>> cases[] = {
