@@ -12,7 +12,8 @@ namespace korvane {
 
 namespace {
 constexpr std::size_t picturesAhead = 3;
-}
+constexpr TimeMs closeToEnd = 1'000;  // from there on the film is read to its end
+}  // namespace
 
 struct Film::State {
     struct Wish {
@@ -35,6 +36,8 @@ struct Film::State {
     bool isDropped(const Wish& wished) const {
         return wished.how == Seek::Exact ? isOutdated(wished) : newestExact > wished.id;
     }
+    bool goToLast(const Wish& wished);
+    bool hasPictureFrom(TimeMs position, const Wish& wished);
     bool giveThere(const Wish& wished);
     bool give(const Wish& wished, bool isLast = false);
     void setFault(MediaFault value);
@@ -84,10 +87,12 @@ void Film::State::serve(const Wish& wished) {
     if (sound) sound->clear();
     bool isFirst = true;   // no picture has come yet
     bool isThere = false;  // the picture of the moment has been given
+    bool isLastSought = false;
     while (isFirst ? !isDropped(wished) : !isOutdated(wished)) {
         const auto step = reader.step();
         if (step == FilmReader::Step::Failed) return setFault(reader.fault());
         if (step == FilmReader::Step::End) {
+            if (!reader.hasPicture() && !std::exchange(isLastSought, true) && goToLast(wished)) continue;
             // Beyond the last picture stands the last one.
             if (!isThere && reader.hasPicture() && !give(wished, true)) return;
             return setEnd(wished, reader.hasPicture() ? reader.pictureEnd() : 0);
@@ -101,6 +106,27 @@ void Film::State::serve(const Wish& wished) {
         if (!std::exchange(isThere, true) && !giveThere(wished)) return;
         if (wished.how == Seek::Glimpse || !give(wished)) return;
     }
+}
+
+/// A film that was cut off may have nothing at all where it says that it goes on. False when it cannot be searched.
+bool Film::State::goToLast(const Wish& wished) {
+    TimeMs somewhere = 0;
+    TimeMs nothing = wished.position;
+    if (nothing <= 0 || !reader.seek(0)) return false;
+    while (nothing - somewhere > closeToEnd && !isDropped(wished)) {
+        const TimeMs middle = somewhere + (nothing - somewhere) / 2;
+        (hasPictureFrom(middle, wished) ? somewhere : nothing) = middle;
+    }
+    return reader.seek(somewhere);
+}
+
+bool Film::State::hasPictureFrom(TimeMs position, const Wish& wished) {
+    if (!reader.seek(position)) return false;
+    while (!isDropped(wished)) {
+        const auto step = reader.step();
+        if (step != FilmReader::Step::Nothing) return step == FilmReader::Step::Picture;
+    }
+    return false;
 }
 
 /// Of the two pictures about the moment, the earlier one where it lasts until the later begins.

@@ -1,4 +1,5 @@
 #include <QSignalSpy>
+#include <cstdlib>
 #include <random>
 
 #include "korvane/apps/browser/RecordingPlayer.h"
@@ -188,6 +189,38 @@ TEST_F(FilmTest, AFilmEndsWhereItEnds) {
     player->resume();
     ASSERT_TRUE(comesTo(State::Ended));
     EXPECT_EQ(frame(), 2'900);
+}
+
+// There the container finds nothing at all behind the end, not even the picture before it.
+TEST_F(FilmTest, AFilmThatEndsBeforeItsContainerKnowsEndsThere) {
+    const auto converted = [&](const std::string& name, const std::string& options) {
+        const std::string command =
+            "ffmpeg -v error -y -i " + (folder / "film.mp4").string() + " -g 5 -bf 0 -c:v libx264 " + options;
+        EXPECT_EQ(std::system((command + " " + (folder / name).string()).c_str()), 0);
+        std::ifstream in(folder / name, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const std::string whole = converted("fast.mp4", "-movflags +faststart");
+    const std::string stream = converted("film.ts", "-muxdelay 0");
+    for (const std::string& bytes : {whole.substr(0, whole.size() * 3 / 4), stream}) {
+        film = bytes;
+        SCOPED_TRACE(film.size());
+        for (const TimeMs told : {TimeMs{3'600'000'000}, TimeMs{60'000}}) {
+            const std::size_t before = films.requests().size();
+            tell({{-100'000, -97'000, films.url() + "/0"}, {0, told, films.url() + "/1"}});
+            player->openNewest(Then::Pause);
+            ASSERT_TRUE(comesTo(State::Paused));
+            EXPECT_EQ(frame(), 0) << "not the recording before it";
+            const std::size_t asked = films.requests().size() - before;
+            EXPECT_LE(asked, 60U);
+        }
+        const std::size_t before = films.requests().size();
+        player->resume();
+        ASSERT_TRUE(comesTo(State::Ended));
+        EXPECT_GE(frame(), 1'000);
+        EXPECT_LE(frame(), 2'900);
+        EXPECT_LE(films.requests().size(), before + 10) << "what is known is not asked again";
+    }
 }
 
 TEST_F(FilmTest, UnderAFingerThePictureOnlyComesNearer) {

@@ -343,9 +343,15 @@ bool Tour::tapItem(const char* property, const char* begin) {
 bool Tour::watch(const char* picture, TimeMs enough) {
     RecordingPlayer& player = *application_.browser().player();
     const auto isOver = [&] { return player.state() == State::Ended || player.state() == State::Paused; };
+    // Of an event that lies behind the end of its film there is nothing to play.
+    bool hasMoved = !isOver();
+    const auto moves = QObject::connect(&player, &RecordingPlayer::stateChanged, [&] { hasMoved = true; });
     // An event that has already ended is played once more.
-    if (isOver()) hand_->key(Qt::Key_Space);
-    if (!wait("the recording to begin", [&] { return player.state() == State::Playing; })) return false;
+    if (!hasMoved) hand_->key(Qt::Key_Space);
+    const bool isBegun =
+        wait("the recording to begin", [&] { return player.state() == State::Playing || (hasMoved && isOver()); });
+    QObject::disconnect(moves);
+    if (!isBegun) return false;
     const TimeMs from = player.getPosition();
     const auto isSeen = [&] {
         return (isOver() || player.getPosition() >= from + enough) && isAtRest() && isPreviewed();
@@ -420,7 +426,8 @@ std::optional<std::int64_t> Tour::eventBesideMark() const {
 
 bool Tour::isPreviewed() const {
     Browser& browser = application_.browser();
-    return browser.page() != Browser::Page::Events || areCellsFilled(*browser.strip().view());
+    const bool hasCells = browser.page() == Browser::Page::Events && browser.strip().count() > 0;
+    return !hasCells || areCellsFilled(*browser.strip().view());
 }
 
 bool Tour::isAtRest() const {
