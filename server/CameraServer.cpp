@@ -1,11 +1,11 @@
 #include "korvane/server/CameraServer.h"
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/Api.h"
+#include "korvane/server/DescriptorLimit.h"
 #include "korvane/server/HttpListener.h"
 #include "korvane/server/Storage.h"
 
@@ -27,6 +27,14 @@ void explainRefusal(httplib::Response& response) {
                               : "the request cannot be read");
 }
 
+ConnectionLimits limitsOf(const CameraServerOptions& options) {
+    ConnectionLimits limits;
+    limits.threads = options.threads;
+    limits.patience = options.patience;
+    limits.connections = affordableConnections(options.connections);
+    return limits;
+}
+
 }  // namespace
 
 struct CameraServer::Running {
@@ -35,7 +43,7 @@ struct CameraServer::Running {
           tokens(std::move(openTokens)),
           now(options.now ? options.now : systemNow),
           api(*storage, tokens, now, options.followLinks),
-          listener(options.threads, options.patience) {
+          listener(limitsOf(options)) {
         listener.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             api.answer(request, response);
             return httplib::Server::HandlerResponse::Handled;
@@ -55,7 +63,6 @@ struct CameraServer::Running {
     Api api;
     HttpListener listener;
     std::string baseUrl;
-    std::atomic<bool> ended = false;
     std::thread thread;
 };
 
@@ -81,12 +88,7 @@ Result<std::uint16_t> CameraServer::start() {
         const bool sixth = options_.address.find(':') != std::string::npos;
         running->baseUrl =
             "http://" + (sixth ? "[" + options_.address + "]" : options_.address) + ":" + std::to_string(port);
-        running->thread = std::thread([&service = *running] {
-            service.listener.listen_after_bind();
-            service.ended = true;
-        });
-        // Before it runs, a stop would pass unheard.
-        while (!running->listener.is_running() && !running->ended) std::this_thread::yield();
+        running->thread = std::thread([&service = *running] { service.listener.run(); });
         running_ = std::move(running);
         return static_cast<std::uint16_t>(port);
     } catch (const std::exception& error) {

@@ -18,8 +18,11 @@ struct CameraServerOptions {
     std::string address = "127.0.0.1";
     /// 0 for a free one.
     std::uint16_t port = 0;
-    /// Connections served at a time; more wait for their turn.
+    /// Requests answered at a time; more wait for their turn. A connection that waits for its peer takes no thread.
     std::size_t threads = 48;
+    /// Connections held at a time; with one more, the one that has waited longest is closed. start() raises the
+    /// process's soft limit of descriptors for them as far as it may, and holds fewer where that is not enough.
+    std::size_t connections = 12'000;
     /// How long a connection may stay silent between two requests, and how long one request may take to arrive. A reply
     /// is given up when its receiver takes nothing for that long.
     std::chrono::milliseconds patience{10'000};

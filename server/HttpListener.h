@@ -2,31 +2,32 @@
 
 #include <httplib.h>
 
-#include <chrono>
-#include <cstddef>
+#include <string>
+
+#include "korvane/server/ConnectionLoop.h"
 
 namespace korvane {
 
-/// httplib's server over a connection loop of our own. It differs in what an unfriendly peer can do: a request has a
-/// limit in bytes and in time from its first to its last byte, bodies are not read, `Range` is left to the handler,
-/// and stop() does not wait for idle connections.
+/// httplib's server as a router over a connection loop of our own: it parses a request that has come whole and calls
+/// the handlers on a worker, and never sees a socket. Bodies are not read, `Range` is left to the handler.
 class HttpListener final : public httplib::Server {
   public:
-    HttpListener(std::size_t threads, std::chrono::milliseconds patience);
+    explicit HttpListener(ConnectionLimits limits);
     ~HttpListener() override;
 
     /// Binds; port 0 takes a free one. Returns the port, or -1.
     int bind(const std::string& address, int port);
 
-    /// Ends every connection and makes listen_after_bind() return.
-    void shutDown();
+    /// Serves on the calling thread until shutDown(), once.
+    void run() { loop_.run(svr_sock_); }
+
+    /// Ends every connection and makes run() return, also one that has not begun yet. May be called from any thread.
+    void shutDown() { loop_.stop(); }
 
   private:
-    bool process_and_close_socket(socket_t socket) override;
-    void serve(socket_t socket);
+    OutgoingReply answer(int socket, RequestBuffer::Head head, const std::string& bytes);
 
-    std::chrono::milliseconds patience_;
-    int stopEvent_;
+    ConnectionLoop loop_;
 };
 
 }  // namespace korvane
