@@ -21,8 +21,8 @@ endif()
 
 if(KORVANE_SANITIZE)
   add_compile_options(-fsanitize=${KORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
-  # Instrumented code makes the compiler see uninitialised values in the standard library where there are none.
-  add_compile_options(-Wno-maybe-uninitialized)
+  # Instrumented code makes g++ see uninitialised values in the standard library where there are none.
+  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=${KORVANE_SANITIZE})
 endif()
 

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace korvane {
 namespace {

@@ -1,7 +1,6 @@
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineBlock.h"
 
 #include <algorithm>
-#include <ranges>
 
 #include "korvane/views/timeline/Model/ScrubberTimeline/BoxedTime.h"
 #include "korvane/views/timeline/Model/ScrubberTimeline/SearchNear.h"
@@ -66,8 +65,8 @@ ScrubberTimelineBlock::ScrubberTimelineBlock(const std::vector<TimelinePair>& pe
         timelines_[i].setSegments(segments);
     }
     if (timelines_.empty()) return;
-    start_ = std::ranges::min(timelines_ | std::views::transform(startOf));
-    reach_ = std::ranges::max(timelines_ | std::views::transform(reachOf));
+    start_ = startOf(*std::ranges::min_element(timelines_, {}, startOf));
+    reach_ = reachOf(*std::ranges::max_element(timelines_, {}, reachOf));
     isAscending_ = std::ranges::is_sorted(timelines_, {}, startOf) && std::ranges::is_sorted(timelines_, {}, reachOf);
 }
 

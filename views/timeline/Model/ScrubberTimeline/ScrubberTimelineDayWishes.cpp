@@ -24,10 +24,10 @@ void ScrubberTimelineDayWishes::raise(const Day& day, std::optional<std::size_t>
 }
 
 void ScrubberTimelineDayWishes::keepOnly(const std::vector<Day>& seen) {
-    const auto unseen = std::ranges::stable_partition(wishes_, [&](const Wish& wish) {
+    const auto kept = std::stable_partition(wishes_.begin(), wishes_.end(), [&](const Wish& wish) {
         return wish.day != mark_ && std::ranges::find(seen, wish.day) == seen.end();
     });
-    drop(static_cast<std::size_t>(unseen.begin() - wishes_.begin()));
+    drop(static_cast<std::size_t>(kept - wishes_.begin()));
 }
 
 void ScrubberTimelineDayWishes::clear() {

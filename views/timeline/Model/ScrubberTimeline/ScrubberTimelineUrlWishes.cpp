@@ -2,16 +2,16 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
 #include <utility>
 
 namespace korvane {
 
 template <typename IsDropped>
 ScrubberTimelineUrlWishes::Wishes ScrubberTimelineUrlWishes::extract(const IsDropped& isDropped) {
-    const auto dropped = std::ranges::stable_partition(wishes_, [&](const Wish& wish) { return !isDropped(wish); });
-    Wishes taken(std::move_iterator(dropped.begin()), std::move_iterator(dropped.end()));
-    wishes_.erase(dropped.begin(), dropped.end());
+    const auto dropped =
+        std::stable_partition(wishes_.begin(), wishes_.end(), [&](const Wish& wish) { return !isDropped(wish); });
+    Wishes taken(std::make_move_iterator(dropped), std::make_move_iterator(wishes_.end()));
+    wishes_.erase(dropped, wishes_.end());
     return taken;
 }
 
@@ -36,7 +36,7 @@ ScrubberTimelineUrlWishes::Wishes ScrubberTimelineUrlWishes::keepOnly(const View
 
 std::shared_ptr<ScrubberTimelineSegmentItem> ScrubberTimelineUrlWishes::next() {
     if (!mayAsk()) return nullptr;
-    const auto newest = std::ranges::find(wishes_ | std::views::reverse, false, &Wish::isAsked);
+    const auto newest = std::ranges::find(wishes_.rbegin(), wishes_.rend(), false, &Wish::isAsked);
     newest->isAsked = true;
     return newest->segment;
 }
