@@ -75,8 +75,9 @@ class StretchSearch {
     const CellImage& keyImage(std::size_t index) {
         const auto [place, isNew] = keyImages_.try_emplace(index);
         if (isNew)
-            file_.decodeKeyFrame(decoder_, groups_[index].seekTo,
-                                 [&](const AVFrame& frame) { sampler_.sample(frame, place->second); });
+            file_.decodeKeyFrame(decoder_, groups_[index].seekTo, [this, &image = place->second](const AVFrame& frame) {
+                sampler_.sample(frame, image);
+            });
         return place->second;
     }
 
