@@ -1,5 +1,7 @@
 #include "korvane/server/AccessToken.h"
 
+#include <arpa/inet.h>
+#include <net/if.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
@@ -9,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -42,6 +45,31 @@ Failure makeSecret(const std::filesystem::path& file) {
         return Error{"no source of randomness"};
     const Failure failure = writeOnce(file, {bytes.data(), bytes.size()});
     return failure ? Error{"cannot keep the secret in " + file.string() + ": " + failure->message} : failure;
+}
+
+bool isHostLetter(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.' || c == '-' || c == '_';
+}
+
+/// A name, an address of numbers, or an IPv6 address in brackets, with or without a zone.
+bool isHost(std::string_view text) {
+    if (text.starts_with('[') && text.ends_with(']')) {
+        text = text.substr(1, text.size() - 2);
+        constexpr std::string_view zoneSign = "%25";
+        const std::string number(text.substr(0, text.find(zoneSign)));
+        in6_addr address{};
+        const bool isWhole = number.find('\0') == std::string::npos;
+        if (!isWhole || ::inet_pton(AF_INET6, number.c_str(), &address) != 1) return false;
+        if (number.size() == text.size()) return true;
+        text.remove_prefix(number.size() + zoneSign.size());
+        if (text.size() >= IF_NAMESIZE) return false;
+    }
+    return !text.empty() && text.size() < 256 && std::all_of(text.begin(), text.end(), isHostLetter);
+}
+
+bool isPathLetter(char c) {
+    constexpr std::string_view signs = "/-._~!$&'()*+,;=:@%";
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || signs.find(c) != std::string_view::npos;
 }
 
 }  // namespace
@@ -111,8 +139,8 @@ Result<std::string> AccessToken::issue(std::int64_t cameraId, TimeSec expires, c
         if (code != std::errc() || stop != end || port < 1 || port > 65535) return Error{"the address has a bad port"};
         rest.resize(colon);
     }
-    if (rest.empty() || rest.find_first_of(" \t\r\n@?#\"") != std::string::npos)
-        return Error{"the address has no proper host"};
+    if (!isHost(rest)) return Error{"the address has no proper host"};
+    if (!std::all_of(path.begin(), path.end(), isPathLetter)) return Error{"the address has a bad path"};
     const std::string root = (secure ? "https://" : "http://") + rest + ":" + std::to_string(port) + path;
     const nlohmann::ordered_json token = {{"token", issueBearer(cameraId, expires)},
                                           {"expires", formatUtc(std::clamp<TimeSec>(expires, 0, latest) * 1000)},

@@ -49,9 +49,11 @@ TEST(AccessToken, WholeTokenSaysWhereTheServiceIs) {
                                      {"path", "/base"}};
     for (const auto& [key, value] : expected.items()) EXPECT_EQ(json[key], value) << key;
     EXPECT_EQ(tokens.verify(json["token"].get<std::string>(), 0), 7);
-    EXPECT_TRUE(tokens.issue(7, INT64_MAX, "http://[::1]"));
+    for (const char* good : {"http://[::1]", "http://[fe80::1%25eth0]:80", "https://10.0.0.1/a%20b/"})
+        EXPECT_TRUE(tokens.issue(7, INT64_MAX, good)) << good;
     for (const char* bad :
-         {"", "ftp://host", "http://", "http://host:0", "http://host:99999", "http://ho st", "http://host:8o"})
+         {"", "ftp://host", "http://", "http://host:0", "http://host:99999", "http://ho st", "http://host:8o",
+          "http://host]:80", "http://[::1", "http://[::x]", "http://ho%73t", "http://host/a?b", "http://host/a\nb"})
         EXPECT_FALSE(tokens.issue(7, 1, bad)) << bad;
 }
 
