@@ -4,6 +4,8 @@
 #include <limits>
 #include <numeric>
 
+#include "korvane/base/SaturatingTime.h"
+
 namespace korvane {
 namespace {
 
@@ -36,12 +38,12 @@ PacketMap PacketMap::read(MediaFile& file, const std::atomic<bool>* cancel) {
         const bool key = (packet->flags & AV_PKT_FLAG_KEY) != 0;
         map.packets_.push_back({packet->pts, dts, 0, packet->size, key});
         first = std::min(first, packet->pts);
-        last = std::max(last, packet->pts + std::max<std::int64_t>(packet->duration, 0));
+        last = std::max(last, saturatingAdd(packet->pts, std::max<std::int64_t>(packet->duration, 0)));
     }
     if (map.packets_.empty()) return map;
     map.firstPts_ = first;
-    for (PacketInfo& info : map.packets_) info.offset = file.toMs(info.pts - first);
-    map.duration_ = file.toMs(last - first);
+    for (PacketInfo& info : map.packets_) info.offset = file.toMs(saturatingSubtract(info.pts, first));
+    map.duration_ = file.toMs(saturatingSubtract(last, first));
     return map;
 }
 
@@ -60,7 +62,7 @@ void PacketMap::measure(Group& group) const {
     for (std::size_t i = group.first + 1; i < group.end; ++i) {
         if (packets_[i].offset >= windowEnd) {
             group.windows.push_back(0);
-            windowEnd = packets_[i].offset + window;
+            windowEnd = saturatingAdd(packets_[i].offset, window);
         }
         group.windows.back() += packets_[i].bytes;
     }
@@ -118,7 +120,8 @@ std::vector<Stretch> PacketMap::stretchesWithChange(TimeMs pieceLength) const {
             continue;
         }
         PictureGroup next = describe(all, i, still);
-        if (!open || next.begin - stretches.back().front().begin >= pieceLength) stretches.emplace_back();
+        if (!open || saturatingSubtract(next.begin, stretches.back().front().begin) >= pieceLength)
+            stretches.emplace_back();
         stretches.back().push_back(next);
         open = true;
     }
