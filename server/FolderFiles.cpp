@@ -25,6 +25,7 @@ constexpr const char* cameraFile = "camera.json";
 constexpr std::size_t longestName = 64;
 // Larger ones are no list that a person or a camera writes.
 constexpr std::size_t largestJson = 16 * 1024 * 1024;
+constexpr std::size_t largestDescription = 64 * 1024;
 
 bool isVideoName(const fs::path& file) {
     static constexpr std::array<std::string_view, 13> extensions = {
@@ -35,9 +36,11 @@ bool isVideoName(const fs::path& file) {
     return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
 }
 
+/// A small file: each nesting takes many times its byte in memory.
 Result<nlohmann::json> readJson(const FolderRoot& folder, const std::string& path) {
     const auto text = readWhole(folder, path);
     if (!text) return text.error();
+    if (text->size() > largestDescription) return Error{"is too large"};
     auto json = nlohmann::json::parse(*text, nullptr, false);
     if (json.is_discarded()) return Error{"is no JSON"};
     return json;
@@ -46,6 +49,15 @@ Result<nlohmann::json> readJson(const FolderRoot& folder, const std::string& pat
 std::string textAt(const nlohmann::json& object, const char* key) {
     const auto found = object.find(key);
     return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+/// As much of `text` as a name may be long, in whole characters.
+std::string cutName(std::string text) {
+    if (text.size() <= longestName) return text;
+    std::size_t end = longestName;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80) --end;
+    text.resize(end);
+    return text;
 }
 
 struct DirectoryCloser {
@@ -150,7 +162,7 @@ CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>
         rejected.push_back({cameraFile, json ? "is no object" : json.error().message});
         return {};
     }
-    CameraFile camera{textAt(*json, "name").substr(0, longestName), textAt(*json, "timezone")};
+    CameraFile camera{cutName(textAt(*json, "name")), textAt(*json, "timezone")};
     if (!camera.timezone.empty() && !LocalDays::isKnown(camera.timezone)) {
         rejected.push_back({cameraFile, "time zone " + camera.timezone + " is not known"});
         camera.timezone.clear();
