@@ -112,7 +112,8 @@ void makeFile(const std::string& file) {
         advance(database, 0, steps().size());
         transaction.commit();
     } catch (...) {
-        ::unlink(draft.c_str());
+        // SQLite leaves these where the disk fails it.
+        for (const char* suffix : {"", "-journal", "-wal", "-shm"}) ::unlink((draft + suffix).c_str());
         throw;
     }
     if (const Failure failure = publish(draft, file)) throw DatabaseError("it cannot be made: " + failure->message);
