@@ -119,6 +119,10 @@ Query Database::query(const char* sql) {
     return Query(statement);
 }
 
+bool Database::isInTransaction() const {
+    return sqlite3_get_autocommit(handle_) == 0;
+}
+
 std::int64_t Database::lastInsertId() const {
     return sqlite3_last_insert_rowid(handle_);
 }
@@ -132,7 +136,8 @@ DatabaseTransaction::DatabaseTransaction(Database& database, Kind kind) : databa
 }
 
 DatabaseTransaction::~DatabaseTransaction() {
-    if (!open_) return;
+    // On some failures SQLite has ended the transaction already.
+    if (!open_ || !database_.isInTransaction()) return;
     try {
         database_.execute("ROLLBACK");
     } catch (const DatabaseError& error) {

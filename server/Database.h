@@ -76,6 +76,7 @@ class Database {
     /// `sql` is prepared once; at most one Query a text at a time.
     Query query(const char* sql);
 
+    bool isInTransaction() const;
     std::int64_t lastInsertId() const;
     std::int64_t changes() const;
 
