@@ -107,10 +107,11 @@ void makeFile(const std::string& file) {
         throw DatabaseError(std::string("it cannot be made: ") + std::strerror(errno));
     try {
         Database database(draft);
-        database.useWriteAheadLog();
         DatabaseTransaction transaction(database);
         advance(database, 0, steps().size());
         transaction.commit();
+        // Not before: a log that could not be written back at the end would stay behind with all that is in it.
+        database.useWriteAheadLog();
     } catch (...) {
         // SQLite leaves these where the disk fails it.
         for (const char* suffix : {"", "-journal", "-wal", "-shm"}) ::unlink((draft + suffix).c_str());
