@@ -136,7 +136,7 @@ class Import {
     }
 
     /// Reads a file with `read` unless an import has done so, and stores what comes of it.
-    Failure step(const std::string& path, void (Import::*read)(Reading&)) {
+    Failure step(const std::string& path, Failure (Import::*read)(Reading&)) {
         if (isCancelled()) {
             report_.cancelled = true;
             return std::nullopt;
@@ -160,7 +160,7 @@ class Import {
         }
         tell(path, 0);
         Reading reading{*source, std::nullopt, {}};
-        (this->*read)(reading);
+        if (Failure failure = (this->*read)(reading)) return failure;
         if (isCancelled()) {
             report_.cancelled = true;
             return std::nullopt;
@@ -174,11 +174,11 @@ class Import {
         return std::nullopt;
     }
 
-    void readVideo(Reading& reading) {
+    Failure readVideo(Reading& reading) {
         SourceFile& source = reading.source;
         if (source.size == 0) {
             source.rejection = "is empty";
-            return;
+            return std::nullopt;
         }
         VideoAnalysisOptions how;
         how.threads = options_.threads > 0 ? options_.threads : std::max(1U, std::thread::hardware_concurrency());
@@ -187,12 +187,12 @@ class Import {
         const auto file = root_.openFile(source.path);
         if (!file) {
             source.rejection = file.error().message;
-            return;
+            return std::nullopt;
         }
         auto analysis = analyzeVideo(file->get(), how);
         if (!analysis) {
             source.rejection = analysis.error().message;
-            return;
+            return std::nullopt;
         }
         const auto named = timeFromFileName(fs::path(source.path).filename().string());
         const TimeMs start = named               ? *named
@@ -200,14 +200,15 @@ class Import {
                                                  : source.modified - analysis->duration;
         if (start < 0 || start > latest) {
             source.rejection = "its time is not one that a recording can have";
-            return;
+            return std::nullopt;
         }
         reading.record = NewRecord{start, start + analysis->duration, std::move(analysis->thumbnail)};
         for (VideoMotion& motion : analysis->motions)
             reading.events.push_back({start + motion.offset, motionName, std::move(motion.thumbnail)});
+        return std::nullopt;
     }
 
-    void readEvents(Reading& reading) {
+    Failure readEvents(Reading& reading) {
         std::vector<std::string> reasons;
         const auto text = readWhole(root_, reading.source.path);
         if (text)
@@ -217,16 +218,18 @@ class Import {
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
         for (NewEvent& event : reading.events) {
-            if (isCancelled()) return;
+            if (isCancelled()) return std::nullopt;
             PageQuery covering;
             covering.range = {event.time, event.time};
             covering.limit = 1;
             const auto page = storage_.records(report_.cameraId, covering);
-            if (!page || page->rows.empty()) continue;
+            if (!page) return page.error();
+            if (page->rows.empty()) continue;
             const StoredRecord& record = page->rows.front();
             if (const auto film = root_.openFile(record.path))
                 event.thumbnail = pictureAt(film->get(), event.time - record.start, options_.cancel);
         }
+        return std::nullopt;
     }
 
     bool isCancelled() const { return options_.cancel != nullptr && options_.cancel->load(); }
