@@ -3,6 +3,7 @@
 #include <unicode/gregocal.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/uchar.h>
 
 #include <cmath>
 #include <map>
@@ -35,6 +36,7 @@ class IcuHelpers::Formatters {
         const Entry& entry = find(pattern, zone);
         if (!entry.formatter) return std::nullopt;
         const auto input = icu::UnicodeString::fromUTF8(text);
+        if (countDigits(input) > mostDigits) return std::nullopt;
         // The zone's own calendar is lenient, to get over the gaps of its clock; UTC has none.
         if (!parse(*entry.formatter, input, *entry.utc)) return std::nullopt;
         return parse(*entry.formatter, input, *entry.calendar);
@@ -47,6 +49,16 @@ class IcuHelpers::Formatters {
         std::unique_ptr<icu::Calendar> calendar;
         std::unique_ptr<icu::Calendar> utc;
     };
+
+    // More than any date has. ICU divides by zero after some more digits of a second's fraction.
+    static constexpr int mostDigits = 30;
+
+    static int countDigits(const icu::UnicodeString& text) {
+        int count = 0;
+        for (std::int32_t i = 0; i < text.length(); i = text.moveIndex32(i, 1))
+            if (u_isdigit(text.char32At(i))) ++count;
+        return count;
+    }
 
     static std::optional<TimeMs> parse(const icu::SimpleDateFormat& formatter, const icu::UnicodeString& text,
                                        icu::Calendar& calendar) {
