@@ -3,6 +3,7 @@
 #include <cxxabi.h>
 #include <pthread.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -28,10 +29,23 @@ void runGuarded(std::function<void()> task, std::string_view place) noexcept {
     try {
         if (task) task();
         task = nullptr;
-    } catch (const std::exception& error) {
-        logError(place, describe(error));
     } catch (...) {
-        logError(place, "task ended by an exception of unknown type");
+        logException(place);
+    }
+}
+
+void logException(std::string_view place) noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& error) {
+            logError(place, describe(error));
+        } catch (...) {
+            logError(place, "task ended by an exception of unknown type");
+        }
+    } catch (...) {
+        // Where memory has run out there may be none for a line either.
+        std::fputs("korvane: a task was ended, and there is no memory to say which\n", stderr);
     }
 }
 

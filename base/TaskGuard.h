@@ -9,6 +9,9 @@ namespace korvane::detail {
 /// nothing.
 void runGuarded(std::function<void()> task, std::string_view place) noexcept;
 
+/// Logs the exception that is being handled, with `place`.
+void logException(std::string_view place) noexcept;
+
 /// Names the calling thread for debuggers; the system cuts long names to 15 bytes.
 void nameThisThread(std::string_view name) noexcept;
 
