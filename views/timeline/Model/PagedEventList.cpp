@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "korvane/base/TaskGuard.h"
 #include "korvane/base/UtcTime.h"
 
 namespace korvane {
@@ -60,16 +61,22 @@ void PagedEventList::clear() {
 
 bool PagedEventList::setGrouped(bool isGrouped) {
     std::vector<Entry> dropped;
+    std::vector<std::vector<Entry>> groups;
     const std::lock_guard guard(mutex_);
-    if (std::exchange(isGrouped_, isGrouped) == isGrouped) return false;
-    for (std::size_t i = 0; i < chunks_.size(); ++i) {
-        if (!chunks_[i].isFolded()) continue;
-        if (isGrouped) {
+    if (isGrouped_ == isGrouped) return false;
+    groups.reserve(chunks_.size());
+    try {
+        for (std::size_t i = 0; isGrouped && i < chunks_.size(); ++i) {
             const std::uint64_t first = lengths_.sumBefore(i);
-            renewGroups(first, first + chunks_[i].length() - 1, dropped);
-        } else {
-            std::ranges::move(chunks_[i].takeGroups(), std::back_inserter(dropped));
+            if (chunks_[i].isFolded()) renewGroups(first, first + chunks_[i].length() - 1, dropped);
         }
+    } catch (...) {
+        for (PagedEventChunk& chunk : chunks_) groups.push_back(chunk.takeGroups());
+        throw;
+    }
+    isGrouped_ = isGrouped;
+    if (!isGrouped) {
+        for (PagedEventChunk& chunk : chunks_) groups.push_back(chunk.takeGroups());
     }
     updateSize();
     return shownCount_ != slotCount();
@@ -123,39 +130,69 @@ void PagedEventList::regroup(std::uint64_t first, std::uint64_t last, const std:
     std::vector<Entry> dropped;
     const std::lock_guard guard(mutex_);
     if (slotCount() == 0 || first > last || last >= slotCount()) return;
-    for (const Joint& joint : joints) {
-        // The head entry joins nothing, and nothing the live entry.
-        if (joint.slot > 0 && joint.slot + 2 < slotCount()) setJoinsNext(joint.slot, joint.joinsNext);
+    try {
+        for (const Joint& joint : joints) {
+            // The head entry joins nothing, and nothing the live entry.
+            if (joint.slot > 0 && joint.slot + 2 < slotCount()) setJoinsNext(joint.slot, joint.joinsNext);
+        }
+        if (isGrouped_) renewGroups(first, last, dropped);
+    } catch (...) {
+        showSingly(first, last);
+        updateSize();
+        throw;
     }
-    if (isGrouped_) renewGroups(first, last, dropped);
     updateSize();
 }
 
 void PagedEventList::erase(std::uint64_t slot) {
     std::vector<Entry> dropped;
+    Entry taken;
     const std::lock_guard guard(mutex_);
     if (slot == 0 || slot + 1 >= slotCount()) return;
     const bool joinsOlder = joinsNext(slot - 1);
     const bool joinsNewer = joinsNext(slot);
     if (joinsOlder && !joinsNewer) {
+        tryGrouping(slot, [&] {
+            Entry group;
+            exchangeGroup(slot, group);
+            exchangeGroup(slot - 1, group);
+        });
         setJoinsNext(slot - 1, false);
-        Entry group;
-        exchangeGroup(slot, group);
-        exchangeGroup(slot - 1, group);
     }
     setJoinsNext(slot, false);
     const Place place = placeOfSlot(slot);
-    dropped.push_back(chunks_[place.chunk].erase(place.slot));
+    taken = chunks_[place.chunk].erase(place.slot);
     lengths_.add(place.chunk, -1);
     shown_.add(place.chunk, -1);
     --shownCount_;
     --slotCount_;
-    if (isGrouped_ && joinsOlder) {
-        renewGroups(slot - 1, slot - 1, dropped);
-    } else if (isGrouped_ && joinsNewer) {
-        renewGroups(slot, slot, dropped);
+    if (isGrouped_ && (joinsOlder || joinsNewer)) {
+        const std::uint64_t left = joinsOlder ? slot - 1 : slot;
+        tryGrouping(left, [&] { renewGroups(left, left, dropped); });
     }
     updateSize();
+}
+
+template <typename Body>
+void PagedEventList::tryGrouping(std::uint64_t slot, const Body& body) {
+    try {
+        body();
+    } catch (...) {
+        detail::logException("PagedEventList");
+        showSingly(slot, slot);
+    }
+}
+
+void PagedEventList::showSingly(std::uint64_t first, std::uint64_t last) {
+    while (first > 0 && joinsNext(first - 1)) --first;
+    while (joinsNext(last)) ++last;
+    for (std::uint64_t slot = first; slot <= last; ++slot) {
+        Entry group;
+        exchangeGroup(slot, group);
+        setJoinsNext(slot, false);
+        const Place place = placeOfSlot(slot);
+        if (const Entry& entry = chunks_[place.chunk].entry(place.slot)) entry->setParent(nullptr);
+    }
 }
 
 template <typename MayHold, typename Fits>

@@ -76,11 +76,11 @@ class PagedEventList {
     bool isPending(std::uint64_t slot) const;
 
     /// Decides which slots join the one after them, and brings the groups that the slots `first` to `last` belong to up
-    /// to date with their members.
+    /// to date with their members. Where that throws, the slots are shown each by itself.
     void regroup(std::uint64_t first, std::uint64_t last, const std::vector<Joint>& joints);
 
     /// Takes the entry in `slot` out; those after it move down. Its group shrinks, or is none any more. Head and live
-    /// entry stay.
+    /// entry stay. Always succeeds: without memory, its group's members are shown each by itself.
     void erase(std::uint64_t slot);
 
     /// Index of the first shown entry that fits, or nothing. A slot that nobody has asked for counts as the entry that
@@ -118,6 +118,11 @@ class PagedEventList {
     void renewGroups(std::uint64_t first, std::uint64_t last, std::vector<Entry>& dropped);
     void renewGroup(std::uint64_t first, std::uint64_t last, std::vector<Entry>& dropped);
     void exchangeGroup(std::uint64_t slot, Entry& group);
+    // What is left where there is no memory for groups: the slots, and those grouped with them, each by itself. Takes
+    // no memory.
+    void showSingly(std::uint64_t first, std::uint64_t last);
+    template <typename Body>
+    void tryGrouping(std::uint64_t slot, const Body& body);
     void updateSize();
     template <typename MayHold, typename Fits>
     std::optional<Place> search(std::unique_lock<std::mutex>& lock, std::optional<Place> from, const MayHold& mayHold,

@@ -43,12 +43,14 @@ std::int64_t ScrubberPagedDataProvider::getUngroupedCount() {
 }
 
 std::shared_ptr<ScrubberEvent> ScrubberPagedDataProvider::OnScrubberGetEventByIndex(std::int64_t index) {
-    return isClosing() ? nullptr : events_.at(static_cast<std::uint64_t>(index));
+    return guarded(std::shared_ptr<ScrubberEvent>(),
+                   [&] { return isClosing() ? nullptr : events_.at(static_cast<std::uint64_t>(index)); });
 }
 
 std::int64_t ScrubberPagedDataProvider::OnScrubberFindEvent(const ScrubberEventQuery& query) {
     if (isClosing()) return -1;
-    const auto found = events_.find(query, [this] { return isClosing(); });
+    const auto found =
+        guarded(std::optional<std::uint64_t>(), [&] { return events_.find(query, [this] { return isClosing(); }); });
     return found && !isClosing() ? static_cast<std::int64_t>(*found) : -1;
 }
 
@@ -78,12 +80,7 @@ std::int64_t ScrubberPagedDataProvider::findMade(std::uint64_t from,
 }
 
 std::vector<std::shared_ptr<ScrubberEvent>> ScrubberPagedDataProvider::getEvents() {
-    std::vector<std::shared_ptr<ScrubberEvent>> entries;
-    guarded([&] {
-        entries = events_.all();
-        return StatusSuccess;
-    });
-    return entries;
+    return guarded(std::vector<std::shared_ptr<ScrubberEvent>>(), [&] { return events_.all(); });
 }
 
 void ScrubberPagedDataProvider::enableEventGrouping(bool enabled) {
@@ -435,16 +432,21 @@ void ScrubberPagedDataProvider::emptyList() {
 
 std::uint64_t ScrubberPagedDataProvider::initStorageForEvents(std::uint64_t count) {
     const std::lock_guard lock(listLock());
-    const Range asked = range();
-    makeList(count, {asked.datetimeStart, asked.datetimeLastEnd, asked.eventType, asked.isAscending, 0, 0});
+    guarded([&] {
+        const Range asked = range();
+        makeList(count, {asked.datetimeStart, asked.datetimeLastEnd, asked.eventType, asked.isAscending, 0, 0});
+        return StatusSuccess;
+    });
     return events_.slotCount();
 }
 
 void ScrubberPagedDataProvider::makeList(std::uint64_t count, const PageQuery& query) {
+    PageQuery newQuery = query;
+    // The one step that can fail, before all others.
+    events_.create(count, camid());
+    listQuery_ = std::move(newQuery);
     pages_.clear();
     deletions_.clear();
-    listQuery_ = query;
-    events_.create(count, camid());
 }
 
 // Somebody else has added or deleted entries, nobody knows where: what was loaded may stand in wrong slots.

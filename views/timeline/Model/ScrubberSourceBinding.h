@@ -105,9 +105,18 @@ class ScrubberSourceBinding : public ScrubberDataProvider, public std::enable_sh
     /// The result of `body`, or StatusBadCall and a line in the log when an exception leaves it.
     template <typename Body>
     std::int32_t guarded(Body body) {
-        std::int32_t result = StatusBadCall;
-        detail::runGuarded([&] { result = body(); }, classPath_);
-        return result;
+        return guarded(std::int32_t{StatusBadCall}, body);
+    }
+
+    /// As above, with `otherwise` for a result.
+    template <typename Result, typename Body>
+    Result guarded(Result otherwise, Body body) {
+        try {
+            return body();
+        } catch (...) {
+            detail::logException(classPath_);
+            return otherwise;
+        }
     }
 
   private:
