@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and running need. Does nothing when all are there.
+#   scripts/bootstrap.sh [fuzz]     with what the fuzzers need as well
 set -euo pipefail
 
 packages=(
@@ -18,6 +19,8 @@ packages=(
   # text and the calendar sign
   fonts-dejavu-core fonts-noto-color-emoji
 )
+# clang and what its fuzzers and sanitizers run with
+[ "${1:-}" != fuzz ] || packages+=(clang libclang-rt-dev)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Builds the fuzzers and runs each for so many seconds from its first inputs in fuzz/corpus:
+#   scripts/fuzz.sh [SECONDS] [TARGET...]     20 seconds, all targets
+# What it finds on the way stays in build/fuzz/found for the next time; an input that breaks something is in
+# build/fuzz/broken, and given to the target's program alone shows it again. With KORVANE_FUZZ_RUNS set, each target
+# makes so many runs instead, however long they take.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+case "${1:-}" in
+  -h|--help) sed -n '2,7s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 0 ;;
+esac
+seconds=20
+if [[ "${1:-}" =~ ^[0-9]+$ ]]; then
+  seconds="$1"
+  shift
+fi
+[ $# -gt 0 ] || set -- $(ls fuzz/corpus)
+limit=(-max_total_time="$seconds")
+[ -z "${KORVANE_FUZZ_RUNS:-}" ] || limit=(-runs="$KORVANE_FUZZ_RUNS")
+
+scripts/bootstrap.sh fuzz
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+failed=()
+for target in "$@"; do
+  found="build/fuzz/found/$target"
+  broken="build/fuzz/broken/$target"
+  log="build/fuzz/$target.log"
+  mkdir -p "$found" "$broken"
+  # Leaks are looked for at the end; what the targets keep from run to run would have them looked for in each.
+  options=(-print_final_stats=1 -detect_leaks=0 -entropic=0 -timeout=10 -artifact_prefix="$broken/")
+  [ ! -f "fuzz/$target.dict" ] || options+=(-dict="fuzz/$target.dict")
+  if "build/fuzz/fuzz/korvane_fuzz_$target" "${options[@]}" "${limit[@]}" "$found" "fuzz/corpus/$target" >"$log" 2>&1; then
+    awk -v target="$target" '/number_of_executed_units/ { runs = $2 } /average_exec_per_sec/ { speed = $2 }
+      END { printf "fuzz: %-12s %10d runs, %7d a second\n", target, runs, speed }' "$log"
+  else
+    grep -vE '^(#|INFO|stat::|\s*NEW_FUNC)' "$log" | tail -40 >&2
+    echo "fuzz: $target is broken; all of it is in $log" >&2
+    failed+=("$target")
+  fi
+done
+[ ${#failed[@]} -eq 0 ]
