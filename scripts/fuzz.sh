@@ -15,13 +15,14 @@ if [[ "${1:-}" =~ ^[0-9]+$ ]]; then
   seconds="$1"
   shift
 fi
-[ $# -gt 0 ] || set -- $(ls fuzz/corpus)
 limit=(-max_total_time="$seconds")
 [ -z "${KORVANE_FUZZ_RUNS:-}" ] || limit=(-runs="$KORVANE_FUZZ_RUNS")
 
 scripts/bootstrap.sh fuzz
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
+# All that are built here.
+[ $# -gt 0 ] || set -- $(cat build/fuzz/fuzz/targets.txt)
 
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 failed=()
