@@ -17,9 +17,7 @@ std::optional<std::string> partOf(CURLU* url, CURLUPart part) {
     return result;
 }
 
-}  // namespace
-
-std::optional<BaseUrl> BaseUrl::parse(std::string_view url) {
+std::optional<BaseUrl> parseOnce(std::string_view url) {
     constexpr std::size_t longestUrl = 2048;
     if (url.size() > longestUrl || url.find('\0') != std::string_view::npos) return std::nullopt;
 
@@ -39,6 +37,16 @@ std::optional<BaseUrl> BaseUrl::parse(std::string_view url) {
     while (result.text.ends_with('/')) result.text.pop_back();
     result.hasPath = partOf(handle.get(), CURLUPART_PATH).value_or("/").find_first_not_of('/') != std::string::npos;
     return result;
+}
+
+}  // namespace
+
+std::optional<BaseUrl> BaseUrl::parse(std::string_view url) {
+    auto base = parseOnce(url);
+    // A host that is written in escapes, "%31", is another one once it is read.
+    const auto again = base ? parseOnce(base->text) : std::nullopt;
+    if (!again || again->text != base->text || again->hasPath != base->hasPath) return std::nullopt;
+    return base;
 }
 
 }  // namespace korvane
