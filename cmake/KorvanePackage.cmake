@@ -1,9 +1,9 @@
 # The names by which hosts link the libraries, here and when installed, and the package korvanesdktimelineview. Its component
 # `model` needs no Qt, `widgets` is there when Qt is.
-set(model korvane_base korvane_client korvane_timeline_model korvane_calendar_month)
+set(model korvane_base korvane_net korvane_client korvane_timeline_model korvane_calendar_month)
 set(widgets "")
 if(KORVANE_WITH_QT)
-  set(widgets korvane_toolkit korvanesdkcalendarview korvanesdktimelineview)
+  set(widgets korvane_film korvane_toolkit korvanesdkcalendarview korvanesdktimelineview)
 endif()
 foreach(library ${model} ${widgets})
   string(REGEX REPLACE "^korvane_" "" name ${library})
@@ -36,6 +36,13 @@ foreach(component model widgets)
     install(EXPORT korvanesdktimelineview-${component} NAMESPACE korvane:: DESTINATION "${folder}" COMPONENT ${component})
   endif()
 endforeach()
+
+if(TARGET korvane-film-helper)
+  # The programs' package brings it along as well.
+  foreach(component widgets programs)
+    install(TARGETS korvane-film-helper RUNTIME DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/korvane" COMPONENT ${component})
+  endforeach()
+endif()
 
 configure_package_config_file(cmake/korvanesdktimelineviewConfig.cmake.in
   "${PROJECT_BINARY_DIR}/korvanesdktimelineviewConfig.cmake" INSTALL_DESTINATION "${folder}")

@@ -1,8 +1,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "korvane/film/worker/FileBytes.h"
+#include "korvane/film/worker/PacketMap.h"
 #include "korvane/fuzz/Law.h"
-#include "korvane/server/PacketMap.h"
 
 namespace korvane {
 namespace {
@@ -22,8 +23,8 @@ Number next() {
 }  // namespace
 
 // In place of libav's: packets are what the input says. A program that links this has no other.
-Result<std::unique_ptr<MediaFile>> MediaFile::open(int, const std::atomic<bool>*) {
-    return std::unique_ptr<MediaFile>(new MediaFile(AvSource(-1, nullptr), AvInput(), 0));
+Result<std::unique_ptr<MediaFile>> MediaFile::open(int) {
+    return std::unique_ptr<MediaFile>(new MediaFile(AvSource(std::make_unique<FileBytes>(-1)), AvInput(), 0));
 }
 
 bool MediaFile::readPacket(AVPacket& packet) {
@@ -52,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     place = 0;
     fed = {reinterpret_cast<const char*>(data), size};
     const auto file = MediaFile::open(-1);
-    const PacketMap map = PacketMap::read(**file, nullptr);
+    const PacketMap map = PacketMap::read(**file);
     for (const Stretch& stretch : map.stretchesWithChange(1000)) require(!stretch.empty(), "a stretch has pictures");
     return 0;
 }

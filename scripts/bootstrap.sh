@@ -12,8 +12,9 @@ packages=(
   qml6-module-qtquick-templates qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
   # data layer
   libcurl4-openssl-dev libicu-dev libssl-dev nlohmann-json3-dev
-  # camera service, frame grabber, player
+  # camera service, and the program that opens films
   libsqlite3-dev libcpp-httplib-dev libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev
+  libseccomp-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev ffmpeg clang-format
   # text and the calendar sign

@@ -19,7 +19,9 @@ echo "== its files"
 cat >"$work/wanted" <<'END'
 usr/bin/korvane-browser
 usr/bin/korvane-camera-server
+usr/lib/systemd/system/korvane-camera-server.service
 usr/lib/systemd/user/korvane-camera-server.service
+usr/libexec/korvane/korvane-film-helper
 usr/share/applications/korvane-browser.desktop
 usr/share/doc/korvane-timeline/changelog.Debian.gz
 usr/share/doc/korvane-timeline/changelog.gz
@@ -49,9 +51,11 @@ fi
 if command -v systemd-analyze >/dev/null; then
   install -d -m 700 "$work/runtime"
   # The programs and the manual are not installed here.
-  said="$(XDG_RUNTIME_DIR="$work/runtime" systemd-analyze verify --user "$tree"/usr/lib/systemd/user/*.service 2>&1 |
-    grep -v -e "Command korvane-camera-server is not executable" -e "Command 'man korvane-camera-server(1)' failed" || true)"
-  [ -z "$said" ] || fail "the unit is not valid: $said"
+  for manager in user system; do
+    said="$(XDG_RUNTIME_DIR="$work/runtime" systemd-analyze verify --$manager "$tree/usr/lib/systemd/$manager"/*.service 2>&1 |
+      grep -v -e "Command korvane-camera-server is not executable" -e "Command 'man korvane-camera-server(1)' failed" || true)"
+    [ -z "$said" ] || fail "the unit of the $manager is not valid: $said"
+  done
 fi
 
 echo "== a start"

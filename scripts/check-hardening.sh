@@ -9,7 +9,8 @@ fail() { echo "check-hardening: $*" >&2; exit 1; }
 # All of the text is read, as a reader that leaves early would end the writer with a fault.
 has() { grep -c -- "$1" >/dev/null; }
 
-for program in "$build/apps/browser/korvane-browser" "$build/server/korvane-camera-server"; do
+for program in "$build/apps/browser/korvane-browser" "$build/server/korvane-camera-server" \
+    "$build/libexec/korvane/korvane-film-helper"; do
   name="$(basename "$program")"
   readelf -hW "$program" | has 'Type: *DYN' || fail "$name stands at a fixed address"
   readelf -dW "$program" | has 'FLAGS_1.*NOW' || fail "$name looks functions up while it runs"

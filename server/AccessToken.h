@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "korvane/base/Result.h"
 #include "korvane/base/Time.h"
-#include "korvane/server/Result.h"
 
 namespace korvane {
 

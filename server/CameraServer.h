@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
+#include "korvane/base/Result.h"
 #include "korvane/base/Time.h"
-#include "korvane/server/Result.h"
 
 namespace korvane {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "korvane/server/Result.h"
+#include "korvane/base/Result.h"
 
 namespace korvane {
 

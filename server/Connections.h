@@ -7,7 +7,7 @@
 #include <optional>
 #include <span>
 
-#include "korvane/server/Descriptor.h"
+#include "korvane/base/Descriptor.h"
 #include "korvane/server/OutgoingReply.h"
 #include "korvane/server/PeerAddress.h"
 #include "korvane/server/RequestBuffer.h"

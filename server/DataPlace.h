@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "korvane/server/Descriptor.h"
-#include "korvane/server/Result.h"
+#include "korvane/base/Descriptor.h"
+#include "korvane/base/Result.h"
 
 namespace korvane {
 

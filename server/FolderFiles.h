@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "korvane/base/Result.h"
 #include "korvane/server/FolderRoot.h"
 #include "korvane/server/Importer.h"
-#include "korvane/server/Result.h"
 #include "korvane/server/Storage.h"
 
 namespace korvane {

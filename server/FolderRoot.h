@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <string>
 
-#include "korvane/server/Descriptor.h"
-#include "korvane/server/Result.h"
+#include "korvane/base/Descriptor.h"
+#include "korvane/base/Result.h"
 
 struct stat;
 

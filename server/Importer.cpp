@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "korvane/base/UtcTime.h"
+#include "korvane/film/VideoAnalysis.h"
 #include "korvane/server/EventList.h"
 #include "korvane/server/FileLock.h"
 #include "korvane/server/FileTime.h"
@@ -15,7 +16,6 @@
 #include "korvane/server/FolderRoot.h"
 #include "korvane/server/LocalDays.h"
 #include "korvane/server/Storage.h"
-#include "korvane/server/VideoAnalysis.h"
 
 namespace korvane {
 namespace {
@@ -165,6 +165,7 @@ class Import {
             report_.cancelled = true;
             return std::nullopt;
         }
+        if (noHelper_) return noHelper_;
         if (Failure failure = storage_.storeRecording(report_.cameraId, reading.source, reading.record, reading.events))
             return failure;
         if (!reading.source.rejection.empty()) report_.rejected.push_back({path, reading.source.rejection});
@@ -189,7 +190,8 @@ class Import {
             source.rejection = file.error().message;
             return std::nullopt;
         }
-        auto analysis = analyzeVideo(file->get(), how);
+        auto analysis = analyzeVideo(films_, file->get(), how);
+        if (!analysis && analysis.error().isBusy) noHelper_ = analysis.error();
         if (!analysis) {
             source.rejection = analysis.error().message;
             return std::nullopt;
@@ -227,7 +229,7 @@ class Import {
             if (page->rows.empty()) continue;
             const StoredRecord& record = page->rows.front();
             if (const auto film = root_.openFile(record.path))
-                event.thumbnail = pictureAt(film->get(), event.time - record.start, options_.cancel);
+                event.thumbnail = pictureAt(films_, film->get(), event.time - record.start, options_.cancel);
         }
         return std::nullopt;
     }
@@ -242,6 +244,8 @@ class Import {
     const FolderRoot& root_;
     const fs::path folder_;
     const ImportOptions& options_;
+    FilmHelper films_;
+    Failure noHelper_;  // says nothing of the file that was to be read
     ImportReport report_;
     std::map<std::string, SourceFile> known_;
     std::string mark_;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "korvane/server/Result.h"
+#include "korvane/base/Result.h"
 
 namespace korvane {
 

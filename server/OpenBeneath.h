@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "korvane/server/Descriptor.h"
+#include "korvane/base/Descriptor.h"
 
 namespace korvane {
 

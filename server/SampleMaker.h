@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <functional>
 
+#include "korvane/base/Result.h"
 #include "korvane/base/Time.h"
-#include "korvane/server/Result.h"
 #include "korvane/server/Storage.h"
 
 namespace korvane {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "korvane/base/Result.h"
 #include "korvane/base/Time.h"
-#include "korvane/server/Result.h"
 
 namespace korvane {
 

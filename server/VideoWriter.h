@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
+#include "korvane/base/Result.h"
 #include "korvane/base/Time.h"
-#include "korvane/server/LibAv.h"
-#include "korvane/server/Result.h"
+#include "korvane/film/worker/LibAv.h"
 
 namespace korvane {
 

@@ -1,13 +1,20 @@
 #include "korvane/toolkit/FrameGrabber.h"
 
-#include <QFileInfo>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <QFile>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "korvane/base/Descriptor.h"
 #include "korvane/base/LifeToken.h"
 #include "korvane/base/WorkerPool.h"
+#include "korvane/film/FilmHelper.h"
+#include "korvane/net/MediaStream.h"
 #include "korvane/toolkit/LoadQueue.h"
 #include "korvane/toolkit/VideoFrame.h"
 
@@ -16,15 +23,11 @@ namespace {
 
 using Queue = LoadQueue<int, QImage>;
 
-// Empty for what the grabber does not open.
-std::string inputFor(const QUrl& url) {
-    const QString scheme = url.scheme();
-    if (scheme == QLatin1String("file")) {
-        const QString file = url.toLocalFile();
-        return QFileInfo(file).isFile() ? file.toStdString() : std::string();  // a pipe would hold the worker
-    }
-    if (scheme != QLatin1String("http") && scheme != QLatin1String("https")) return {};
-    return url.toEncoded().toStdString();
+/// Absent for what is no file: a pipe would hold the worker.
+Descriptor openFile(const QString& path) {
+    Descriptor file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat info {};
+    return file && ::fstat(file.get(), &info) == 0 && S_ISREG(info.st_mode) ? std::move(file) : Descriptor();
 }
 
 }  // namespace
@@ -43,21 +46,38 @@ struct FrameGrabber::State {
 
     void start(Queue::Id id, const Queue::Request& request) {
         auto report = life.guard([this, id](const VideoFrame& frame) { queue.finish(id, frame.result, frame.image); });
-        pool.run([flag = isBrokenOff, report, request, timeout = limits.timeout, &clock = scheduler] {
+        pool.run([flag = isBrokenOff, helper = helper, report, request, timeout = limits.timeout, &clock = scheduler] {
             const auto end = clock.monotonicNow() + timeout;
-            VideoFrame frame{noSuchScheme, {}};
-            if (const std::string input = inputFor(request.url); !input.empty()) {
-                const auto isOver = [&] { return *flag || clock.monotonicNow() >= end; };
-                frame = firstKeyFrame(input, request.bound, isOver);
-                if (frame.result != success && isOver()) frame.result = timedOut;
-            }
+            const auto isOver = [&] { return *flag || clock.monotonicNow() >= end; };
+            const VideoFrame frame = grab(*helper, clock, request, isOver);
             clock.post([report, frame]() mutable { report(frame); });
         });
+    }
+
+    static VideoFrame grab(FilmHelper& helper, Scheduler& clock, const Queue::Request& request,
+                           const std::function<bool()>& isOver) {
+        const QString scheme = request.url.scheme();
+        if (scheme == QLatin1String("file")) {
+            const Descriptor file = openFile(request.url.toLocalFile());
+            return file ? firstKeyFrame(helper, file.get(), nullptr, request.bound, isOver)
+                        : VideoFrame{unreachable, {}};
+        }
+        if (scheme != QLatin1String("http") && scheme != QLatin1String("https")) return {noSuchScheme, {}};
+        MediaOptions options;
+        options.isOver = isOver;
+        MediaStream stream(clock, request.url.toEncoded().toStdString(), options);
+        VideoFrame frame = firstKeyFrame(helper, -1, &stream, request.bound, isOver);
+        if (frame.result != success && isOver())
+            frame.result = timedOut;
+        else if (frame.result == noFrame && stream.hasFailed())
+            frame.result = unreachable;
+        return frame;
     }
 
     Scheduler& scheduler;
     Limits limits;
     const std::shared_ptr<std::atomic<bool>> isBrokenOff = std::make_shared<std::atomic<bool>>(false);
+    const std::shared_ptr<FilmHelper> helper = std::make_shared<FilmHelper>();
     Queue queue;
     WorkerPool pool;
     LifeToken life;

@@ -13,7 +13,8 @@
 namespace korvane {
 
 /// Takes the first key frame of videos at http, https and file URLs, off the main thread, the newest request first.
-/// Main thread only.
+/// Films are opened in processes of korvane-film-helper, see FilmHelper, which have neither files nor network;
+/// certificates are verified, and no proxy is used. Main thread only.
 class FrameGrabber {
   public:
     /// Names a request; 0 is never given out.
@@ -21,11 +22,17 @@ class FrameGrabber {
     /// 0 and the picture, upright; or another code and a null image.
     using Completed = std::function<void(int result, const QImage& frame)>;
 
-    /// Results besides the negative codes of the decoding library, which are passed on.
     static constexpr int success = 0;
     static constexpr int noSuchScheme = 1;
     static constexpr int timedOut = 2;
+    /// No film, or none with a picture.
     static constexpr int noFrame = 3;
+    /// The film would take more memory or time than one may, or has brought its process down.
+    static constexpr int beyondLimits = 4;
+    /// The program that opens films cannot be had, see FilmHelper.
+    static constexpr int noHelper = 5;
+    /// The service cannot be reached, is not trusted, or does not give the film; the file cannot be opened.
+    static constexpr int unreachable = 6;
 
     struct Limits {
         int grabsAtATime = 2;

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "korvane/apps/browser/FilmReader.h"
-#include "korvane/client/http/MediaStream.h"
+#include "korvane/net/MediaStream.h"
 
 namespace korvane {
 
@@ -22,11 +22,12 @@ struct Film::State {
         Seek how = Seek::Exact;
     };
 
-    State(Scheduler& scheduler, std::string url, const MediaOptions& options, bool hasSound, std::function<void()> tell)
+    State(Scheduler& scheduler, FilmHelper& helper, std::string url, const MediaOptions& options, bool hasSound,
+          std::function<void()> tell)
         : news(std::move(tell)),
           sound(hasSound ? std::make_shared<SoundQueue>() : nullptr),
           stream(scheduler, std::move(url), options),
-          reader(stream, sound.get()),
+          reader(helper, stream, sound.get()),
           monitor(scheduler.makeMonitor()) {}
 
     void run();
@@ -46,7 +47,7 @@ struct Film::State {
     const std::function<void()> news;
     const std::shared_ptr<SoundQueue> sound;
     MediaStream stream;
-    FilmReader reader;  // the thread's own
+    FilmReader reader;  // the thread's own, but for cancel()
     std::atomic<std::uint64_t> newest = 0;
     std::atomic<std::uint64_t> newestExact = 0;
 
@@ -169,9 +170,9 @@ void Film::State::setEnd(const Wish& wished, TimeMs value) {
     news();
 }
 
-Film::Film(Scheduler& scheduler, std::string url, const MediaOptions& options, bool hasSound,
+Film::Film(Scheduler& scheduler, FilmHelper& helper, std::string url, const MediaOptions& options, bool hasSound,
            std::function<void()> news)
-    : state_(std::make_shared<State>(scheduler, std::move(url), options, hasSound, std::move(news))) {
+    : state_(std::make_shared<State>(scheduler, helper, std::move(url), options, hasSound, std::move(news))) {
     thread_ = scheduler.spawn("film", [state = state_] { state->run(); });
     if (thread_) return;
     state_->fault = MediaFault::NoRoom;
@@ -232,6 +233,7 @@ const std::shared_ptr<SoundQueue>& Film::sound() const {
 
 void Film::cancel() {
     state_->stream.cancel();
+    state_->reader.cancel();
     const std::lock_guard lock(*state_->monitor);
     state_->isCancelled = true;
     state_->newest = state_->newestExact = UINT64_MAX;

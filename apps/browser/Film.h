@@ -10,7 +10,8 @@
 #include "korvane/apps/browser/SoundQueue.h"
 #include "korvane/base/Scheduler.h"
 #include "korvane/base/Time.h"
-#include "korvane/client/http/MediaFault.h"
+#include "korvane/film/FilmHelper.h"
+#include "korvane/net/MediaFault.h"
 
 namespace korvane {
 
@@ -33,9 +34,10 @@ class Film {
         Glimpse,
     };
 
-    /// `news` runs on the film's thread whenever there is something to look at; it returns at once. `scheduler`
-    /// outlives the film. `hasSound` false leaves the sound out.
-    Film(Scheduler& scheduler, std::string url, const MediaOptions& options, bool hasSound, std::function<void()> news);
+    /// `news` runs on the film's thread whenever there is something to look at; it returns at once. `scheduler` and
+    /// `helper` outlive the film. `hasSound` false leaves the sound out.
+    Film(Scheduler& scheduler, FilmHelper& helper, std::string url, const MediaOptions& options, bool hasSound,
+         std::function<void()> news);
     /// As cancel(), and waits for the thread, which takes no longer than a picture takes to decode.
     ~Film();
 

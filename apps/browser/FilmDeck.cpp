@@ -12,7 +12,8 @@ FilmDeck::~FilmDeck() {
 }
 
 FilmDeck::Slot FilmDeck::make(const Recording& recording, TimeMs moment, Film::Seek how) {
-    Slot slot{recording, moment, std::make_unique<Film>(scheduler_, recording.url, options_, hasSound_, news_)};
+    Slot slot{recording, moment,
+              std::make_unique<Film>(scheduler_, helper_, recording.url, options_, hasSound_, news_)};
     slot.film->seek(moment - recording.start, how);
     return slot;
 }

@@ -53,6 +53,7 @@ class FilmDeck {
     const MediaOptions options_;
     const std::function<void()> news_;
     bool hasSound_ = false;
+    FilmHelper helper_;
     Slot current_;
     Slot prepared_;
     std::vector<std::unique_ptr<Film>> retired_;

@@ -1,18 +1,21 @@
 #pragma once
 
 #include <QImage>
-#include <functional>
 #include <memory>
-#include <string>
+#include <mutex>
+#include <optional>
 
 #include "korvane/apps/browser/SoundQueue.h"
 #include "korvane/base/Time.h"
-#include "korvane/client/http/MediaStream.h"
+#include "korvane/film/FilmHelper.h"
+#include "korvane/film/FilmTask.h"
+#include "korvane/net/MediaStream.h"
 
 namespace korvane {
 
-/// Takes a film apart: its pictures, upright, one after the other, and its sound. A film that refers to other files is
-/// not opened, and neither are kinds that consist of such references. Used by one thread; blocks as its stream does.
+/// Takes a film apart, in a process of its own: its pictures, upright, one after the other, and its sound. A film that
+/// refers to other files is not opened, and neither are kinds that consist of such references. Used by one thread,
+/// except for cancel(); blocks as its stream does.
 class FilmReader {
   public:
     enum class Step {
@@ -24,8 +27,8 @@ class FilmReader {
         Failed,
     };
 
-    /// `sound` gets the film's sound as it is read; null for none. Both outlive the reader.
-    FilmReader(MediaStream& stream, SoundQueue* sound);
+    /// `sound` gets the film's sound as it is read; null for none. All outlive the reader.
+    FilmReader(FilmHelper& helper, MediaStream& stream, SoundQueue* sound);
     ~FilmReader();
 
     FilmReader(const FilmReader&) = delete;
@@ -39,22 +42,36 @@ class FilmReader {
 
     /// A little work. After Failed, fault() tells why.
     Step step();
-    MediaFault fault() const;
+    MediaFault fault() const { return fault_; }
 
     /// What step() has found last, until the next seek; also after the end.
-    bool hasPicture() const;
+    bool hasPicture() const { return hasPicture_; }
     /// When the picture begins and ends, ms from the film's beginning.
-    TimeMs pictureBegin() const;
-    TimeMs pictureEnd() const;
+    TimeMs pictureBegin() const { return pictureBegin_; }
+    TimeMs pictureEnd() const { return pictureEnd_; }
     /// Its points; a null image where there is no memory for it.
     QImage picture();
 
     /// The picture that came before it is what the four above tell of from now on. False when there is none.
     bool stepBack();
 
+    /// Breaks off what is under way, and all that comes later. Any thread.
+    void cancel();
+
   private:
-    struct State;
-    std::unique_ptr<State> state_;
+    std::optional<FilmNews> ask(const FilmWords& order);
+    void notePicture(FilmNews& answer);
+
+    FilmHelper& helper_;
+    MediaStream& stream_;
+    SoundQueue* const sound_;
+    std::mutex mutex_;  // the task comes to be while another thread may cancel
+    std::unique_ptr<FilmTask> task_;
+    bool isCancelled_ = false;
+    MediaFault fault_ = MediaFault::None;
+    bool hasPicture_ = false;
+    TimeMs pictureBegin_ = 0;
+    TimeMs pictureEnd_ = 0;
 };
 
 }  // namespace korvane

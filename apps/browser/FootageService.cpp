@@ -22,6 +22,8 @@ namespace korvane {
 
 namespace {
 
+// Of this process alone; the application makes at most a dozen.
+constexpr std::size_t connections = 200;
 constexpr std::chrono::hours tokenLife{24 * 30};
 // A file that still grows is left alone.
 constexpr std::chrono::milliseconds settling{3'000};
@@ -172,7 +174,9 @@ class FootageService::Work {
     }
 
     Failure serve(const Camera& camera) {
-        server_.emplace(database_);
+        CameraServerOptions options;
+        options.connections = connections;
+        server_.emplace(database_, options);
         if (const auto port = server_->start(); !port) return drop(port.error());
         const auto token = server_->issueToken(camera.id, tokenLife);
         if (!token) return drop(token.error());

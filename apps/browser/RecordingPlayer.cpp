@@ -37,6 +37,8 @@ QString textOf(MediaFault fault) {
             return QStringLiteral("The service broke off");
         case MediaFault::NotAFilm:
             return QStringLiteral("This recording is no film that can be shown");
+        case MediaFault::BeyondLimits:
+            return QStringLiteral("This recording takes more than a film may");
         default:
             return QStringLiteral("This recording cannot be opened");
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "korvane/base/Time.h"
+#include "korvane/film/FilmMessages.h"
 
 namespace korvane {
 
@@ -15,8 +16,8 @@ namespace korvane {
 /// from any thread.
 class SoundQueue {
   public:
-    static constexpr int rate = 48'000;
-    static constexpr std::size_t channels = 2;
+    static constexpr int rate = filmSoundRate;
+    static constexpr std::size_t channels = filmSoundChannels;
 
     /// Samples whose first one belongs to `position` (ms in the film).
     void add(TimeMs position, std::vector<std::int16_t> samples);

@@ -1,7 +1,3 @@
-extern "C" {
-#include <libavutil/log.h>
-}
-
 #include <QCoreApplication>
 #include <QFont>
 #include <QGuiApplication>
@@ -100,8 +96,6 @@ int main(int argc, char** argv) {
     }
 
     korvane::redactToolkitMessages();
-    // Its errors reach the state line, and its log lines would quote URLs.
-    av_log_set_level(AV_LOG_QUIET);
     if (line.arguments.capture) {
         setDefault("QT_QPA_PLATFORM", "offscreen");
         setDefault("QT_QUICK_BACKEND", "software");

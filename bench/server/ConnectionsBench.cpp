@@ -19,9 +19,9 @@
 #include <string>
 #include <vector>
 
+#include "korvane/base/Descriptor.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/CameraServer.h"
-#include "korvane/server/Descriptor.h"
 #include "korvane/server/SampleMaker.h"
 #include "korvane/server/Storage.h"
 

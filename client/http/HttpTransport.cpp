@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "korvane/base/Log.h"
-#include "korvane/client/http/CurlHandles.h"
+#include "korvane/net/CurlHandles.h"
 
 namespace korvane {
 namespace {

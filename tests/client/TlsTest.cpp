@@ -10,7 +10,7 @@
 #include "korvane/base/LoopScheduler.h"
 #include "korvane/client/Status.h"
 #include "korvane/client/http/HttpService.h"
-#include "korvane/client/http/MediaStream.h"
+#include "korvane/net/MediaStream.h"
 #include "korvane/tests/client/Asking.h"
 
 namespace korvane::test {

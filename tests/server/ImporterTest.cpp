@@ -4,8 +4,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "korvane/base/Descriptor.h"
 #include "korvane/base/UtcTime.h"
-#include "korvane/server/Descriptor.h"
 #include "korvane/server/Storage.h"
 #include "korvane/tests/server/TempFolder.h"
 #include "korvane/tests/server/TestClip.h"

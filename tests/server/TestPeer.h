@@ -9,7 +9,7 @@
 #include <array>
 #include <string>
 
-#include "korvane/server/Descriptor.h"
+#include "korvane/base/Descriptor.h"
 
 namespace korvane {
 

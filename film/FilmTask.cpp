@@ -1,0 +1,129 @@
+#include "korvane/film/FilmTask.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <utility>
+
+namespace korvane {
+namespace {
+
+constexpr std::chrono::milliseconds betweenLooks(20);
+constexpr std::int64_t mostRoom = 300LL * 1024 * 1024;
+constexpr std::int64_t mostAtATime = 256LL * 1024;
+
+constexpr const char* wantOfMemory = "takes more memory than a film may";
+
+std::string reasonOf(int signal) {
+    if (signal < 0) return wantOfMemory;
+    if (signal == SIGXCPU || signal == SIGKILL) return "takes more processor time than a film may";
+    if (signal == 0) return "has made its reader end";
+    return "has brought its reader down (signal " + std::to_string(signal) + ")";
+}
+
+}  // namespace
+
+FilmTask::FilmTask(FilmChannel channel, Descriptor room) : channel_(std::move(channel)), memory_(std::move(room)) {}
+
+FilmTask::~FilmTask() {
+    if (room_) ::munmap(const_cast<std::uint8_t*>(room_), roomBytes_);
+}
+
+void FilmTask::fail(FilmFailure::Kind kind, std::string reason) {
+    failure_ = {kind, std::move(reason)};
+    isOver_ = isOver_ || kind != FilmFailure::Kind::Unreadable;
+}
+
+void FilmTask::noteFailure(FilmNews& news) {
+    if (news.type() == FilmMessage::Ended)
+        return fail(FilmFailure::Kind::BeyondLimits, reasonOf(static_cast<int>(news.number(-1, 64))));
+    const bool isMemory = news.number() == 1;
+    fail(isMemory ? FilmFailure::Kind::BeyondLimits : FilmFailure::Kind::Unreadable,
+         isMemory ? wantOfMemory : std::string(news.text()));
+}
+
+void FilmTask::makeRoom(std::int64_t bytes) {
+    const auto wanted = static_cast<std::size_t>(std::clamp<std::int64_t>(bytes, 0, mostRoom));
+    if (wanted <= roomBytes_ || wanted != static_cast<std::size_t>(bytes)) return;
+    if (::ftruncate(memory_.get(), static_cast<off_t>(wanted)) != 0) return;
+    void* const made = ::mmap(nullptr, wanted, PROT_READ, MAP_SHARED, memory_.get(), 0);
+    if (made == MAP_FAILED) return;
+    if (room_) ::munmap(const_cast<std::uint8_t*>(room_), roomBytes_);
+    room_ = static_cast<const std::uint8_t*>(made);
+    roomBytes_ = wanted;
+}
+
+bool FilmTask::sendBytes(FilmNews& question) {
+    const std::int64_t position = question.number();
+    buffer_.resize(static_cast<std::size_t>(question.number(0, mostAtATime)));
+    std::size_t got = 0;
+    if (source_ && position >= 0 && !buffer_.empty()) {
+        source_->seek(position);
+        got = source_->read({reinterpret_cast<std::uint8_t*>(buffer_.data()), buffer_.size()});
+    }
+    const bool hasFailed = !source_ || source_->hasFailed();
+    return channel_.send(
+        FilmWords(FilmMessage::Bytes).text(std::string_view(buffer_).substr(0, got)).number(hasFailed));
+}
+
+/// What the process asks while it works. False when it can no longer be answered.
+bool FilmTask::answer(FilmNews& question) {
+    switch (question.type()) {
+        case FilmMessage::Read:
+            return sendBytes(question);
+        case FilmMessage::AskSize:
+            return channel_.send(FilmWords(FilmMessage::Size).number(source_ ? source_->size().value_or(-1) : -1));
+        default:
+            makeRoom(question.number());
+            return channel_.send(FilmWords(FilmMessage::Room).number(static_cast<std::int64_t>(roomBytes_)));
+    }
+}
+
+std::optional<FilmNews> FilmTask::ask(const FilmWords& order, const OnNews& onNews, const IsOver& isOver) {
+    if (isOver_) return std::nullopt;
+    bool isSent = channel_.send(order);
+    while (true) {
+        FilmChannel::State state = FilmChannel::State::Closed;
+        auto news = channel_.receive(state, isOver ? std::optional(betweenLooks) : std::nullopt);
+        if (isCancelled_ || (isOver && isOver())) {
+            fail(FilmFailure::Kind::Cancelled, "was broken off");
+            return std::nullopt;
+        }
+        if (state == FilmChannel::State::Closed || (!news && !isSent)) {
+            fail(FilmFailure::Kind::Unavailable, "cannot be read: the program that opens films has gone");
+            return std::nullopt;
+        }
+        if (!news) continue;
+        switch (news->type()) {
+            case FilmMessage::Done:
+                return news;
+            case FilmMessage::Failed:
+            case FilmMessage::Ended:
+                noteFailure(*news);
+                return std::nullopt;
+            case FilmMessage::Progress:
+            case FilmMessage::Motion:
+            case FilmMessage::Sound:
+                if (onNews) onNews(*news);
+                break;
+            case FilmMessage::Read:
+            case FilmMessage::AskSize:
+            case FilmMessage::AskRoom:
+                // One that cannot be answered has ended, and is about to say why.
+                isSent = answer(*news) && isSent;
+                break;
+            default:
+                fail(FilmFailure::Kind::BeyondLimits, "has made its reader talk nonsense");
+                return std::nullopt;
+        }
+    }
+}
+
+void FilmTask::cancel() {
+    isCancelled_ = true;
+    channel_.close();
+}
+
+}  // namespace korvane

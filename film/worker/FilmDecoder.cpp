@@ -1,0 +1,236 @@
+#include "korvane/film/worker/FilmDecoder.h"
+
+#include <algorithm>
+#include <deque>
+#include <utility>
+
+#include "korvane/film/worker/FilmContainer.h"
+#include "korvane/film/worker/Sandbox.h"
+#include "korvane/film/worker/SoundDecoder.h"
+
+namespace korvane {
+
+namespace {
+
+constexpr std::int64_t maxPixels = 40'000'000;
+constexpr AVRational milliseconds{1, 1000};
+// Sound lies beside its picture, but not quite: so much of the film is read ahead to come upon it in time.
+constexpr TimeMs soundAhead = 700;
+constexpr std::size_t mostWaiting = 600;
+constexpr TimeMs unknownLength = 40;  // of a picture
+// A film may say anything: sums of times that are no further than 30,000 years do not overflow.
+constexpr TimeMs latestTime = 1'000'000'000'000'000;
+
+int threadsFor(int width, int height) {
+    constexpr std::int64_t hd = 1280 * 720;
+    constexpr std::int64_t fullHd = 1920 * 1088;
+    const std::int64_t points = std::int64_t{width} * height;
+    return points > fullHd ? 4 : points > hd ? 2 : 1;
+}
+
+}  // namespace
+
+struct FilmDecoder::State {
+    struct Shot {
+        AvFrame frame;
+        bool isThere = false;
+        TimeMs begin = 0;
+        TimeMs end = 0;
+    };
+
+    State(const AvSource& bytes, FrameConverter& into, SoundDecoder::Sink sink)
+        : source(bytes), converter(into), sound(std::move(sink)) {}
+
+    bool open();
+    bool openPicture();
+    void openSound();
+    Step step();
+    Step demux();
+    bool isAhead() const;
+    void keepIncoming();
+    void forgetPictures();
+    TimeMs timeOf(std::int64_t pts) const;
+
+    const AvSource& source;
+    FrameConverter& converter;
+    const SoundDecoder::Sink sound;
+    AvInput format;
+    AvCodec decoder;
+    std::unique_ptr<SoundDecoder> soundDecoder;
+    int pictureStream = -1;
+    int soundStream = -1;
+    TimeMs beginMs = 0;  // of the film, on its own clock
+    int degrees = 0;
+    AvPacket packet{av_packet_alloc()};
+    AvFrame incoming{av_frame_alloc()};
+    Shot shown{AvFrame(av_frame_alloc())};
+    Shot before{AvFrame(av_frame_alloc())};
+    std::deque<AvPacket> waiting;
+    bool isAtEnd = false;    // of the container
+    bool isDrained = false;  // the decoder knows of it
+    bool hasFailed = false;
+};
+
+bool FilmDecoder::State::openPicture() {
+    const AVCodec* codec = nullptr;
+    pictureStream = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
+    if (pictureStream < 0) return pictureStream != AVERROR_DECODER_NOT_FOUND;
+    AVStream& picture = *format->streams[pictureStream];
+    decoder.reset(avcodec_alloc_context3(codec));
+    if (!decoder || avcodec_parameters_to_context(decoder.get(), picture.codecpar) < 0) return false;
+    decoder->thread_count = threadsFor(picture.codecpar->width, picture.codecpar->height);
+    decoder->max_pixels = maxPixels;
+    decoder->pkt_timebase = picture.time_base;
+    if (avcodec_open2(decoder.get(), codec, nullptr) < 0) return false;
+    degrees = rotationOf(picture);
+    const std::int64_t start = picture.start_time;
+    if (start != AV_NOPTS_VALUE)
+        beginMs = std::clamp(av_rescale_q(start, picture.time_base, milliseconds), -latestTime, latestTime);
+    return true;
+}
+
+void FilmDecoder::State::openSound() {
+    if (!sound || pictureStream < 0) return;
+    soundStream = av_find_best_stream(format.get(), AVMEDIA_TYPE_AUDIO, -1, pictureStream, nullptr, 0);
+    if (soundStream >= 0) soundDecoder = SoundDecoder::open(*format->streams[soundStream], beginMs, sound);
+    if (!soundDecoder) soundStream = -1;
+}
+
+bool FilmDecoder::State::open() {
+    if (!packet || !incoming || !shown.frame || !before.frame) return false;
+    if (mindMemory(openContainer(source, FilmKinds::AnyFilm, true, format)) < 0 || !openPicture()) return false;
+    openSound();
+    for (unsigned i = 0; i < format->nb_streams; ++i) {
+        const bool isRead = static_cast<int>(i) == pictureStream || static_cast<int>(i) == soundStream;
+        if (!isRead) format->streams[i]->discard = AVDISCARD_ALL;
+    }
+    isDrained = isAtEnd = pictureStream < 0;
+    return true;
+}
+
+TimeMs FilmDecoder::State::timeOf(std::int64_t pts) const {
+    if (pts == AV_NOPTS_VALUE) return 0;
+    const std::int64_t time = av_rescale_q(pts, format->streams[pictureStream]->time_base, milliseconds);
+    return std::clamp(time, -latestTime, latestTime) - beginMs;
+}
+
+bool FilmDecoder::State::isAhead() const {
+    if (!soundDecoder || isAtEnd || waiting.size() >= mostWaiting) return true;
+    if (waiting.size() < 2) return false;
+    return timeOf(waiting.back()->dts) - timeOf(waiting.front()->dts) >= soundAhead;
+}
+
+/// One packet from the container to where it belongs.
+FilmDecoder::Step FilmDecoder::State::demux() {
+    const int read = mindMemory(av_read_frame(format.get(), packet.get()));
+    if (read < 0) {
+        hasFailed = source.bytes().hasFailed();
+        if (hasFailed) return Step::Failed;
+        isAtEnd = true;
+        return Step::Nothing;
+    }
+    if (packet->stream_index == pictureStream) {
+        AvPacket kept(av_packet_clone(packet.get()));
+        if (kept) waiting.push_back(std::move(kept));
+    } else if (packet->stream_index == soundStream && soundDecoder) {
+        soundDecoder->decode(*packet);
+    }
+    av_packet_unref(packet.get());
+    return Step::Nothing;
+}
+
+void FilmDecoder::State::keepIncoming() {
+    const TimeMs endBefore = shown.end;
+    std::swap(shown, before);
+    std::swap(shown.frame, incoming);
+    shown.isThere = true;
+    const std::int64_t pts = shown.frame->best_effort_timestamp;
+    shown.begin = pts == AV_NOPTS_VALUE ? endBefore : timeOf(pts);
+    const AVRational base = format->streams[pictureStream]->time_base;
+    const std::int64_t length = std::clamp<std::int64_t>(
+        av_rescale_q(std::max<std::int64_t>(0, shown.frame->pkt_duration), base, milliseconds), 0, latestTime);
+    shown.end = shown.begin + (length > 0 ? length : unknownLength);
+}
+
+void FilmDecoder::State::forgetPictures() {
+    shown.isThere = before.isThere = false;
+    av_frame_unref(shown.frame.get());
+    av_frame_unref(before.frame.get());
+}
+
+FilmDecoder::Step FilmDecoder::State::step() {
+    if (hasFailed) return Step::Failed;
+    if (!decoder) return Step::End;
+    const int received = mindMemory(avcodec_receive_frame(decoder.get(), incoming.get()));
+    if (received >= 0) {
+        keepIncoming();
+        return Step::Picture;
+    }
+    if (received == AVERROR_EOF) return Step::End;
+    if (waiting.empty() || !isAhead()) {
+        if (!isAtEnd) return demux();
+    }
+    if (!waiting.empty()) {
+        // What cannot be decoded is passed over; a later key frame may do.
+        mindMemory(avcodec_send_packet(decoder.get(), waiting.front().get()));
+        waiting.pop_front();
+        return Step::Nothing;
+    }
+    if (std::exchange(isDrained, true)) return Step::End;
+    avcodec_send_packet(decoder.get(), nullptr);
+    return Step::Nothing;
+}
+
+FilmDecoder::FilmDecoder(const AvSource& source, FrameConverter& converter, SoundDecoder::Sink sound)
+    : state_(std::make_unique<State>(source, converter, std::move(sound))) {}
+
+FilmDecoder::~FilmDecoder() = default;
+
+bool FilmDecoder::open() {
+    return state_->open();
+}
+
+bool FilmDecoder::seek(TimeMs position) {
+    if (!state_->decoder || state_->hasFailed) return false;
+    const AVRational base = state_->format->streams[state_->pictureStream]->time_base;
+    const std::int64_t to = av_rescale_q(std::max<TimeMs>(0, position) + state_->beginMs, milliseconds, base);
+    // An error of an earlier read would be told once more.
+    state_->source.context()->error = 0;
+    state_->source.context()->eof_reached = 0;
+    if (av_seek_frame(state_->format.get(), state_->pictureStream, to, AVSEEK_FLAG_BACKWARD) < 0) return false;
+    avcodec_flush_buffers(state_->decoder.get());
+    if (state_->soundDecoder) state_->soundDecoder->flush();
+    state_->waiting.clear();
+    state_->forgetPictures();
+    state_->isAtEnd = state_->isDrained = false;
+    return true;
+}
+
+FilmDecoder::Step FilmDecoder::step() {
+    return state_->step();
+}
+
+bool FilmDecoder::hasPicture() const {
+    return state_->shown.isThere;
+}
+
+TimeMs FilmDecoder::pictureBegin() const {
+    return state_->shown.begin;
+}
+
+TimeMs FilmDecoder::pictureEnd() const {
+    return state_->shown.end;
+}
+
+FilmWords FilmDecoder::paint() {
+    const AVFrame& frame = *state_->shown.frame;
+    if (!state_->shown.isThere) return FilmWords(FilmMessage::Failed).number(0).text("holds no picture");
+    return state_->converter.convert(frame, {frame.width, frame.height}, state_->degrees);
+}
+
+bool FilmDecoder::stepBack() {
+    if (state_->before.isThere) std::swap(state_->shown, state_->before);
+    return state_->before.isThere;
+}
+
+}  // namespace korvane

@@ -1,0 +1,123 @@
+#include "korvane/film/worker/Sandbox.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <seccomp.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <new>
+
+namespace korvane {
+namespace {
+
+// A sanitizer maps terabytes, reads files for its reports, and makes everything slow.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KORVANE_SANITIZED
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(KORVANE_SANITIZED)
+constexpr bool isSanitized = true;
+constexpr std::int64_t slowness = 10;
+#else
+constexpr bool isSanitized = false;
+constexpr std::int64_t slowness = 1;
+#endif
+
+// Standard input, output and error are nothing, but numbers below this are asked for by poll().
+constexpr rlim_t filesOpened = 1;
+
+bool limit(int resource, rlim_t soft, rlim_t hard) {
+    const rlimit limits{soft, hard};
+    return ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limits) == 0;
+}
+
+struct FilterDeleter {
+    void operator()(void* filter) const { ::seccomp_release(filter); }
+};
+
+/// What decoding needs. Everything else fails as if the system did not know it.
+bool filterCalls() {
+    const std::unique_ptr<void, FilterDeleter> filter(::seccomp_init(SCMP_ACT_ERRNO(ENOSYS)));
+    if (!filter) return false;
+    constexpr int allowed[] = {SCMP_SYS(read),
+                               SCMP_SYS(write),
+                               SCMP_SYS(pread64),
+                               SCMP_SYS(lseek),
+                               SCMP_SYS(close),
+                               SCMP_SYS(sendmsg),
+                               SCMP_SYS(recvmsg),
+                               SCMP_SYS(recvfrom),
+                               SCMP_SYS(shutdown),
+                               SCMP_SYS(munmap),
+                               SCMP_SYS(mremap),
+                               SCMP_SYS(brk),
+                               SCMP_SYS(madvise),
+                               SCMP_SYS(futex),
+                               SCMP_SYS(set_robust_list),
+                               SCMP_SYS(rseq),
+                               SCMP_SYS(rt_sigprocmask),
+                               SCMP_SYS(rt_sigaction),
+                               SCMP_SYS(rt_sigreturn),
+                               SCMP_SYS(sigaltstack),
+                               SCMP_SYS(sched_getaffinity),
+                               SCMP_SYS(sched_yield),
+                               SCMP_SYS(exit),
+                               SCMP_SYS(exit_group),
+                               SCMP_SYS(gettid),
+                               SCMP_SYS(getpid),
+                               SCMP_SYS(tgkill),
+                               SCMP_SYS(clock_gettime),
+                               SCMP_SYS(clock_nanosleep),
+                               SCMP_SYS(getrandom),
+                               SCMP_SYS(getrusage),
+                               SCMP_SYS(prlimit64),
+                               SCMP_SYS(getcpu),
+                               SCMP_SYS(restart_syscall)};
+    for (const int call : allowed)
+        if (::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) != 0) return false;
+    // Threads, but no processes; pages that are written, but none that are run.
+    return ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
+                              SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)) == 0 &&
+           ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(mmap), 1,
+                              SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) == 0 &&
+           ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(mprotect), 1,
+                              SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) == 0 &&
+           ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME)) ==
+               0 &&
+           ::seccomp_load(filter.get()) == 0;
+}
+
+}  // namespace
+
+bool enterSandbox(const HelperOrder& order) {
+    std::set_new_handler([] { ::_exit(exitForMemory); });
+    const auto seconds = static_cast<rlim_t>(order.seconds * slowness);
+    const bool hasTime =
+        order.isEachOrder != 0 ? limit(RLIMIT_CPU, seconds, RLIM_INFINITY) : limit(RLIMIT_CPU, seconds, seconds + 1);
+    if (!hasTime || !limit(RLIMIT_CORE, 0, 0) || ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return false;
+    if (isSanitized) return true;
+    return limit(RLIMIT_DATA, static_cast<rlim_t>(order.bytesOfMemory), static_cast<rlim_t>(order.bytesOfMemory)) &&
+           limit(RLIMIT_FSIZE, 0, 0) && limit(RLIMIT_NOFILE, filesOpened, filesOpened) &&
+           ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && filterCalls();
+}
+
+int mindMemory(int code) {
+    if (code == -ENOMEM) ::_exit(exitForMemory);
+    return code;
+}
+
+void grantTime(std::int64_t seconds) {
+    rusage used{};
+    ::getrusage(RUSAGE_SELF, &used);
+    limit(RLIMIT_CPU, static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec + 1 + seconds * slowness),
+          RLIM_INFINITY);
+}
+
+}  // namespace korvane

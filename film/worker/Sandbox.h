@@ -1,0 +1,20 @@
+#pragma once
+
+#include "korvane/film/HelperOrder.h"
+
+namespace korvane {
+
+/// The exit code of a film's process that has come to the end of its memory.
+inline constexpr int exitForMemory = 12;
+
+/// Takes from this process, for good, what reading a film does not need: new files, connections and programs, memory
+/// and time beyond `order`. False when the system refuses. Before any further thread is started.
+bool enterSandbox(const HelperOrder& order);
+
+/// Ends this process where libav's `code` is want of memory: what it would do without is not known. Gives the code.
+int mindMemory(int code);
+
+/// Grants `seconds` of processor time from now on.
+void grantTime(std::int64_t seconds);
+
+}  // namespace korvane

@@ -1,0 +1,146 @@
+// korvane-film-helper: opens foreign films for the programs that start it, each in a process of its own with limits. It
+// is told what to do over the connection that stands at helperControl, and ends with it.
+
+#include <fcntl.h>
+#include <malloc.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "korvane/base/Descriptor.h"
+#include "korvane/film/FilmChannel.h"
+#include "korvane/film/HelperOrder.h"
+#include "korvane/film/worker/FilmJob.h"
+#include "korvane/film/worker/LibAv.h"
+#include "korvane/film/worker/Sandbox.h"
+
+namespace {
+
+using korvane::Descriptor;
+using korvane::FilmChannel;
+using korvane::FilmMessage;
+using korvane::FilmWords;
+
+struct Film {
+    pid_t process = -1;
+    /// The process's own end, kept to tell the caller how it has ended.
+    FilmChannel channel;
+};
+
+struct Handed {
+    korvane::HelperOrder order;
+    Descriptor channel;
+    Descriptor room;
+    Descriptor file;
+};
+
+/// False at the end of the connection.
+bool receive(Handed& handed) {
+    std::array<int, 3> files{-1, -1, -1};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof files)> space{};
+    iovec content{&handed.order, sizeof handed.order};
+    msghdr packet{};
+    packet.msg_iov = &content;
+    packet.msg_iovlen = 1;
+    packet.msg_control = space.data();
+    packet.msg_controllen = space.size();
+    if (::recvmsg(korvane::helperControl, &packet, MSG_CMSG_CLOEXEC) != sizeof handed.order) return false;
+    const cmsghdr* const head = CMSG_FIRSTHDR(&packet);
+    if (!head || head->cmsg_type != SCM_RIGHTS) return false;
+    std::memcpy(files.data(), CMSG_DATA(head), std::min(head->cmsg_len - CMSG_LEN(0), sizeof files));
+    handed.channel = Descriptor(files[0]);
+    handed.room = Descriptor(files[1]);
+    handed.file = Descriptor(files[2]);
+    return true;
+}
+
+[[noreturn]] void serve(Handed& handed, pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(0);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    FilmChannel channel(std::move(handed.channel));
+    if (!korvane::enterSandbox(handed.order)) ::_exit(1);
+    korvane::serveFilm(channel, handed.room.get(), handed.file.get(), handed.order);
+    ::_exit(0);
+}
+
+void begin(Handed& handed, std::vector<Film>& films, int signals) {
+    const pid_t own = ::getpid();
+    const pid_t process = ::fork();
+    if (process == 0) {
+        ::close(korvane::helperControl);
+        ::close(signals);
+        films.clear();
+        serve(handed, own);
+    }
+    // Without a process the caller reads the end of the connection.
+    if (process > 0) films.push_back({process, FilmChannel(std::move(handed.channel))});
+}
+
+/// What a caller is told of the end of a process: a signal, 0 for none, -1 for want of memory.
+int endOf(int status) {
+    if (WIFSIGNALED(status)) return WTERMSIG(status);
+    return WEXITSTATUS(status) == korvane::exitForMemory ? -1 : 0;
+}
+
+void reap(std::vector<Film>& films) {
+    int status = 0;
+    for (pid_t ended = ::waitpid(-1, &status, WNOHANG); ended > 0; ended = ::waitpid(-1, &status, WNOHANG)) {
+        std::erase_if(films, [&](Film& film) {
+            if (film.process != ended) return false;
+            film.channel.sendNow(FilmWords(FilmMessage::Ended).number(endOf(status)));
+            return true;
+        });
+    }
+}
+
+int run() {
+    sigset_t wanted;
+    ::sigemptyset(&wanted);
+    ::sigaddset(&wanted, SIGCHLD);
+    ::sigprocmask(SIG_BLOCK, &wanted, nullptr);
+    const Descriptor signals(::signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK));
+    std::vector<Film> films;
+    while (true) {
+        std::vector<pollfd> waited{{korvane::helperControl, POLLIN, 0}, {signals.get(), POLLIN, 0}};
+        for (const Film& film : films) waited.push_back({film.channel.descriptor(), 0, 0});
+        if (::poll(waited.data(), waited.size(), -1) < 0 && errno != EINTR) return 1;
+        // A caller that has closed a film may be far from its process's next look.
+        for (std::size_t i = 0; i < films.size(); ++i)
+            if ((waited[i + 2].revents & (POLLHUP | POLLERR)) != 0) ::kill(films[i].process, SIGKILL);
+        signalfd_siginfo told{};
+        while (::read(signals.get(), &told, sizeof told) == sizeof told) {
+        }
+        reap(films);
+        if ((waited[0].revents & (POLLIN | POLLHUP)) == 0) continue;
+        Handed handed;
+        if (!receive(handed)) return 0;
+        begin(handed, films, signals.get());
+    }
+}
+
+}  // namespace
+
+int main() {
+    korvane::silenceLibAv();
+    // One place to take memory from: each further one would be counted before it is used.
+    ::mallopt(M_ARENA_MAX, 1);
+    if (::fcntl(korvane::helperControl, F_GETFD) < 0) {
+        std::fputs("korvane-film-helper: is started by the programs that open films\n", stderr);
+        return 2;
+    }
+    return run();
+}
