@@ -9,6 +9,7 @@
 
 #include "korvane/base/Log.h"
 #include "korvane/base/TaskGuard.h"
+#include "korvane/base/UtcTime.h"
 
 namespace korvane {
 namespace {
@@ -69,8 +70,7 @@ class SystemThread final : public Thread {
 SystemScheduler::SystemScheduler() : pool_(std::max<std::size_t>(4, std::thread::hardware_concurrency())) {}
 
 TimeMs SystemScheduler::utcNow() const {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::floor<std::chrono::milliseconds>(now).count();
+    return systemUtcNow();
 }
 
 std::chrono::microseconds SystemScheduler::monotonicNow() const {

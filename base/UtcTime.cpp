@@ -175,4 +175,9 @@ std::string localTimeZoneName() {
     return "UTC";
 }
 
+TimeMs systemUtcNow() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::floor<std::chrono::milliseconds>(now).count();
+}
+
 }  // namespace korvane

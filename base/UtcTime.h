@@ -20,4 +20,8 @@ std::optional<TimeMs> parseUtc(std::string_view text);
 /// Name of this device's time zone, "Europe/Berlin" say; "UTC" when the system does not tell.
 std::string localTimeZoneName();
 
+/// What the system's clock says. For SystemScheduler and for programs of their own; what is tested by time takes it
+/// from a Scheduler or from its caller.
+TimeMs systemUtcNow();
+
 }  // namespace korvane

@@ -48,6 +48,17 @@ enum class FilmMessage : std::uint8_t {
     Ended,
 };
 
+/// What a step through a film has brought.
+enum class FilmStep {
+    /// The next picture is there.
+    Picture,
+    /// Some way has been made.
+    Nothing,
+    End,
+    /// The bytes come no more.
+    Failed,
+};
+
 /// Sound between the two is of two channels of 16 bits at this rate.
 inline constexpr int filmSoundRate = 48'000;
 inline constexpr int filmSoundChannels = 2;

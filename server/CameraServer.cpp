@@ -3,6 +3,7 @@
 #include <chrono>
 #include <thread>
 
+#include "korvane/base/UtcTime.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/Api.h"
 #include "korvane/server/DescriptorLimit.h"
@@ -11,11 +12,6 @@
 
 namespace korvane {
 namespace {
-
-TimeMs systemNow() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
 
 /// What httplib refuses by itself before it asks the handler.
 void explainRefusal(httplib::Response& response) {
@@ -41,7 +37,7 @@ struct CameraServer::Running {
     Running(std::unique_ptr<Storage> openStorage, AccessToken openTokens, const CameraServerOptions& options)
         : storage(std::move(openStorage)),
           tokens(std::move(openTokens)),
-          now(options.now ? options.now : systemNow),
+          now(options.now ? options.now : systemUtcNow),
           api(*storage, tokens, now, options.followLinks),
           listener(limitsOf(options)) {
         listener.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {

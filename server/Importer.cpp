@@ -26,11 +26,6 @@ constexpr const char* motionName = "motion";
 constexpr TimeMs latest = 253'402'300'799'000;
 constexpr std::chrono::milliseconds waitForTurn(50);
 
-TimeMs systemNow() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
   public:
@@ -154,7 +149,7 @@ class Import {
             ++done_;
             return std::nullopt;
         }
-        if (std::chrono::milliseconds(std::abs(systemNow() - source->modified)) < options_.settling) {
+        if (std::chrono::milliseconds(std::abs(systemUtcNow() - source->modified)) < options_.settling) {
             ++done_;
             return std::nullopt;
         }
@@ -267,6 +262,14 @@ Result<ImportReport> importFolder(Storage& storage, const fs::path& folder, cons
     } catch (const std::exception& error) {
         return Error{std::string("import has failed: ") + error.what()};
     }
+}
+
+Result<bool> hasVideoFiles(const fs::path& folder) {
+    const auto root = FolderRoot::open(folder);
+    if (!root) return root.error();
+    const auto files = listFolder(*root);
+    if (!files) return files.error();
+    return !files->videos.empty();
 }
 
 }  // namespace korvane

@@ -75,6 +75,9 @@ struct ImportReport {
 /// or has nothing to import, and when the data base fails; what was stored until then stays. Blocks.
 Result<ImportReport> importFolder(Storage& storage, const std::filesystem::path& folder, const ImportOptions& options);
 
+/// Whether there is a video file under `folder`, by its name. Fails when the folder is missing or unreadable. Blocks.
+Result<bool> hasVideoFiles(const std::filesystem::path& folder);
+
 /// The default place of a folder's data base: FOLDER/.korvane/camera.db.
 std::filesystem::path defaultDatabase(const std::filesystem::path& folder);
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "korvane/base/Printable.h"
+#include "korvane/base/UtcTime.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/CameraServer.h"
 #include "korvane/server/CommandLine.h"
@@ -50,11 +51,6 @@ std::atomic<bool> interrupted = false;
 
 void onSignal(int) {
     interrupted = true;
-}
-
-TimeMs now() {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
 }
 
 int fail(int code, const std::string& message) {
@@ -184,7 +180,7 @@ int token(const CommandLine& line) {
     const auto tokens = AccessToken::forDatabase(file);
     if (!tokens) return fail(failed, tokens.error().message);
     const std::string url = line.has("url") ? line.text("url") : "http://127.0.0.1:" + std::to_string(defaultPort);
-    const auto text = tokens->issue(*camera, now() / 1000 + *lifetime, url);
+    const auto text = tokens->issue(*camera, systemUtcNow() / 1000 + *lifetime, url);
     if (!text) return fail(badUsage, text.error().message);
     std::cout << *text << '\n';
     return 0;
@@ -198,7 +194,7 @@ int fillRows(const CommandLine& line) {
     if (!storage) return fail(failed, storage.error().message);
     const auto camera = (*storage)->cameraForFolder("", "Rows", "America/New_York");
     if (!camera) return fail(failed, camera.error().message);
-    if (const auto status = addSampleEvents(**storage, camera->id, *rows, now(), rowSpacing))
+    if (const auto status = addSampleEvents(**storage, camera->id, *rows, systemUtcNow(), rowSpacing))
         return fail(failed, status->message);
     std::cout << "Camera " << camera->id << ": " << *rows << " events added\n";
     return 0;
@@ -211,7 +207,7 @@ int sample(const CommandLine& line) {
     if (!seed) return fail(badUsage, seed.error().message);
     ProgressPrinter progress;
     SampleOptions options;
-    options.end = now();
+    options.end = systemUtcNow();
     options.seed = static_cast<std::uint64_t>(*seed);
     options.cancel = &interrupted;
     options.onProgress = [&progress](std::size_t done, std::size_t total) {

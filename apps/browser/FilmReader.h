@@ -18,14 +18,7 @@ namespace korvane {
 /// except for cancel(); blocks as its stream does.
 class FilmReader {
   public:
-    enum class Step {
-        /// The next picture is there.
-        Picture,
-        /// Some way has been made.
-        Nothing,
-        End,
-        Failed,
-    };
+    using Step = FilmStep;
 
     /// `sound` gets the film's sound as it is read; null for none. All outlive the reader.
     FilmReader(FilmHelper& helper, MediaStream& stream, SoundQueue* sound);

@@ -13,8 +13,6 @@
 #include "korvane/apps/browser/BrowserCommandLine.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/CameraServer.h"
-#include "korvane/server/FolderFiles.h"
-#include "korvane/server/FolderRoot.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Storage.h"
 
@@ -119,11 +117,9 @@ class FootageService::Work {
             return std::filesystem::exists(file, code);
         };
         if (std::none_of(places.begin(), places.end(), isThere)) {
-            const auto root = FolderRoot::open(folder_);
-            if (!root) return root.error();
-            const auto files = listFolder(*root);
-            if (!files) return files.error();
-            if (files->videos.empty()) return Error{"There are no video files in " + folder_.string() + "."};
+            const auto hasVideos = hasVideoFiles(folder_);
+            if (!hasVideos) return hasVideos.error();
+            if (!*hasVideos) return Error{"There are no video files in " + folder_.string() + "."};
         }
         Failure first;
         for (const auto& file : places) {

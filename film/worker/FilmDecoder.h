@@ -12,15 +12,7 @@ namespace korvane {
 /// Takes a film apart: its pictures, one after the other, and its sound. Used by one thread.
 class FilmDecoder {
   public:
-    enum class Step {
-        /// The next picture is there.
-        Picture,
-        /// Some way has been made.
-        Nothing,
-        End,
-        /// The bytes come no more.
-        Failed,
-    };
+    using Step = FilmStep;
 
     /// `source` and `converter` outlive the object. `sound` gets the film's sound as it is read; empty for none.
     FilmDecoder(const AvSource& source, FrameConverter& converter, SoundDecoder::Sink sound);
