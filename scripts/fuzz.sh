@@ -22,25 +22,35 @@ scripts/bootstrap.sh fuzz
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 # All that are built here.
-[ $# -gt 0 ] || set -- $(cat build/fuzz/fuzz/targets.txt)
+list=build/fuzz/fuzz/targets.txt
+[ $# -gt 0 ] || set -- $(cut -d" " -f1 "$list")
 
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-failed=()
-for target in "$@"; do
-  found="build/fuzz/found/$target"
-  broken="build/fuzz/broken/$target"
-  log="build/fuzz/$target.log"
+failures=build/fuzz/failures
+rm -f "$failures"
+
+fuzz() {
+  local target="$1" found="build/fuzz/found/$1" broken="build/fuzz/broken/$1" log="build/fuzz/$1.log"
   mkdir -p "$found" "$broken"
   # Leaks are looked for at the end; what the targets keep from run to run would have them looked for in each.
-  options=(-print_final_stats=1 -detect_leaks=0 -entropic=0 -timeout=10 -artifact_prefix="$broken/")
-  [ ! -f "fuzz/$target.dict" ] || options+=(-dict="fuzz/$target.dict")
+  local options=(-print_final_stats=1 -detect_leaks=0 -entropic=0 -timeout=10 -artifact_prefix="$broken/"
+    -max_len="$(awk -v target="$target" '$1 == target { print $2 }' "$list")")
   if "build/fuzz/fuzz/korvane_fuzz_$target" "${options[@]}" "${limit[@]}" "$found" "fuzz/corpus/$target" >"$log" 2>&1; then
     awk -v target="$target" '/number_of_executed_units/ { runs = $2 } /average_exec_per_sec/ { speed = $2 }
       END { printf "fuzz: %-12s %10d runs, %7d a second\n", target, runs, speed }' "$log"
   else
     grep -vE '^(#|INFO|stat::|\s*NEW_FUNC)' "$log" | tail -40 >&2
     echo "fuzz: $target is broken; all of it is in $log" >&2
-    failed+=("$target")
+    echo "$target" >>"$failures"
   fi
+}
+
+# One for each core.
+running=0
+for target in "$@"; do
+  fuzz "$target" &
+  running=$((running + 1))
+  [ "$running" -lt "$(nproc)" ] || wait -n
 done
-[ ${#failed[@]} -eq 0 ]
+wait
+[ ! -f "$failures" ]
