@@ -20,7 +20,8 @@ enum class Part : char {
     Alone,
 };
 constexpr std::size_t partBytes = 60'000;
-constexpr std::size_t mostBytes = 8'000'000;
+constexpr std::size_t mostBytes = 2'100'000;
+constexpr int betweenQuestions = 20;
 
 }  // namespace
 
@@ -82,11 +83,17 @@ bool FilmChannel::sendPart(std::string_view part, char mark, int flags) {
     return sent >= 0;
 }
 
-bool FilmChannel::send(const FilmWords& message) {
+bool FilmChannel::awaitRoom(const std::function<bool()>& isOver) const {
+    pollfd waiting{socket_.get(), POLLOUT, 0};
+    return !isOver() && (::poll(&waiting, 1, betweenQuestions) >= 0 || errno == EINTR);
+}
+
+bool FilmChannel::send(const FilmWords& message, const std::function<bool()>& isOver) {
     const std::string_view bytes = message.bytes();
     for (std::size_t at = 0; at < bytes.size(); at += partBytes) {
         const Part part = at + partBytes < bytes.size() ? Part::GoesOn : Part::Last;
-        if (!sendPart(bytes.substr(at, partBytes), static_cast<char>(part), 0)) return false;
+        while (!sendPart(bytes.substr(at, partBytes), static_cast<char>(part), isOver ? MSG_DONTWAIT : 0))
+            if (!isOver || errno != EAGAIN || !awaitRoom(isOver)) return false;
     }
     return true;
 }
@@ -114,6 +121,7 @@ std::optional<FilmNews> FilmChannel::receive(State& state, std::optional<std::ch
         if (part == Part::Alone) begun_.clear();
         begun_.append(packet.data() + 1, static_cast<std::size_t>(count) - 1);
         if (part != Part::GoesOn) return FilmNews(std::exchange(begun_, {}));
+        if (longest) return std::nullopt;
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -60,14 +61,16 @@ class FilmChannel {
     /// Two ends; both without a socket when the system gives none.
     static std::pair<FilmChannel, FilmChannel> makePair();
 
-    /// Waits for room. False when the other end is closed.
-    bool send(const FilmWords& message);
+    /// Waits for room, and asks `isOver` several times a second then, if there is one. False when it says so, and when
+    /// the other end is closed.
+    bool send(const FilmWords& message, const std::function<bool()>& isOver = {});
 
     /// A short message that comes in place of one whose sender has ended amid it. Does not wait: where there is no room
     /// it is lost.
     void sendNow(const FilmWords& message);
 
-    /// Waits for a message for `longest`, for ever when absent. Closed also for a message that is too long.
+    /// Waits for a message for `longest`, for ever when absent. Absent, but Open, also where only a part of one has
+    /// come. Closed also for a message that is too long.
     std::optional<FilmNews> receive(State& state, std::optional<std::chrono::milliseconds> longest = {});
 
     /// Ends all sending and receiving, at both ends. Any thread.
@@ -77,6 +80,7 @@ class FilmChannel {
 
   private:
     bool sendPart(std::string_view part, char mark, int flags);
+    bool awaitRoom(const std::function<bool()>& isOver) const;
 
     Descriptor socket_;
     std::string begun_;  // of a message whose end has not come yet

@@ -4,11 +4,13 @@
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -29,14 +31,27 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int foldersAbove = 3;
+// So many times its processor time a film may be silent.
+constexpr int patience = 10;
+
+/// Whether nobody else can have put the file there.
+bool isOurs(fs::path file, const fs::path& upTo) {
+    while (true) {
+        struct stat info {};
+        if (::stat(file.c_str(), &info) != 0) return false;
+        if ((info.st_uid != 0 && info.st_uid != ::geteuid()) || (info.st_mode & S_IWOTH) != 0) return false;
+        if (file == upTo) return true;
+        file = file.parent_path();
+    }
+}
 
 fs::path findProgram() {
-    if (const char* named = std::getenv("KORVANE_FILM_HELPER"); named && *named) return named;
+    if (const char* named = ::secure_getenv("KORVANE_FILM_HELPER"); named && *named) return named;
     std::error_code code;
     fs::path folder = fs::read_symlink("/proc/self/exe", code).parent_path();
     for (int i = 0; i <= foldersAbove && folder.has_relative_path(); ++i, folder = folder.parent_path()) {
         fs::path beside = folder / "libexec/korvane/korvane-film-helper";
-        if (::access(beside.c_str(), X_OK) == 0) return beside;
+        if (::access(beside.c_str(), X_OK) == 0 && isOurs(beside, folder)) return beside;
     }
     return KORVANE_FILM_HELPER;
 }
@@ -53,6 +68,13 @@ std::vector<char*> environmentForHelper() {
     return kept;
 }
 
+int makeMemory() {
+    constexpr unsigned flags = MFD_CLOEXEC | MFD_ALLOW_SEALING;
+    constexpr unsigned noPrograms = 8;  // MFD_NOEXEC_SEAL, which kernels before 6.3 do not know
+    const int made = ::memfd_create("korvane-film", flags | noPrograms);
+    return made >= 0 || errno != EINVAL ? made : ::memfd_create("korvane-film", flags);
+}
+
 /// Group and signals of its own: what interrupts the caller at the terminal must not cost a film.
 int spawn(const fs::path& program, int control, pid_t& process) {
     posix_spawn_file_actions_t files;
@@ -60,6 +82,9 @@ int spawn(const fs::path& program, int control, pid_t& process) {
     ::posix_spawn_file_actions_init(&files);
     ::posix_spawnattr_init(&attributes);
     ::posix_spawn_file_actions_adddup2(&files, control, helperControl);
+    for (int standard = 0; standard < helperControl; ++standard)
+        ::posix_spawn_file_actions_addopen(&files, standard, "/dev/null", O_RDWR, 0);
+    ::posix_spawn_file_actions_addclosefrom_np(&files, helperControl + 1);
     sigset_t none;
     sigset_t all;
     ::sigemptyset(&none);
@@ -82,11 +107,11 @@ int spawn(const fs::path& program, int control, pid_t& process) {
 struct FilmHelper::State {
     bool start(std::string& reason);
     void stop();
-    bool order(const HelperOrder& order, int channel, int room, int file) const;
+    int order(const HelperOrder& order, int channel, int room, int file) const;
 
     fs::path program;
     std::mutex mutex;
-    Descriptor control;
+    std::shared_ptr<const Descriptor> control;
     pid_t process = -1;
 };
 
@@ -106,12 +131,12 @@ bool FilmHelper::State::start(std::string& reason) {
                  ", cannot be started: " + std::generic_category().message(code);
         return false;
     }
-    control = std::move(own);
+    control = std::make_shared<const Descriptor>(std::move(own));
     return true;
 }
 
 void FilmHelper::State::stop() {
-    control = Descriptor();
+    control.reset();
     if (process > 0) {
         ::kill(process, SIGKILL);
         while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
@@ -120,7 +145,8 @@ void FilmHelper::State::stop() {
     process = -1;
 }
 
-bool FilmHelper::State::order(const HelperOrder& order, int channel, int room, int file) const {
+/// 0, or why it has not been sent.
+int FilmHelper::State::order(const HelperOrder& order, int channel, int room, int file) const {
     const std::array<int, 3> handed{channel, room, file};
     const std::size_t count = file < 0 ? 2 : 3;
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof handed)> space{};
@@ -136,9 +162,9 @@ bool FilmHelper::State::order(const HelperOrder& order, int channel, int room, i
     head->cmsg_len = CMSG_LEN(count * sizeof(int));
     std::memcpy(CMSG_DATA(head), handed.data(), count * sizeof(int));
     ssize_t sent = -1;
-    do sent = ::sendmsg(control.get(), &packet, MSG_NOSIGNAL);
+    do sent = ::sendmsg(control->get(), &packet, MSG_NOSIGNAL);
     while (sent < 0 && errno == EINTR);
-    return sent == sizeof order;
+    return sent < 0 ? errno : 0;
 }
 
 FilmHelper::FilmHelper(fs::path program) : state_(std::make_unique<State>()) {
@@ -152,21 +178,24 @@ FilmHelper::~FilmHelper() {
 std::unique_ptr<FilmTask> FilmHelper::begin(int file, const FilmLimits& limits, std::string& reason) {
     auto [own, theirs] = FilmChannel::makePair();
     // What a film's process writes there stays readable, whatever becomes of the process.
-    Descriptor room(::memfd_create("korvane-film", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    Descriptor room(makeMemory());
     if (own.descriptor() < 0 || !room || ::fcntl(room.get(), F_ADD_SEALS, F_SEAL_SHRINK) != 0) {
         reason = "there is no room for a film: " + std::generic_category().message(errno);
         return nullptr;
     }
-    const HelperOrder order{limits.bytesOfMemory, limits.seconds, limits.isEachOrder ? 1 : 0};
+    const HelperOrder order{HelperOrder::current, limits.bytesOfMemory, limits.seconds, limits.isEachOrder ? 1 : 0};
     const std::lock_guard lock(state_->mutex);
     // One that has gone is noticed by sending.
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (!state_->start(reason)) return nullptr;
-        if (state_->order(order, theirs.descriptor(), room.get(), file))
-            return std::make_unique<FilmTask>(std::move(own), std::move(room));
+        const int code = state_->order(order, theirs.descriptor(), room.get(), file);
+        if (code == 0)
+            return std::make_unique<FilmTask>(std::move(own), std::move(room), state_->control,
+                                              std::chrono::seconds(limits.seconds) * patience);
+        reason = "the program that opens films has gone: " + std::generic_category().message(code);
+        if (code != EPIPE && code != ECONNRESET) return nullptr;
         state_->stop();
     }
-    reason = "the program that opens films has gone";
     return nullptr;
 }
 

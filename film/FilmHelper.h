@@ -35,7 +35,7 @@ class FilmHelper {
 
     /// Makes a process for one film. `file` is open for reading and stays the caller's; -1 where the caller hands the
     /// bytes out (FilmTask::setSource). Starts the program again where it has gone. Null, with the reason in words,
-    /// when there is none.
+    /// when there is none. The place in `file` is moved.
     std::unique_ptr<FilmTask> begin(int file, const FilmLimits& limits, std::string& reason);
 
   private:

@@ -44,7 +44,7 @@ enum class FilmMessage : std::uint8_t {
     Done,
     /// The order has failed: 1 for want of memory, why in words
     Failed,
-    /// The process has ended: by which signal, 0 for none, -1 for want of memory
+    /// The process has ended: by which signal, 0 for none, or a constant of HelperOrder.h
     Ended,
 };
 

@@ -14,7 +14,8 @@ std::optional<FilmPicture> readPicture(FilmNews& answer, const FilmTask& task) {
     const std::int64_t turn = answer.number();
     picture.degrees = turn == 90 || turn == 180 || turn == 270 ? static_cast<int>(turn) : 0;
     picture.points = task.room().data();
-    const bool isThere = picture.width > 0 && picture.height > 0 && picture.stride >= 4 * picture.width;
+    const bool isThere =
+        picture.width > 0 && picture.height > 0 && picture.stride >= 4 * picture.width && picture.stride % 4 == 0;
     const auto bytes = static_cast<std::uint64_t>(picture.stride) * static_cast<std::uint64_t>(picture.height);
     if (!isThere || bytes > task.room().size()) return std::nullopt;
     return picture;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -25,6 +27,8 @@ struct FilmFailure {
         Cancelled,
     };
     Kind kind = Kind::Unreadable;
+    /// It was memory that did not suffice.
+    bool isMemory = false;
     /// In words that go on behind the film's name.
     std::string reason;
 };
@@ -37,8 +41,10 @@ class FilmTask {
     /// Asked several times a second; true breaks the order off.
     using IsOver = std::function<bool()>;
 
-    /// Made by FilmHelper.
-    FilmTask(FilmChannel channel, Descriptor room);
+    /// Made by FilmHelper. `helper` is the connection to the program; of a film that says nothing for `patience` no
+    /// more is expected.
+    FilmTask(FilmChannel channel, Descriptor room, std::shared_ptr<const Descriptor> helper,
+             std::chrono::milliseconds patience);
     ~FilmTask();
 
     FilmTask(const FilmTask&) = delete;
@@ -61,14 +67,19 @@ class FilmTask {
     void cancel();
 
   private:
-    bool answer(FilmNews& question);
-    bool sendBytes(FilmNews& question);
+    using Clock = std::chrono::steady_clock;
+
+    bool answer(FilmNews& question, const IsOver& isOver);
+    bool sendBytes(FilmNews& question, const IsOver& isOver);
+    bool isHelperThere() const;
     void makeRoom(std::int64_t bytes);
     void fail(FilmFailure::Kind kind, std::string reason);
     void noteFailure(FilmNews& news);
 
     FilmChannel channel_;
     Descriptor memory_;
+    const std::shared_ptr<const Descriptor> helper_;
+    const std::chrono::milliseconds patience_;
     const std::uint8_t* room_ = nullptr;
     std::size_t roomBytes_ = 0;
     ByteSource* source_ = nullptr;

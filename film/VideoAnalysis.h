@@ -42,7 +42,7 @@ struct VideoAnalysisOptions {
 /// error that is busy when there is no process to be had, which says nothing of the file.
 Result<VideoAnalysis> analyzeVideo(FilmHelper& helper, int file, const VideoAnalysisOptions& options);
 
-/// JPEG bytes of the picture shown at `offset` from the first; empty when there is none, and when cancelled.
-std::string pictureAt(FilmHelper& helper, int file, TimeMs offset, const std::atomic<bool>* cancel = nullptr);
+/// JPEG bytes of the picture shown at `offset` from the first. Fails as analyzeVideo() does.
+Result<std::string> pictureAt(FilmHelper& helper, int file, TimeMs offset, const std::atomic<bool>* cancel = nullptr);
 
 }  // namespace korvane

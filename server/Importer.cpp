@@ -185,7 +185,7 @@ class Import {
             source.rejection = file.error().message;
             return std::nullopt;
         }
-        auto analysis = analyzeVideo(films_, file->get(), how);
+        auto analysis = analyzeVideo(films(), file->get(), how);
         if (!analysis && analysis.error().isBusy) noHelper_ = analysis.error();
         if (!analysis) {
             source.rejection = analysis.error().message;
@@ -223,12 +223,16 @@ class Import {
             if (!page) return page.error();
             if (page->rows.empty()) continue;
             const StoredRecord& record = page->rows.front();
-            if (const auto film = root_.openFile(record.path))
-                event.thumbnail = pictureAt(films_, film->get(), event.time - record.start, options_.cancel);
+            if (const auto film = root_.openFile(record.path)) {
+                auto picture = pictureAt(films(), film->get(), event.time - record.start, options_.cancel);
+                if (picture) event.thumbnail = std::move(*picture);
+                if (!picture && picture.error().isBusy) noHelper_ = picture.error();
+            }
         }
         return std::nullopt;
     }
 
+    FilmHelper& films() { return options_.films != nullptr ? *options_.films : ownFilms_; }
     bool isCancelled() const { return options_.cancel != nullptr && options_.cancel->load(); }
 
     void tell(const std::string& file, double fraction) const {
@@ -239,7 +243,7 @@ class Import {
     const FolderRoot& root_;
     const fs::path folder_;
     const ImportOptions& options_;
-    FilmHelper films_;
+    FilmHelper ownFilms_;
     Failure noHelper_;  // says nothing of the file that was to be read
     ImportReport report_;
     std::map<std::string, SourceFile> known_;

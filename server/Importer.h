@@ -13,6 +13,7 @@
 
 namespace korvane {
 
+class FilmHelper;
 class Storage;
 
 struct ImportProgress {
@@ -36,6 +37,8 @@ struct ImportOptions {
     /// Files that have changed within this time may still be written to: they are left as they are until a later
     /// import. 0 for none.
     std::chrono::milliseconds settling{0};
+    /// What opens the films; null for one of this import's own. Outlives the import.
+    FilmHelper* films = nullptr;
     /// Links in the folder are followed wherever they lead. Without it a file's link is followed inside of the folder,
     /// and a folder's is not.
     bool followLinks = false;

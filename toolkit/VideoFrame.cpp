@@ -44,6 +44,8 @@ VideoFrame firstKeyFrame(FilmHelper& helper, int file, ByteSource* bytes, QSize 
         return {resultOf(failure), {}};
     }
     QImage image = toImage(*answer, *task);
+    // It was to be scaled down until one of its sides fits.
+    if (!bound.isEmpty() && image.width() > bound.width() && image.height() > bound.height()) image = {};
     return {image.isNull() ? FrameGrabber::noFrame : FrameGrabber::success, image};
 }
 

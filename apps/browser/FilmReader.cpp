@@ -14,6 +14,8 @@ namespace korvane {
 
 namespace {
 
+constexpr TimeMs latestTime = 1'000'000'000'000'000;  // sums of such do not overflow
+
 MediaFault faultOf(const FilmFailure& failure) {
     switch (failure.kind) {
         case FilmFailure::Kind::Unreadable:
@@ -29,7 +31,7 @@ MediaFault faultOf(const FilmFailure& failure) {
 }
 
 void addSound(FilmNews& news, SoundQueue& queue) {
-    const TimeMs position = news.number();
+    const TimeMs position = news.number(-latestTime, latestTime);
     const std::string_view bytes = news.text();
     std::vector<std::int16_t> samples(bytes.size() / sizeof(std::int16_t));
     samples.resize(samples.size() / SoundQueue::channels * SoundQueue::channels);
@@ -52,6 +54,9 @@ std::optional<FilmNews> FilmReader::ask(const FilmWords& order) {
     });
     if (answer) return answer;
     const FilmFailure& failure = task_->failure();
+    // One picture that cannot be shown is not the end of a film.
+    if (order.bytes().front() == static_cast<char>(FilmMessage::Paint) && failure.kind == FilmFailure::Kind::Unreadable)
+        return std::nullopt;
     if (failure.kind == FilmFailure::Kind::BeyondLimits || failure.kind == FilmFailure::Kind::Unavailable)
         logError("FilmReader", "a film " + printable(failure.reason));
     fault_ = stream_.hasFailed() ? stream_.fault() : faultOf(failure);
@@ -74,6 +79,10 @@ MediaFault FilmReader::open() {
         if (isCancelled_) task_->cancel();
     }
     ask(FilmWords(FilmMessage::Open).number(sound_ != nullptr));
+    if (fault_ != MediaFault::None) {
+        const std::lock_guard lock(mutex_);
+        task_.reset();
+    }
     return fault_;
 }
 
@@ -86,8 +95,8 @@ bool FilmReader::seek(TimeMs position) {
 
 void FilmReader::notePicture(FilmNews& answer) {
     hasPicture_ = answer.number() == 1;
-    pictureBegin_ = answer.number();
-    pictureEnd_ = answer.number();
+    pictureBegin_ = answer.number(-latestTime, latestTime);
+    pictureEnd_ = answer.number(-latestTime, latestTime);
 }
 
 FilmReader::Step FilmReader::step() {

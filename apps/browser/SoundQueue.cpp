@@ -8,6 +8,7 @@ namespace korvane {
 
 namespace {
 constexpr std::size_t mostPieces = 1'000;
+constexpr std::size_t mostSamples = SoundQueue::rate * SoundQueue::channels * 60;
 // Sound that flows is left alone while it is nearer than this to the picture; correcting it can be heard.
 constexpr double toleratedDrift = 60;
 constexpr double framesPerMs = SoundQueue::rate / 1000.0;
@@ -20,8 +21,11 @@ double SoundQueue::Piece::at() const {
 void SoundQueue::add(TimeMs position, std::vector<std::int16_t> samples) {
     if (samples.empty()) return;
     const std::lock_guard lock(mutex_);
-    if (pieces_.size() >= mostPieces) pieces_.pop_front();
     pieces_.push_back({static_cast<double>(position), 0, std::move(samples)});
+    std::size_t held = 0;
+    for (const Piece& piece : pieces_) held += piece.samples.size();
+    for (; pieces_.size() > mostPieces || held > mostSamples; pieces_.pop_front())
+        held -= pieces_.front().samples.size();
 }
 
 /// Drops what has passed, up to within one sample of the position.

@@ -25,6 +25,9 @@ int threadsFor(int width, int height) {
     constexpr std::int64_t hd = 1280 * 720;
     constexpr std::int64_t fullHd = 1920 * 1088;
     const std::int64_t points = std::int64_t{width} * height;
+    constexpr std::int64_t fourK = 4096 * 2304;
+    // Each thread holds pictures of its own, of which few have room above that.
+    if (points > fourK) return 1;
     return points > fullHd ? 4 : points > hd ? 2 : 1;
 }
 

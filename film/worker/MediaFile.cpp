@@ -89,7 +89,7 @@ void MediaFile::decodeKeyFrame(AVCodecContext& decoder, std::int64_t time,
         if (packet->dts != AV_NOPTS_VALUE && packet->dts < time) continue;
         mindMemory(avcodec_send_packet(&decoder, packet.get()));
         avcodec_send_packet(&decoder, nullptr);
-        if (avcodec_receive_frame(&decoder, frame.get()) >= 0) onFrame(*frame);
+        if (mindMemory(avcodec_receive_frame(&decoder, frame.get())) >= 0) onFrame(*frame);
         break;
     }
     avcodec_flush_buffers(&decoder);

@@ -8,8 +8,10 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <initializer_list>
 #include <memory>
 #include <new>
 
@@ -30,11 +32,15 @@ constexpr bool isSanitized = false;
 constexpr std::int64_t slowness = 1;
 #endif
 
-// Standard input, output and error are nothing, but numbers below this are asked for by poll().
+// All numbers below are taken.
 constexpr rlim_t filesOpened = 1;
 
 bool limit(int resource, rlim_t soft, rlim_t hard) {
-    const rlimit limits{soft, hard};
+    // Limits that were set before may be lower, and stay.
+    rlimit before{};
+    if (::getrlimit(static_cast<__rlimit_resource_t>(resource), &before) != 0) return false;
+    hard = std::min(hard, before.rlim_max);
+    const rlimit limits{std::min(soft, hard), hard};
     return ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limits) == 0;
 }
 
@@ -42,19 +48,24 @@ struct FilterDeleter {
     void operator()(void* filter) const { ::seccomp_release(filter); }
 };
 
+/// One condition on a call's argument; the library's own macros are of C.
+constexpr scmp_arg_cmp where(unsigned argument, scmp_compare how, scmp_datum_t first, scmp_datum_t second = 0) {
+    return {argument, how, first, second};
+}
+
 /// What decoding needs. Everything else fails as if the system did not know it.
-bool filterCalls() {
+bool filterCalls(int room) {
     const std::unique_ptr<void, FilterDeleter> filter(::seccomp_init(SCMP_ACT_ERRNO(ENOSYS)));
     if (!filter) return false;
     constexpr int allowed[] = {SCMP_SYS(read),
                                SCMP_SYS(write),
+                               SCMP_SYS(writev),
                                SCMP_SYS(pread64),
                                SCMP_SYS(lseek),
                                SCMP_SYS(close),
                                SCMP_SYS(sendmsg),
                                SCMP_SYS(recvmsg),
                                SCMP_SYS(recvfrom),
-                               SCMP_SYS(shutdown),
                                SCMP_SYS(munmap),
                                SCMP_SYS(mremap),
                                SCMP_SYS(brk),
@@ -72,31 +83,38 @@ bool filterCalls() {
                                SCMP_SYS(exit_group),
                                SCMP_SYS(gettid),
                                SCMP_SYS(getpid),
-                               SCMP_SYS(tgkill),
                                SCMP_SYS(clock_gettime),
+                               SCMP_SYS(clock_getres),
                                SCMP_SYS(clock_nanosleep),
+                               SCMP_SYS(gettimeofday),
+                               SCMP_SYS(time),
                                SCMP_SYS(getrandom),
                                SCMP_SYS(getrusage),
-                               SCMP_SYS(prlimit64),
                                SCMP_SYS(getcpu),
                                SCMP_SYS(restart_syscall)};
     for (const int call : allowed)
         if (::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) != 0) return false;
-    // Threads, but no processes; pages that are written, but none that are run.
-    return ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
-                              SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)) == 0 &&
-           ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(mmap), 1,
-                              SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) == 0 &&
-           ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(mprotect), 1,
-                              SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) == 0 &&
-           ::seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME)) ==
-               0 &&
+    const auto allow = [&filter](int call, std::initializer_list<scmp_arg_cmp> conditions) {
+        return ::seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call, static_cast<unsigned>(conditions.size()),
+                                        conditions.begin()) == 0;
+    };
+    constexpr int uncounted = MAP_SHARED | MAP_GROWSDOWN | MAP_HUGETLB;
+    const auto runs = where(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0);
+    // Threads, but no processes; pages that are written and counted, but none that are run; signals and limits for
+    // itself.
+    return allow(SCMP_SYS(clone), {where(0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)}) &&
+           allow(SCMP_SYS(mmap), {runs, where(3, SCMP_CMP_MASKED_EQ, uncounted, 0)}) &&
+           allow(SCMP_SYS(mmap),
+                 {runs, where(3, SCMP_CMP_EQ, MAP_SHARED), where(4, SCMP_CMP_EQ, static_cast<scmp_datum_t>(room))}) &&
+           allow(SCMP_SYS(mprotect), {runs}) && allow(SCMP_SYS(prctl), {where(0, SCMP_CMP_EQ, PR_SET_NAME)}) &&
+           allow(SCMP_SYS(tgkill), {where(0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid()))}) &&
+           allow(SCMP_SYS(prlimit64), {where(0, SCMP_CMP_EQ, 0), where(1, SCMP_CMP_EQ, RLIMIT_CPU)}) &&
            ::seccomp_load(filter.get()) == 0;
 }
 
 }  // namespace
 
-bool enterSandbox(const HelperOrder& order) {
+bool enterSandbox(const HelperOrder& order, int room) {
     std::set_new_handler([] { ::_exit(exitForMemory); });
     const auto seconds = static_cast<rlim_t>(order.seconds * slowness);
     const bool hasTime =
@@ -105,7 +123,7 @@ bool enterSandbox(const HelperOrder& order) {
     if (isSanitized) return true;
     return limit(RLIMIT_DATA, static_cast<rlim_t>(order.bytesOfMemory), static_cast<rlim_t>(order.bytesOfMemory)) &&
            limit(RLIMIT_FSIZE, 0, 0) && limit(RLIMIT_NOFILE, filesOpened, filesOpened) &&
-           ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && filterCalls();
+           ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && filterCalls(room);
 }
 
 int mindMemory(int code) {

@@ -4,6 +4,7 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "korvane/film/worker/BrightnessGrid.h"
@@ -130,24 +131,29 @@ class MotionSearch {
           onProgress_(onProgress),
           stretches_(map.stretchesWithChange(pieceLength(map, threads))) {}
 
-    std::vector<VideoMotion> run() {
+    Result<std::vector<VideoMotion>> run() {
         std::vector<std::thread> threads;
         const std::size_t count = std::min<std::size_t>(threads_, stretches_.size());
-        for (std::size_t i = 1; i < count; ++i) threads.emplace_back([this] { work(); });
+        try {
+            for (std::size_t i = 1; i < count; ++i) threads.emplace_back([this] { work(); });
+        } catch (const std::system_error&) {
+            // Those that there are do it all.
+        }
         work();
         for (std::thread& thread : threads) thread.join();
+        if (failure_) return *failure_;
         std::vector<VideoMotion> found;
         for (const Motion& motion : MotionDetector::join(std::move(motions_)))
-            found.push_back({motion.start, std::move(pictures_[motion.start])});
+            found.push_back({std::clamp<TimeMs>(motion.start, 0, longestFile), std::move(pictures_[motion.start])});
         return found;
     }
 
   private:
     void work() {
         auto file = MediaFile::open(file_);
-        if (!file) return;
+        if (!file) return fail(file.error());
         auto decoder = (*file)->makeDecoder();
-        if (!decoder) return;
+        if (!decoder) return fail(decoder.error());
         (*decoder)->skip_frame = AVDISCARD_NONREF;
         (*decoder)->skip_loop_filter = AVDISCARD_ALL;
         for (std::size_t i = next_++; i < stretches_.size(); i = next_++) {
@@ -158,6 +164,11 @@ class MotionSearch {
             pictures_.merge(search.pictures());
             report();
         }
+    }
+
+    void fail(const Error& error) {
+        const std::lock_guard lock(mutex_);
+        failure_ = error;
     }
 
     void report() {
@@ -173,6 +184,7 @@ class MotionSearch {
     std::atomic<std::size_t> next_ = 0;
     std::mutex mutex_;
     std::size_t done_ = 0;
+    Failure failure_;
     std::vector<Motion> motions_;
     std::map<TimeMs, std::string> pictures_;
 };
@@ -208,7 +220,9 @@ Result<VideoAnalysis> searchVideo(int file, unsigned threads, const AnalysisProg
     auto thumbnail = pictureOf(**media, map.firstPts());
     if (!thumbnail) return thumbnail.error();
     analysis.thumbnail = std::move(*thumbnail);
-    analysis.motions = MotionSearch(file, map, threads, onProgress).run();
+    auto motions = MotionSearch(file, map, threads, onProgress).run();
+    if (!motions) return motions.error();
+    analysis.motions = std::move(*motions);
     return analysis;
 }
 

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -13,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -25,7 +27,45 @@
 #include "korvane/film/worker/LibAv.h"
 #include "korvane/film/worker/Sandbox.h"
 
+// Some of libav goes on without the memory that it did not get, and reads a film wrongly then.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+extern "C" {
+void* __libc_malloc(std::size_t bytes);
+void* __libc_calloc(std::size_t count, std::size_t bytes);
+void* __libc_realloc(void* memory, std::size_t bytes);
+void* __libc_memalign(std::size_t alignment, std::size_t bytes);
+
+static void* orEnd(void* memory) {
+    if (!memory) ::_exit(korvane::exitForMemory);
+    return memory;
+}
+
+void* malloc(std::size_t bytes) {
+    return orEnd(__libc_malloc(bytes));
+}
+void* calloc(std::size_t count, std::size_t bytes) {
+    return orEnd(__libc_calloc(count, bytes));
+}
+void* realloc(void* memory, std::size_t bytes) {
+    void* const moved = __libc_realloc(memory, bytes);
+    return bytes == 0 ? moved : orEnd(moved);
+}
+void* memalign(std::size_t alignment, std::size_t bytes) {
+    return orEnd(__libc_memalign(alignment, bytes));
+}
+void* aligned_alloc(std::size_t alignment, std::size_t bytes) {
+    return memalign(alignment, bytes);
+}
+int posix_memalign(void** memory, std::size_t alignment, std::size_t bytes) {
+    *memory = memalign(alignment, bytes);
+    return 0;
+}
+}
+#endif
+
 namespace {
+
+constexpr std::size_t stackBytes = 2 * 1024 * 1024;
 
 using korvane::Descriptor;
 using korvane::FilmChannel;
@@ -57,7 +97,7 @@ bool receive(Handed& handed) {
     packet.msg_controllen = space.size();
     if (::recvmsg(korvane::helperControl, &packet, MSG_CMSG_CLOEXEC) != sizeof handed.order) return false;
     const cmsghdr* const head = CMSG_FIRSTHDR(&packet);
-    if (!head || head->cmsg_type != SCM_RIGHTS) return false;
+    if (!head || head->cmsg_type != SCM_RIGHTS || handed.order.version != korvane::HelperOrder::current) return false;
     std::memcpy(files.data(), CMSG_DATA(head), std::min(head->cmsg_len - CMSG_LEN(0), sizeof files));
     handed.channel = Descriptor(files[0]);
     handed.room = Descriptor(files[1]);
@@ -72,7 +112,7 @@ bool receive(Handed& handed) {
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
     FilmChannel channel(std::move(handed.channel));
-    if (!korvane::enterSandbox(handed.order)) ::_exit(1);
+    if (!korvane::enterSandbox(handed.order, handed.room.get())) ::_exit(korvane::exitWithoutSandbox);
     korvane::serveFilm(channel, handed.room.get(), handed.file.get(), handed.order);
     ::_exit(0);
 }
@@ -90,10 +130,11 @@ void begin(Handed& handed, std::vector<Film>& films, int signals) {
     if (process > 0) films.push_back({process, FilmChannel(std::move(handed.channel))});
 }
 
-/// What a caller is told of the end of a process: a signal, 0 for none, -1 for want of memory.
+/// What a caller is told of the end of a process.
 int endOf(int status) {
     if (WIFSIGNALED(status)) return WTERMSIG(status);
-    return WEXITSTATUS(status) == korvane::exitForMemory ? -1 : 0;
+    if (WEXITSTATUS(status) == korvane::exitWithoutSandbox) return korvane::endWithoutSandbox;
+    return WEXITSTATUS(status) == korvane::exitForMemory ? korvane::endForMemory : 0;
 }
 
 void reap(std::vector<Film>& films) {
@@ -138,6 +179,12 @@ int main() {
     korvane::silenceLibAv();
     // One place to take memory from: each further one would be counted before it is used.
     ::mallopt(M_ARENA_MAX, 1);
+    // So is a thread's stack.
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ::pthread_attr_setstacksize(&attributes, stackBytes);
+    ::pthread_setattr_default_np(&attributes);
+    ::pthread_attr_destroy(&attributes);
     if (::fcntl(korvane::helperControl, F_GETFD) < 0) {
         std::fputs("korvane-film-helper: is started by the programs that open films\n", stderr);
         return 2;

@@ -127,13 +127,13 @@ TEST_F(HostileFilmTest, WhatAFilmTakesTooMuchOfCostsThatFilmAlone) {
         ASSERT_TRUE(task) << reason;
         const pid_t program = childrenOf(::getpid()).at(0);
         const auto kill = [&] {
-            for (const pid_t doomed : isWhole ? std::vector{program} : childrenOf(program)) ::kill(doomed, SIGSEGV);
+            for (const pid_t doomed : isWhole ? std::vector{program} : childrenOf(program)) ::kill(doomed, SIGTERM);
             return false;
         };
         EXPECT_FALSE(task->ask(FilmWords(FilmMessage::Analyze).number(1), {}, kill));
         EXPECT_EQ(task->failure().kind, isWhole ? FilmFailure::Kind::Unavailable : FilmFailure::Kind::BeyondLimits);
         if (!isWhole) {
-            EXPECT_EQ(task->failure().reason, "has brought its reader down (signal 11)");
+            EXPECT_EQ(task->failure().reason, "has brought its reader down (signal 15)");
         }
         EXPECT_EQ(decodes(), "");
     }
@@ -158,30 +158,75 @@ TEST_F(HostileFilmTest, AFilmThatNobodyWaitsForEndsAtOnce) {
     EXPECT_TRUE(analysis.error().isBusy) << "which says nothing of the file";
 }
 
+// What a process may do that a hostile film has taken over.
+TEST(FilmTaskTest, EndsWhateverTheOtherEndSays) {
+    const FilmWords nonsense[] = {FilmWords(FilmMessage::Read).number(-1).number(1 << 30),
+                                  FilmWords(FilmMessage::AskRoom).number(1LL << 60),
+                                  FilmWords(FilmMessage::Motion).number(7).text(std::string(50'000, 'x')),
+                                  FilmWords(FilmMessage::Ended).number(1'000),
+                                  FilmWords(FilmMessage::Analyze),
+                                  FilmWords(FilmMessage::Failed)};
+    for (const FilmWords& words : nonsense) {
+        auto [own, theirs] = FilmChannel::makePair();
+        const auto helper = std::make_shared<const Descriptor>(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        FilmTask task(std::move(own), Descriptor(::memfd_create("room", MFD_CLOEXEC)), helper,
+                      std::chrono::milliseconds(50));
+        // As many as there is room for, and no answer is ever read.
+        for (int i = 0; i < 2'000; ++i) theirs.sendNow(words);
+        int asked = 0;
+        EXPECT_FALSE(task.ask(FilmWords(FilmMessage::Step), {}, [&] { return ++asked > 1'000; }))
+            << static_cast<int>(words.bytes().front());
+        EXPECT_TRUE(task.room().empty());
+    }
+    auto [own, theirs] = FilmChannel::makePair();
+    const auto helper = std::make_shared<const Descriptor>(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    FilmTask silent(std::move(own), Descriptor(), helper, std::chrono::milliseconds(0));
+    EXPECT_FALSE(silent.ask(FilmWords(FilmMessage::Step)));
+    EXPECT_EQ(silent.failure().reason, "has made its reader wait");
+}
+
+TEST(FilmTaskTest, ShowsNoPictureThatTheRoomDoesNotHold) {
+    const std::int64_t sizes[][3] = {{0, 0, 0}, {2, 2, 8},        {-4, 4, 16}, {1 << 20, 1 << 20, 1 << 22},
+                                     {4, 1, 4}, {1, 1, INT64_MAX}};
+    auto [own, theirs] = FilmChannel::makePair();
+    const FilmTask task(std::move(own), Descriptor(), nullptr, std::chrono::hours(1));
+    for (const auto& [width, height, stride] : sizes) {
+        FilmNews answer(FilmWords(FilmMessage::Done).number(width).number(height).number(stride).bytes());
+        EXPECT_FALSE(readPicture(answer, task)) << width << " x " << height;
+    }
+}
+
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(SandboxTest, TakesWhatAFilmDoesNotNeed) {
     struct Deed {
         const char* name;
         bool (*succeeds)();
     };
-    const Deed deeds[] = {{"a file is opened", [] { return ::open("/dev/null", O_RDONLY) >= 0; }},
-                          {"a file is made", [] { return ::open("/tmp", O_TMPFILE | O_WRONLY, 0600) >= 0; }},
-                          {"a connection is made", [] { return ::socket(AF_INET, SOCK_STREAM, 0) >= 0; }},
-                          {"a program is started", [] { return ::execl("/bin/false", "false", nullptr) == 0; }},
-                          {"a process is made", [] { return ::fork() >= 0; }},
-                          {"another process is ended", [] { return ::kill(::getppid(), 0) == 0; }},
-                          {"a limit is raised",
-                           [] {
-                               const rlimit more{128 << 20, 128 << 20};
-                               return ::setrlimit(RLIMIT_DATA, &more) == 0;
-                           }},
-                          {"code is made", [] {
-                               return ::mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1,
-                                             0) != MAP_FAILED;
-                           }}};
+    const Deed deeds[] = {
+        {"a file is opened", [] { return ::open("/dev/null", O_RDONLY) >= 0; }},
+        {"a file is made", [] { return ::open("/tmp", O_TMPFILE | O_WRONLY, 0600) >= 0; }},
+        {"a connection is made", [] { return ::socket(AF_INET, SOCK_STREAM, 0) >= 0; }},
+        {"a program is started", [] { return ::execl("/bin/false", "false", nullptr) == 0; }},
+        {"a process is made", [] { return ::fork() >= 0; }},
+        {"another process is ended",
+         [] { return ::kill(::getppid(), 0) == 0 || ::tgkill(::getppid(), ::getppid(), 0) == 0; }},
+        {"a limit is raised",
+         [] {
+             const rlimit more{128 << 20, 128 << 20};
+             return ::setrlimit(RLIMIT_DATA, &more) == 0 || ::prlimit(::getppid(), RLIMIT_CPU, nullptr, nullptr) == 0;
+         }},
+        {"memory is not counted",
+         [] {
+             const int flags = MAP_SHARED | MAP_ANONYMOUS;
+             return ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, flags, -1, 0) != MAP_FAILED;
+         }},
+        {"code is made", [] {
+             return ::mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED;
+         }}};
     for (const Deed& deed : deeds) {
         const pid_t process = ::fork();
-        if (process == 0) ::_exit(!enterSandbox({64 << 20, 5, 0}) ? 2 : deed.succeeds() ? 1 : 0);
+        if (process == 0)
+            ::_exit(!enterSandbox({HelperOrder::current, 64 << 20, 5, 0}, -1) ? 2 : deed.succeeds() ? 1 : 0);
         int status = -1;
         ASSERT_EQ(::waitpid(process, &status, 0), process);
         EXPECT_EQ(status, 0) << deed.name;

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "korvane/base/Log.h"
+#include "korvane/film/FilmHelper.h"
 #include "korvane/server/AccessToken.h"
 #include "korvane/server/Api.h"
 #include "korvane/server/Database.h"
@@ -23,7 +24,7 @@ namespace fs = std::filesystem;
 /// A use of the service, step by step. Each step gives what is wrong, in words, or nothing.
 class Use {
   public:
-    explicit Use(const fs::path& film) {
+    Use(const fs::path& film, FilmHelper& films) : films_(films) {
         fs::create_directories(footage_);
         fs::copy_file(film, footage_ / "20261118_070500.mp4");
         place_.write("footage/events.json", R"([{"time":"2026-11-18T07:05:00.500Z","name":"bell"},
@@ -80,6 +81,7 @@ class Use {
     std::string import() {
         ImportOptions options;
         options.threads = 1;
+        options.films = &films_;
         const auto report = importFolder(*storage_, footage_, options);
         return report ? std::string() : report.error().message;
     }
@@ -96,6 +98,7 @@ class Use {
         return response.status == 200 ? std::string() : response.body;
     }
 
+    FilmHelper& films_;
     TempFolder place_;
     const fs::path footage_ = place_ / "footage";
     const AccessToken tokens_{"secret"};
@@ -115,13 +118,14 @@ class FailingDiskTest : public testing::TestWithParam<int> {
     static void TearDownTestSuite() { delete folder; }
 
     static inline TempFolder* folder = nullptr;
+    FilmHelper films;
 };
 
 TEST_P(FailingDiskTest, LosesAndDoublesNothingAndTheNextTryWorks) {
     std::vector<std::string> expected;
     std::vector<std::string> files;
     {
-        Use use(*folder / "film.mp4");
+        Use use(*folder / "film.mp4", films);
         for (int step = 0; step < Use::steps; ++step) ASSERT_EQ(use.run(step), "") << step;
         files = use.files();
         expected = use.stored();
@@ -131,7 +135,7 @@ TEST_P(FailingDiskTest, LosesAndDoublesNothingAndTheNextTryWorks) {
     for (int call = 1; isReached; ++call) {
         SCOPED_TRACE(call);
         FailingDisk disk;
-        Use use(*folder / "film.mp4");
+        Use use(*folder / "film.mp4", films);
         disk.failAt(call, GetParam());
         for (int step = 0; step < Use::steps; ++step) {
             const std::string failure = use.run(step);
