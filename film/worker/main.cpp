@@ -66,6 +66,7 @@ int posix_memalign(void** memory, std::size_t alignment, std::size_t bytes) {
 namespace {
 
 constexpr std::size_t stackBytes = 2 * 1024 * 1024;
+constexpr int keptBytes = 32 * 1024 * 1024;
 
 using korvane::Descriptor;
 using korvane::FilmChannel;
@@ -177,9 +178,10 @@ int run() {
 
 int main() {
     korvane::silenceLibAv();
-    // One place to take memory from: each further one would be counted before it is used.
-    ::mallopt(M_ARENA_MAX, 1);
-    // So is a thread's stack.
+    // Pictures come and go: their memory is not given back to the system between two of them.
+    ::mallopt(M_MMAP_THRESHOLD, keptBytes);
+    ::mallopt(M_TRIM_THRESHOLD, 2 * keptBytes);
+    // A stack is counted before it is used.
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
     ::pthread_attr_setstacksize(&attributes, stackBytes);
