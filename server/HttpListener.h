@@ -27,6 +27,7 @@ class HttpListener final : public httplib::Server {
   private:
     OutgoingReply answer(int socket, RequestBuffer::Head head, const std::string& bytes);
 
+    const std::string keepAlive_;
     ConnectionLoop loop_;
 };
 

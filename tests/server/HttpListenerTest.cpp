@@ -90,6 +90,46 @@ class HttpListenerTest : public testing::Test {
     std::thread loop;
 };
 
+TEST_F(HttpListenerTest, ABodyIsNeverARequest) {
+    serve();
+    const std::string line = "POST / HTTP/1.1\r\n", host = "Host: a\r\n", large(9000, 'x');
+    const std::vector<std::string> heads = {line + host,
+                                            line + "Range: x\r\n",
+                                            "BREW / HTTP/1.1\r\n" + host,
+                                            "POST /" + large + " HTTP/1.1\r\n" + host,
+                                            line + "X: " + large + "\r\n",
+                                            "GET / HTTP/1.1\r\n" + host};
+    const std::string inner = "GET /inner HTTP/1.1\r\n\r\n";
+    for (const std::string& head : heads) {
+        const TestPeer peer(port);
+        peer.send(head + "Content-Length: " + std::to_string(inner.size()) + "\r\n\r\n" + inner);
+        const std::string replies = peer.readAll();
+        EXPECT_EQ(replies.find("HTTP/1.1 ", 1), std::string::npos) << replies;
+        EXPECT_THAT(replies, testing::StartsWith("HTTP/1.1 "));
+        EXPECT_THAT(replies, testing::HasSubstr("Connection: close\r\n"));
+        EXPECT_THAT(replies, testing::Not(testing::HasSubstr("Keep-Alive")));
+        EXPECT_NE(lastAnswered(), "/inner");
+    }
+}
+
+TEST_F(HttpListenerTest, FieldsOfTheReplyFollowTheRequest) {
+    serve();
+    struct Case {
+        std::string field, has, hasNot;
+    };
+    for (const auto& [field, has, hasNot] :
+         std::vector<Case>{{"Accept-Encoding: br", "Keep-Alive: timeout=10\r\n", "Content-Encoding"},
+                           {"Accept-Encoding: br, GZIP;q=0.5", "Content-Encoding: gzip\r\n", ": br"},
+                           {"Accept-Encoding: gzip;q=0.0, br", "\r\n\r\n/", "Content-Encoding"},
+                           {"Connection: x, Close", "Connection: close\r\n", "Keep-Alive"}}) {
+        const TestPeer peer(port);
+        peer.send("GET / HTTP/1.1\r\n" + field + "\r\n\r\n");
+        EXPECT_THAT(peer.read(), testing::AllOf(testing::HasSubstr(has), testing::Not(testing::HasSubstr(hasNot))));
+        if (hasNot != "Keep-Alive") continue;
+        EXPECT_EQ(peer.readAll(), "");
+    }
+}
+
 TEST_F(HttpListenerTest, WhoDoesNothingTakesNoThread) {
     const std::size_t many = descriptors.rlim_cur < 8192 ? 300 : 3000;
     serve();
