@@ -1,6 +1,8 @@
 #include "korvane/server/AddressShares.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace korvane {
 
@@ -11,6 +13,7 @@ bool AddressShares::take(Connection& connection) {
         ++account.taken;
     } else {
         account.line.push_back(&connection);
+        ++inLines_;
     }
     return connection.hasShare;
 }
@@ -19,19 +22,66 @@ Connection* AddressShares::giveBack(Connection& connection) {
     const auto found = accounts_.find(connection.peer);
     connection.hasShare = false;
     Account& account = found->second;
-    if (!account.line.empty()) {
-        Connection* next = account.line.front();
-        account.line.pop_front();
-        next->hasShare = true;
-        return next;
+    if (Connection* first = next(account.line)) {
+        --inLines_;
+        first->hasShare = true;
+        return first;
     }
     if (--account.taken == 0) accounts_.erase(found);
     return nullptr;
 }
 
+bool AddressShares::takeWorker(Connection& connection) {
+    if (connection.hasWorker) return true;
+    Account& account = accounts_[connection.peer];
+    connection.hasWorker = account.working < workers_;
+    if (connection.hasWorker) {
+        ++account.working;
+    } else {
+        account.workerLine.push_back(&connection);
+    }
+    return connection.hasWorker;
+}
+
+Connection* AddressShares::giveWorkerBack(Connection& connection) {
+    if (!std::exchange(connection.hasWorker, false)) return nullptr;
+    Account& account = accounts_[connection.peer];
+    Connection* first = next(account.workerLine);
+    if (first != nullptr) {
+        first->hasWorker = true;
+    } else {
+        --account.working;
+    }
+    return first;
+}
+
 void AddressShares::leaveLine(Connection& connection) {
-    auto& line = accounts_[connection.peer].line;
+    auto& line = lineOf(connection);
     line.erase(std::find(line.begin(), line.end(), &connection));
+    if (!connection.hasShare) --inLines_;
+}
+
+void AddressShares::goToEndOfLine(Connection& connection) {
+    auto& line = lineOf(connection);
+    const auto place = std::find(line.begin(), line.end(), &connection);
+    std::rotate(place, std::next(place), line.end());
+}
+
+bool AddressShares::hasLine(const PeerAddress& peer) const {
+    const auto found = accounts_.find(peer);
+    return found != accounts_.end() && !found->second.line.empty();
+}
+
+Connection* AddressShares::next(std::deque<Connection*>& line) {
+    if (line.empty()) return nullptr;
+    Connection* first = line.front();
+    line.pop_front();
+    return first;
+}
+
+std::deque<Connection*>& AddressShares::lineOf(Connection& connection) {
+    Account& account = accounts_[connection.peer];
+    return connection.hasShare ? account.workerLine : account.line;
 }
 
 }  // namespace korvane

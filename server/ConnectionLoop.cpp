@@ -24,6 +24,9 @@ constexpr std::size_t mostHeld = 32 * 1024 * 1024;
 constexpr std::size_t mostDrained = 256 * 1024;
 constexpr std::chrono::milliseconds pauseForLack{100};
 constexpr std::chrono::milliseconds longestSleep{60'000};
+// For a peer that takes nothing of its reply while others of its address wait for its share.
+constexpr std::chrono::milliseconds patienceBeforeLine{2000};
+constexpr std::chrono::milliseconds betweenLooksAtLines{250};
 
 using State = Connection::State;
 constexpr std::array givingWay = {State::Idle, State::Heading, State::Parked, State::Stalled, State::Draining};
@@ -59,7 +62,7 @@ ConnectionLoop::ConnectionLoop(ConnectionLimits limits, Answer answer)
       answer_(std::move(answer)),
       epoll_(::epoll_create1(EPOLL_CLOEXEC)),
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      shares_(std::max<std::size_t>(limits_.fromOneAddress, 1)),
+      shares_(std::max<std::size_t>(limits_.fromOneAddress, 1), std::max<std::size_t>(limits_.threads / 2, 1)),
       workers_(limits_.threads) {
     limits_.connections = std::max<std::size_t>(limits_.connections, 1);
 }
@@ -88,6 +91,7 @@ void ConnectionLoop::run(int listener) {
         }
         takeBack();
         endLate();
+        endStalledBeforeLines();
         if (connections_.bury() || count == 0) resumeAccepting();
     }
     workers_.stop();
@@ -114,11 +118,17 @@ void ConnectionLoop::takeEvent(void* of, std::uint32_t what) {
         case State::Draining:
             return drain(connection);
         case State::Parked:
-            if ((what & (EPOLLERR | EPOLLHUP)) != 0) end(connection);
-            return;
+            return lookAtParked(connection, what);
         case State::Working:
             return;
     }
+}
+
+void ConnectionLoop::lookAtParked(Connection& connection, std::uint32_t what) {
+    if ((what & (EPOLLERR | EPOLLHUP)) != 0) return end(connection);
+    // It may still read, but more likely nobody is there.
+    shares_.goToEndOfLine(connection);
+    wait(connection, State::Parked, 0);
 }
 
 void ConnectionLoop::accept() {
@@ -200,10 +210,11 @@ void ConnectionLoop::proceed(Connection& connection) {
     if (connection.head == RequestBuffer::Head::Missing)
         return wait(connection, connection.requests.isEmpty() ? State::Idle : State::Heading, EPOLLIN);
     if (shares_.take(connection)) return dispatch(connection);
-    wait(connection, State::Parked, 0);
+    wait(connection, State::Parked, EPOLLRDHUP);
 }
 
 void ConnectionLoop::dispatch(Connection& connection) {
+    if (!shares_.takeWorker(connection)) return wait(connection, State::Parked, EPOLLRDHUP);
     connections_.move(connection, State::Working, now_);
     workers_.run([this, &connection] { work(connection); });
 }
@@ -233,6 +244,7 @@ void ConnectionLoop::takeBack() {
         returned.swap(returned_);
     }
     for (Connection* connection : returned) {
+        if (Connection* next = shares_.giveWorkerBack(*connection)) dispatch(*next);
         count(*connection);
         switch (connection->progress) {
             case OutgoingReply::Progress::Sent:
@@ -288,9 +300,20 @@ void ConnectionLoop::endLate() {
     }
 }
 
+void ConnectionLoop::endStalledBeforeLines() {
+    if (!shares_.hasLines() || now_ - lookedAtLines_ < betweenLooksAtLines) return;
+    lookedAtLines_ = now_;
+    auto& stalled = connections_.listOf(State::Stalled);
+    for (auto place = stalled.begin(); place != stalled.end() && now_ - place->since >= patienceBeforeLine;) {
+        Connection& connection = *place++;
+        if (shares_.hasLine(connection.peer)) end(connection);
+    }
+}
+
 int ConnectionLoop::untilNext() {
     using std::chrono::milliseconds;
     milliseconds left = accepting_ ? longestSleep : pauseForLack;
+    if (shares_.hasLines()) left = std::min(left, betweenLooksAtLines);
     const Connection* oldest = connections_.oldest(timed);
     if (oldest != nullptr)
         left = std::min(left, std::chrono::ceil<milliseconds>(oldest->since + limits_.patience - now_));

@@ -25,6 +25,7 @@ struct ConnectionLimits {
     /// With one more, the one that has waited longest is closed.
     std::size_t connections = 1024;
     /// Connections of one address that are answered at a time; the reply counts until the peer has taken it.
+    /// At most half of the threads answer them.
     std::size_t fromOneAddress = 64;
     /// The time that patience is measured in, read once a turn of the loop.
     std::function<std::chrono::steady_clock::time_point()> clock = std::chrono::steady_clock::now;
@@ -58,6 +59,7 @@ class ConnectionLoop {
     void resumeAccepting();
     bool giveWay();
     bool arm(Connection& connection, std::uint32_t events);
+    void lookAtParked(Connection& connection, std::uint32_t what);
     void receive(Connection& connection);
     void drain(Connection& connection);
     void proceed(Connection& connection);
@@ -70,6 +72,7 @@ class ConnectionLoop {
     void count(Connection& connection);
     void end(Connection& connection);
     void endLate();
+    void endStalledBeforeLines();
     int untilNext();
 
     ConnectionLimits limits_;
@@ -83,6 +86,8 @@ class ConnectionLoop {
     Connections::Moment now_;
     Connections connections_;
     AddressShares shares_;
+    /// When those that hold up a line were ended last.
+    Connections::Moment lookedAtLines_;
     /// Bytes of requests that are not answered yet.
     std::size_t held_ = 0;
     std::array<char, 16 * 1024> received_;

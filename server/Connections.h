@@ -19,7 +19,7 @@ struct Connection {
     enum class State {
         Idle,     // Nothing of a request has come.
         Heading,  // A part of a request's head has.
-        Parked,   // A request has come whole and waits until another one of its address is answered.
+        Parked,   // A request has come whole and waits for others of its address.
         Working,  // A worker answers.
         Stalled,  // The peer takes no more of its reply now.
         Draining  // The last reply is sent, and what still comes is thrown away.
@@ -34,6 +34,8 @@ struct Connection {
     OutgoingReply::Progress progress = OutgoingReply::Progress::Broken;
     /// One of the few of its address that are answered now.
     bool hasShare = false;
+    /// One of the fewer that workers answer now.
+    bool hasWorker = false;
     /// Bytes of `requests` as the loop has counted them last.
     std::size_t counted = 0;
     /// Bytes that were thrown away.
@@ -65,9 +67,10 @@ class Connections {
     Connection* oldest(std::span<const State> states);
     std::size_t count() const { return count_; }
 
-  private:
+    /// All that are in a state, the oldest first.
     std::list<Connection>& listOf(State state) { return lists_[static_cast<std::size_t>(state)]; }
 
+  private:
     std::array<std::list<Connection>, static_cast<std::size_t>(State::Draining) + 1> lists_;
     std::list<Connection> ended_;
     std::size_t count_ = 0;

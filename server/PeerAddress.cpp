@@ -20,7 +20,8 @@ PeerAddress peerAddress(const sockaddr_storage& address) {
         const std::uint8_t* bytes = sixth.sin6_addr.s6_addr;
         const bool isFourth = IN6_IS_ADDR_V4MAPPED(&sixth.sin6_addr) != 0;
         peer[0] = isFourth ? 4 : 6;
-        std::copy_n(isFourth ? bytes + 12 : bytes, isFourth ? 4 : 8, &peer[1]);
+        const int wholeOrHalf = IN6_IS_ADDR_LINKLOCAL(&sixth.sin6_addr) != 0 ? 16 : 8;
+        std::copy_n(isFourth ? bytes + 12 : bytes, isFourth ? 4 : wholeOrHalf, &peer[1]);
     }
     return peer;
 }

@@ -31,9 +31,8 @@ std::string filmPart(std::size_t from, std::size_t size) {
 /// A service with one worker, whose time stands still, that answers a path with itself.
 class HttpListenerTest : public testing::Test {
   protected:
-    void serve(std::size_t connections = 8000) {
-        ConnectionLimits limits;
-        limits.threads = 1;
+    void serve(std::size_t connections = 8000, std::size_t threads = 1) {
+        limits.threads = threads;
         limits.connections = connections;
         limits.clock = [this] { return std::chrono::steady_clock::time_point(std::chrono::seconds(time.load())); };
         listener = std::make_unique<HttpListener>(limits);
@@ -52,6 +51,7 @@ class HttpListenerTest : public testing::Test {
             answered = path;
         }
         response.status = 200;
+        if (path == "/held") released.wait(false);
         if (path != "/film") return response.set_content(path, "text/plain");
         response.set_content_provider(filmSize, "video/mp4", [this](std::size_t at, std::size_t size, auto& sink) {
             filmed += size;
@@ -81,6 +81,8 @@ class HttpListenerTest : public testing::Test {
     }
 
     rlimit descriptors{};
+    ConnectionLimits limits;
+    std::atomic<bool> released = false;
     std::atomic<int> time = 1000;
     std::atomic<std::size_t> filmed = 0;
     std::mutex mutex;
@@ -165,6 +167,36 @@ TEST_F(HttpListenerTest, AnAddressHas64RepliesAtATime) {
     EXPECT_THAT(next.read(), testing::EndsWith("/next"));
     EXPECT_THAT(last.read(), testing::EndsWith("/last"));
     EXPECT_EQ(lastAnswered(), "/last");
+}
+
+TEST_F(HttpListenerTest, AnAddressHasHalfOfTheWorkers) {
+    serve(10, 4);
+    std::vector<TestPeer> greedy;
+    for (int i = 0; i < 6; ++i) greedy.emplace_back(port, "127.0.0.2").ask("/held");
+    EXPECT_EQ(TestPeer(port).answerTo("/other"), "/other");
+    greedy[3].close();
+    released = true;
+    released.notify_all();
+    greedy.erase(greedy.begin() + 3);
+    for (const TestPeer& peer : greedy) EXPECT_THAT(peer.read(), testing::EndsWith("/held"));
+}
+
+TEST_F(HttpListenerTest, ALineEndsStalledReplies) {
+    limits.fromOneAddress = 2;
+    serve();
+    const TestPeer first(port, "127.0.0.2"), second(port, "127.0.0.2"), other(port), next(port, "127.0.0.2");
+    for (const TestPeer* peer : {&first, &second, &other}) peer->ask("/film");
+    const TestPeer clock(port, "127.0.0.3");
+    for (int i = 0; i < 200; ++i) clock.answerTo("/clock");
+    next.ask("/next");
+    EXPECT_EQ(clock.answerTo("/clock"), "/clock");
+    EXPECT_EQ(lastAnswered(), "/clock");
+    time += 3;
+    EXPECT_THAT(next.read(), testing::EndsWith("/next"));
+    EXPECT_LT(first.readAll().size(), filmSize);
+    std::size_t taken = 0;
+    for (std::size_t count = 1; taken < filmSize && count > 0; taken += count) count = other.read(65'536).size();
+    EXPECT_GE(taken, filmSize);
 }
 
 TEST_F(HttpListenerTest, AFilmIsReadAsItIsTaken) {
