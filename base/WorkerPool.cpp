@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -56,7 +56,7 @@ void WorkerPool::run(std::function<void()> task) {
     if (state.tasks.size() > state.idle && state.threads.size() < state.maxThreads) {
         try {
             state.threads.emplace_back([kept = state_] { kept->work(); });
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) {
             // The task waits for a thread that exists, or for a later call that can start one.
             logError("WorkerPool", "the system gives no further thread");
         }

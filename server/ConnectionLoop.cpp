@@ -1,5 +1,6 @@
 #include "korvane/server/ConnectionLoop.h"
 
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "korvane/base/Log.h"
@@ -35,6 +37,13 @@ constexpr std::array timed = {State::Idle, State::Heading, State::Stalled, State
 constexpr std::array holding = {State::Heading, State::Parked};
 
 constexpr std::string_view tooSlow = "HTTP/1.1 408 Request Timeout\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+
+/// Unless the system keeps little of a reply, a peer that reads slowly makes room seldom and looks as if it did not
+/// read.
+void keepLittleUnsent(int socket) {
+    const int bytes = 64 * 1024;
+    ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &bytes, sizeof bytes);
+}
 
 bool isLackOfRoom(int error) {
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
@@ -65,6 +74,8 @@ ConnectionLoop::ConnectionLoop(ConnectionLimits limits, Answer answer)
       shares_(std::max<std::size_t>(limits_.fromOneAddress, 1), std::max<std::size_t>(limits_.threads / 2, 1)),
       workers_(limits_.threads) {
     limits_.connections = std::max<std::size_t>(limits_.connections, 1);
+    returned_.reserve(limits_.connections);
+    taken_.reserve(limits_.connections);
 }
 
 void ConnectionLoop::stop() {
@@ -92,7 +103,7 @@ void ConnectionLoop::run(int listener) {
         takeBack();
         endLate();
         endStalledBeforeLines();
-        if (connections_.bury() || count == 0) resumeAccepting();
+        if (connections_.bury() || count == 0 || now_ - pausedAt_ >= pauseForLack) resumeAccepting();
     }
     workers_.stop();
     returned_.clear();
@@ -101,14 +112,22 @@ void ConnectionLoop::run(int listener) {
 }
 
 void ConnectionLoop::takeEvent(void* of, std::uint32_t what) {
-    if (of == &listener_) return accept();
     if (of == &wake_) {
         eventfd_t ignored = 0;
         ::eventfd_read(wake_.get(), &ignored);
         return;
     }
-    Connection& connection = *static_cast<Connection*>(of);
-    if (Connections::hasEnded(connection)) return;
+    Connection* connection = of == &listener_ ? nullptr : static_cast<Connection*>(of);
+    try {
+        if (connection == nullptr) return accept();
+        if (!Connections::hasEnded(*connection)) takeEventOf(*connection, what);
+    } catch (const std::bad_alloc&) {
+        if (connection == nullptr) return pauseAccepting();
+        if (!Connections::hasEnded(*connection)) end(*connection);
+    }
+}
+
+void ConnectionLoop::takeEventOf(Connection& connection, std::uint32_t what) {
     switch (connection.state) {
         case State::Idle:
         case State::Heading:
@@ -147,6 +166,8 @@ void ConnectionLoop::accept() {
             continue;
         }
         if (isFull) giveWay();
+        keepLittleUnsent(socket.get());
+        toldOfLack_ = false;
         Connection& connection = connections_.add(std::move(socket), peerAddress(address), now_);
         epoll_event event{};
         event.events = EPOLLIN | EPOLLONESHOT;
@@ -157,6 +178,7 @@ void ConnectionLoop::accept() {
 
 void ConnectionLoop::pauseAccepting() {
     if (!std::exchange(toldOfLack_, true)) logError("ConnectionLoop", "there is no room for further connections");
+    pausedAt_ = now_;
     if (std::exchange(accepting_, false)) ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, listener_, nullptr);
 }
 
@@ -214,9 +236,16 @@ void ConnectionLoop::proceed(Connection& connection) {
 }
 
 void ConnectionLoop::dispatch(Connection& connection) {
-    if (!shares_.takeWorker(connection)) return wait(connection, State::Parked, EPOLLRDHUP);
-    connections_.move(connection, State::Working, now_);
-    workers_.run([this, &connection] { work(connection); });
+    try {
+        if (!shares_.takeWorker(connection)) return wait(connection, State::Parked, EPOLLRDHUP);
+        connections_.move(connection, State::Working, now_);
+        workers_.run([this, &connection] { work(connection); });
+    } catch (const std::bad_alloc&) {
+        // Comes back as if a worker had failed, since the caller may be about to end another.
+        connections_.move(connection, State::Working, now_);
+        connection.progress = OutgoingReply::Progress::Broken;
+        giveBack(connection);
+    }
 }
 
 void ConnectionLoop::work(Connection& connection) {
@@ -230,6 +259,10 @@ void ConnectionLoop::work(Connection& connection) {
     } catch (...) {
         logError("ConnectionLoop", "a request has failed");
     }
+    giveBack(connection);
+}
+
+void ConnectionLoop::giveBack(Connection& connection) {
     {
         const std::lock_guard lock(mutex_);
         returned_.push_back(&connection);
@@ -238,34 +271,45 @@ void ConnectionLoop::work(Connection& connection) {
 }
 
 void ConnectionLoop::takeBack() {
-    std::vector<Connection*> returned;
     {
         const std::lock_guard lock(mutex_);
-        returned.swap(returned_);
+        taken_.swap(returned_);
     }
-    for (Connection* connection : returned) {
+    for (Connection* connection : taken_) {
         if (Connection* next = shares_.giveWorkerBack(*connection)) dispatch(*next);
         count(*connection);
-        switch (connection->progress) {
-            case OutgoingReply::Progress::Sent:
-                finishReply(*connection);
-                break;
-            case OutgoingReply::Progress::Blocked:
-                wait(*connection, State::Stalled, EPOLLOUT);
-                break;
-            case OutgoingReply::Progress::Cut:
-                dispatch(*connection);
-                break;
-            case OutgoingReply::Progress::Broken:
-                end(*connection);
-                break;
+        try {
+            goOn(*connection);
+        } catch (const std::bad_alloc&) {
+            end(*connection);
         }
     }
+    taken_.clear();
+    keepReplyLimit();
+}
+
+void ConnectionLoop::goOn(Connection& connection) {
+    switch (connection.progress) {
+        case OutgoingReply::Progress::Sent:
+            return finishReply(connection);
+        case OutgoingReply::Progress::Blocked:
+            return wait(connection, State::Stalled, EPOLLOUT);
+        case OutgoingReply::Progress::Cut:
+            return dispatch(connection);
+        case OutgoingReply::Progress::Broken:
+            return end(connection);
+    }
+}
+
+void ConnectionLoop::keepReplyLimit() {
+    auto& stalled = connections_.listOf(State::Stalled);
+    while (heldByReplies_ > limits_.replyBytes && !stalled.empty()) end(stalled.front());
 }
 
 void ConnectionLoop::finishReply(Connection& connection) {
     const bool closes = connection.reply->closes;
     connection.reply.reset();
+    count(connection);
     giveShareBack(connection);
     if (!closes) return proceed(connection);
     connection.requests = RequestBuffer();
@@ -281,11 +325,17 @@ void ConnectionLoop::giveShareBack(Connection& connection) {
 void ConnectionLoop::count(Connection& connection) {
     held_ += connection.requests.size();
     held_ -= std::exchange(connection.counted, connection.requests.size());
+    const std::size_t ofReply = connection.reply ? connection.reply->held() : 0;
+    heldByReplies_ += ofReply;
+    heldByReplies_ -= std::exchange(connection.countedOfReply, ofReply);
 }
 
 void ConnectionLoop::end(Connection& connection) {
+    // A process that was forked a moment ago may keep the descriptor open, whose events would come on.
+    ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, connection.socket.get(), nullptr);
     if (connection.state == State::Parked) shares_.leaveLine(connection);
     held_ -= connection.counted;
+    heldByReplies_ -= connection.countedOfReply;
     connections_.end(connection);
     if (connection.hasShare) giveShareBack(connection);
 }

@@ -27,6 +27,8 @@ struct ConnectionLimits {
     /// Connections of one address that are answered at a time; the reply counts until the peer has taken it.
     /// At most half of the threads answer them.
     std::size_t fromOneAddress = 64;
+    /// Bytes of replies that are in memory; with more, the one that its peer has left for longest is given up.
+    std::size_t replyBytes = 256 * 1024 * 1024;
     /// The time that patience is measured in, read once a turn of the loop.
     std::function<std::chrono::steady_clock::time_point()> clock = std::chrono::steady_clock::now;
 };
@@ -54,6 +56,7 @@ class ConnectionLoop {
 
   private:
     void takeEvent(void* of, std::uint32_t what);
+    void takeEventOf(Connection& connection, std::uint32_t what);
     void accept();
     void pauseAccepting();
     void resumeAccepting();
@@ -66,11 +69,14 @@ class ConnectionLoop {
     void wait(Connection& connection, Connection::State state, std::uint32_t events);
     void dispatch(Connection& connection);
     void work(Connection& connection);
+    void giveBack(Connection& connection);
     void takeBack();
+    void goOn(Connection& connection);
     void finishReply(Connection& connection);
     void giveShareBack(Connection& connection);
     void count(Connection& connection);
     void end(Connection& connection);
+    void keepReplyLimit();
     void endLate();
     void endStalledBeforeLines();
     int untilNext();
@@ -81,6 +87,7 @@ class ConnectionLoop {
     Descriptor wake_;
     int listener_ = -1;
     bool accepting_ = false;
+    Connections::Moment pausedAt_;
     bool toldOfLack_ = false;
     std::atomic<bool> stopping_ = false;
     Connections::Moment now_;
@@ -90,10 +97,13 @@ class ConnectionLoop {
     Connections::Moment lookedAtLines_;
     /// Bytes of requests that are not answered yet.
     std::size_t held_ = 0;
+    std::size_t heldByReplies_ = 0;
     std::array<char, 16 * 1024> received_;
     std::mutex mutex_;
-    /// What workers are done with, under the mutex.
+    /// What workers are done with, under the mutex. Has room for all connections, so that a worker cannot fail to add.
     std::vector<Connection*> returned_;
+    /// The same as taken from there, by the loop alone.
+    std::vector<Connection*> taken_;
     /// Comes to rest before the others go.
     WorkerPool workers_;
 };

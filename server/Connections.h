@@ -38,6 +38,8 @@ struct Connection {
     bool hasWorker = false;
     /// Bytes of `requests` as the loop has counted them last.
     std::size_t counted = 0;
+    /// The same of `reply`.
+    std::size_t countedOfReply = 0;
     /// Bytes that were thrown away.
     std::size_t drained = 0;
     State state = State::Idle;

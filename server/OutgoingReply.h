@@ -23,6 +23,9 @@ class OutgoingReply {
     /// turn. `Broken`: the peer has gone, or the content cannot be read.
     Progress send(int socket);
 
+    /// Bytes that it keeps in memory.
+    std::size_t held() const { return bytes_.capacity(); }
+
   private:
     bool readPiece();
 

@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -221,6 +222,13 @@ int sample(const CommandLine& line) {
     return 0;
 }
 
+/// Else what every thread has freed would stay with it.
+void keepMemoryTogether() {
+#ifdef M_ARENA_MAX
+    ::mallopt(M_ARENA_MAX, 4);
+#endif
+}
+
 void catchSignals() {
     struct sigaction action {};
     action.sa_handler = onSignal;
@@ -231,6 +239,7 @@ void catchSignals() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    keepMemoryTogether();
     const std::vector<std::string> words(argv + 1, argv + argc);
     for (const std::string& word : words) {
         if (word != "--help" && word != "-h") continue;

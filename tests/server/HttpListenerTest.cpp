@@ -16,6 +16,7 @@ namespace {
 using testing::ElementsAre;
 
 constexpr std::size_t filmSize = 48 * 1024 * 1024;
+constexpr std::size_t largeSize = 40'000'000;
 
 /// Up to 64 KiB of the film, whose bytes come again after a prime number of them, so no two pieces are alike.
 std::string filmPart(std::size_t from, std::size_t size) {
@@ -51,6 +52,7 @@ class HttpListenerTest : public testing::Test {
             answered = path;
         }
         response.status = 200;
+        if (path.starts_with("/large")) return response.set_content(std::string(largeSize, 'x'), "video/mp4");
         if (path == "/held") released.wait(false);
         if (path != "/film") return response.set_content(path, "text/plain");
         response.set_content_provider(filmSize, "video/mp4", [this](std::size_t at, std::size_t size, auto& sink) {
@@ -239,6 +241,36 @@ TEST_F(HttpListenerTest, PatienceEnds) {
     EXPECT_THAT(slow.readAll(), testing::StartsWith("HTTP/1.1 408 "));
     EXPECT_LT(stalled.readAll().size(), filmSize);
     EXPECT_EQ(kept.answerTo("/kept"), "/kept");
+}
+
+TEST_F(HttpListenerTest, WhoReadsSlowlyIsPatientlyServed) {
+    serve();
+    const TestPeer slow(port), clock(port);
+    slow.ask("/film");
+    for (int step = 0; step < 12; ++step) {
+        for (int i = 0; i < 200; ++i) clock.answerTo("/clock");
+        for (std::size_t taken = 0; taken < filmSize / 64 && !HasFailure();) {
+            const std::string piece = slow.read(65'536);
+            ASSERT_NE(piece, "");
+            taken += piece.size();
+        }
+        time += 4;
+    }
+}
+
+TEST_F(HttpListenerTest, RepliesHaveOneLimitTogether) {
+    limits.replyBytes = 90'000'000;
+    serve();
+    std::vector<TestPeer> peers;
+    for (const char* path : {"/large/1", "/large/2", "/large/3"}) {
+        peers.emplace_back(port).ask(path);
+        EXPECT_THAT(peers.back().read(9), "HTTP/1.1 ");
+    }
+    EXPECT_EQ(TestPeer(port).answerTo("/honest"), "/honest");
+    EXPECT_LT(peers[0].readAll().size(), largeSize);
+    std::size_t taken = 0;
+    for (std::size_t count = 1; taken < largeSize && count > 0; taken += count) count = peers[1].read(65'536).size();
+    EXPECT_GE(taken, largeSize);
 }
 
 TEST_F(HttpListenerTest, WhoHasWaitedLongestGivesWay) {
