@@ -1,8 +1,10 @@
 #include "korvane/toolkit/ImageCache.h"
 
+#include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QSaveFile>
 #include <atomic>
 #include <utility>
 
@@ -106,9 +108,15 @@ void ImageCache::clearMemory() {
 
 bool ImageCache::storeImageToDisk(const QImage& image, const QString& forKey) {
     if (image.isNull() || disk_->directory.isEmpty()) return false;
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, "PNG") || bytes.size() > mostFileBytes || !PictureDecoder().accepts(bytes)) return false;
     const std::lock_guard lock(disk_->mutex);
     disk_->mayHoldFiles = true;
-    return QDir().mkpath(disk_->directory) && image.save(pathFor(forKey), "PNG");
+    QSaveFile file(pathFor(forKey));
+    return QDir().mkpath(disk_->directory) && file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() &&
+           file.commit();
 }
 
 QImage ImageCache::imageFromDiskCacheForKey(const QString& key) const {

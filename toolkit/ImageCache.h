@@ -42,7 +42,8 @@ class ImageCache {
     bool isSharpInMemory(const QString& key, QSize pixels) const;
     void clearMemory();
 
-    /// Blocks on the disk. False when it could not be written, or there is no disk level.
+    /// Blocks on the disk. False when it could not be written, costs more to read back than ImageLoader allows, or
+    /// there is no disk level.
     bool storeImageToDisk(const QImage& image, const QString& forKey);
     /// Blocks on the disk. A null image when there is none, or it costs more to decode than ImageLoader allows.
     QImage imageFromDiskCacheForKey(const QString& key) const;

@@ -18,9 +18,10 @@ namespace korvane {
 /// http and https only, and never from https to http. Main thread only.
 ///
 /// JPEG, PNG and, where Qt has its plug-in, WebP are shown, whatever they are called; other kinds, and pictures that
-/// are not whole, fail. So do those that cost too much: more than 64 million points or 64 MiB to decode, which PNG and
-/// WebP need at 8 million points and progressive JPEG at about 20 million, or 100 ms of the processor for each million
-/// points that are shown.
+/// are not whole, fail. So do those that cost too much: more than 64 million points or 64 MiB to decode, or 100 ms of
+/// the processor for each million points that they have, 100 ms at least. Scaled down, PNG and WebP need the memory at
+/// 8 million points, progressive JPEG at about 20 million. WebP is decoded in one go, so only its points bound its
+/// time.
 class ImageLoader {
   public:
     /// Names a request; 0 is never given out.
@@ -48,8 +49,9 @@ class ImageLoader {
 
     /// `completed` runs once on a later turn of the main loop, unless cancelled. An image larger than `bound` (pixels;
     /// empty for no bound) is scaled down while it is decoded, in proportion, until it just covers `bound`, or the
-    /// larger bound of a request that it shares a load with. `arrived` runs before `completed`, and also for a request
-    /// that was cancelled when its load had begun, so that what has been paid for can be kept. Either may be empty.
+    /// larger bound of a request that it shares a load with; a large JPEG may stay whole. `arrived` runs before
+    /// `completed`, and also for a request that was cancelled when its load had begun, so that what has been paid for
+    /// can be kept. Either may be empty.
     Handle load(const QUrl& url, QSize bound, Completed completed, Completed arrived = {});
 
     /// After this `completed` is not called. A load that has begun goes on, for its connection's sake. Unknown handles

@@ -2,6 +2,7 @@
 
 #include <QImageReader>
 #include <algorithm>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -14,6 +15,7 @@ namespace {
 using Format = PictureHeader::Format;
 
 constexpr std::uint64_t bytesOfPoint = 4;
+constexpr const char* tooMuchMemory = "a picture that takes too much memory";
 
 QByteArray nameOf(Format format) {
     switch (format) {
@@ -35,6 +37,10 @@ QSize sizeOf(const PictureHeader& header) {
     return {static_cast<int>(header.width), static_cast<int>(header.height)};
 }
 
+std::optional<PictureHeader> headerOf(const QByteArray& bytes) {
+    return PictureHeader::read(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+}
+
 /// Smaller than `size` only.
 QSize scaledTo(QSize bound, QSize size) {
     if (bound.isEmpty()) return size;
@@ -42,36 +48,71 @@ QSize scaledTo(QSize bound, QSize size) {
     return scaled.width() < size.width() ? scaled.expandedTo({1, 1}) : size;
 }
 
-/// What is decoded and, where it is scaled, a copy of it. JPEG is decoded in eighths of its size, so that it comes at
-/// most twice as wide and high as it is shown.
+/// JPEG is decoded in eighths of its size, the fewest that cover what is shown.
+std::uint64_t decodedPoints(QSize size, QSize shown) {
+    constexpr int whole = 8;
+    const auto covers = [](int eighths, int from, int to) {
+        return std::int64_t{eighths} * from >= std::int64_t{whole} * to;
+    };
+    const auto part = [](int eighths, int of) { return (std::int64_t{eighths} * of + whole - 1) / whole; };
+    int eighths = 1;
+    while (eighths < whole &&
+           !(covers(eighths, size.width(), shown.width()) && covers(eighths, size.height(), shown.height()))) {
+        ++eighths;
+    }
+    return static_cast<std::uint64_t>(part(eighths, size.width()) * part(eighths, size.height()));
+}
+
+/// What is decoded and, where it is scaled, a copy of it. A PNG or WebP is converted as a whole before it is scaled.
 std::uint64_t bytesFor(const PictureHeader& header, QSize shown) {
-    constexpr std::uint64_t smallest = 64;  // times smaller
-    const bool isJpeg = header.format == Format::Jpeg;
-    const std::uint64_t scaled = 4 * pointsOf(shown) + header.points() / smallest;
-    const std::uint64_t points = isJpeg ? std::min(header.points(), scaled) : header.points();
-    const bool isCopied = pointsOf(shown) < header.points();
-    return header.wholeBytes + bytesOfPoint * points * ((isJpeg ? 1U : 0U) + (isCopied ? 1U : 0U));
+    const QSize size = sizeOf(header);
+    const bool isCopied = shown != size;
+    std::uint64_t points = isCopied ? header.points() : 0;
+    if (header.format == Format::Jpeg) points = decodedPoints(size, shown) + (isCopied ? pointsOf(shown) : 0);
+    return header.wholeBytes + bytesOfPoint * points;
 }
 
 }  // namespace
 
+const char* PictureDecoder::refusalOf(const PictureHeader& header) const {
+    if (header.points() > limits_.points) return "a picture of too many points";
+    if (header.scans > limits_.scans || header.points() * header.scans > limits_.scannedPoints)
+        return "a picture of too many passes";
+    return nullptr;
+}
+
+bool PictureDecoder::fits(const PictureHeader& header, QSize shown) const {
+    return bytesFor(header, shown) <= limits_.bytes;
+}
+
+bool PictureDecoder::accepts(const QByteArray& bytes) const {
+    const auto header = headerOf(bytes);
+    return header && !refusalOf(*header) && fits(*header, sizeOf(*header));
+}
+
+std::chrono::microseconds PictureDecoder::timeFor(const PictureHeader& header) const {
+    constexpr std::uint64_t million = 1'000'000;
+    return limits_.processorTime * std::max(header.points(), million) / million;
+}
+
 PictureDecoder::Picture PictureDecoder::decode(const QByteArray& bytes, QSize bound) const {
     const auto refused = [](const char* why) { return Picture{{}, QString::fromLatin1(why)}; };
-    const auto header =
-        PictureHeader::read(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    const auto header = headerOf(bytes);
     if (!header) return refused("no whole picture of a known kind");
-    if (header->points() > limits_.points) return refused("a picture of too many points");
+    if (const char* const why = refusalOf(*header)) return refused(why);
+
     const QSize size = sizeOf(*header);
-    if (header->scans > limits_.scans || header->points() * header->scans > limits_.scannedPoints)
-        return refused("a picture of too many passes");
+    // Of a large JPEG, a slightly smaller copy can cost more than the picture as it is.
+    const auto shownIn = [&](QSize within) {
+        const QSize scaled = scaledTo(within, size);
+        const bool staysWhole = header->format == Format::Jpeg && !fits(*header, scaled) && fits(*header, size);
+        return staysWhole ? size : scaled;
+    };
+    const QSize upright = shownIn(bound);
+    const QSize turned = shownIn(bound.transposed());
+    if (!fits(*header, upright) && !fits(*header, turned)) return refused(tooMuchMemory);
 
-    // Whether it is turned is not known yet.
-    const QSize upright = scaledTo(bound, size);
-    const QSize turned = scaledTo(bound.transposed(), size);
-    const QSize larger = pointsOf(upright) < pointsOf(turned) ? turned : upright;
-    if (bytesFor(*header, larger) > limits_.bytes) return refused("a picture that takes too much memory");
-
-    PictureBytes device(bytes, limits_.processorTime * std::max<std::uint64_t>(1, pointsOf(larger) / 1'000'000));
+    PictureBytes device(bytes, timeFor(*header));
     QImageReader reader;
     reader.setAutoDetectImageFormat(false);
     reader.setFormat(nameOf(header->format));
@@ -82,6 +123,7 @@ PictureDecoder::Picture PictureDecoder::decode(const QByteArray& bytes, QSize bo
     }
     const bool isTurned = reader.transformation() & QImageIOHandler::TransformationRotate90;
     const QSize shown = isTurned ? turned : upright;
+    if (!fits(*header, shown)) return refused(tooMuchMemory);
     if (shown != size) reader.setScaledSize(shown);
     QImage image = reader.read();
     if (device.isSpent()) return refused("a picture that takes too long");

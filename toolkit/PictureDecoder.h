@@ -9,6 +9,8 @@
 
 namespace korvane {
 
+struct PictureHeader;
+
 /// Decodes pictures of strangers: JPEG, PNG and, where Qt has its plug-in, WebP, whatever they are called. What such a
 /// picture may cost is known from its header before any of it is decoded. A plain value; any thread.
 class PictureDecoder {
@@ -22,8 +24,9 @@ class PictureDecoder {
         std::uint32_t scans = 40;
         /// Points of all passes.
         std::uint64_t scannedPoints = 250'000'000;
-        /// Of the processor, for a picture that is shown in a million points; more of them get more in proportion.
-        std::chrono::milliseconds processorTime{100};
+        /// Of the processor, for a picture of up to a million points; more of them get more in proportion. WebP is
+        /// decoded in one go, which only its points bound.
+        std::chrono::microseconds processorTime{100'000};
     };
 
     struct Picture {
@@ -35,11 +38,20 @@ class PictureDecoder {
     PictureDecoder() = default;
     explicit PictureDecoder(const Limits& limits) : limits_(limits) {}
 
-    /// A picture larger than `bound` (points; empty for no bound) is scaled down in proportion until it just covers it.
-    /// It comes as it is to be seen, turned as it asks for.
+    /// A picture larger than `bound` (points; empty for no bound) is scaled down in proportion until it just covers it,
+    /// but a JPEG stays whole where the memory allows for that and not for the copy. It comes as it is to be seen,
+    /// turned as it asks for.
     Picture decode(const QByteArray& bytes, QSize bound) const;
 
+    /// Whether decode() without a bound begins to decode it.
+    bool accepts(const QByteArray& bytes) const;
+
   private:
+    /// Null when it is not refused before its memory is looked at.
+    const char* refusalOf(const PictureHeader& header) const;
+    bool fits(const PictureHeader& header, QSize shown) const;
+    std::chrono::microseconds timeFor(const PictureHeader& header) const;
+
     Limits limits_;
 };
 

@@ -4,6 +4,8 @@
 #include <QImage>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
+#include <algorithm>
+#include <functional>
 #include <optional>
 #include <random>
 #include <string>
@@ -25,14 +27,18 @@ std::optional<PictureHeader> headerOf(const QByteArray& bytes) {
     return PictureHeader::read(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
-QByteArray encoded(QSize size, const char* format) {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(Qt::red);
+QByteArray encoded(const QImage& image, const char* format) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, format);
     return bytes;
+}
+
+QByteArray encoded(QSize size, const char* format) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    return encoded(image, format);
 }
 
 QByteArray number(unsigned value, int bytes) {
@@ -46,8 +52,8 @@ QByteArray segment(unsigned marker, const QByteArray& content) {
 }
 
 /// Has no data at all, which a decoder fills up with grey.
-QByteArray jpeg(unsigned frame, unsigned width, unsigned height, int scans) {
-    const QByteArray parts = QByteArray::fromHex("03011100021100031100");
+QByteArray jpeg(unsigned frame, unsigned width, unsigned height, int scans, unsigned sampling = 0x11) {
+    const QByteArray parts = QByteArray::fromHex("0301") + number(sampling, 1) + QByteArray::fromHex("00021100031100");
     QByteArray bytes = QByteArray::fromHex("ffd8") + segment(0xdb, QByteArray(1, 0) + QByteArray(64, 1)) +
                        segment(frame, number(8, 1) + number(height, 2) + number(width, 2) + parts);
     for (unsigned kind : {0x00U, 0x10U}) bytes += segment(0xc4, number(kind, 1) + number(1, 1) + QByteArray(16, 0));
@@ -92,6 +98,8 @@ TEST(PictureDecoder, RefusesByTheHeaderWhatWouldCostTooMuch) {
         EXPECT_TRUE(picture.image.isNull()) << name;
     }
     EXPECT_EQ(PictureDecoder().decode(jpeg(0xc0, 8000, 8000, 1), {}).fault.toStdString(), memory) << "shown as a whole";
+    EXPECT_EQ(PictureDecoder().decode(jpeg(0xc0, 9000, 7000, 1), {2600, 100}).fault.toStdString(), "");
+    EXPECT_EQ(PictureDecoder().decode(jpeg(0xc0, 9000, 7000, 1), {100, 2600}).fault.toStdString(), memory) << "upright";
     const QImage small = PictureDecoder().decode(jpeg(0xc0, 8000, 8000, 1), {134, 120}).image;
     EXPECT_EQ(small.size(), QSize(134, 134)) << "scaled while it is decoded";
     EXPECT_EQ(headerOf(webp("56503820 0a000000 000000 9d012a 40012001"))->points(), 320U * 288U);
@@ -101,13 +109,51 @@ TEST(PictureDecoder, EndsWithItsProcessorTime) {
     for (const char* format : {"PNG", "JPG"}) {
         const QByteArray bytes = encoded({3000, 2000}, format);
         EXPECT_EQ(PictureDecoder().decode(bytes, {30, 20}).image.size(), QSize(30, 20)) << format;
-        const auto broken = PictureDecoder({.processorTime = 1ms}).decode(bytes, {30, 20});
+        const auto broken = PictureDecoder({.processorTime = 100us}).decode(bytes, {30, 20});
         EXPECT_EQ(broken.fault.toStdString(), "a picture that takes too long") << format;
         EXPECT_TRUE(broken.image.isNull());
     }
     PictureBytes none(encoded({9, 9}, "PNG"), 0us);
     EXPECT_TRUE(none.read(1).isEmpty());
     EXPECT_TRUE(none.isSpent());
+}
+
+TEST(PictureDecoder, NoBoundMakesAnAcceptedJpegRefused) {
+    QLoggingCategory::setFilterRules("qt.gui.imageio*=false");
+    const QByteArray quarterTurn =
+        segment(0xe1, QByteArray::fromHex("457869660000 4d4d002a00000008 0001 011200030000000100060000 00000000"));
+    std::mt19937 random(1);
+    const auto upTo = [&](unsigned most) { return 1 + static_cast<unsigned>(random()) % most; };
+    for (int round = 0; round < 2000; ++round) {
+        const unsigned width = upTo(200);
+        const unsigned height = upTo(200);
+        QByteArray bytes = jpeg(random() % 2 == 0 ? 0xc0 : 0xc2, width, height, 1, 0x11 * upTo(2));
+        if (random() % 2 == 0) bytes.insert(2, quarterTurn);
+        const PictureDecoder decoder({.bytes = 16 * upTo(200) * upTo(200)});
+        const QSize bound(static_cast<int>(upTo(250)), static_cast<int>(upTo(250)));
+        const QSize whole = decoder.decode(bytes, {}).image.size();
+        const QSize shown = decoder.decode(bytes, bound).image.size();
+        if (whole.isEmpty()) continue;
+        const bool covers = shown.width() >= bound.width() && shown.height() >= bound.height();
+        ASSERT_TRUE(shown == whole || covers) << width << " x " << height << ", seen in " << shown.width();
+    }
+    for (const QByteArray& bytes :
+         {jpeg(0xc0, 4000, 3000, 1, 0x22), jpeg(0xc0, 4608, 3456, 1, 0x22), jpeg(0xc2, 3840, 2160, 2, 0x22)}) {
+        for (const QSize bound : {QSize(1280, 720), QSize(1920, 1080), QSize(3700, 2100), QSize()}) {
+            const auto [image, fault] = PictureDecoder().decode(bytes, bound);
+            EXPECT_EQ(fault.toStdString(), "") << bound.width();
+            EXPECT_TRUE(image.width() == bound.width() || bound.width() > 1920 || bound.isEmpty()) << bound.width();
+        }
+    }
+}
+
+TEST(PictureDecoder, HasTimeForAThumbnailOfALargeNoisyPicture) {
+    QImage noise(3840, 2160, QImage::Format_RGB32);
+    std::mt19937 random(1);
+    for (int y = 0; y < noise.height(); ++y)
+        std::generate_n(reinterpret_cast<std::uint32_t*>(noise.scanLine(y)), noise.width(), std::ref(random));
+    for (const char* format : {"PNG", "JPG"})
+        EXPECT_EQ(PictureDecoder().decode(encoded(noise, format), {134, 120}).fault.toStdString(), "") << format;
 }
 
 // Whatever becomes of a picture's bytes, it is shown as a whole in the size that its header tells, or not at all.
@@ -134,14 +180,17 @@ TEST(PictureDecoder, ShowsOnlyWhatIsWholeAndAsLargeAsTold) {
     }
 }
 
-TEST(PictureDecoder, ReadsTheDiskCacheToo) {
+TEST(PictureDecoder, BoundsTheDiskCacheToo) {
     QTemporaryDir folder;
     VirtualScheduler scheduler;
     ImageCache cache(scheduler, folder.path());
     QImage thin(5000, 4000, QImage::Format_Mono);
     thin.fill(0);
-    ASSERT_TRUE(cache.storeImageToDisk(thin, "key"));
+    EXPECT_FALSE(cache.storeImageToDisk(thin, "key"));
     EXPECT_TRUE(cache.imageFromDiskCacheForKey("key").isNull());
+    const QImage wide = thin.copy(0, 0, 4096, 4000);
+    ASSERT_TRUE(cache.storeImageToDisk(wide, "key"));
+    EXPECT_EQ(cache.imageFromDiskCacheForKey("key").size(), wide.size());
 }
 
 }  // namespace
