@@ -37,8 +37,9 @@ std::size_t dropForeignAddresses(Reply& reply) {
             if (!namesAddress(key)) {
                 dropped += dropForeignAddresses(value);
             } else if (!value.is_null() && !(value.is_string() && isWebAddress(value.get_ref<const std::string&>()))) {
+                // Services write an empty text for an address that they do not have.
+                if (value != "") ++dropped;
                 value = nullptr;
-                ++dropped;
             }
         }
     }
