@@ -139,6 +139,9 @@ Result<std::string> AccessToken::issue(std::int64_t cameraId, TimeSec expires, c
         if (code != std::errc() || stop != end || port < 1 || port > 65535) return Error{"the address has a bad port"};
         rest.resize(colon);
     }
+    const auto isForeign = [](char c) { return static_cast<unsigned char>(c) > 127; };
+    if (std::any_of(rest.begin(), rest.end(), isForeign))
+        return Error{"the address has a host name that is not in ASCII; write it in ASCII, as xn--..."};
     if (!isHost(rest)) return Error{"the address has no proper host"};
     if (!std::all_of(path.begin(), path.end(), isPathLetter)) return Error{"the address has a bad path"};
     const std::string root = (secure ? "https://" : "http://") + rest + ":" + std::to_string(port) + path;
