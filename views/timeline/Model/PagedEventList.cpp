@@ -130,6 +130,9 @@ void PagedEventList::regroup(std::uint64_t first, std::uint64_t last, const std:
     std::vector<Entry> dropped;
     const std::lock_guard guard(mutex_);
     if (slotCount() == 0 || first > last || last >= slotCount()) return;
+    // The slots of groups that the joints cut off must not be left behind without an end when memory runs out.
+    while (isGrouped_ && first > 0 && joinsNext(first - 1)) --first;
+    while (isGrouped_ && joinsNext(last)) ++last;
     try {
         for (const Joint& joint : joints) {
             // The head entry joins nothing, and nothing the live entry.
