@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <string>
+
 #include "korvane/client/JsonReader.h"
 #include "korvane/client/http/HttpService.h"
 #include "korvane/fuzz/FedTransport.h"
@@ -24,6 +27,27 @@ struct Client {
     std::shared_ptr<KorvaneCamera> camera;
 };
 
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+std::string lowered(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), lower);
+    return text;
+}
+
+bool namesNoForeignAddress(const Reply& reply) {
+    for (auto at = reply.begin(); reply.is_structured() && at != reply.end(); ++at) {
+        if (!reply.is_object() || !lowered(at.key()).ends_with("url")) {
+            if (!namesNoForeignAddress(*at)) return false;
+            continue;
+        }
+        const std::string address = at->is_string() ? lowered(at->get<std::string>()) : "";
+        if (!at->is_null() && !address.starts_with("http://") && !address.starts_with("https://")) return false;
+    }
+    return true;
+}
+
 /// Takes one reply.
 class Taker {
   public:
@@ -31,6 +55,7 @@ class Taker {
         return [this](const Reply& reply, std::int32_t status) {
             ++count_;
             require(status == 0 || reply.is_null() || reply.is_string(), "a failure has a text or none");
+            require(namesNoForeignAddress(reply), "an address leads to the web");
             const auto again = status == 0 ? readJson(reply.dump()) : reply;
             require(again == reply, "a reply written again reads the same");
         };
