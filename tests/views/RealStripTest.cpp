@@ -75,7 +75,13 @@ class RealStripTest : public ::testing::Test {
     TempFolder folder_;
     std::unique_ptr<Storage> storage_;
     std::int64_t camera_ = 0;
-    CameraServer server_{folder_ / "camera.db"};
+    // So few that all of its threads are there soon, and those that are counted are ours.
+    static CameraServerOptions fewThreads() {
+        CameraServerOptions options;
+        options.threads = 2;
+        return options;
+    }
+    CameraServer server_{folder_ / "camera.db", fewThreads()};
     const std::shared_ptr<ToolkitContext> toolkit_ = ToolkitContext::shared();
     std::shared_ptr<HttpService> service_ = std::make_shared<HttpService>(*toolkit_->scheduler);
     QQuickWindow window_;
