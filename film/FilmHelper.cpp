@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 
 constexpr int foldersAbove = 3;
 // So many times its processor time a film may be silent.
-constexpr int patience = 10;
+constexpr int patience = 30;
 
 /// Whether nobody else can have put the file there.
 bool isOurs(fs::path file, const fs::path& upTo) {

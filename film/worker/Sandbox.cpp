@@ -26,7 +26,7 @@ namespace {
 #endif
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(KORVANE_SANITIZED)
 constexpr bool isSanitized = true;
-constexpr std::int64_t slowness = 10;
+constexpr std::int64_t slowness = 5;
 #else
 constexpr bool isSanitized = false;
 constexpr std::int64_t slowness = 1;
