@@ -16,7 +16,7 @@ packages=(
   libsqlite3-dev libcpp-httplib-dev libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev
   libseccomp-dev
   # tests and benchmarks
-  libgtest-dev libgmock-dev libbenchmark-dev ffmpeg clang-format
+  libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev ffmpeg clang-format
   # text and the calendar sign
   fonts-dejavu-core fonts-noto-color-emoji
 )

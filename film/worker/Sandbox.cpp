@@ -19,12 +19,7 @@ namespace korvane {
 namespace {
 
 // A sanitizer maps terabytes, reads files for its reports, and makes everything slow.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KORVANE_SANITIZED
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(KORVANE_SANITIZED)
+#ifdef KORVANE_SANITIZED
 constexpr bool isSanitized = true;
 constexpr std::int64_t slowness = 5;
 #else

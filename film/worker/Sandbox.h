@@ -2,6 +2,15 @@
 
 #include "korvane/film/HelperOrder.h"
 
+// A sanitizer's own memory, files and handling of signals do not go together with the walls.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KORVANE_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KORVANE_SANITIZED
+#endif
+#endif
+
 namespace korvane {
 
 /// The exit code of a film's process that has come to the end of its memory.

@@ -28,7 +28,7 @@
 #include "korvane/film/worker/Sandbox.h"
 
 // Some of libav goes on without the memory that it did not get, and reads a film wrongly then.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef KORVANE_SANITIZED
 extern "C" {
 void* __libc_malloc(std::size_t bytes);
 void* __libc_calloc(std::size_t count, std::size_t bytes);

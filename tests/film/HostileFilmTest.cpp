@@ -115,7 +115,7 @@ TEST_F(HostileFilmTest, WhatAFilmTakesTooMuchOfCostsThatFilmAlone) {
     quick.seconds = 1;
     const auto slow = write(film(blackPng(3000), 3000, 300));
     EXPECT_EQ(analyze(slow.get(), quick, FilmFailure::Kind::BeyondLimits), "takes more processor time than a film may");
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef KORVANE_SANITIZED
     FilmLimits small;
     small.bytesOfMemory = 32 * 1024 * 1024;
     EXPECT_EQ(analyze(slow.get(), small, FilmFailure::Kind::BeyondLimits), "takes more memory than a film may");
@@ -196,7 +196,7 @@ TEST(FilmTaskTest, ShowsNoPictureThatTheRoomDoesNotHold) {
     }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef KORVANE_SANITIZED
 TEST(SandboxTest, TakesWhatAFilmDoesNotNeed) {
     struct Deed {
         const char* name;
