@@ -29,6 +29,9 @@ constexpr std::chrono::milliseconds longestSleep{60'000};
 // For a peer that takes nothing of its reply while others of its address wait for its share.
 constexpr std::chrono::milliseconds patienceBeforeLine{2000};
 constexpr std::chrono::milliseconds betweenLooksAtLines{250};
+// A peer that goes on at once needs neither the loop nor another worker, but must not keep the worker for itself.
+constexpr int millisecondsForNextRequest = 1;
+constexpr int requestsInARow = 8;
 
 using State = Connection::State;
 constexpr std::array givingWay = {State::Idle, State::Heading, State::Parked, State::Stalled, State::Draining};
@@ -250,16 +253,39 @@ void ConnectionLoop::dispatch(Connection& connection) {
 
 void ConnectionLoop::work(Connection& connection) {
     const int socket = connection.socket.get();
-    connection.progress = OutgoingReply::Progress::Broken;
     try {
-        if (!connection.reply) connection.reply = answer_(socket, connection.head, connection.requests.take());
-        connection.progress = connection.reply->send(socket);
+        for (int i = 0; i < requestsInARow; ++i) {
+            if (i > 0 && !takeNextRequest(connection)) break;
+            connection.progress = OutgoingReply::Progress::Broken;
+            if (!connection.reply) connection.reply = answer_(socket, connection.head, connection.requests.take());
+            connection.progress = connection.reply->send(socket);
+        }
     } catch (const std::exception& error) {
+        connection.progress = OutgoingReply::Progress::Broken;
         logError("ConnectionLoop", error.what());
     } catch (...) {
+        connection.progress = OutgoingReply::Progress::Broken;
         logError("ConnectionLoop", "a request has failed");
     }
     giveBack(connection);
+}
+
+bool ConnectionLoop::takeNextRequest(Connection& connection) {
+    if (connection.progress != OutgoingReply::Progress::Sent || connection.reply->closes || stopping_) return false;
+    connection.head = connection.requests.look();
+    if (connection.head == RequestBuffer::Head::Missing) {
+        pollfd wanted{connection.socket.get(), POLLIN, 0};
+        if (::poll(&wanted, 1, millisecondsForNextRequest) <= 0) return false;
+        std::array<char, 4096> received;
+        const ssize_t count = ::recv(wanted.fd, received.data(), received.size(), 0);
+        // What has ended does so for the loop, too.
+        if (count <= 0) return false;
+        connection.requests.append({received.data(), static_cast<std::size_t>(count)});
+        connection.head = connection.requests.look();
+    }
+    if (connection.head == RequestBuffer::Head::Missing) return false;
+    connection.reply.reset();
+    return true;
 }
 
 void ConnectionLoop::giveBack(Connection& connection) {

@@ -69,6 +69,7 @@ class ConnectionLoop {
     void wait(Connection& connection, Connection::State state, std::uint32_t events);
     void dispatch(Connection& connection);
     void work(Connection& connection);
+    bool takeNextRequest(Connection& connection);
     void giveBack(Connection& connection);
     void takeBack();
     void goOn(Connection& connection);
