@@ -26,8 +26,8 @@ class PlainWalk final : public ScrubberDataSourceDelegate {
     ScrubberDataSourceDelegate& list_;
 };
 
-constexpr std::int64_t mostLooked = 300;
-constexpr std::int64_t mostSought = 10;
+constexpr std::int64_t mostLooked = 64;
+constexpr std::int64_t mostSought = 4;
 
 void look(ScrubberDataProvider& list) {
     const std::int64_t count = list.OnScrubberGetEventsCount();
@@ -74,7 +74,7 @@ void act(char step, ScrubberSourceBinding& list, fuzz::StepScheduler& scheduler)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const std::string token =
         encodeBase64Url(R"({"token":"bearer","expires":"","camid":7,"svcp":"http://127.0.0.1:1"})");
-    constexpr std::size_t mostSteps = 16;
+    constexpr std::size_t mostSteps = 8;
     const fuzz::Input input(data, size);
     std::string_view replies = input.text;
     const std::string_view steps = fuzz::takeLine(replies).substr(0, mostSteps);

@@ -29,6 +29,8 @@ list=build/fuzz/fuzz/targets.txt
 [ $# -gt 0 ] || { echo "fuzz: there are no targets in $list" >&2; exit 1; }
 
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+# Where each block was allocated costs a quarter of the runs, and is seen when the input is given to the program alone.
+export ASAN_OPTIONS="malloc_context_size=1:quarantine_size_mb=8"
 failures=build/fuzz/failures
 rm -f "$failures"
 
