@@ -74,7 +74,7 @@ class FolderWalk {
         while (!waiting_.empty()) {
             const std::string folder = std::move(waiting_.front());
             waiting_.pop_front();
-            if (const Failure failure = list(folder)) files_.others.push_back({folder, failure->message});
+            if (const Failure failure = list(folder)) leave(folder, failure->message);
         }
         std::sort(files_.videos.begin(), files_.videos.end());
         std::sort(files_.eventLists.begin(), files_.eventLists.end());
@@ -87,7 +87,8 @@ class FolderWalk {
         if (!opened) return opened.error();
         struct stat info {};
         // By way of links a folder may be its own grandchild.
-        if (::fstat(opened->get(), &info) != 0 || !seen_.emplace(info.st_dev, info.st_ino).second) return {};
+        if (::fstat(opened->get(), &info) != 0) return Error{std::string("cannot be read: ") + std::strerror(errno)};
+        if (!seen_.emplace(info.st_dev, info.st_ino).second) return {};
         const std::unique_ptr<DIR, DirectoryCloser> directory(::fdopendir(opened->get()));
         if (!directory) return Error{std::string("cannot be read: ") + std::strerror(errno)};
         static_cast<void>(opened->release());
@@ -104,7 +105,9 @@ class FolderWalk {
     void take(const std::string& path, const std::string& name, unsigned char type) {
         if (type == DT_UNKNOWN || type == DT_LNK) {
             struct stat info {};
-            if (!root_.describe(path, info)) {
+            const auto isThere = root_.describe(path, info);
+            if (!isThere) return leave(path, isThere.error().message);
+            if (!*isThere) {
                 files_.others.push_back({path, "is a link that leads out of the folder or nowhere, or has vanished"});
                 return;
             }
@@ -122,6 +125,11 @@ class FolderWalk {
             files_.others.push_back({path, "not a video file, by its name", true});
     }
 
+    void leave(const std::string& path, const std::string& reason) {
+        files_.others.push_back({path, reason});
+        files_.unread.insert(path);
+    }
+
     const FolderRoot& root_;
     FolderFiles files_;
     std::deque<std::string> waiting_;
@@ -130,13 +138,20 @@ class FolderWalk {
 
 }  // namespace
 
+bool FolderFiles::isUnread(const std::string& path) const {
+    for (std::size_t end = path.size(); end != std::string::npos && end > 0; end = path.rfind('/', end - 1))
+        if (unread.contains(path.substr(0, end))) return true;
+    return false;
+}
+
 Result<FolderFiles> listFolder(const FolderRoot& folder) {
     return FolderWalk(folder).run();
 }
 
 std::optional<SourceFile> describeFile(const FolderRoot& folder, const std::string& path) {
     struct stat info {};
-    if (!folder.describe(path, info)) return std::nullopt;
+    const auto isThere = folder.describe(path, info);
+    if (!isThere || !*isThere) return std::nullopt;
     return SourceFile{path, info.st_size, info.st_mtim.tv_sec * 1000 + info.st_mtim.tv_nsec / 1'000'000, ""};
 }
 
@@ -156,7 +171,8 @@ Result<std::string> readWhole(const FolderRoot& folder, const std::string& path)
 
 CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected) {
     struct stat info {};
-    if (!folder.describe(cameraFile, info)) return {};
+    const auto isThere = folder.describe(cameraFile, info);
+    if (!isThere || !*isThere) return {};
     const auto json = readJson(folder, cameraFile);
     if (!json || !json->is_object()) {
         rejected.push_back({cameraFile, json ? "is no object" : json.error().message});

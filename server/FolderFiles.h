@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,10 @@ struct FolderFiles {
     std::vector<std::string> videos;
     std::vector<std::string> eventLists;
     std::vector<ImportRejection> others;
+    /// Of what lies there, or below, nothing is known; the others tell why.
+    std::set<std::string> unread;
+
+    bool isUnread(const std::string& path) const;
 };
 
 /// Looks through `folder` and what lies in it; hidden files and folders are left out. What cannot be read is told among

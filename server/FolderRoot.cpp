@@ -17,6 +17,10 @@ Error explain() {
     return Error{std::string("cannot be opened: ") + std::strerror(errno)};
 }
 
+bool isNothingThere() {
+    return errno == ENOENT || errno == ENOTDIR || errno == EXDEV || errno == ELOOP;
+}
+
 bool climbs(const std::string& path) {
     const std::filesystem::path plain = path;
     return plain.is_absolute() || std::find(plain.begin(), plain.end(), "..") != plain.end();
@@ -37,19 +41,24 @@ Descriptor FolderRoot::openAny(const std::string& path, int flags) const {
     return climbs(path) ? Descriptor() : Descriptor(::openat(descriptor_.get(), path.c_str(), flags | O_CLOEXEC));
 }
 
-bool FolderRoot::describe(const std::string& path, struct stat& info) const {
+Result<bool> FolderRoot::describe(const std::string& path, struct stat& info) const {
     const Descriptor found = openAny(path, O_PATH);
-    return found && ::fstat(found.get(), &info) == 0;
+    if (!found && isNothingThere()) return false;
+    if (!found || ::fstat(found.get(), &info) != 0) return explain();
+    return true;
 }
 
 Result<Descriptor> FolderRoot::openFile(const std::string& path) const {
     struct stat info {};
     // A device may act when it is opened, so it is looked at first.
-    if (!describe(path, info)) return explain();
+    const auto isThere = describe(path, info);
+    if (!isThere) return isThere.error();
+    if (!*isThere) return explain();
     if (!S_ISREG(info.st_mode)) return Error{"is no regular file"};
     Descriptor file = openAny(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!file) return explain();
-    if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return Error{"is no regular file"};
+    if (::fstat(file.get(), &info) != 0) return explain();
+    if (!S_ISREG(info.st_mode)) return Error{"is no regular file"};
     return file;
 }
 

@@ -24,8 +24,9 @@ class FolderRoot {
     Result<Descriptor> openFile(const std::string& path) const;
     /// A folder below for listing; "" is the folder itself.
     Result<Descriptor> openFolder(const std::string& path) const;
-    /// What lies there, without opening it for reading. False where nothing does that may be opened.
-    bool describe(const std::string& path, struct stat& info) const;
+    /// What lies there, without opening it for reading. False where nothing does that may be opened; fails where that
+    /// cannot be found out.
+    Result<bool> describe(const std::string& path, struct stat& info) const;
 
   private:
     FolderRoot(std::filesystem::path path, Descriptor descriptor, bool followsLinks)

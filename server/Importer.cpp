@@ -37,8 +37,8 @@ class Import {
         if (!await(turn)) return std::move(report_);
         auto files = listFolder(root_);
         if (!files) return files.error();
-        if (files->videos.empty()) return Error{"there are no video files in " + folder_.string()};
         report_.rejected = std::move(files->others);
+        if (files->videos.empty()) return Error{"there are no video files in " + folder_.string() + whyUnread(*files)};
         if (const Failure failure = prepareCamera()) return *failure;
         if (const Failure failure = forgetMissing(*files)) return *failure;
         total_ = files->videos.size() + files->eventLists.size();
@@ -56,6 +56,12 @@ class Import {
         std::optional<NewRecord> record;
         std::vector<NewEvent> events;
     };
+
+    std::string whyUnread(const FolderFiles& files) const {
+        for (const ImportRejection& other : report_.rejected)
+            if (files.isUnread(other.file)) return "; " + other.file + " " + other.reason;
+        return {};
+    }
 
     /// False when cancelled.
     bool await(FileLock& turn) {
@@ -120,7 +126,7 @@ class Import {
             const auto has = [&source](const std::vector<std::string>& paths) {
                 return std::binary_search(paths.begin(), paths.end(), source.path);
             };
-            if (has(files.videos) || has(files.eventLists)) {
+            if (has(files.videos) || has(files.eventLists) || files.isUnread(source.path)) {
                 known_.emplace(source.path, std::move(source));
                 continue;
             }
