@@ -148,11 +148,13 @@ Result<FolderFiles> listFolder(const FolderRoot& folder) {
     return FolderWalk(folder).run();
 }
 
-std::optional<SourceFile> describeFile(const FolderRoot& folder, const std::string& path) {
+Result<std::optional<SourceFile>> describeFile(const FolderRoot& folder, const std::string& path) {
     struct stat info {};
     const auto isThere = folder.describe(path, info);
-    if (!isThere || !*isThere) return std::nullopt;
-    return SourceFile{path, info.st_size, info.st_mtim.tv_sec * 1000 + info.st_mtim.tv_nsec / 1'000'000, ""};
+    if (!isThere) return isThere.error();
+    if (!*isThere) return std::optional<SourceFile>();
+    return std::optional<SourceFile>{
+        SourceFile{path, info.st_size, info.st_mtim.tv_sec * 1000 + info.st_mtim.tv_nsec / 1'000'000, ""}};
 }
 
 Result<std::string> readWhole(const FolderRoot& folder, const std::string& path) {
@@ -162,7 +164,7 @@ Result<std::string> readWhole(const FolderRoot& folder, const std::string& path)
     std::array<char, 64 * 1024> piece;
     while (true) {
         const ssize_t count = ::read(file->get(), piece.data(), piece.size());
-        if (count < 0 && errno != EINTR) return Error{std::string("cannot be read: ") + std::strerror(errno)};
+        if (count < 0 && errno != EINTR) return Error{std::string("cannot be read: ") + std::strerror(errno), true};
         if (count == 0) return text;
         if (count > 0) text.append(piece.data(), static_cast<std::size_t>(count));
         if (text.size() > largestJson) return Error{"is too large"};
@@ -172,6 +174,7 @@ Result<std::string> readWhole(const FolderRoot& folder, const std::string& path)
 CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected) {
     struct stat info {};
     const auto isThere = folder.describe(cameraFile, info);
+    if (!isThere) rejected.push_back({cameraFile, isThere.error().message});
     if (!isThere || !*isThere) return {};
     const auto json = readJson(folder, cameraFile);
     if (!json || !json->is_object()) {

@@ -28,8 +28,8 @@ struct FolderFiles {
 /// the others. Fails when `folder` itself cannot be read.
 Result<FolderFiles> listFolder(const FolderRoot& folder);
 
-/// The file's size and time of change; nothing when it is gone.
-std::optional<SourceFile> describeFile(const FolderRoot& folder, const std::string& path);
+/// The file's size and time of change; nothing when it is gone. Fails where that cannot be found out.
+Result<std::optional<SourceFile>> describeFile(const FolderRoot& folder, const std::string& path);
 
 /// Name and zone of a camera, empty where the file does not tell.
 struct CameraFile {
@@ -40,7 +40,8 @@ struct CameraFile {
 /// Reads camera.json of `folder`; nothing wrong with there being none. What is wrong goes to `rejected`.
 CameraFile readCameraFile(const FolderRoot& folder, std::vector<ImportRejection>& rejected);
 
-/// All bytes of a file of `folder`. Fails for one that is larger than a file of ours can be.
+/// All bytes of a file of `folder`. Fails for one that is larger than a file of ours can be; the error is a busy one
+/// where the system has refused it.
 Result<std::string> readWhole(const FolderRoot& folder, const std::string& path);
 
 }  // namespace korvane

@@ -14,7 +14,7 @@ namespace {
 
 Error explain() {
     if (errno == EXDEV || errno == ELOOP) return Error{"is a link that leads out of the folder, or goes round"};
-    return Error{std::string("cannot be opened: ") + std::strerror(errno)};
+    return Error{std::string("cannot be opened: ") + std::strerror(errno), true};
 }
 
 bool isNothingThere() {

@@ -20,7 +20,8 @@ class FolderRoot {
     const std::filesystem::path& path() const { return path_; }
     bool followsLinks() const { return followsLinks_; }
 
-    /// A regular file for reading: no pipe and no device is waited for.
+    /// A regular file for reading: no pipe and no device is waited for. The error is a busy one where the system has
+    /// refused it.
     Result<Descriptor> openFile(const std::string& path) const;
     /// A folder below for listing; "" is the folder itself.
     Result<Descriptor> openFolder(const std::string& path) const;

@@ -25,6 +25,8 @@ namespace fs = std::filesystem;
 constexpr const char* motionName = "motion";
 constexpr TimeMs latest = 253'402'300'799'000;
 constexpr std::chrono::milliseconds waitForTurn(50);
+// A later import takes the file for a changed one.
+constexpr std::int64_t sizeOfNone = -1;
 
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
@@ -55,6 +57,7 @@ class Import {
         SourceFile source;
         std::optional<NewRecord> record;
         std::vector<NewEvent> events;
+        Failure refusal{};  // of the system to hand the file out, which says nothing of what it holds
     };
 
     std::string whyUnread(const FolderFiles& files) const {
@@ -142,36 +145,46 @@ class Import {
             report_.cancelled = true;
             return std::nullopt;
         }
-        const auto source = describeFile(root_, path);
-        if (!source) {
+        const auto found = describeFile(root_, path);
+        if (!found) return refuse(path, found.error());
+        if (!*found) {
             report_.rejected.push_back({path, "has vanished"});
             ++done_;
             return std::nullopt;
         }
+        const SourceFile& source = **found;
         const auto known = known_.find(path);
-        if (known != known_.end() && known->second.size == source->size && known->second.modified == source->modified) {
+        if (known != known_.end() && known->second.size == source.size && known->second.modified == source.modified) {
             ++report_.unchanged;
             if (!known->second.rejection.empty()) report_.rejected.push_back({path, known->second.rejection});
             ++done_;
             return std::nullopt;
         }
-        if (std::chrono::milliseconds(std::abs(systemUtcNow() - source->modified)) < options_.settling) {
+        if (std::chrono::milliseconds(std::abs(systemUtcNow() - source.modified)) < options_.settling) {
             ++done_;
             return std::nullopt;
         }
         tell(path, 0);
-        Reading reading{*source, std::nullopt, {}};
+        Reading reading{source, std::nullopt, {}};
         if (Failure failure = (this->*read)(reading)) return failure;
         if (isCancelled()) {
             report_.cancelled = true;
             return std::nullopt;
         }
         if (noHelper_) return noHelper_;
+        if (reading.refusal) return refuse(path, *reading.refusal);
         if (Failure failure = storage_.storeRecording(report_.cameraId, reading.source, reading.record, reading.events))
             return failure;
         if (!reading.source.rejection.empty()) report_.rejected.push_back({path, reading.source.rejection});
         if (reading.record || !reading.events.empty()) report_.imported.push_back(path);
         report_.events += reading.events.size();
+        ++done_;
+        return std::nullopt;
+    }
+
+    /// Leaves what an earlier import has stored of the file, for a later one to try again.
+    Failure refuse(const std::string& path, const Error& error) {
+        if (refused_.insert(path).second) report_.rejected.push_back({path, error.message});
         ++done_;
         return std::nullopt;
     }
@@ -188,7 +201,7 @@ class Import {
         how.onProgress = [this, &source](double fraction) { tell(source.path, fraction); };
         const auto file = root_.openFile(source.path);
         if (!file) {
-            source.rejection = file.error().message;
+            reject(reading, file.error());
             return std::nullopt;
         }
         auto analysis = analyzeVideo(films(), file->get(), how);
@@ -214,10 +227,11 @@ class Import {
     Failure readEvents(Reading& reading) {
         std::vector<std::string> reasons;
         const auto text = readWhole(root_, reading.source.path);
-        if (text)
-            reading.events = readEventList(*text, reasons, options_.cancel);
-        else
-            reasons.push_back(text.error().message);
+        if (!text) {
+            reject(reading, text.error());
+            return std::nullopt;
+        }
+        reading.events = readEventList(*text, reasons, options_.cancel);
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
         for (NewEvent& event : reading.events) {
@@ -229,13 +243,26 @@ class Import {
             if (!page) return page.error();
             if (page->rows.empty()) continue;
             const StoredRecord& record = page->rows.front();
-            if (const auto film = root_.openFile(record.path)) {
-                auto picture = pictureAt(films(), film->get(), event.time - record.start, options_.cancel);
-                if (picture) event.thumbnail = std::move(*picture);
-                if (!picture && picture.error().isBusy) noHelper_ = picture.error();
+            const auto film = root_.openFile(record.path);
+            if (!film && film.error().isBusy) {
+                if (refused_.insert(record.path).second)
+                    report_.rejected.push_back({record.path, film.error().message});
+                event.keepsThumbnail = true;
+                reading.source.size = sizeOfNone;
             }
+            if (!film) continue;
+            auto picture = pictureAt(films(), film->get(), event.time - record.start, options_.cancel);
+            if (picture) event.thumbnail = std::move(*picture);
+            if (!picture && picture.error().isBusy) noHelper_ = picture.error();
         }
         return std::nullopt;
+    }
+
+    static void reject(Reading& reading, const Error& error) {
+        if (error.isBusy)
+            reading.refusal = error;
+        else
+            reading.source.rejection = error.message;
     }
 
     FilmHelper& films() { return options_.films != nullptr ? *options_.films : ownFilms_; }
@@ -255,6 +282,7 @@ class Import {
     std::map<std::string, SourceFile> known_;
     std::string mark_;
     bool isMarkKnown_ = false;
+    std::set<std::string> refused_;  // files that the system did not hand out
     std::size_t done_ = 0;
     std::size_t total_ = 0;
 };

@@ -126,6 +126,7 @@ void SourceEvents::keep(const Known& known, const NewEvent& event) {
         add(event, known.id);
         return;
     }
+    if (event.keepsThumbnail) return;
     if (known.thumbnail && !event.thumbnail.empty()) {
         database_.query("UPDATE thumbnails SET jpeg = ? WHERE id = ?")
             .bindBlob(event.thumbnail)

@@ -90,6 +90,8 @@ struct NewEvent {
     std::string name;
     /// JPEG bytes, or empty.
     std::string thumbnail;
+    /// One that is stored stays.
+    bool keepsThumbnail = false;
 };
 
 struct NewRecord {
