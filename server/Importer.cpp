@@ -25,8 +25,6 @@ namespace fs = std::filesystem;
 constexpr const char* motionName = "motion";
 constexpr TimeMs latest = 253'402'300'799'000;
 constexpr std::chrono::milliseconds waitForTurn(50);
-// A later import takes the file for a changed one.
-constexpr std::int64_t sizeOfNone = -1;
 
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
@@ -46,6 +44,8 @@ class Import {
         total_ = files->videos.size() + files->eventLists.size();
         for (const std::string& path : files->videos)
             if (const Failure failure = step(path, &Import::readVideo)) return *failure;
+        // A film that has come may have given a list something to find in it.
+        if (const Failure failure = findKnown()) return *failure;
         for (const std::string& path : files->eventLists)
             if (const Failure failure = step(path, &Import::readEvents)) return *failure;
         if (!report_.cancelled) tell("", 0);
@@ -123,19 +123,23 @@ class Import {
     }
 
     Failure forgetMissing(const FolderFiles& files) {
-        auto sources = storage_.sources(report_.cameraId);
-        if (!sources) return sources.error();
-        for (SourceFile& source : *sources) {
-            const auto has = [&source](const std::vector<std::string>& paths) {
-                return std::binary_search(paths.begin(), paths.end(), source.path);
+        if (const Failure failure = findKnown()) return *failure;
+        for (const auto& [path, source] : known_) {
+            const auto has = [&path = path](const std::vector<std::string>& paths) {
+                return std::binary_search(paths.begin(), paths.end(), path);
             };
-            if (has(files.videos) || has(files.eventLists) || files.isUnread(source.path)) {
-                known_.emplace(source.path, std::move(source));
-                continue;
-            }
-            if (Failure failure = storage_.removeSource(report_.cameraId, source.path)) return failure;
+            if (has(files.videos) || has(files.eventLists) || files.isUnread(path)) continue;
+            if (Failure failure = storage_.removeSource(report_.cameraId, path)) return failure;
             ++report_.removed;
         }
+        return std::nullopt;
+    }
+
+    Failure findKnown() {
+        auto sources = storage_.sources(report_.cameraId);
+        if (!sources) return sources.error();
+        known_.clear();
+        for (SourceFile& source : *sources) known_.emplace(source.path, std::move(source));
         return std::nullopt;
     }
 
@@ -248,7 +252,7 @@ class Import {
                 if (refused_.insert(record.path).second)
                     report_.rejected.push_back({record.path, film.error().message});
                 event.keepsThumbnail = true;
-                reading.source.size = sizeOfNone;
+                reading.source.size = SourceFile::sizeOfNone;
             }
             if (!film) continue;
             auto picture = pictureAt(films(), film->get(), event.time - record.start, options_.cancel);

@@ -83,6 +83,17 @@ void SourceEvents::replaceRecord(const std::optional<NewRecord>& record) {
         .bind(source_)
         .bind(thumbnail)
         .run();
+    // The lists of events that lie in it are read again, for their pictures.
+    database_
+        .query(
+            "UPDATE sources SET size = ? WHERE id IN "
+            "(SELECT source FROM events e WHERE camera = ? AND time BETWEEN ? AND ? AND thumbnail IS NULL "
+            "AND NOT EXISTS(SELECT 1 FROM records WHERE source = e.source))")
+        .bind(SourceFile::sizeOfNone)
+        .bind(camera_)
+        .bind(record->start)
+        .bind(record->end)
+        .run();
 }
 
 void SourceEvents::replaceEvents(const std::vector<NewEvent>& events, TimeMs tolerance) {

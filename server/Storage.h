@@ -77,6 +77,9 @@ struct Period {
 
 /// A file of a camera's folder as it was when it was imported.
 struct SourceFile {
+    /// Of a file that the next import is to read in any case.
+    static constexpr std::int64_t sizeOfNone = -1;
+
     /// Relative to the camera's folder.
     std::string path;
     std::int64_t size = 0;
