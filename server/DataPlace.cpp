@@ -50,9 +50,10 @@ fs::path defaultDatabase(const fs::path& folder) {
 Result<Descriptor> openOwnFile(const fs::path& file) {
     Descriptor opened(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!opened && errno == ENOENT) return Descriptor();
-    if (!opened) return Error{errno == ELOOP ? "it is a link" : std::strerror(errno)};
+    const bool isRefused = errno == ELOOP || errno == EACCES;
+    if (!opened) return Error{errno == ELOOP ? "it is a link" : std::strerror(errno), !isRefused};
     struct stat info {};
-    if (::fstat(opened.get(), &info) != 0) return Error{std::strerror(errno)};
+    if (::fstat(opened.get(), &info) != 0) return Error{std::strerror(errno), true};
     if (!S_ISREG(info.st_mode)) return Error{"it is no regular file"};
     if (info.st_uid != ::geteuid()) return Error{"it belongs to another user"};
     return opened;

@@ -21,7 +21,7 @@ struct DataPlace {
 };
 
 /// Opens a file of the service's own for reading: a regular one that belongs to this user, no link. None when there is
-/// no file.
+/// no file; the error is a busy one where the system has failed.
 Result<Descriptor> openOwnFile(const std::filesystem::path& file);
 
 /// Gives `draft` the name `file` unless there is such a file, which is no failure, and forgets the draft's own name.

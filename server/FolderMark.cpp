@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 
 #include "korvane/server/DataPlace.h"
 #include "korvane/server/Importer.h"
@@ -19,20 +21,25 @@ std::filesystem::path markFile(const std::filesystem::path& folder) {
     return defaultDatabase(folder).parent_path() / "mark";
 }
 
-bool isFolder(const std::filesystem::path& path) {
-    std::error_code ignored;
-    return std::filesystem::is_directory(std::filesystem::symlink_status(path, ignored));
+Error unreadable(const std::filesystem::path& file, const std::string& reason) {
+    return Error{file.string() + " cannot be read: " + reason};
 }
 
 }  // namespace
 
-std::string FolderMark::read(const std::filesystem::path& folder) {
+Result<std::string> FolderMark::read(const std::filesystem::path& folder) {
     const std::filesystem::path file = markFile(folder);
-    if (!isFolder(file.parent_path())) return {};
+    std::error_code code;
+    const auto place = std::filesystem::symlink_status(file.parent_path(), code);
+    if (place.type() == std::filesystem::file_type::none) return unreadable(file, code.message());
+    if (!std::filesystem::is_directory(place)) return std::string();
     const auto opened = openOwnFile(file);
-    if (!opened || !*opened) return {};
+    if (!opened && opened.error().isBusy) return unreadable(file, opened.error().message);
+    if (!opened || !*opened) return std::string();
     std::array<char, 2 * markBytes + 1> text{};
-    if (::read(opened->get(), text.data(), text.size()) != 2 * markBytes) return {};
+    const ssize_t length = ::read(opened->get(), text.data(), text.size());
+    if (length < 0) return unreadable(file, std::strerror(errno));
+    if (length != 2 * markBytes) return std::string();
     const std::string mark(text.data(), 2 * markBytes);
     return mark.find_first_not_of(digits) == std::string::npos ? mark : std::string();
 }
@@ -45,10 +52,13 @@ std::string FolderMark::make(const std::filesystem::path& folder) {
     const std::filesystem::path file = markFile(folder);
     std::error_code ignored;
     std::filesystem::create_directory(file.parent_path(), ignored);
-    if (!isFolder(file.parent_path())) return {};
-    if (!read(folder).empty()) std::filesystem::remove(file, ignored);
+    if (!std::filesystem::is_directory(std::filesystem::symlink_status(file.parent_path(), ignored))) return {};
+    const auto old = read(folder);
+    if (!old) return {};
+    if (!old->empty()) std::filesystem::remove(file, ignored);
     if (writeOnce(file, mark)) return {};
-    return read(folder);
+    const auto written = read(folder);
+    return written ? *written : std::string();
 }
 
 }  // namespace korvane

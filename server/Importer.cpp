@@ -100,19 +100,30 @@ class Import {
     /// Has a camera follow its folder to where it is now.
     Failure findMark() {
         if (storage_.isOwnOf(folder_)) return std::nullopt;
-        mark_ = FolderMark::read(folder_);
+        const auto mark = FolderMark::read(folder_);
+        if (!mark) return mark.error();
+        mark_ = *mark;
         if (mark_.empty()) return std::nullopt;
         const auto camera = storage_.markedCamera(mark_);
         if (!camera) return camera.error();
         isMarkKnown_ = camera->has_value();
         if (isMarkKnown_ && (*camera)->folder == folder_.string()) return std::nullopt;
-        std::error_code ignored;
-        const bool isCopy = isMarkKnown_ && FolderMark::read((*camera)->folder) == mark_ &&
-                            !fs::equivalent((*camera)->folder, folder_, ignored);
-        if (!isCopy) return storage_.moveToFolder(folder_.string(), mark_);
+        const auto isCopy = isMarkKnown_ ? isCopyOf((*camera)->folder) : false;
+        if (!isCopy) return isCopy.error();
+        if (!*isCopy) return storage_.moveToFolder(folder_.string(), mark_);
         mark_.clear();
         isMarkKnown_ = false;
         return std::nullopt;
+    }
+
+    /// Whether the folder's mark is also on `other`, which is another folder.
+    Result<bool> isCopyOf(const fs::path& other) const {
+        const auto mark = FolderMark::read(other);
+        if (!mark) return mark.error();
+        std::error_code code;
+        const bool isSame = *mark == mark_ && fs::equivalent(other, folder_, code);
+        if (code) return Error{other.string() + " cannot be read: " + code.message()};
+        return *mark == mark_ && !isSame;
     }
 
     Failure keepMark(std::int64_t camera) {
