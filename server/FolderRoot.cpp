@@ -29,10 +29,14 @@ bool climbs(const std::string& path) {
 }  // namespace
 
 Result<FolderRoot> FolderRoot::open(const std::filesystem::path& folder, bool followLinks) {
-    Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor && errno == EACCES) return Error{"cannot read folder " + folder.string()};
-    if (!descriptor) return Error{"there is no folder " + folder.string()};
-    return FolderRoot(folder, std::move(descriptor), followLinks);
+    std::error_code code;
+    const std::filesystem::path real = std::filesystem::canonical(folder, code);
+    Descriptor descriptor(code ? -1 : ::open(real.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!code && !descriptor) code = std::error_code(errno, std::generic_category());
+    if (code == std::errc::no_such_file_or_directory || code == std::errc::not_a_directory)
+        return Error{"there is no folder " + folder.string()};
+    if (code) return Error{"cannot read folder " + folder.string() + ": " + code.message()};
+    return FolderRoot(real, std::move(descriptor), followLinks);
 }
 
 Descriptor FolderRoot::openAny(const std::string& path, int flags) const {

@@ -306,10 +306,7 @@ class Import {
 
 Result<ImportReport> importFolder(Storage& storage, const fs::path& folder, const ImportOptions& options) {
     try {
-        std::error_code code;
-        const fs::path root = fs::canonical(folder, code);
-        if (code) return Error{"there is no folder " + folder.string()};
-        const auto opened = FolderRoot::open(root, options.followLinks);
+        const auto opened = FolderRoot::open(folder, options.followLinks);
         if (!opened) return opened.error();
         return Import(storage, *opened, options).run();
     } catch (const std::exception& error) {
