@@ -166,6 +166,7 @@ class CameraCall {
         const auto record = take(storage_.record(camera_.id, id));
         if (!record) throw ApiFailure(404, "no such recording");
         const auto folder = FolderRoot::open(camera_.folder, followLinks_);
+        if (!folder && folder.error().isBusy) throw ApiFailure(503, "the recording's folder cannot be read now");
         if (!folder) throw ApiFailure(404, "the recording's folder is gone");
         replyWithFile(http_, response_, *folder, record->path);
     }

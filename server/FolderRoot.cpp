@@ -21,6 +21,12 @@ bool isNothingThere() {
     return errno == ENOENT || errno == ENOTDIR || errno == EXDEV || errno == ELOOP;
 }
 
+/// What has nothing to do with the folder.
+bool passes(const std::error_code& code) {
+    return code == std::errc::too_many_files_open || code == std::errc::too_many_files_open_in_system ||
+           code == std::errc::not_enough_memory || code == std::errc::io_error;
+}
+
 bool climbs(const std::string& path) {
     const std::filesystem::path plain = path;
     return plain.is_absolute() || std::find(plain.begin(), plain.end(), "..") != plain.end();
@@ -35,7 +41,7 @@ Result<FolderRoot> FolderRoot::open(const std::filesystem::path& folder, bool fo
     if (!code && !descriptor) code = std::error_code(errno, std::generic_category());
     if (code == std::errc::no_such_file_or_directory || code == std::errc::not_a_directory)
         return Error{"there is no folder " + folder.string()};
-    if (code) return Error{"cannot read folder " + folder.string() + ": " + code.message()};
+    if (code) return Error{"cannot read folder " + folder.string() + ": " + code.message(), passes(code)};
     return FolderRoot(real, std::move(descriptor), followLinks);
 }
 

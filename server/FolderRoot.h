@@ -14,7 +14,8 @@ namespace korvane {
 /// thread. Paths are relative to the folder.
 class FolderRoot {
   public:
-    /// With `followLinks`, links in the folder are followed wherever they lead. Fails when there is no such folder.
+    /// With `followLinks`, links in the folder are followed wherever they lead. Fails when there is no such folder;
+    /// the error is a busy one where the system has refused it.
     static Result<FolderRoot> open(const std::filesystem::path& folder, bool followLinks = false);
 
     const std::filesystem::path& path() const { return path_; }

@@ -86,11 +86,15 @@ ByteRange parseRange(std::string_view header, std::uint64_t size) {
 
 void replyWithFile(const httplib::Request& request, httplib::Response& response, const FolderRoot& folder,
                    const std::string& path) {
+    struct stat info {};
+    const auto isThere = folder.describe(path, info);
+    if (isThere && !*isThere) throw ApiFailure(404, "the recording's file is gone");
     auto opened = folder.openFile(path);
+    if (!opened && opened.error().isBusy) throw ApiFailure(503, "the recording's file cannot be read now");
     if (!opened) throw ApiFailure(404, "the recording's file is gone");
     const auto open = std::make_shared<OpenFile>(std::move(*opened));
     const std::optional<std::uint64_t> size = open->size();
-    if (!size) throw ApiFailure(404, "the recording's file is gone");
+    if (!size) throw ApiFailure(503, "the recording's file cannot be read now");
     response.set_header("Accept-Ranges", "bytes");
     const ByteRange range = parseRange(request.get_header_value("Range"), *size);
     if (range.kind == ByteRange::Kind::Unsatisfiable) {

@@ -14,6 +14,8 @@
 
 #include "korvane/base/Log.h"
 #include "korvane/film/FilmHelper.h"
+#include "korvane/server/AccessToken.h"
+#include "korvane/server/Api.h"
 #include "korvane/server/Database.h"
 #include "korvane/server/Importer.h"
 #include "korvane/server/Storage.h"
@@ -238,6 +240,30 @@ TEST_F(FailingFolderTest, LosesNothingAndTheNextImportGivesTheSame) {
         {"time":"2026-11-18T11:00:00Z","name":"late"}])";
     fs::rename(place, own / "second");
     failEach(own / "second", place / "moved");
+}
+
+TEST_F(FailingFolderTest, AFilmIsGoneOnlyWhereItIs) {
+    own.write("place/film.mp4", "FILM");
+    const auto storage = std::move(*Storage::open(own / "camera.db"));
+    const auto camera = storage->cameraForFolder(fs::canonical(place), "Yard", "UTC")->id;
+    ASSERT_FALSE(storage->storeRecording(camera, {"film.mp4", 4, 1, ""}, NewRecord{1000, 2000, ""}, {}));
+    const AccessToken tokens("secret");
+    Api api(
+        *storage, tokens, [] { return 0; }, false);
+    placeOfFailure = place.native();
+    for (int call = 1;; ++call) {
+        httplib::Request request;
+        request.method = "GET";
+        request.path = "/v1/cameras/" + std::to_string(camera) + "/records/1/video";
+        request.headers.emplace("Authorization", "Bearer " + tokens.issueBearer(camera, 1));
+        httplib::Response response;
+        codeOfFailure = 0;
+        accessesLeft = call;
+        api.answer(request, response);
+        accessesLeft = 0;
+        EXPECT_TRUE(response.status == 200 || (codeOfFailure != 0 && response.status == 503)) << call << response.body;
+        if (codeOfFailure == 0) break;
+    }
 }
 
 }  // namespace
