@@ -1,6 +1,7 @@
 #include "korvane/views/timeline/Model/ScrubberTimeline/ScrubberTimelineDataProvider.h"
 
 #include <algorithm>
+#include <deque>
 #include <string>
 #include <utility>
 
@@ -106,13 +107,23 @@ bool ScrubberTimelineDataProvider::isCurrent(const Load& load) const {
 void ScrubberTimelineDataProvider::buildTree(Load& load) {
     const auto taken = static_cast<std::uint64_t>(tree()->segmentCount());
     load.segmentsLeft = ScrubberTimelineTree::maxSegments - std::min(taken, ScrubberTimelineTree::maxSegments);
+    std::deque<std::shared_ptr<ScrubberTimelineDayItem>> refused;
     for (const auto& day : load.days) {
-        const auto timeline = fetchDay(load, *day);
+        if (!buildDay(load, *day)) refused.push_back(day);
         if (!isCurrent(load)) return;
-        if (timeline && timeline->periods()) fillDay(load, *day, *timeline->periods());
     }
+    // A service that refuses a day twice is left alone.
+    while (!refused.empty() && buildDay(load, *refused.front())) refused.pop_front();
+    if (!isCurrent(load)) return;
+    if (!refused.empty()) logError(classPath(), "timelines: days without an answer: " + std::to_string(refused.size()));
     if (load.isCut) logError(classPath(), "timelines: periods that make too many segments were left out");
     publish(load);
+}
+
+bool ScrubberTimelineDataProvider::buildDay(Load& load, ScrubberTimelineDayItem& day) {
+    const auto timeline = fetchDay(load, day);
+    if (timeline && timeline->periods() && isCurrent(load)) fillDay(load, day, *timeline->periods());
+    return timeline != nullptr;
 }
 
 std::shared_ptr<Timeline> ScrubberTimelineDataProvider::fetchDay(const Load& load, const ScrubberTimelineDayItem& day) {

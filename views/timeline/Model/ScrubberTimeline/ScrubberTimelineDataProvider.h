@@ -18,7 +18,8 @@ namespace korvane {
 /// an empty list. An entry is made anew each time it is asked for, with the events that have arrived by then.
 ///
 /// A load asks for the days, then for the periods of one day after the other, and shows nothing before it has all of
-/// them. Then the events of one day are fetched, and the delegate is told.
+/// them. A day without an answer is asked for once more, and else left empty, with a log line. Then the events of one
+/// day are fetched, and the delegate is told.
 class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
   public:
     /// Made by std::make_shared. Scheduler and service outlive the provider.
@@ -86,6 +87,8 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
     void onActivity(Load load, const Reply& reply, std::int32_t status);
     ScrubberTimelineTree::Days readDays(const Reply& reply) const;
     void buildTree(Load& load);
+    /// False when there is no answer.
+    bool buildDay(Load& load, ScrubberTimelineDayItem& day);
     std::shared_ptr<Timeline> fetchDay(const Load& load, const ScrubberTimelineDayItem& day);
     void fillDay(Load& load, ScrubberTimelineDayItem& day, const std::vector<TimelinePair>& periods) const;
     void publish(const Load& load);
