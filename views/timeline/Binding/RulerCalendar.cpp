@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <chrono>
+#include <string>
 #include <utility>
 
 #include "korvane/base/Log.h"
@@ -121,7 +122,10 @@ std::int32_t RulerCalendar::getCalendar(Shown& calendar) {
 void RulerCalendar::answered(Shown& calendar, std::uint64_t request, const Reply& reply, std::int32_t status) {
     if (!calendar.view || request <= calendar.answered) return;
     if (&calendar == &external_ && request == calendar.asked) calendar.view->showLoading(false);
-    if (status != StatusSuccess || !reply.is_array()) return;
+    if (status != StatusSuccess || !reply.is_array()) {
+        logError("TimelineView", "the camera's days have not come, status " + std::to_string(status));
+        return;
+    }
     calendar.answered = request;
     calendar_dates.clear();
     calendar.view->removeAllSelectedDates();
