@@ -17,6 +17,8 @@ enum class FilmMessage : std::uint8_t {
     Open,
     /// position ms
     Seek,
+    /// moment ms
+    Approach,
     Step,
     StepBack,
     /// Have the picture written into the room.

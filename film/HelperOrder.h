@@ -15,7 +15,7 @@ inline constexpr int endWithoutSandbox = -2;
 /// one.
 struct HelperOrder {
     /// The two are installed together, but one may be replaced while the other runs.
-    static constexpr std::int64_t current = 1;
+    static constexpr std::int64_t current = 2;
 
     std::int64_t version = current;
     std::int64_t bytesOfMemory = 0;

@@ -37,6 +37,8 @@ struct Film::State {
     bool isDropped(const Wish& wished) const {
         return wished.how == Seek::Exact ? isOutdated(wished) : newestExact > wished.id;
     }
+    bool endsBefore(const Wish& wished);
+    bool approach(const Wish& wished, TimeMs moment);
     bool goToLast(const Wish& wished);
     bool hasPictureFrom(TimeMs position, const Wish& wished);
     bool giveThere(const Wish& wished);
@@ -86,6 +88,7 @@ std::optional<Film::State::Wish> Film::State::nextWish() {
 void Film::State::serve(const Wish& wished) {
     reader.seek(wished.position);
     if (sound) sound->clear();
+    if (endsBefore(wished)) return;
     bool isFirst = true;   // no picture has come yet
     bool isThere = false;  // the picture of the moment has been given
     bool isLastSought = false;
@@ -93,7 +96,10 @@ void Film::State::serve(const Wish& wished) {
         const auto step = reader.step();
         if (step == FilmReader::Step::Failed) return setFault(reader.fault());
         if (step == FilmReader::Step::End) {
-            if (!reader.hasPicture() && !std::exchange(isLastSought, true) && goToLast(wished)) continue;
+            if (!reader.hasPicture() && !std::exchange(isLastSought, true) && goToLast(wished)) {
+                if (endsBefore(wished)) return;
+                continue;
+            }
             // Beyond the last picture stands the last one.
             if (!isThere && reader.hasPicture() && !give(wished, true)) return;
             return setEnd(wished, reader.hasPicture() ? reader.pictureEnd() : 0);
@@ -107,6 +113,20 @@ void Film::State::serve(const Wish& wished) {
         if (!std::exchange(isThere, true) && !giveThere(wished)) return;
         if (wished.how == Seek::Glimpse || !give(wished)) return;
     }
+}
+
+/// True where the film ends well before the moment: decoding from the last key frame to there would be in vain.
+bool Film::State::endsBefore(const Wish& wished) {
+    const bool isExact = wished.how == Seek::Exact;
+    if (!approach(wished, isExact ? wished.position - lastPictureLasts : 0)) return false;
+    setEnd(wished, reader.foundEnd());
+    return true;
+}
+
+bool Film::State::approach(const Wish& wished, TimeMs moment) {
+    auto step = FilmReader::Step::Nothing;
+    while (step == FilmReader::Step::Nothing && !isDropped(wished)) step = reader.approach(moment);
+    return step == FilmReader::Step::End;
 }
 
 /// A film that was cut off may have nothing at all where it says that it goes on. False when it cannot be searched.
@@ -123,6 +143,7 @@ bool Film::State::goToLast(const Wish& wished) {
 
 bool Film::State::hasPictureFrom(TimeMs position, const Wish& wished) {
     if (!reader.seek(position)) return false;
+    approach(wished, 0);
     while (!isDropped(wished)) {
         const auto step = reader.step();
         if (step != FilmReader::Step::Nothing) return step == FilmReader::Step::Picture;

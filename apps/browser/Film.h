@@ -27,8 +27,11 @@ class Film {
         QImage image;
     };
 
+    /// So far behind the film's end (ms) its last picture is shown.
+    static constexpr TimeMs lastPictureLasts = 2'000;
+
     enum class Seek {
-        /// The picture of the moment and those after it.
+        /// The picture of the moment and those after it. None where the film ends well before the moment.
         Exact,
         /// The key frame before the moment, then the picture of the moment, and no more.
         Glimpse,

@@ -93,6 +93,14 @@ bool FilmReader::seek(TimeMs position) {
     return isThere;
 }
 
+FilmReader::Step FilmReader::approach(TimeMs moment) {
+    auto answer = ask(FilmWords(FilmMessage::Approach).number(moment));
+    if (!answer) return Step::Failed;
+    const auto made = static_cast<Step>(answer->number(0, static_cast<int>(Step::Failed)));
+    foundEnd_ = answer->number(-latestTime, latestTime);
+    return made;
+}
+
 void FilmReader::notePicture(FilmNews& answer) {
     hasPicture_ = answer.number() == 1;
     pictureBegin_ = answer.number(-latestTime, latestTime);

@@ -33,6 +33,11 @@ class FilmReader {
     /// To the last key frame at or before `position` (ms). False when the film cannot be searched: it is read on.
     bool seek(TimeMs position);
 
+    /// After a seek, a little of the way to its first picture, which costs no decoding. End where the film's pictures
+    /// end before `moment` (ms), at foundEnd(); a seek must follow. Picture where step() is to go on.
+    Step approach(TimeMs moment);
+    TimeMs foundEnd() const { return foundEnd_; }
+
     /// A little work. After Failed, fault() tells why.
     Step step();
     MediaFault fault() const { return fault_; }
@@ -62,6 +67,7 @@ class FilmReader {
     std::unique_ptr<FilmTask> task_;
     bool isCancelled_ = false;
     MediaFault fault_ = MediaFault::None;
+    TimeMs foundEnd_ = 0;
     bool hasPicture_ = false;
     TimeMs pictureBegin_ = 0;
     TimeMs pictureEnd_ = 0;

@@ -231,11 +231,12 @@ void RecordingPlayer::arrive() {
     const Film::Picture* front = film.front();
     if (!front) {
         if (film.fault() != MediaFault::None) return fail(textOf(film.fault()), statusOf(film.fault()));
-        if (film.isAtEnd()) onBeyondEnd(0);
+        if (film.isAtEnd()) onBeyondEnd(film.end().value_or(0));
         return;
     }
     const TimeMs target = *target_;
-    if (front->isLast && recording_->start + front->end + unnoticedGap < target) return onBeyondEnd(front->end);
+    const TimeMs shownUntil = recording_->start + front->end + Film::lastPictureLasts;
+    if (front->isLast && shownUntil < target) return onBeyondEnd(front->end);
     target_.reset();
     emptyFilms_ = 0;
     show(*film.take());

@@ -56,6 +56,17 @@ int openContainer(const AvSource& source, FilmKinds kinds, bool isQuick, AvInput
     return avformat_find_stream_info(raw, nullptr);
 }
 
+bool seekContainer(const AvSource& source, AVFormatContext& film, int stream, std::int64_t time, int flags) {
+    // An error of an earlier read would be told once more.
+    source.context()->error = 0;
+    source.context()->eof_reached = 0;
+    return av_seek_frame(&film, stream, time, AVSEEK_FLAG_BACKWARD | flags) >= 0;
+}
+
+std::int64_t timeOf(const AVPacket& packet) {
+    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+}
+
 int rotationOf(const AVStream& stream) {
     const auto* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
     if (!matrix) return 0;

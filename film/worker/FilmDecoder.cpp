@@ -4,6 +4,7 @@
 #include <deque>
 #include <utility>
 
+#include "korvane/film/worker/EndSearch.h"
 #include "korvane/film/worker/FilmContainer.h"
 #include "korvane/film/worker/Sandbox.h"
 #include "korvane/film/worker/SoundDecoder.h"
@@ -18,6 +19,9 @@ constexpr AVRational milliseconds{1, 1000};
 constexpr TimeMs soundAhead = 700;
 constexpr std::size_t mostWaiting = 600;
 constexpr TimeMs unknownLength = 40;  // of a picture
+constexpr TimeMs nearestBack = 2'000;
+constexpr TimeMs farthestBack = 128'000;
+constexpr TimeMs quicklyDecoded = 5'000;  // of a film: decoding it takes about as long as a search for its end
 // A film may say anything: sums of times that are no further than 30,000 years do not overflow.
 constexpr TimeMs latestTime = 1'000'000'000'000'000;
 
@@ -47,12 +51,18 @@ struct FilmDecoder::State {
     bool open();
     bool openPicture();
     void openSound();
+    bool seek(TimeMs position);
+    bool goTo(TimeMs position);
+    Step approach(TimeMs moment);
+    Step searchEnd();
+    Step goBack();
     Step step();
     Step demux();
     bool isAhead() const;
     void keepIncoming();
     void forgetPictures();
     TimeMs timeOf(std::int64_t pts) const;
+    std::int64_t streamTimeOf(TimeMs position) const;
 
     const AvSource& source;
     FrameConverter& converter;
@@ -69,8 +79,16 @@ struct FilmDecoder::State {
     Shot shown{AvFrame(av_frame_alloc())};
     Shot before{AvFrame(av_frame_alloc())};
     std::deque<AvPacket> waiting;
-    bool isAtEnd = false;    // of the container
-    bool isDrained = false;  // the decoder knows of it
+    std::optional<TimeMs> sought;  // absent where the film cannot be searched
+    std::optional<EndSearch> search;
+    bool isEndSearched = false;
+    TimeMs foundEnd = 0;
+    TimeMs back = 0;  // how far the last step back has been
+    bool isFromBegin = false;
+    std::optional<TimeMs> landed;  // the first time read since
+    TimeMs scanEnd = 0;            // from there on no key frame is of use
+    bool isAtEnd = false;          // of the container
+    bool isDrained = false;        // the decoder knows of it
     bool hasFailed = false;
 };
 
@@ -115,6 +133,11 @@ TimeMs FilmDecoder::State::timeOf(std::int64_t pts) const {
     if (pts == AV_NOPTS_VALUE) return 0;
     const std::int64_t time = av_rescale_q(pts, format->streams[pictureStream]->time_base, milliseconds);
     return std::clamp(time, -latestTime, latestTime) - beginMs;
+}
+
+std::int64_t FilmDecoder::State::streamTimeOf(TimeMs position) const {
+    const AVRational base = format->streams[pictureStream]->time_base;
+    return av_rescale_q(position + beginMs, milliseconds, base);
 }
 
 bool FilmDecoder::State::isAhead() const {
@@ -184,6 +207,71 @@ FilmDecoder::Step FilmDecoder::State::step() {
     return Step::Nothing;
 }
 
+bool FilmDecoder::State::seek(TimeMs position) {
+    search.reset();
+    sought.reset();
+    isEndSearched = isFromBegin = false;
+    back = 0;
+    position = std::clamp<TimeMs>(position, 0, latestTime);
+    if (!decoder || hasFailed || !goTo(position)) return false;
+    sought = scanEnd = position;
+    return true;
+}
+
+bool FilmDecoder::State::goTo(TimeMs position) {
+    if (!seekContainer(source, *format, pictureStream, streamTimeOf(position))) return false;
+    avcodec_flush_buffers(decoder.get());
+    if (soundDecoder) soundDecoder->flush();
+    waiting.clear();
+    forgetPictures();
+    landed.reset();
+    isAtEnd = isDrained = false;
+    return true;
+}
+
+FilmDecoder::Step FilmDecoder::State::approach(TimeMs moment) {
+    if (hasFailed) return Step::Failed;
+    if (!sought) return Step::Picture;
+    if (search) return searchEnd();
+    if (waiting.empty() && !isAtEnd) return demux();
+    if (isAtEnd) return goBack();
+    const std::int64_t told = korvane::timeOf(*waiting.front());
+    if (told == AV_NOPTS_VALUE) return Step::Picture;
+    const TimeMs begin = timeOf(told);
+    if (!std::exchange(isEndSearched, true) && begin < std::min(moment, *sought - quicklyDecoded)) {
+        const EndSearch::Place from{pictureStream, streamTimeOf(*sought)};
+        search.emplace(source, *format, from, streamTimeOf(moment), *waiting.front());
+        return Step::Nothing;
+    }
+    if ((waiting.front()->flags & AV_PKT_FLAG_KEY) != 0) return Step::Picture;
+    if (!landed) landed = begin;
+    if (begin >= scanEnd) return goBack();
+    waiting.pop_front();
+    return Step::Nothing;
+}
+
+/// Where a container does not know its key frames, ever longer stretches before the position are looked through.
+FilmDecoder::Step FilmDecoder::State::goBack() {
+    scanEnd = std::min(scanEnd, landed.value_or(scanEnd));
+    if (!isFromBegin && back < farthestBack) {
+        back = std::max(nearestBack, 2 * back);
+        isFromBegin = scanEnd - back < nearestBack;
+        // Where pictures are shown in another order than they are stored in, the first ones lie before the beginning.
+        if (goTo(isFromBegin ? -nearestBack : scanEnd - back)) return Step::Nothing;
+    }
+    if (back > 0) goTo(*sought);
+    return Step::Picture;
+}
+
+FilmDecoder::Step FilmDecoder::State::searchEnd() {
+    const Step made = search->step();
+    hasFailed = source.bytes().hasFailed();
+    if (hasFailed) return Step::Failed;
+    if (made == Step::End) foundEnd = timeOf(search->end());
+    if (made != Step::Picture) return made;
+    search.reset();
+    return goTo(*sought) ? Step::Nothing : Step::Picture;
+}
 FilmDecoder::FilmDecoder(const AvSource& source, FrameConverter& converter, SoundDecoder::Sink sound)
     : state_(std::make_unique<State>(source, converter, std::move(sound))) {}
 
@@ -194,19 +282,15 @@ bool FilmDecoder::open() {
 }
 
 bool FilmDecoder::seek(TimeMs position) {
-    if (!state_->decoder || state_->hasFailed) return false;
-    const AVRational base = state_->format->streams[state_->pictureStream]->time_base;
-    const std::int64_t to = av_rescale_q(std::max<TimeMs>(0, position) + state_->beginMs, milliseconds, base);
-    // An error of an earlier read would be told once more.
-    state_->source.context()->error = 0;
-    state_->source.context()->eof_reached = 0;
-    if (av_seek_frame(state_->format.get(), state_->pictureStream, to, AVSEEK_FLAG_BACKWARD) < 0) return false;
-    avcodec_flush_buffers(state_->decoder.get());
-    if (state_->soundDecoder) state_->soundDecoder->flush();
-    state_->waiting.clear();
-    state_->forgetPictures();
-    state_->isAtEnd = state_->isDrained = false;
-    return true;
+    return state_->seek(position);
+}
+
+FilmDecoder::Step FilmDecoder::approach(TimeMs moment) {
+    return state_->approach(moment);
+}
+
+TimeMs FilmDecoder::foundEnd() const {
+    return state_->foundEnd;
 }
 
 FilmDecoder::Step FilmDecoder::step() {

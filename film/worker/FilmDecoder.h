@@ -27,6 +27,12 @@ class FilmDecoder {
     /// To the last key frame at or before `position` (ms). False when the film cannot be searched: it is read on.
     bool seek(TimeMs position);
 
+    /// After a seek, a little of what makes the first picture come soon, by the times of packets and without decoding:
+    /// the key frame is looked for where the container does not know it, and the film's end. End where the pictures end
+    /// before `moment` (ms), at foundEnd(); a seek must follow. Picture where step() is to go on.
+    Step approach(TimeMs moment);
+    TimeMs foundEnd() const;
+
     /// A little work.
     Step step();
 

@@ -91,6 +91,8 @@ class FilmJob {
         switch (order.type()) {
             case FilmMessage::Seek:
                 return std::move(FilmWords(FilmMessage::Done).number(film_->seek(order.number())));
+            case FilmMessage::Approach:
+                return approach(order.number());
             case FilmMessage::Step:
                 return step();
             case FilmMessage::StepBack: {
@@ -109,6 +111,13 @@ class FilmJob {
         for (int i = 0; i < stepsAnOrder && made == FilmDecoder::Step::Nothing; ++i) made = film_->step();
         if (made == FilmDecoder::Step::Failed) return failed("cannot be read on");
         return std::move(describePicture(FilmWords(FilmMessage::Done).number(static_cast<int>(made))));
+    }
+
+    FilmWords approach(TimeMs moment) {
+        auto made = FilmDecoder::Step::Nothing;
+        for (int i = 0; i < stepsAnOrder && made == FilmDecoder::Step::Nothing; ++i) made = film_->approach(moment);
+        if (made == FilmDecoder::Step::Failed) return failed("cannot be read on");
+        return std::move(FilmWords(FilmMessage::Done).number(static_cast<int>(made)).number(film_->foundEnd()));
     }
 
     FilmWords& describePicture(FilmWords& answer) const {

@@ -191,6 +191,46 @@ TEST_F(FilmTest, AFilmEndsWhereItEnds) {
     EXPECT_EQ(frame(), 2'900);
 }
 
+// Key frames lie so far apart that decoding up to the end would be seen in the processor's time.
+TEST_F(FilmTest, AMomentWellBehindTheEndIsNotDecodedFor) {
+    TestClip clip;
+    clip.seconds = 20;
+    clip.keyFrameEvery = 1'000;
+    clip.write(folder / "one.mp4");
+    const auto copied = [&](const std::string& name, const std::string& options = "") {
+        const std::string from = (folder / "one.mp4").string();
+        const std::string command = "ffmpeg -v error -y -i " + from + " -c copy " + options + " ";
+        EXPECT_EQ(std::system((command + (folder / name).string()).c_str()), 0);
+        std::ifstream in(folder / name, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    std::string cut = copied("fast.mp4", "-movflags +faststart");
+    cut.resize(cut.size() * 3 / 4);
+    FilmHelper helper;
+    for (const auto& bytes : {copied("a.mp4"), copied("a.mkv"), copied("a.ts"), cut}) {
+        film = bytes;
+        SCOPED_TRACE(film.size());
+        Film played(scheduler, helper, films.url() + "/film", MediaOptions{5s, 1h, {}}, false, [] {});
+        const auto goTo = [&](TimeMs moment) {
+            played.seek(moment, Film::Seek::Exact);
+            EXPECT_TRUE(until([&] { return played.front() || played.isAtEnd(); })) << moment;
+            return played.take();
+        };
+        EXPECT_FALSE(goTo(3'600'000));
+        const TimeMs end = played.end().value_or(0);
+        EXPECT_FALSE(goTo(end + 10'000));
+        const auto last = goTo(end + 1'000);
+        ASSERT_TRUE(last);
+        EXPECT_TRUE(last->isLast);
+        EXPECT_LE(std::abs(last->end - end), 100);
+        for (const TimeMs moment : {TimeMs{0}, end / 2}) {
+            const auto inside = goTo(moment);
+            ASSERT_TRUE(inside);
+            EXPECT_TRUE(inside->begin <= moment && moment < inside->end) << moment << " " << inside->begin;
+        }
+    }
+}
+
 // There the container finds nothing at all behind the end, not even the picture before it.
 TEST_F(FilmTest, AFilmThatEndsBeforeItsContainerKnowsEndsThere) {
     const auto converted = [&](const std::string& name, const std::string& options) {

@@ -14,7 +14,7 @@ void TestClip::write(const std::filesystem::path& file) const {
     format.width = width;
     format.height = height;
     format.framesPerSecond = framesPerSecond;
-    format.keyFrameEvery = 2 * framesPerSecond;
+    format.keyFrameEvery = keyFrameEvery;
     format.created = created;
     auto writer = VideoWriter::create(file, format);
     ASSERT_TRUE(writer) << writer.error().message;

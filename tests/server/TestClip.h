@@ -17,6 +17,7 @@ struct TestClip {
     std::optional<TimeMs> created = std::nullopt;
     int width = 320;
     int height = 180;
+    int keyFrameEvery = 20;
 
     static constexpr int framesPerSecond = 10;
 
