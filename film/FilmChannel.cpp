@@ -112,7 +112,8 @@ std::optional<FilmNews> FilmChannel::receive(State& state, std::optional<std::ch
             if (ready == 0 || (ready < 0 && errno == EINTR)) return std::nullopt;
         }
         const ssize_t count = ::recv(socket_.get(), packet.data(), packet.size(), 0);
-        if (count < 0 && errno == EINTR) continue;
+        // The other end has closed without reading all; what it said before comes after this error.
+        if (count < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
         if (count < 2 || begun_.size() > mostBytes) {
             state = State::Closed;
             return std::nullopt;

@@ -15,6 +15,7 @@ namespace korvane {
 namespace {
 
 constexpr std::chrono::milliseconds betweenLooks(20);
+constexpr std::chrono::milliseconds untilGone(100);
 constexpr std::int64_t mostRoom = 300LL * 1024 * 1024;
 constexpr std::size_t longestReason = 200;
 constexpr std::int64_t mostAtATime = 256LL * 1024;
@@ -46,7 +47,9 @@ void FilmTask::fail(FilmFailure::Kind kind, std::string reason) {
 
 void FilmTask::noteFailure(FilmNews& news) {
     if (news.type() == FilmMessage::Ended) {
-        const auto signal = static_cast<int>(news.number(endWithoutSandbox, 64));
+        const auto signal = static_cast<int>(news.number(endWithoutProcess, 64));
+        if (signal == endWithoutProcess)
+            return fail(FilmFailure::Kind::Unavailable, "cannot be read: the system gives no process for it");
         if (signal == endWithoutSandbox)
             return fail(FilmFailure::Kind::Unavailable, "cannot be read: the system refuses the walls around films");
         fail(FilmFailure::Kind::BeyondLimits, reasonOf(signal));
@@ -97,16 +100,18 @@ bool FilmTask::answer(FilmNews& question, const IsOver& isOver) {
     }
 }
 
-/// When the program goes, its end of the connection is closed before its films are.
+/// When the program goes, its end of the connection is closed at about the time at which its films' are.
 bool FilmTask::isHelperThere() const {
     pollfd end{helper_->get(), 0, 0};
-    return ::poll(&end, 1, 0) >= 0 && (end.revents & (POLLHUP | POLLERR)) == 0;
+    return ::poll(&end, 1, static_cast<int>(untilGone.count())) >= 0 && (end.revents & (POLLHUP | POLLERR)) == 0;
 }
 
 std::optional<FilmNews> FilmTask::ask(const FilmWords& order, const OnNews& onNews, const IsOver& isOver) {
     if (isOver_) return std::nullopt;
-    auto heard = Clock::now();
-    const auto isEnough = [&] { return isCancelled_ || (isOver && isOver()) || Clock::now() - heard > patience_; };
+    // The time that the answers to the process take is not its own.
+    auto begun = Clock::now();
+    const auto isLate = [&] { return Clock::now() - begun > patience_; };
+    const auto isEnough = [&] { return isCancelled_ || (isOver && isOver()) || isLate(); };
     bool isSent = channel_.send(order, isEnough);
     while (true) {
         FilmChannel::State state = FilmChannel::State::Closed;
@@ -115,7 +120,7 @@ std::optional<FilmNews> FilmTask::ask(const FilmWords& order, const OnNews& onNe
             fail(FilmFailure::Kind::Cancelled, "was broken off");
             return std::nullopt;
         }
-        if (!news && Clock::now() - heard > patience_) {
+        if (isLate() && !(news && news->type() == FilmMessage::Done)) {
             fail(FilmFailure::Kind::BeyondLimits, "has made its reader wait");
             return std::nullopt;
         }
@@ -127,7 +132,6 @@ std::optional<FilmNews> FilmTask::ask(const FilmWords& order, const OnNews& onNe
             return std::nullopt;
         }
         if (!news) continue;
-        heard = Clock::now();
         switch (news->type()) {
             case FilmMessage::Done:
                 return news;
@@ -142,11 +146,13 @@ std::optional<FilmNews> FilmTask::ask(const FilmWords& order, const OnNews& onNe
                 break;
             case FilmMessage::Read:
             case FilmMessage::AskSize:
-            case FilmMessage::AskRoom:
+            case FilmMessage::AskRoom: {
+                const auto asked = Clock::now();
                 // One that cannot be answered has ended, and is about to say why.
                 isSent = answer(*news, isEnough) && isSent;
-                heard = Clock::now();
+                begun += Clock::now() - asked;
                 break;
+            }
             default:
                 fail(FilmFailure::Kind::BeyondLimits, "has made its reader talk nonsense");
                 return std::nullopt;

@@ -41,8 +41,8 @@ class FilmTask {
     /// Asked several times a second; true breaks the order off.
     using IsOver = std::function<bool()>;
 
-    /// Made by FilmHelper. `helper` is the connection to the program; of a film that says nothing for `patience` no
-    /// more is expected.
+    /// Made by FilmHelper. `helper` is the connection to the program; an order that has taken `patience`, whatever came
+    /// in that time, is given up. What `source` takes does not count.
     FilmTask(FilmChannel channel, Descriptor room, std::shared_ptr<const Descriptor> helper,
              std::chrono::milliseconds patience);
     ~FilmTask();

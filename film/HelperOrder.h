@@ -10,6 +10,7 @@ inline constexpr int helperControl = 3;
 /// How FilmMessage::Ended tells of an end that no signal has brought.
 inline constexpr int endForMemory = -1;
 inline constexpr int endWithoutSandbox = -2;
+inline constexpr int endWithoutProcess = -3;
 
 /// What the caller writes there for each film. With it come the film's connection, its room, and the file if there is
 /// one.

@@ -1,5 +1,6 @@
 #include "korvane/apps/browser/Film.h"
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <mutex>
@@ -119,7 +120,7 @@ void Film::State::serve(const Wish& wished) {
 bool Film::State::endsBefore(const Wish& wished) {
     const bool isExact = wished.how == Seek::Exact;
     if (!approach(wished, isExact ? wished.position - lastPictureLasts : 0)) return false;
-    setEnd(wished, reader.foundEnd());
+    setEnd(wished, std::clamp<TimeMs>(reader.foundEnd(), 0, std::max<TimeMs>(0, wished.position)));
     return true;
 }
 

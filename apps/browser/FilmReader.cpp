@@ -96,7 +96,7 @@ bool FilmReader::seek(TimeMs position) {
 FilmReader::Step FilmReader::approach(TimeMs moment) {
     auto answer = ask(FilmWords(FilmMessage::Approach).number(moment));
     if (!answer) return Step::Failed;
-    const auto made = static_cast<Step>(answer->number(0, static_cast<int>(Step::Failed)));
+    const auto made = static_cast<Step>(answer->number(0, static_cast<int>(Step::End)));
     foundEnd_ = answer->number(-latestTime, latestTime);
     return made;
 }
@@ -110,7 +110,7 @@ void FilmReader::notePicture(FilmNews& answer) {
 FilmReader::Step FilmReader::step() {
     auto answer = ask(FilmWords(FilmMessage::Step));
     if (!answer) return Step::Failed;
-    const auto made = static_cast<Step>(answer->number(0, static_cast<int>(Step::Failed)));
+    const auto made = static_cast<Step>(answer->number(0, static_cast<int>(Step::End)));
     notePicture(*answer);
     return made;
 }

@@ -127,8 +127,11 @@ void begin(Handed& handed, std::vector<Film>& films, int signals) {
         films.clear();
         serve(handed, own);
     }
-    // Without a process the caller reads the end of the connection.
-    if (process > 0) films.push_back({process, FilmChannel(std::move(handed.channel))});
+    FilmChannel channel(std::move(handed.channel));
+    if (process > 0)
+        films.push_back({process, std::move(channel)});
+    else
+        channel.sendNow(FilmWords(FilmMessage::Ended).number(korvane::endWithoutProcess));
 }
 
 /// What a caller is told of the end of a process.

@@ -183,6 +183,28 @@ TEST(FilmTaskTest, EndsWhateverTheOtherEndSays) {
     FilmTask silent(std::move(own), Descriptor(), helper, std::chrono::milliseconds(0));
     EXPECT_FALSE(silent.ask(FilmWords(FilmMessage::Step)));
     EXPECT_EQ(silent.failure().reason, "has made its reader wait");
+    // One that always has something to say, and never the answer.
+    auto [listening, talking] = FilmChannel::makePair();
+    FilmTask endless(std::move(listening), Descriptor(), helper, std::chrono::milliseconds(20));
+    const auto talk = [&end = talking] { end.sendNow(FilmWords(FilmMessage::Progress).number(1)); };
+    talk();
+    int heard = 0;
+    EXPECT_FALSE(endless.ask(
+        FilmWords(FilmMessage::Step), [&](FilmNews&) { talk(); }, [&] { return ++heard > 2'000'000; }));
+    EXPECT_EQ(endless.failure().reason, "has made its reader wait") << heard;
+}
+
+TEST(FilmChannelTest, HearsTheLastWordsOfOneThatHasNotHeardAll) {
+    auto [own, theirs] = FilmChannel::makePair();
+    ASSERT_TRUE(own.send(FilmWords(FilmMessage::Step)));
+    theirs.sendNow(FilmWords(FilmMessage::Ended).number(SIGXCPU));
+    theirs = {};
+    FilmChannel::State state = FilmChannel::State::Open;
+    auto last = own.receive(state);
+    ASSERT_TRUE(last);
+    EXPECT_EQ(last->number(), SIGXCPU);
+    EXPECT_FALSE(own.receive(state));
+    EXPECT_EQ(state, FilmChannel::State::Closed);
 }
 
 TEST(FilmTaskTest, ShowsNoPictureThatTheRoomDoesNotHold) {
