@@ -11,6 +11,16 @@ char lower(char c) {
 
 }  // namespace
 
+void release(Reply& value) noexcept {
+    if (auto* const elements = value.get_ptr<Reply::array_t*>()) {
+        for (Reply& element : *elements) release(element);
+        elements->clear();
+    } else if (auto* const members = value.get_ptr<Reply::object_t*>()) {
+        for (auto& member : *members) release(member.second);
+        members->clear();
+    }
+}
+
 bool equalKeys(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return lower(x) == lower(y); });
 }

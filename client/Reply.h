@@ -14,6 +14,10 @@ using Reply = nlohmann::ordered_json;
 /// client library: never on the caller's stack, and not on the main thread.
 using ReplyCompletion = std::function<void(Reply reply, std::int32_t status)>;
 
+/// Takes a value apart. The destructor of one that has elements asks for memory instead, and where there is none that
+/// ends the process. Any thread.
+void release(Reply& value) noexcept;
+
 /// True when two keys are the same but for the case of ASCII letters.
 bool equalKeys(std::string_view a, std::string_view b);
 

@@ -4,7 +4,7 @@
 
 #include "korvane/base/Log.h"
 #include "korvane/base/UtcTime.h"
-#include "korvane/tests/Model/ProviderFixture.h"
+#include "korvane/tests/Model/DayTreeFixture.h"
 
 namespace {
 
@@ -54,6 +54,36 @@ Reply makePage(std::int64_t first) {
     }
     return page;
 }
+
+/// Runs out of memory at one allocation of the tasks in the background, and of nothing else.
+class ShortOfMemory final : public Scheduler {
+  public:
+    explicit ShortOfMemory(VirtualScheduler& real) : real_(real) {}
+
+    void runInBackground(Task task) override {
+        real_.runInBackground([this, task = std::move(task)] {
+            allocationsLeft = std::exchange(left, 0);
+            try {
+                task();
+            } catch (const std::bad_alloc&) {
+            }
+            left = std::exchange(allocationsLeft, 0);
+        });
+    }
+    TimeMs utcNow() const override { return real_.utcNow(); }
+    std::chrono::microseconds monotonicNow() const override { return real_.monotonicNow(); }
+    bool isMainThread() const override { return real_.isMainThread(); }
+    void post(Task task) override { real_.post(std::move(task)); }
+    TimerId after(std::chrono::milliseconds delay, Task task) override { return real_.after(delay, std::move(task)); }
+    void cancel(TimerId timer) override { real_.cancel(timer); }
+    std::unique_ptr<Thread> spawn(std::string name, Task body) override { return real_.spawn(name, std::move(body)); }
+    std::unique_ptr<Monitor> makeMonitor() override { return real_.makeMonitor(); }
+
+    int left = 0;
+
+  private:
+    VirtualScheduler& real_;
+};
 
 /// A list of which no service tells, so that all of its work is done on the thread of the test.
 class FailingMemoryTest : public ProviderTest {
@@ -153,6 +183,40 @@ TEST_F(FailingMemoryTest, LeavesAListWholeWhereverItRunsOut) {
         failEach(work);
         if (HasFailure()) break;
     }
+}
+
+TEST_F(FailingMemoryTest, EndsTheLoadOfADayTreeWithOneWord) {
+    ShortOfMemory background(scheduler);
+    ScriptedService days(background);
+    const auto tree = std::make_shared<ScrubberTimelineDataProvider>(background, days);
+    tree->setDelegate(delegate);
+    const TimeMs day = newest / 86'400'000 * 86'400'000;
+    days.withFootage([&](ScriptedFootage& footage) {
+        for (const std::int64_t i : {1, 2, 3})
+            footage.addRecord({i, day - i * 86'400'000, day - i * 80'000'000, "", ""});
+    });
+    tree->setSource(days.makeToken());
+    scheduler.runUntilIdle();
+    const std::int64_t expected = tree->OnScrubberGetEventsCount();
+    ASSERT_GT(expected, 2);
+    for (int call = 1; background.left == 0 && !HasFailure(); ++call) {
+        SCOPED_TRACE(call);
+        // The fake camera's own JSON must not be what runs out of memory.
+        days.scriptAll("getTimelineSync", Script::failed(503));
+        delegate->take();
+        background.left = call;
+        tree->refresh();
+        scheduler.runUntilIdle();
+        const Calls told = delegate->take();
+        EXPECT_EQ(told, Calls{tree->getTimelineDayItemByIndex(0) ? "reload 0 0" : "reload -1 0"});
+        days.clearScripts();
+        const int unused = std::exchange(background.left, 0);
+        tree->refresh();
+        scheduler.runUntilIdle();
+        EXPECT_EQ(tree->OnScrubberGetEventsCount(), expected);
+        background.left = unused;
+    }
+    background.left = 0;
 }
 
 }  // namespace

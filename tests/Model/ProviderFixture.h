@@ -36,7 +36,10 @@ class RecordingDelegate final : public ScrubberDataProviderDelegate {
     /// The calls since the last take().
     std::vector<std::string> take() {
         const std::lock_guard guard(mutex_);
-        return std::exchange(calls_, {});
+        auto taken = std::exchange(calls_, {});
+        // Where memory is short, it is not for the host's notes.
+        calls_.reserve(8);
+        return taken;
     }
 
     void note(std::string call, std::initializer_list<std::int64_t> numbers = {}) {

@@ -106,7 +106,10 @@ std::int32_t RulerCalendar::getCalendar(Shown& calendar) {
         answered(calendar, request, reply, status);
     });
     const auto complete = [scheduler = view_.toolkit()->scheduler, take](Reply reply, std::int32_t status) {
-        scheduler->post([take, reply = std::move(reply), status]() mutable { take(reply, status); });
+        scheduler->post([take, reply = std::move(reply), status]() mutable {
+            take(reply, status);
+            release(reply);
+        });
     };
     std::int32_t status = StatusBadCall;
     const auto ask = [&] {

@@ -57,7 +57,7 @@ std::shared_ptr<ScrubberTimelineDataProvider> ScrubberTimelineDataProvider::self
 
 std::int32_t ScrubberTimelineDataProvider::requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) {
     if (isClosing()) return 0;
-    guarded([&] {
+    const std::int32_t outcome = guarded([&] {
         Load load;
         load.clearings = clearings_;
         load.position = withStartFrom;
@@ -69,20 +69,27 @@ std::int32_t ScrubberTimelineDataProvider::requestEvents(TimeMs start, TimeMs wi
         camera->getActivity(
             1, start, withEnd, asked.eventType, 0, 0, static_cast<std::int32_t>(asked.limit),
             static_cast<std::int32_t>(asked.offset),
-            [self = self(), load](const Reply& reply, std::int32_t status) { self->onActivity(load, reply, status); });
+            [self = self(), load](Reply reply, std::int32_t status) { self->onActivity(load, reply, status); });
         return StatusSuccess;
     });
+    if (outcome != StatusSuccess) tellReload(outcome, ScrubberStateReady);
     return 0;
 }
 
-void ScrubberTimelineDataProvider::onActivity(Load load, const Reply& reply, std::int32_t status) {
+void ScrubberTimelineDataProvider::onActivity(Load load, Reply& reply, std::int32_t status) {
     trace(1, classPath(), "getActivity: status: ", status);
-    if (status != StatusSuccess || !reply.is_array() || reply.empty()) {
-        tellReload(status, ScrubberStateReady);
-        return;
+    const bool hasDays = status == StatusSuccess && reply.is_array() && !reply.empty();
+    if (hasDays) {
+        status = guarded([&] {
+            load.days = readDays(reply);
+            scheduler().runInBackground([self = self(), load = std::move(load)]() mutable {
+                self->publish(load, self->guarded([&] { return self->buildTree(load); }));
+            });
+            return StatusSuccess;
+        });
     }
-    load.days = readDays(reply);
-    scheduler().runInBackground([self = self(), load = std::move(load)]() mutable { self->buildTree(load); });
+    release(reply);
+    if (!hasDays || status != StatusSuccess) tellReload(status, ScrubberStateReady);
 }
 
 ScrubberTimelineTree::Days ScrubberTimelineDataProvider::readDays(const Reply& reply) const {
@@ -104,20 +111,20 @@ bool ScrubberTimelineDataProvider::isCurrent(const Load& load) const {
     return !isClosing() && clearings_ == load.clearings && cam();
 }
 
-void ScrubberTimelineDataProvider::buildTree(Load& load) {
+std::int32_t ScrubberTimelineDataProvider::buildTree(Load& load) {
     const auto taken = static_cast<std::uint64_t>(tree()->segmentCount());
     load.segmentsLeft = ScrubberTimelineTree::maxSegments - std::min(taken, ScrubberTimelineTree::maxSegments);
     std::deque<std::shared_ptr<ScrubberTimelineDayItem>> refused;
     for (const auto& day : load.days) {
         if (!buildDay(load, *day)) refused.push_back(day);
-        if (!isCurrent(load)) return;
+        if (!isCurrent(load)) return StatusClosed;
     }
     // A service that refuses a day twice is left alone.
     while (!refused.empty() && buildDay(load, *refused.front())) refused.pop_front();
-    if (!isCurrent(load)) return;
+    if (!isCurrent(load)) return StatusClosed;
     if (!refused.empty()) logError(classPath(), "timelines: days without an answer: " + std::to_string(refused.size()));
     if (load.isCut) logError(classPath(), "timelines: periods that make too many segments were left out");
-    publish(load);
+    return StatusSuccess;
 }
 
 bool ScrubberTimelineDataProvider::buildDay(Load& load, ScrubberTimelineDayItem& day) {
@@ -154,21 +161,24 @@ void ScrubberTimelineDataProvider::fillDay(Load& load, ScrubberTimelineDayItem& 
     if (!kept.empty()) day.setTimelines(std::make_shared<ScrubberTimelineBlock>(kept));
 }
 
-void ScrubberTimelineDataProvider::publish(const Load& load) {
+void ScrubberTimelineDataProvider::publish(const Load& load, std::int32_t status) {
     // Whoever closes or clears does so before all of this or after it.
     const std::lock_guard lock(listLock());
     if (!isCurrent(load)) return;
+    if (status == StatusSuccess) status = guarded([&] { return show(load); });
+    tellReload(status, ScrubberStateReady);
+}
+
+std::int32_t ScrubberTimelineDataProvider::show(const Load& load) {
     auto days = tree()->days();
     days.insert(days.end(), load.days.begin(), load.days.end());
     // The zone is looked up once for the tree: that goes through the file system.
     replaceTree(std::make_shared<const ScrubberTimelineTree>(std::move(days), localTimeZoneName()));
     const auto& shown = tree()->days();
-    if (!shown.empty()) {
-        const bool hasPosition = load.position >= 1;
-        uploadEventsForTimelineDay(hasPosition ? getTimelineDayByTime(static_cast<double>(load.position))
-                                               : shown.back());
-    }
-    tellReload(StatusSuccess, ScrubberStateReady);
+    if (shown.empty()) return StatusSuccess;
+    const bool hasPosition = load.position >= 1;
+    uploadEventsForTimelineDay(hasPosition ? getTimelineDayByTime(static_cast<double>(load.position)) : shown.back());
+    return StatusSuccess;
 }
 
 std::int32_t ScrubberTimelineDataProvider::refresh() {

@@ -84,14 +84,15 @@ class ScrubberTimelineDataProvider final : public ScrubberTimelineUploads {
 
     std::shared_ptr<ScrubberTimelineDataProvider> self();
     bool isCurrent(const Load& load) const;
-    void onActivity(Load load, const Reply& reply, std::int32_t status);
+    void onActivity(Load load, Reply& reply, std::int32_t status);
     ScrubberTimelineTree::Days readDays(const Reply& reply) const;
-    void buildTree(Load& load);
+    std::int32_t buildTree(Load& load);
     /// False when there is no answer.
     bool buildDay(Load& load, ScrubberTimelineDayItem& day);
     std::shared_ptr<Timeline> fetchDay(const Load& load, const ScrubberTimelineDayItem& day);
     void fillDay(Load& load, ScrubberTimelineDayItem& day, const std::vector<TimelinePair>& periods) const;
-    void publish(const Load& load);
+    void publish(const Load& load, std::int32_t status);
+    std::int32_t show(const Load& load);
     void replaceTree(std::shared_ptr<const ScrubberTimelineTree> tree);
     // The tree, or an empty one while closing and without a camera.
     std::shared_ptr<const ScrubberTimelineTree> shownTree() const;
