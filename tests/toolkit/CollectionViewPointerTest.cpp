@@ -1,7 +1,3 @@
-#include <QQmlComponent>
-#include <QQmlEngine>
-#include <QQuickItem>
-
 #include "korvane/tests/toolkit/StripFixture.h"
 
 namespace korvane {
@@ -34,17 +30,6 @@ TEST_F(CollectionViewPointer, FlickDeceleratesInOrder) {
     }
 }
 
-TEST_F(CollectionViewPointer, TapSelectsWhatIsUnderTheFinger) {
-    start(394);  // where the first inner cell begins; a gap does at 134
-    for (const int pointer : {0, VirtualUi::mouse}) {
-        for (const auto& [at, heard] : {std::pair(5, Log{"select 1"}), {275, {"select 3"}}, {135, {}}}) {
-            log.clear();
-            ui.tap({double(at), 60}, pointer);
-            EXPECT_EQ(log, heard) << at;
-        }
-    }
-}
-
 TEST_F(CollectionViewPointer, WhatMovesIsCaughtWhereItIsSeenAndDragsOn) {
     for (const bool isFlick : {true, false}) {
         start(2000);
@@ -71,24 +56,6 @@ TEST_F(CollectionViewPointer, WhatMovesIsCaughtWhereItIsSeenAndDragsOn) {
     }
 }
 
-TEST_F(CollectionViewPointer, CreepingStripStillTakesTapsAndDrags) {
-    start(394);
-    glideTo(400);
-    ui.advance(496ms);
-    ui.tap({137 + 60, 60});
-    EXPECT_EQ(log, Log{"select 2"});
-    ui.advance(600ms);
-    glideTo(406);
-    ui.advance(496ms);
-    const double seen = strip->seenContentOffset().x;
-    ui.press({300, 60});
-    EXPECT_EQ(log, Log{});
-    ui.move({280, 60});
-    EXPECT_EQ(log, (Log{"scroll", "cut", "begin", "scroll"}));
-    EXPECT_NEAR(x(), seen + 10, 1e-9);
-    ui.release({280, 60});
-}
-
 TEST_F(CollectionViewPointer, WheelBurstIsOneDrag) {
     start(2000);
     ui.wheel({400, 60}, {0, -120});
@@ -109,87 +76,6 @@ TEST_F(CollectionViewPointer, WheelBurstIsOneDrag) {
     ui.advance(200ms);
     ui.wheel({400, 60}, {0, 0});
     EXPECT_FALSE(strip->isDragging());
-}
-
-TEST_F(CollectionViewPointer, SecondFingerIsNobody) {
-    start(2000);
-    ui.press({500, 60}, 0);
-    ui.move({450, 60}, 0);
-    ui.press({100, 60}, 1);
-    ui.move({300, 60}, 1);
-    EXPECT_DOUBLE_EQ(x(), 2040);
-    ui.release({300, 60}, 1);
-    EXPECT_TRUE(strip->isDragging());
-    ui.advance(100ms);
-    ui.release({450, 60}, 0);
-    EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
-}
-
-/// A child that wants the mouse and touch for itself.
-class Button : public QQuickItem {
-  public:
-    explicit Button(QQuickItem* parent) : QQuickItem(parent) {
-        setAcceptedMouseButtons(Qt::LeftButton);
-        setAcceptTouchEvents(true);
-    }
-    int clicks = 0;
-
-  protected:
-    void mousePressEvent(QMouseEvent*) override {}
-    void mouseMoveEvent(QMouseEvent*) override {}
-    void mouseReleaseEvent(QMouseEvent*) override { ++clicks; }
-    void touchEvent(QTouchEvent* event) override {
-        if (event->type() == QEvent::TouchEnd) ++clicks;
-    }
-};
-
-TEST_F(CollectionViewPointer, DragIsTakenOverFromAChildAndItsTapIsLeft) {
-    start(394);
-    auto* button = new Button(strip->cellForItemAtIndexPath(2));
-    button->setSize({134, 120});
-    for (const int pointer : {0, VirtualUi::mouse}) {
-        SCOPED_TRACE(pointer);
-        button->clicks = 0;
-        start(394);
-        ui.tap({200, 60}, pointer);
-        EXPECT_EQ(button->clicks, 1);
-        EXPECT_EQ(log, Log{}) << "the child's tap is not the strip's";
-        ui.drag({200, 60}, {160, 60}, 160ms, true, pointer);
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
-        EXPECT_DOUBLE_EQ(x(), 424);
-        EXPECT_EQ(button->clicks, 1);
-        EXPECT_FALSE(strip->isDragging());
-    }
-}
-
-TEST_F(CollectionViewPointer, SharesItsTouchesWithAFlickableAround) {
-    QQmlEngine engine;
-    QQmlComponent component(&engine);
-    component.setData("import QtQuick\nFlickable { width: 800; height: 120; contentWidth: 2000; contentHeight: 900 }",
-                      {});
-    const std::unique_ptr<QObject> flickable(component.create());
-    auto* outer = qobject_cast<QQuickItem*>(flickable.get());
-    ASSERT_TRUE(outer);
-    outer->setParentItem(ui.root());
-    strip->setParentItem(outer->property("contentItem").value<QQuickItem*>());
-    for (const int pointer : {VirtualUi::mouse, 0}) {
-        SCOPED_TRACE(pointer);
-        QMetaObject::invokeMethod(outer, "cancelFlick");
-        outer->setProperty("contentY", 0);
-        ui.advance(500ms);
-        start(2000);
-        ui.drag({600, 60}, {400, 64}, 640ms, true, pointer);
-        ui.advance(1000ms);
-        EXPECT_EQ(log, (Log{"begin", "scroll", "end"}));
-        EXPECT_DOUBLE_EQ(x(), 2190);
-        EXPECT_EQ(outer->property("contentX").toDouble(), 0) << "stolen";
-        log.clear();
-        ui.drag({300, 110}, {304, 10}, 640ms, true, pointer);
-        ui.advance(1000ms);
-        EXPECT_EQ(log, Log{});
-        EXPECT_GT(outer->property("contentY").toDouble(), 40) << "not left to it";
-    }
-    strip->setParentItem(ui.root());
 }
 
 TEST_F(CollectionViewPointer, RubberBandAtBothEnds) {

@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "korvane/tests/support/qt/VirtualUi.h"
 #include "korvane/toolkit/AnimatedValue.h"
-#include "korvane/toolkit/LayoutConstraint.h"
 #include "korvane/toolkit/ScrollPhysics.h"
 
 namespace korvane::test {
@@ -35,45 +33,11 @@ struct AnimatorTest : testing::Test {
     }
 };
 
-TEST_F(AnimatorTest, ValueIsNewAtOnceAndSeenToMove) {
+TEST_F(AnimatorTest, EasingIsSlowAtTheStart) {
     AnimatedValue eased(0);
-    AnimatedValue linear(100);
-    AnimatedValue same(4);
     ease("eased", 1.0, [&] { eased.setValue(200); });
-    keyframes("linear", 1.0, [&] { linear.setValue(200); });
-    ease("nothing moves", 1.0, [&] { same.setValue(4); });
-    ease("empty", 1.0, [] {});
-    EXPECT_EQ(eased.value(), 200);
-    EXPECT_EQ(eased.seen(), 0);
     ui.advance(256ms);
-    EXPECT_NEAR(linear.seen(), 125.6, 2);
-    EXPECT_LT(eased.seen(), 40) << "slow at the start";
-    ui.advance(256ms);
-    EXPECT_NEAR(eased.seen(), 100, 10);
-    ui.advance(400ms);
-    EXPECT_EQ(log, Log{});
-    ui.advance(112ms);
-    EXPECT_EQ(eased.seen(), 200);
-    EXPECT_EQ(linear.seen(), 200);
-    EXPECT_FALSE(eased.isMoving());
-    EXPECT_EQ(log, (Log{"eased+", "linear+", "nothing moves+", "empty+"}));
-}
-
-TEST_F(AnimatorTest, NoDurationAppliesAtOnceAndCompletesOnTheNextTurn) {
-    for (const double duration : {0.0, -0.7, std::numeric_limits<double>::quiet_NaN()}) {
-        log.clear();
-        AnimatedValue value(1);
-        ease("done", duration, [&] { value.setValue(5); });
-        EXPECT_EQ(value.seen(), 5);
-        EXPECT_EQ(log, Log{}) << duration;
-        ui.settle();
-        EXPECT_EQ(log, Log{"done+"}) << duration;
-    }
-    animate(0.0, {}, {});
-    animate(0.5, {}, {});
-    ease("thrown", 0.5, [] { throw 1; });
-    ui.advance(600ms);
-    EXPECT_EQ(log.back(), "thrown+");
+    EXPECT_LT(eased.seen(), 40);
 }
 
 TEST_F(AnimatorTest, NewerValueTakesOverFromWhatIsSeen) {
@@ -156,74 +120,21 @@ ScrollPhysics at(double offset, ScrollBounds bounds = strip) {
     return physics;
 }
 
-// A finger at even speed, `velocity` points per ms, for `duration` ms; not lifted. Gives its last place.
-Point drag(ScrollPhysics& physics, double velocity, double duration) {
-    Point finger{400, 60};
-    physics.press(finger, 0, false);
-    for (double t = frameTime; t <= duration; t += frameTime) {
-        finger.x = 400 + velocity * t;
-        physics.move(finger, t);
-    }
-    return finger;
-}
-
 void settle(ScrollPhysics& physics, double from = 0) {
     for (int frame = 1; physics.phase() == Phase::Decelerating && frame < 1000; ++frame) {
         physics.advance(from + frame * frameTime);
     }
 }
 
-TEST(ScrollPhysics, DragStartsBehindTheThresholdWithoutAJump) {
-    struct Case {
-        const char* name;
-        Point to;
-        bool begins;
-        double offset;
-        bool taps;
-    };
-    const std::vector<Case> cases = {
-        {"rest", {400, 60}, false, 500, true},           {"within the threshold", {410, 60}, false, 500, true},
-        {"just behind it", {411, 60}, true, 499, false}, {"to the left", {380, 60}, true, 510, false},
-        {"vertical", {403, 90}, false, 500, false},      {"more across than down", {440, 80}, true, 470, false},
-    };
-    for (const auto& c : cases) {
-        auto physics = at(500);
-        physics.press({400, 60}, 0, false);
-        const auto change = physics.move(c.to, 16);
-        EXPECT_EQ(change.began, c.begins) << c.name;
-        EXPECT_DOUBLE_EQ(physics.offset(), c.offset) << c.name;
-        EXPECT_EQ(physics.release(300).tapped, c.taps) << c.name;
-        EXPECT_EQ(physics.phase(), Phase::Resting) << c.name;
-    }
-}
-
-TEST(ScrollPhysics, FlickRunsOutExponentiallyAndAloneByTime) {
-    auto physics = at(2000);
-    drag(physics, -1.0, 320);
-    const double lifted = physics.offset();
-    physics.release(320);
-    auto coarse = physics;
-    physics.advance(100);
-    // The way that 0.998 of the velocity a millisecond leaves: v * (1 - 0.998^100) / -ln 0.998.
-    EXPECT_NEAR(physics.offset() - lifted, (1 - std::pow(0.998, 100)) / -std::log(0.998), 1e-6);
-    settle(physics, 100);
-    coarse.advance(1e6);
-    EXPECT_EQ(coarse.phase(), Phase::Resting);
-    EXPECT_NEAR(coarse.offset(), physics.offset(), 1e-6) << "frames must not change where it ends";
-    EXPECT_NEAR(physics.offset() - lifted, 1 / -std::log(0.998), 6);
-}
-
 TEST(ScrollPhysics, FlickIsAsFastAsTheFingerWasAtLast) {
     auto physics = at(2000);
-    Point finger = drag(physics, -3.0, 320);
-    for (double t = 336; t <= 432; t += frameTime) physics.move({finger.x -= 0.2 * frameTime, 60}, t);
+    double x = 400;
+    physics.press({x, 60}, 0, false);
+    for (double t = frameTime; t <= 432; t += frameTime) physics.move({x -= t <= 320 ? 48 : 3.2, 60}, t);
     const double lifted = physics.offset();
     physics.release(432);
     physics.advance(10);
     EXPECT_NEAR(physics.offset() - lifted, 2, 0.3);
-    physics.press({400, 60}, 507, false);
-    for (int x = 390; x > 300; x -= 10) physics.move({double(x), 60}, 507);
-    EXPECT_FALSE(physics.release(507).willDecelerate) << "no time has passed";
 }
 
 // Inputs in any order: what moves does not jump, each drag that has begun ends, and what is left alone rests in bounds.

@@ -78,7 +78,6 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
         note("begin");
     }
     void scrollViewDidScroll(CollectionView& /*view*/) override {
-        ++scrolls;
         if (log.empty() || log.back() != "scroll") log.push_back("scroll");
         if (onScroll) onScroll();
     }
@@ -95,10 +94,7 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
         note("stopped");
     }
 
-    void note(const std::string& what) {
-        log.push_back(what);
-        if (const auto action = onEvent.find(what); action != onEvent.end()) std::function(action->second)();
-    }
+    void note(const std::string& what) { log.push_back(what); }
 
     double x() const { return strip->contentOffset().x; }
 
@@ -155,9 +151,7 @@ class StripTest : public testing::Test, public CollectionViewDataSource, public 
     double spacing = 3;
     int made = 0;
     int filled = 0;
-    int scrolls = 0;
     Log log;
-    std::map<std::string, std::function<void()>> onEvent;
     std::function<void()> onFill;
     std::function<CollectionViewCell*(IndexPath)> oddCell;  // in place of a good one
     std::function<void()> onScroll;
