@@ -4,9 +4,6 @@
 
 #include <limits>
 
-#include "korvane/base/VirtualScheduler.h"
-#include "korvane/tests/views/FakePlaybackHost.h"
-
 namespace korvane::test {
 namespace {
 
@@ -58,35 +55,6 @@ TEST(PlaybackTickTest, DecidesByPositionAndEnd) {
         const auto tick = playbackTick(eventRules, {0}, end, position);
         EXPECT_TRUE(tick.tellsStarted && tick.progress.played) << position;
     }
-}
-
-TEST(PlaybackEngineTest, ARunOfTheTreeHoldsWhileTheStripMovesAndRestsAtTheEnd) {
-    const auto scheduler = std::make_shared<VirtualScheduler>();
-    FakePlaybackHost owner;
-    owner.rangeEnd = 60'000;
-    owner.scrolls = true;
-    const auto event = ScrubberEvent::build(1, 30'000);
-    std::vector<TimeMs> advances;
-    PlaybackEngine engine(scheduler, treeRules, [&](TimeMs position, TimeMs, TimeMs) { advances.push_back(position); });
-    engine.start(&owner, event);
-    scheduler->advance(5s);
-    EXPECT_EQ(owner.polls + owner.started, 0);
-    owner.scrolls = false;
-    scheduler->advance(1s);
-    EXPECT_EQ(owner.started, 1);
-    EXPECT_EQ(advances, std::vector<TimeMs>{0}) << "0 is a position like any other";
-    engine.wake();
-    owner.position = 60'000;
-    scheduler->advance(2s);
-    owner.position = 50'000;
-    scheduler->advance(2s);
-    EXPECT_EQ(owner.finished, 1);
-    EXPECT_EQ(advances.size(), 1U);
-    EXPECT_GE(owner.polls, 5);
-
-    engine.start(nullptr, event);
-    scheduler->advance(5s);
-    EXPECT_EQ(advances.size(), 1U) << "nobody to ask is the end of an empty range";
 }
 
 }  // namespace

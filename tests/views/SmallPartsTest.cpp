@@ -1,7 +1,7 @@
+#include <gtest/gtest.h>
+
 #include <tuple>
 
-#include "korvane/tests/views/StripFixture.h"
-#include "korvane/toolkit/ImageCache.h"
 #include "korvane/views/timeline/ScrubberConfig.h"
 #include "korvane/views/timeline/Utils/TimelineUtils.h"
 
@@ -41,60 +41,6 @@ TEST(TimelineUtilsTest, ReadsColorsAsTheWidgetsWriteThem) {
     };
     for (const auto& [text, alpha, color] : cases)
         EXPECT_EQ(TimelineUtils::colorFromHexString(text, alpha), color) << text;
-}
-
-TEST(TimelineUtilsTest, DrawsAnEmojiInTheMiddleOfATransparentSquare) {
-    const QImage image = TimelineUtils::emojiToImage("O", 40, 20);
-    ASSERT_EQ(image.deviceIndependentSize(), QSizeF(40, 40));
-    QRect inked;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (qAlpha(image.pixel(x, y)) > 0) inked |= QRect(x, y, 1, 1);
-        }
-    }
-    ASSERT_FALSE(inked.isEmpty());
-    EXPECT_NEAR(inked.center().x(), 20, 1.5);
-    EXPECT_NEAR(inked.center().y(), 20, 4);
-    for (const double side : {0.0, -1.0, 1e9}) EXPECT_TRUE(TimelineUtils::emojiToImage("O", side, 20).isNull());
-}
-
-using namespace std::chrono_literals;
-
-/// Previews for the events up to this id, a colour each.
-void paintPreviews(std::int64_t count) {
-    for (std::int64_t id = 1; id <= count; ++id) {
-        QImage image(320, 180, QImage::Format_RGB32);
-        image.fill(QColor::fromHsv(static_cast<int>(id * 47 % 360), 120, 150));
-        ToolkitContext::shared()->imageCache->storeImageToMemory(image, QStringLiteral("7_%1").arg(id));
-    }
-}
-
-using PictureTest = StripTest;
-
-TEST_F(PictureTest, LiveEndHeadAndPlayingCell) {
-    paintPreviews(12);
-    const QColor mark(0xff, 0x5a, 0x5f);
-    const QColor background(0x1d, 0x20, 0x26);
-    view_->getConfig().setBackgroundCellColor(background);
-    view_->getConfig().setScrubberCenterMarkColor(mark);
-    view_->applyConfig();
-    load(12);
-    const QImage live = ui_.grab();
-    EXPECT_EQ(live.pixelColor(400, 60), mark);
-    EXPECT_EQ(live.pixelColor(700, 100), background) << "the live cell's";
-    EXPECT_NEAR(live.pixelColor(330, 20).hue(), 12 * 47 % 360, 2) << "the newest preview";
-    moveTo(1);
-    EXPECT_EQ(ui_.grab().pixelColor(100, 60), background) << "the head's";
-
-    const auto event = view_->getEvent(8);
-    view_->toEvent(event, false);
-    ui_.advance(50ms);
-    cell(8)->startProgress(owner());
-    double base = 0;
-    double previous = 0;
-    cell(8)->advanceProgressTo(event->start() + 20'000, event->start(), event->end(), base, previous);
-    ui_.advance(1100ms);
-    EXPECT_EQ(ui_.grab().pixelColor(360, 92), QColor("#e5484d")) << "the bar of the playing cell";
 }
 
 }  // namespace

@@ -138,10 +138,4 @@ void StripTest::dragToRest(double by) {
     ui_.advance(1100ms);
 }
 
-QString StripTest::dateOf(std::int64_t index) const {
-    const auto* found = cell(index);
-    auto* label = found ? qvariant_cast<QQuickItem*>(found->property("eventDateTimeaLabel")) : nullptr;
-    return label ? label->property("text").toString() : QStringLiteral("no cell");
-}
-
 }  // namespace korvane::test

@@ -77,7 +77,6 @@ class StripTest : public ::testing::Test {
     void drag(double by);
     /// The same, until the strip has snapped.
     void dragToRest(double by);
-    QString dateOf(std::int64_t index) const;
 
     VirtualUi ui_;
     ScriptedService service_;
