@@ -35,26 +35,16 @@ class Quiet : public testing::Test {
 };
 using RulerUpdatesTest = Quiet;
 
-/// Answers at once and writes down what it was told.
+/// Answers at once.
 struct PlainHost : RulerUpdatesHost {
-    std::shared_ptr<const Timeline> fetch(TimeMs start, TimeMs) override {
-        asked.push_back(start);
-        return recordedFrom(start);
-    }
+    std::shared_ptr<const Timeline> fetch(TimeMs start, TimeMs) override { return recordedFrom(start); }
     void breakOffFetch() override {}
-    void timelineReload() override {
-        ++reloads;
-        if (onReload) onReload();
-    }
-    std::optional<TimeMs> playerPosition() override { return position; }
+    void timelineReload() override { ++reloads; }
+    std::optional<TimeMs> playerPosition() override { return 5000; }
     void positionChanged(TimeMs) override { throw std::runtime_error("host"); }
-    void showPosition(TimeSec time) override { shown.push_back(time); }
+    void showPosition(TimeSec) override {}
 
-    std::vector<TimeMs> asked;
-    std::vector<TimeSec> shown;
-    std::optional<TimeMs> position;
     std::atomic<int> reloads = 0;
-    std::function<void()> onReload;
 };
 
 /// Slow, failing, empty, foreign or hanging by turns, beside a plain account of what queue and cache must hold.
@@ -190,36 +180,6 @@ TEST_F(RulerUpdatesTest, WhateverTheSourceAndTheHostDo) {
     }
 }
 
-TEST_F(RulerUpdatesTest, OncePerSecondAndAtOnceWhereAsked) {
-    const auto scheduler = std::make_shared<VirtualScheduler>();
-    RulerSectors sectors;
-    PlainHost host;
-    RulerUpdates updates(scheduler, sectors, host);
-    sectors.updateTimeline(0, 0);
-    updates.startUpdates();
-    updates.startUpdates();
-    scheduler->runUntilIdle();
-    EXPECT_EQ(scheduler->liveThreads(), 2);
-    updates.updateTimeline(sector, sector);
-    scheduler->runUntilIdle();
-    EXPECT_EQ(host.asked, (std::vector<TimeMs>{0, sector * 1000}));
-    sectors.updateTimeline(0, 0);
-    scheduler->advance(milliseconds(999));
-    EXPECT_EQ(host.reloads, 2) << "nobody woke the thread";
-    scheduler->advance(milliseconds(1));
-    EXPECT_EQ(host.reloads, 3);
-    for (const TimeMs position : {1999, 1000, 999, 0, -1, -5000}) {
-        host.position = position;
-        scheduler->advance(milliseconds(1000));
-    }
-    EXPECT_EQ(host.shown, (std::vector<TimeSec>{1, 1, 0, 0, -1, -5000}));
-    EXPECT_EQ(logged, 6) << "one for each throw, which the knob does not mind";
-    host.onReload = [&] { updates.stopUpdates(); };
-    updates.updateTimeline(0, 0);
-    scheduler->runUntilIdle();
-    EXPECT_EQ(scheduler->liveThreads(), 0) << "nothing rests any more";
-}
-
 TEST_F(RulerUpdatesTest, WithoutBothThreadsTheRulerStaysStopped) {
     const auto scheduler = std::make_shared<FewThreads>();
     RulerSectors sectors;
@@ -235,7 +195,6 @@ TEST_F(RulerUpdatesTest, DrawsStopsAndFetchesGoTogether) {
     const auto scheduler = std::make_shared<LoopScheduler>();
     RulerSectors sectors;
     PlainHost host;
-    host.position = 5000;
     RulerUpdates updates(scheduler, sectors, host);
     std::atomic<bool> isDone = false;
     const auto reader = scheduler->spawn("reader", [&] {
