@@ -12,39 +12,6 @@
 namespace korvane {
 namespace {
 
-TEST(Keys, SwitchWhatTheButtonsSwitch) {
-    qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    Application application;
-    Browser& browser = application.browser();
-    QQuickWindow* const window = application.window();
-    ASSERT_TRUE(window) << qPrintable(application.faults().join('\n'));
-    window->setProperty("isImporting", false);
-    QCoreApplication::processEvents();  // the window becomes the active one
-    const auto state = [&] { return std::tuple(browser.groups(), browser.playsOn(), browser.showsRecordings()); };
-    const auto before = state();
-    for (const auto key : {Qt::Key_G, Qt::Key_O, Qt::Key_E}) {
-        QTest::keyClick(window, key);
-        EXPECT_NE(state(), before) << key;
-        QTest::keyClick(window, key, Qt::AltModifier);
-        QTest::keyClick(window, key);
-        EXPECT_EQ(state(), before) << key;
-    }
-    for (const auto key : {Qt::Key_Comma, Qt::Key_Question}) {
-        QTest::keyClick(window, key);
-        QTest::keyClick(window, Qt::Key_G);
-        EXPECT_EQ(state(), before) << "a sheet takes all keys";
-        QTest::keyClick(window, Qt::Key_Escape);
-        QTest::keyClick(window, Qt::Key_G);
-        EXPECT_NE(state(), before) << "and gives them back";
-        QTest::keyClick(window, Qt::Key_G);
-    }
-    QTest::keyClick(window, Qt::Key_Comma);
-    QTest::keyClick(window, Qt::Key_Space);
-    EXPECT_TRUE(browser.groups()) << "the first switch has the focus";
-    QTest::keyClick(window, Qt::Key_Escape);
-    EXPECT_TRUE(application.faults().isEmpty()) << qPrintable(application.faults().join('\n'));
-}
-
 TEST(Keys, GoFromButtonToButtonAsTheEyeDoes) {
     qputenv("QT_MEDIA_BACKEND", "ffmpeg");
     Application application;

@@ -44,23 +44,6 @@ class RulerPageTest : public ApplicationFixture {
     void tap(TimeSec away) { hand().tap(place(away, 40)); }
 };
 
-TEST_F(RulerPageTest, ASwitchKeepsTheMomentAndThePlaying) {
-    for (const State state : {State::Playing, State::Paused}) {
-        player().resume();
-        player().setPosition(first + 120'000);
-        ASSERT_TRUE(plays(120));
-        if (state == State::Paused) press(Qt::Key_Space);
-        for (const Page page : {Page::Events, Page::Timeline, Page::Ruler}) {
-            press(Qt::Key_T);
-            ASSERT_EQ(browser().page(), page);
-            EXPECT_TRUE(until([&] { return page == Page::Ruler ? knob() > 0 : !!navigation().selected(); }));
-            EXPECT_EQ(player().state(), state);
-            EXPECT_LT(std::abs(player().getPosition() - first - 130'000), 12'000);
-        }
-        EXPECT_LT(std::abs(center() - 130), 15);
-    }
-}
-
 TEST_F(RulerPageTest, ATapSeeksAndTheRulerStaysUnlessTheKnobLeavesIt) {
     const TimeSec before = center();
     tap(100);
@@ -84,18 +67,6 @@ TEST_F(RulerPageTest, ATapSeeksAndTheRulerStaysUnlessTheKnobLeavesIt) {
     EXPECT_LT(scrolled, -600);
     EXPECT_TRUE(plays(7'200)) << "the player goes on by itself";
     EXPECT_EQ(center(), scrolled);
-}
-
-TEST_F(RulerPageTest, ARangeHoldsTheMomentAndGivesTheScaleBack) {
-    press(Qt::Key_Minus);
-    press(Qt::Key_R);
-    for (const TimeSec moment : {0, 7'200}) {
-        player().setPosition(first + moment * 1000);
-        EXPECT_TRUE(until([&] { return view().getScale() == 3 && std::abs(center() - moment) < 30; }));
-        EXPECT_NEAR(view().timeScale(), 3'600 / view().width(), 0.2);
-    }
-    press(Qt::Key_R);
-    EXPECT_TRUE(until([&] { return view().getScale() == 1 && knob() > 7'190 && std::abs(center() - knob()) < 30; }));
 }
 
 }  // namespace
