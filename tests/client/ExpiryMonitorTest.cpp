@@ -107,15 +107,5 @@ TEST_F(ExpiryMonitorTest, ACallbackMayEndAnything) {
     EXPECT_EQ(scheduler.liveThreads(), 0);
 }
 
-TEST_F(ExpiryMonitorTest, AbsurdRatesAreTaken) {
-    connection = open();
-    for (const std::int64_t rate : {std::int64_t{-5}, std::int64_t{0}, INT64_MAX, INT64_MIN}) {
-        connection->getKorvaneApi()->setShareTokenExpire(in(4));
-        connection->getKorvaneApi()->setExpireMonitorCallback([this](std::int64_t left) { heard.push_back(left); },
-                                                              rate, INT64_MAX);
-        EXPECT_EQ(heardWithin(10), rate > 0 ? 0u : 10u) << rate;
-    }
-}
-
 }  // namespace
 }  // namespace korvane::test

@@ -171,18 +171,5 @@ TEST_F(LocalServiceTest, DaysAreThoseOfTheZoneThatIsAskedFor) {
     for (const auto& [call, days] : cases) EXPECT_EQ(answer(*camera, call).reply, days);
 }
 
-TEST_F(LocalServiceTest, AbsurdArgumentsDoNoHarm) {
-    constexpr auto most = std::numeric_limits<std::int64_t>::max();
-    constexpr auto least = std::numeric_limits<std::int64_t>::min();
-    for (const std::int64_t value : {most, least, std::int64_t{-1}, std::int64_t{0}}) {
-        for (const int order : {-1, 2}) camera->getEventsSync(value, value, "'; DROP TABLE x;", order, value, value);
-        camera->getTimelineSync(value, most);
-        answer(*camera, [value](auto& c, auto done) { c.getActivity(1, value, most, {}, 0, 0, 100, 0, done); });
-        const Outcome deletion = answer(*camera, [value](auto& c, auto done) { c.deleteEvent(value, done); });
-        EXPECT_NE(deletion.status, StatusSuccess);
-    }
-    EXPECT_EQ((*camera->getEventsSync(-1, -1, {}, 0, 1, 0))["meta"]["total_count"], footage.events.size());
-}
-
 }  // namespace
 }  // namespace korvane::test
