@@ -308,5 +308,38 @@ TEST_F(StripTest, TheMarkStandsWhereThePlayerIs) {
     ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("playing on"));
 }
 
+TEST_F(StripTest, EndsAnEntryOnceMoreAfterASeekBack) {
+    const auto isOver = [this] { return browser().message() == "End of the recording"; };
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(click("label", "Recordings"));
+    ASSERT_TRUE(until([this] { return browser().count() == "3 recordings"; }));
+    ASSERT_TRUE(comesTo(1));
+    // The next film touches this one, so nothing but the strip stops the player.
+    player().setPosition(first + 19'000);
+    ASSERT_TRUE(until(isOver));
+    const TimeMs over = player().getPosition();
+    drag(40);
+    ASSERT_TRUE(until([&] { return player().state() == State::Paused && player().getPosition() < over - 2'000; }));
+    EXPECT_FALSE(isOver());
+    press(Qt::Key_Space);
+    ASSERT_TRUE(comesTo(1));
+    ASSERT_NO_FATAL_FAILURE(expectMarkAtPlayer("a seek back"));
+    press(Qt::Key_Space);
+    player().setPosition(first + 19'000);
+    EXPECT_TRUE(until(isOver));
+    EXPECT_LT(player().getPosition(), first + 30'000) << "not only where the footage has a hole";
+}
+
+TEST_F(StripTest, ASwitchLeavesTheEndBehind) {
+    press(Qt::Key_Home);
+    ASSERT_TRUE(comesTo(1));
+    player().setPosition(first + 39'500);
+    ASSERT_TRUE(until([this] { return browser().message() == "End of the event"; }));
+    ASSERT_NO_FATAL_FAILURE(click("label", "Group"));
+    ASSERT_TRUE(until([this] { return browser().count() == "9 events, grouped" && navigation().selected(); }));
+    EXPECT_EQ(browser().message(), "Paused");
+}
+
 }  // namespace
 }  // namespace korvane::test

@@ -106,6 +106,21 @@ TEST_F(TimelineViewTest, FollowsAPlayerUntilItIsStopped) {
     EXPECT_EQ(ui_.scheduler().liveThreads(), threadsBefore_);
 }
 
+TEST_F(TimelineViewTest, WhatIsRecordedMeanwhileAppears) {
+    record(ui_.scheduler().utcNow() - 2 * hour, ui_.scheduler().utcNow() - 1 * hour);
+    player_->position = ui_.scheduler().utcNow() - 9 * hour;
+    view_->setPlayer(player_);
+    view_->setScale(2);
+    watch(6);
+    const TimeMs begin = ui_.scheduler().utcNow() - 1'000;
+    record(begin, begin + 60'000);
+    watch(6);
+    view_->setPlayer(nullptr);
+    const TimeMs present = begin / (3 * hour) * 3 * hour;
+    const auto asked = service_.requests("getTimelineSync");
+    EXPECT_GE(std::ranges::count_if(asked, [&](const auto& request) { return request.start == present; }), 3);
+}
+
 TEST_F(TimelineViewTest, AHostsAnswerReplacesTheCameras) {
     const TimeMs start = ui_.scheduler().utcNow() - 5 * hour;
     std::vector<TimeMs> asked;
