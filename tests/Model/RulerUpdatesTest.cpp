@@ -180,6 +180,22 @@ TEST_F(RulerUpdatesTest, WhateverTheSourceAndTheHostDo) {
     }
 }
 
+TEST_F(RulerUpdatesTest, LooksOnceASecondWithoutBeingWoken) {
+    const auto scheduler = std::make_shared<VirtualScheduler>();
+    RulerSectors sectors;
+    PlainHost host;
+    RulerUpdates updates(scheduler, sectors, host);
+    updates.startUpdates();
+    scheduler->runUntilIdle();
+    const int before = host.reloads;
+    sectors.updateTimeline(0, 0);
+    scheduler->advance(milliseconds(999));
+    EXPECT_EQ(host.reloads, before);
+    scheduler->advance(milliseconds(1));
+    EXPECT_EQ(host.reloads, before + 1);
+    updates.stopUpdates();
+}
+
 TEST_F(RulerUpdatesTest, WithoutBothThreadsTheRulerStaysStopped) {
     const auto scheduler = std::make_shared<FewThreads>();
     RulerSectors sectors;

@@ -39,6 +39,12 @@ class LogTest : public ::testing::Test {
     const LogSink before = setLogSink([this](std::string_view line) { lines.emplace_back(line); });
 };
 
+TEST_F(LogTest, TracesFromTheirLevelOn) {
+    KSDK_LogLevel = 3;
+    for (const int level : {1, 3, 7}) trace(level, "View", "level ", level);
+    EXPECT_EQ(lines, (std::vector<std::string>{"View: level 1", "View: level 3"}));
+}
+
 TEST_F(LogTest, ErrorsComeAtEveryLevelAndStayOnOneLine) {
     logError("Provider: fill", "broken\r\nProvider: forged");
     EXPECT_EQ(lines, std::vector<std::string>{"Provider: fill: broken  Provider: forged"});

@@ -254,5 +254,16 @@ TEST_F(CalendarViewTest, ShowsTheControlsOfItsConfig) {
     }
 }
 
+TEST_F(CalendarViewTest, IsLedByAScreenReader) {
+    mark({"2023-11-03"});
+    for (const char* name : {"Friday, 3 November 2023, recorded", "Previous month", "Close"}) {
+        QQuickItem* const item = spoken(name);
+        ASSERT_TRUE(item) << name;
+        QAccessibleInterface* const heard = QAccessible::queryAccessibleInterface(item);
+        heard->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    }
+    EXPECT_EQ(take(), "selected 1698969600000; close; ");
+}
+
 }  // namespace
 }  // namespace korvane::test

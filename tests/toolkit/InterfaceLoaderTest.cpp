@@ -86,5 +86,17 @@ TEST_F(InterfaceLoaderTest, ContextReachesAllThatIsMadeAndTheirCells) {
     EXPECT_EQ(ofCells, own);
 }
 
+TEST_F(InterfaceLoaderTest, ABadCellLayoutGivesPlainCells) {
+    TwoPlainCells source;
+    for (const QByteArray text : {"import QtQuick\nItem { }", "}"}) {
+        CollectionView strip(ui.root());
+        strip.registerNib(write(QString::number(text.size()) + ".qml", text), QStringLiteral("cell"));
+        strip.setSize({300, 50});
+        strip.setDataSource(&source);
+        ui.settle();
+        EXPECT_TRUE(strip.cellForItemAtIndexPath(0));
+    }
+}
+
 }  // namespace
 }  // namespace korvane

@@ -4,6 +4,9 @@
 
 #include <limits>
 
+#include "korvane/base/VirtualScheduler.h"
+#include "korvane/tests/views/FakePlaybackHost.h"
+
 namespace korvane::test {
 namespace {
 
@@ -55,6 +58,21 @@ TEST(PlaybackTickTest, DecidesByPositionAndEnd) {
         const auto tick = playbackTick(eventRules, {0}, end, position);
         EXPECT_TRUE(tick.tellsStarted && tick.progress.played) << position;
     }
+}
+
+TEST(PlaybackEngineTest, ARunOfTheTreeHoldsWhileTheStripMoves) {
+    const auto scheduler = std::make_shared<VirtualScheduler>();
+    FakePlaybackHost owner;
+    owner.rangeEnd = 60'000;
+    owner.scrolls = true;
+    PlaybackEngine engine(scheduler, treeRules, [](TimeMs, TimeMs, TimeMs) {});
+    const auto event = ScrubberEvent::build(1, 30'000);
+    engine.start(&owner, event);
+    scheduler->advance(5s);
+    EXPECT_EQ(owner.polls + owner.started, 0);
+    owner.scrolls = false;
+    scheduler->advance(1s);
+    EXPECT_EQ(owner.started, 1);
 }
 
 }  // namespace
