@@ -1,7 +1,6 @@
 #include <limits>
 
 #include "korvane/base/Log.h"
-#include "korvane/base/Semaphore.h"
 #include "korvane/client/Status.h"
 #include "korvane/tests/Model/DayTreeFixture.h"
 

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <limits>
 
 #include "korvane/tests/Model/DayTreeFixture.h"

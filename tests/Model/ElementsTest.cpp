@@ -1,5 +1,4 @@
 #include "korvane/base/UtcTime.h"
-#include "korvane/client/Status.h"
 #include "korvane/tests/Model/ProviderFixture.h"
 #include "korvane/views/timeline/Model/ReplyValues.h"
 

@@ -1,4 +1,3 @@
-#include "korvane/client/Status.h"
 #include "korvane/tests/Model/ProviderFixture.h"
 
 namespace korvane::test {

@@ -1,7 +1,5 @@
 #include "korvane/apps/browser/Browser.h"
-#include "korvane/apps/browser/StatusText.h"
 #include "korvane/apps/browser/tour/EventPump.h"
-#include "korvane/client/Status.h"
 #include "korvane/tests/apps/PlayerFixture.h"
 #include "korvane/views/timeline/ScrubberViewDelegate.h"
 

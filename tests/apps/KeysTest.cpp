@@ -4,7 +4,6 @@
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QSignalSpy>
 #include <QTest>
 
 #include "korvane/apps/browser/Application.h"

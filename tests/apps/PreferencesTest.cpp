@@ -1,7 +1,6 @@
 #include "korvane/apps/browser/Preferences.h"
 
 #include "korvane/apps/browser/Application.h"
-#include "korvane/base/Log.h"
 #include "korvane/tests/server/TempFolder.h"
 
 namespace korvane {

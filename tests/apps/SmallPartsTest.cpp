@@ -8,11 +8,9 @@
 #include "korvane/apps/browser/RecordingsReply.h"
 #include "korvane/apps/browser/ServiceWatch.h"
 #include "korvane/apps/browser/SoundQueue.h"
-#include "korvane/apps/browser/StatusText.h"
 #include "korvane/base/VirtualScheduler.h"
 #include "korvane/client/IcuHelpers.h"
 #include "korvane/client/Status.h"
-#include "korvane/tests/server/TempFolder.h"
 #include "korvane/toolkit/QtScheduler.h"
 
 namespace korvane::test {

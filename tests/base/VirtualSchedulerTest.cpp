@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "korvane/base/Semaphore.h"
 
 namespace korvane {

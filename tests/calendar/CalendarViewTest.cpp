@@ -13,7 +13,6 @@
 
 #include "korvane/base/Log.h"
 #include "korvane/calendar/CalendarMonthModel.h"
-#include "korvane/calendar/CalendarTypes.h"
 #include "korvane/tests/support/qt/VirtualUi.h"
 
 namespace korvane::test {

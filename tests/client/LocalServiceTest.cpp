@@ -1,5 +1,4 @@
 #include <array>
-#include <limits>
 
 #include "korvane/base/LoopScheduler.h"
 #include "korvane/client/Status.h"

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "korvane/tests/toolkit/StripFixture.h"
-#include "korvane/toolkit/Coordinates.h"
 
 namespace korvane {
 namespace {

@@ -3,10 +3,7 @@
 #include <QQuickItem>
 #include <QTemporaryDir>
 
-#include "korvane/base/Log.h"
 #include "korvane/tests/toolkit/StripFixture.h"
-#include "korvane/toolkit/ImageView.h"
-#include "korvane/toolkit/LayoutConstraint.h"
 
 namespace korvane {
 namespace {
