@@ -17,8 +17,9 @@ using namespace std::chrono_literals;
 struct AnimatorTest : testing::Test {
     using Log = std::vector<std::string>;
 
-    VirtualUi ui;
+    // Outlives what still ends when the other goes.
     Log log;
+    VirtualUi ui;
 
     Completion note(const std::string& name) {
         return [this, name](bool finished) { log.push_back(name + (finished ? "+" : "-")); };
