@@ -272,6 +272,7 @@ FilmDecoder::Step FilmDecoder::State::searchEnd() {
     search.reset();
     return goTo(*sought) ? Step::Nothing : Step::Picture;
 }
+
 FilmDecoder::FilmDecoder(const AvSource& source, FrameConverter& converter, SoundDecoder::Sink sound)
     : state_(std::make_unique<State>(source, converter, std::move(sound))) {}
 
