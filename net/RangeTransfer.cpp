@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "korvane/net/CurlHandles.h"
+#include "korvane/net/FramingGuard.h"
 
 namespace korvane {
 namespace {
@@ -30,6 +31,7 @@ MediaFault faultOf(CURLcode code) {
         case CURLE_SEND_ERROR:
         case CURLE_WEIRD_SERVER_REPLY:
         case CURLE_WRITE_ERROR:
+        case CURLE_ABORTED_BY_CALLBACK:
             return MediaFault::Broken;
         default:
             return MediaFault::Unreachable;
@@ -63,6 +65,7 @@ struct RangeTransfer::State {
     const MediaOptions options;
     const Sink sink;
     MultiHandle multi;
+    FramingGuard framing;
     EasyHandle easy;
     bool isRunning = false;
     bool isHeadRead = false;
@@ -179,6 +182,7 @@ void RangeTransfer::start(const std::string& url, std::int64_t from, std::int64_
     state_->from = state_->next = from;
     if (!state_->multi || !state_->easy) return;
     const std::string range = std::to_string(from) + "-" + std::to_string(from + count - 1);
+    state_->framing.watch(state_->easy.get());
     curl_easy_setopt(state_->easy.get(), CURLOPT_URL, url.c_str());
     curl_easy_setopt(state_->easy.get(), CURLOPT_RANGE, range.c_str());
     state_->isRunning = curl_multi_add_handle(state_->multi.get(), state_->easy.get()) == CURLM_OK;

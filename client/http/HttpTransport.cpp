@@ -11,6 +11,7 @@
 
 #include "korvane/base/Log.h"
 #include "korvane/net/CurlHandles.h"
+#include "korvane/net/FramingGuard.h"
 
 namespace korvane {
 namespace {
@@ -28,6 +29,7 @@ struct Transfer {
     HttpRequest request;
     HttpTransport::Arrival arrival;
     std::unique_ptr<curl_slist, ListDeleter> headers;
+    FramingGuard framing;
     EasyHandle easy;
     std::string body;
     std::size_t maxReplyBytes = 0;
@@ -59,6 +61,7 @@ End endOf(CURLcode code, bool isTooLarge) {
         case CURLE_OK:
             return End::Complete;
         case CURLE_FILESIZE_EXCEEDED:
+        case CURLE_ABORTED_BY_CALLBACK:
             return End::TooLarge;
         case CURLE_OPERATION_TIMEDOUT:
             return End::TimedOut;
@@ -91,6 +94,7 @@ void setUp(Transfer& transfer, const HttpOptions& options) {
     curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.maxReplyBytes));
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &transfer);
+    transfer.framing.watch(easy);
     if (transfer.request.method == HttpMethod::Delete) curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "DELETE");
 
     curl_slist* headers = curl_slist_append(nullptr, "Accept: application/json");

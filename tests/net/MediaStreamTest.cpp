@@ -108,6 +108,8 @@ TEST_F(MediaStreamTest, WhatIsNoFilmOfThatServiceIsAFault) {
         {says("302 Found\r\nLocation: /again\r\nContent-Length: 0"), MediaFault::BadAddress},
         {says("206 Part\r\nContent-Range: bytes 7-9/10\r\nContent-Length: 3"), MediaFault::Broken},
         {says("206 Part\r\nContent-Length: 3"), MediaFault::Broken},
+        {says("200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3;" + std::string(200'000, 'x') + "\r\nabc\r\n0"),
+         MediaFault::Broken},
         {[](const std::string&) { return Answer{"garbage"}; }, MediaFault::BadAddress},
         {[](const std::string&) { return Answer{}; }, MediaFault::Broken},
         {[](const std::string&) { return std::nullopt; }, MediaFault::TimedOut},

@@ -1,0 +1,33 @@
+#include "korvane/net/FramingGuard.h"
+
+namespace korvane {
+namespace {
+
+// A byte a chunk, which no service means, is six bytes for one.
+constexpr std::int64_t mostForAByte = 16;
+constexpr std::int64_t mostAtFirst = 65'536;
+
+}  // namespace
+
+void FramingGuard::watch(CURL* easy) {
+    received_ = 0;
+    // What came is told before its chunks are taken apart, and to this callback alone.
+    curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
+    curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, count);
+    curl_easy_setopt(easy, CURLOPT_DEBUGDATA, this);
+    curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, check);
+    curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
+}
+
+int FramingGuard::count(CURL*, curl_infotype type, char*, std::size_t size, void* context) noexcept {
+    if (type == CURLINFO_DATA_IN) static_cast<FramingGuard*>(context)->received_ += static_cast<std::int64_t>(size);
+    return 0;
+}
+
+int FramingGuard::check(void* context, curl_off_t, curl_off_t body, curl_off_t, curl_off_t) noexcept {
+    const std::int64_t received = static_cast<FramingGuard*>(context)->received_;
+    return received - mostAtFirst > body * mostForAByte ? 1 : 0;
+}
+
+}  // namespace korvane
