@@ -249,8 +249,14 @@ class Import {
         reading.events = readEventList(*text, reasons, options_.cancel);
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
+        // A list grows by a line at a time: the pictures of those before are not taken anew for it.
+        auto pictured = storage_.picturedEvents(report_.cameraId, reading.source.path);
+        if (!pictured) return pictured.error();
         for (NewEvent& event : reading.events) {
             if (isCancelled()) return std::nullopt;
+            const auto known = pictured->find({event.time, event.name});
+            event.keepsThumbnail = known != pictured->end() && known->second-- > 0;
+            if (event.keepsThumbnail) continue;
             PageQuery covering;
             covering.range = {event.time, event.time};
             covering.limit = 1;

@@ -53,6 +53,26 @@ class SourceEvents::Matching {
     std::multimap<std::pair<std::string, TimeMs>, Known> left_;
 };
 
+EventCounts SourceEvents::pictured() {
+    EventCounts counts;
+    if (!find()) return counts;
+    for (const Known& event : known()) {
+        std::int64_t& count = counts.emplace(std::pair(event.time, event.name), 0).first->second;
+        const bool needsOne = !event.thumbnail && !event.isDeleted;
+        count = needsOne || count < 0 ? -1 : count + 1;
+    }
+    std::erase_if(counts, [](const auto& entry) { return entry.second < 0; });
+    return counts;
+}
+
+bool SourceEvents::find() {
+    Query query = database_.query("SELECT id FROM sources WHERE camera = ? AND path = ?");
+    query.bind(camera_).bind(path_);
+    const bool isThere = query.step();
+    if (isThere) source_ = query.integer(0);
+    return isThere;
+}
+
 void SourceEvents::describe(const SourceFile& source) {
     database_
         .query(
@@ -65,9 +85,7 @@ void SourceEvents::describe(const SourceFile& source) {
         .bind(source.modified)
         .bind(source.rejection)
         .run();
-    Query query = database_.query("SELECT id FROM sources WHERE camera = ? AND path = ?");
-    query.bind(camera_).bind(path_).step();
-    source_ = query.integer(0);
+    find();
 }
 
 void SourceEvents::replaceRecord(const std::optional<NewRecord>& record) {
@@ -108,7 +126,7 @@ void SourceEvents::replaceEvents(const std::vector<NewEvent>& events, TimeMs tol
         if (matches[i])
             keep(*matches[i], events[i]);
         else
-            add(events[i], std::nullopt);
+            add(events[i], std::nullopt, storeThumbnail(events[i].thumbnail));
     }
 }
 
@@ -131,28 +149,18 @@ void SourceEvents::keep(const Known& known, const NewEvent& event) {
         database_.query("UPDATE deleted_events SET time = ? WHERE id = ?").bind(event.time).bind(known.id).run();
         return;
     }
+    const auto thumbnail = event.keepsThumbnail ? known.thumbnail : changeThumbnail(known.thumbnail, event.thumbnail);
     if (known.time != event.time || known.name != event.name) {
         // The counts beside the events follow rows that come and go.
-        remove(known);
-        add(event, known.id);
-        return;
+        database_.query("DELETE FROM events WHERE id = ?").bind(known.id).run();
+        add(event, known.id, thumbnail);
+    } else if (thumbnail != known.thumbnail) {
+        database_.query("UPDATE events SET thumbnail = ? WHERE id = ?").bind(thumbnail).bind(known.id).run();
     }
-    if (event.keepsThumbnail) return;
-    if (known.thumbnail && !event.thumbnail.empty()) {
-        database_.query("UPDATE thumbnails SET jpeg = ? WHERE id = ?")
-            .bindBlob(event.thumbnail)
-            .bind(*known.thumbnail)
-            .run();
-        return;
-    }
-    if (!known.thumbnail && event.thumbnail.empty()) return;
-    if (known.thumbnail) database_.query("DELETE FROM thumbnails WHERE id = ?").bind(*known.thumbnail).run();
-    const auto thumbnail = storeThumbnail(event.thumbnail);
-    database_.query("UPDATE events SET thumbnail = ? WHERE id = ?").bind(thumbnail).bind(known.id).run();
 }
 
-void SourceEvents::add(const NewEvent& event, const std::optional<std::int64_t>& id) {
-    const auto thumbnail = storeThumbnail(event.thumbnail);
+void SourceEvents::add(const NewEvent& event, const std::optional<std::int64_t>& id,
+                       const std::optional<std::int64_t>& thumbnail) {
     database_.query("INSERT INTO events(id, camera, time, name, source, thumbnail) VALUES(?, ?, ?, ?, ?, ?)")
         .bind(id)
         .bind(camera_)
@@ -168,6 +176,16 @@ void SourceEvents::remove(const Known& known) {
     database_.query("DELETE FROM events WHERE id = ?").bind(known.id).run();
 }
 
+std::optional<std::int64_t> SourceEvents::changeThumbnail(const std::optional<std::int64_t>& known,
+                                                          const std::string& jpeg) {
+    if (known && !jpeg.empty()) {
+        database_.query("UPDATE thumbnails SET jpeg = ? WHERE id = ?").bindBlob(jpeg).bind(*known).run();
+        return known;
+    }
+    if (known) database_.query("DELETE FROM thumbnails WHERE id = ?").bind(*known).run();
+    return storeThumbnail(jpeg);
+}
+
 std::optional<std::int64_t> SourceEvents::storeThumbnail(const std::string& jpeg) {
     if (jpeg.empty()) return std::nullopt;
     database_.query("INSERT INTO thumbnails(jpeg) VALUES(?)").bindBlob(jpeg).run();
@@ -175,12 +193,7 @@ std::optional<std::int64_t> SourceEvents::storeThumbnail(const std::string& jpeg
 }
 
 void SourceEvents::forget() {
-    {
-        Query query = database_.query("SELECT id FROM sources WHERE camera = ? AND path = ?");
-        query.bind(camera_).bind(path_);
-        if (!query.step()) return;
-        source_ = query.integer(0);
-    }
+    if (!find()) return;
     for (const char* sql : {"DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM events WHERE source = ?)",
                             "DELETE FROM thumbnails WHERE id IN (SELECT thumbnail FROM records WHERE source = ?)",
                             "DELETE FROM events WHERE source = ?", "DELETE FROM records WHERE source = ?",

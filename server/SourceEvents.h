@@ -18,6 +18,8 @@ class SourceEvents {
     SourceEvents(Database& database, std::int64_t camera, std::string path)
         : database_(database), camera_(camera), path_(std::move(path)) {}
 
+    /// As Storage::picturedEvents().
+    EventCounts pictured();
     /// Stores how the file was; what came from it stays.
     void describe(const SourceFile& source);
     /// Precondition of both: the file was described.
@@ -31,10 +33,13 @@ class SourceEvents {
     struct Known;
     class Matching;
 
+    bool find();
     std::vector<Known> known();
     std::optional<std::int64_t> storeThumbnail(const std::string& jpeg);
+    std::optional<std::int64_t> changeThumbnail(const std::optional<std::int64_t>& known, const std::string& jpeg);
     void keep(const Known& known, const NewEvent& event);
-    void add(const NewEvent& event, const std::optional<std::int64_t>& id);
+    void add(const NewEvent& event, const std::optional<std::int64_t>& id,
+             const std::optional<std::int64_t>& thumbnail);
     void remove(const Known& known);
 
     Database& database_;

@@ -458,6 +458,10 @@ Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
     });
 }
 
+Result<EventCounts> Storage::picturedEvents(std::int64_t camera, const std::string& path) {
+    return reading(*readers_, [&](Database& database) { return SourceEvents(database, camera, path).pictured(); });
+}
+
 Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,
                                 const std::vector<NewEvent>& events) {
     return writing(*writer_, [&](Database& database) {
