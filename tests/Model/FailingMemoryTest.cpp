@@ -193,6 +193,23 @@ TEST_F(FailingMemoryTest, LeavesAListWholeWhereverItRunsOut) {
     }
 }
 
+TEST_F(FailingMemoryTest, EndsTheLoadOfAListWithOneWord) {
+    service.withFootage([&](ScriptedFootage& footage) { footage.addEvent({1, newest, "motion", ""}); });
+    ASSERT_EQ(bind(), StatusSuccess);
+    // The fake camera's own JSON must not be what runs out of memory.
+    service.scriptAll("getEvents", Script::failed(503));
+    bool isReached = true;
+    for (int call = 1; isReached; ++call) {
+        delegate->take();
+        allocationsLeft = call;
+        provider->requestEvents(-1, -1, -1);
+        isReached = std::exchange(allocationsLeft, 0) == 0;
+        scheduler.runUntilIdle();
+        EXPECT_EQ(delegate->take(), Calls{isReached ? "reload -1 0" : "reload 503 0"}) << call;
+        EXPECT_EQ(provider->OnScrubberGetEventsCount(), 3);
+    }
+}
+
 TEST_F(FailingMemoryTest, EndsTheLoadOfADayTreeWithOneWord) {
     ShortOfMemory background(scheduler);
     ScriptedService days(background);

@@ -195,7 +195,7 @@ void ScrubberPagedDataProvider::completePage(const PageQuery& /*query*/, Reply o
 std::int32_t ScrubberPagedDataProvider::requestEvents(TimeMs start, TimeMs withEnd, TimeMs withStartFrom) {
     if (isClosing()) return 0;
     trace(1, classPath(), "requestEvents");
-    guarded([&] {
+    const std::int32_t outcome = guarded([&] {
         const std::lock_guard lock(listLock());
         const Range asked = range();
         const PageQuery query{start, withEnd, asked.eventType, asked.isAscending, asked.limit, asked.offset};
@@ -203,6 +203,7 @@ std::int32_t ScrubberPagedDataProvider::requestEvents(TimeMs start, TimeMs withE
         fetch(query, [self = self(), load, query](const Answer& answer) { self->onFirstPage(load, query, answer); });
         return StatusSuccess;
     });
+    if (outcome != StatusSuccess) tellReload(outcome, ScrubberStateReady);
     return 0;
 }
 
@@ -219,10 +220,17 @@ void ScrubberPagedDataProvider::onFirstPage(const FirstLoad& load, const PageQue
             tellReload(answer.status, ScrubberStateReady);
             return;
         }
-        const Reply& objects = answer.page->objects;
-        const auto told = static_cast<std::uint64_t>(std::max<std::int64_t>(query.offset, 0)) + objects.size();
-        makeList(std::max<std::uint64_t>(*answer.page->total, told), query);
-        fillSlots(objects, slotAtOffset(query.offset));
+        const std::int32_t outcome = guarded([&] {
+            const Reply& objects = answer.page->objects;
+            const auto told = static_cast<std::uint64_t>(std::max<std::int64_t>(query.offset, 0)) + objects.size();
+            makeList(std::max<std::uint64_t>(*answer.page->total, told), query);
+            fillSlots(objects, slotAtOffset(query.offset));
+            return StatusSuccess;
+        });
+        if (outcome != StatusSuccess) {
+            tellReload(outcome, ScrubberStateReady);
+            return;
+        }
     }
     tellReload(StatusSuccess, load.position > 0 ? ScrubberStateLoading : ScrubberStateReady);
     if (load.position > 0) updateForTime(load.position, true, false);
