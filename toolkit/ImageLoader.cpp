@@ -8,6 +8,7 @@
 #include <QNetworkReply>
 #include <QThread>
 #include <QTimer>
+#include <algorithm>
 #include <utility>
 
 #include "korvane/base/LifeToken.h"
@@ -23,6 +24,7 @@ using Queue = LoadQueue<QImage, QString>;
 
 constexpr int mostRedirects = 5;
 constexpr int mostConnections = 6;  // that QNetworkAccessManager opens to a host
+constexpr qint64 readAhead = 256 * 1024;
 using Report = std::function<void(Queue::Id id, const QImage& image, const QString& error)>;
 
 QString pathOf(const QUrl& url) {
@@ -77,14 +79,27 @@ class Worker final : public Mailbox {
         wanted.setMaximumRedirectsAllowed(mostRedirects);
         wanted.setTransferTimeout(static_cast<int>(limits_.idleTimeout.count()));
         QNetworkReply* reply = network().get(wanted);
-        connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
-            if (reply->bytesAvailable() > limits_.maxBytes) giveUp(reply, QStringLiteral("too large"));
-        });
+        // Without it what the service sends piles up in front of this thread.
+        reply->setReadBufferSize(readAhead);
+        bodies_.insert(reply, {});
+        connect(reply, &QNetworkReply::readyRead, this, [this, reply] { take(reply); });
         auto* const timer = new QTimer(reply);  // QTimer::singleShot() would outlast the reply
         timer->setSingleShot(true);
         connect(timer, &QTimer::timeout, reply, [reply] { giveUp(reply, QStringLiteral("timed out")); });
         timer->start(limits_.totalTimeout);
         connect(reply, &QNetworkReply::finished, this, [this, id, request, reply] { downloaded(id, request, reply); });
+    }
+
+    void take(QNetworkReply* reply) {
+        QByteArray& body = bodies_[reply];
+        const qsizetype before = body.size();
+        if (reply->isOpen()) body += reply->readAll();
+        bytesHeld_ += body.size() - before;
+        if (body.size() > limits_.maxBytes) return giveUp(reply, QStringLiteral("too large"));
+        if (bytesHeld_ <= limits_.maxBytesOfAll) return;
+        const auto isShorter = [](const QByteArray& a, const QByteArray& b) { return a.size() < b.size(); };
+        giveUp(std::max_element(bodies_.begin(), bodies_.end(), isShorter).key(),
+               QStringLiteral("too large beside others"));
     }
 
     static void giveUp(QNetworkReply* reply, const QString& why) {
@@ -99,15 +114,15 @@ class Worker final : public Mailbox {
 
     void downloaded(Queue::Id id, const Queue::Request& request, QNetworkReply* reply) {
         reply->deleteLater();
-        if (reply->error() == QNetworkReply::NoError) {
-            decode(id, request, reply->readAll());
-            return;
-        }
-        // The reply's own text quotes the URL.
+        QByteArray body = bodies_.take(reply);
+        bytesHeld_ -= body.size();
+        if (reply->isOpen()) body += reply->readAll();
         QString why = reply->property("why").toString();
-        if (why.isEmpty()) {
+        // The reply's own text quotes the URL.
+        if (why.isEmpty() && reply->error() != QNetworkReply::NoError)
             why = QString::fromLatin1(QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(reply->error()));
-        }
+        if (why.isEmpty() && body.size() > limits_.maxBytes) why = QStringLiteral("too large");
+        if (why.isEmpty()) return decode(id, request, body);
         report_(id, {}, why);
     }
 
@@ -121,6 +136,8 @@ class Worker final : public Mailbox {
     const PictureDecoder decoder_;
     const Report report_;
     std::unique_ptr<QNetworkAccessManager> network_;
+    QHash<QNetworkReply*, QByteArray> bodies_;  // so far
+    qint64 bytesHeld_ = 0;                      // in all of them
 };
 
 }  // namespace

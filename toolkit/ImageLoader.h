@@ -32,6 +32,7 @@ class ImageLoader {
     struct Limits {
         int loadsAtATime = 12;                          ///< of one host, over six connections
         std::int64_t maxBytes = 32 * 1024 * 1024;       ///< of a reply
+        std::int64_t maxBytesOfAll = 64 * 1024 * 1024;  ///< of those on their way; the longest gives way
         std::chrono::milliseconds idleTimeout{15'000};  ///< without a byte
         std::chrono::milliseconds totalTimeout{60'000};
     };

@@ -79,7 +79,7 @@ TEST(ImageCache, EmptiesItsDiskLevel) {
     EXPECT_TRUE(isDone && cache.imageFromDiskCacheForKey(key).isNull());
 }
 
-/// Answers by path, /held only when told to. Each connection serves one request.
+/// Answers by path, /held... only when told to. Each connection serves one request.
 class Service : public QObject {
   public:
     Service() {
@@ -123,7 +123,7 @@ class Service : public QObject {
         const QString path = QString::fromLatin1(socket.readAll().split(' ').value(1));
         asked.push_back(path);
         if (path == "/vanish") return socket.abort();
-        if (path == "/held") return held.push_back(&socket);
+        if (path.startsWith("/held")) return held.push_back(&socket);
         send(socket, path);
     }
 
@@ -188,6 +188,21 @@ TEST_F(LoadingTest, BadRepliesGiveAReasonWithoutTheUrl) {
         EXPECT_FALSE(error.isEmpty());
         EXPECT_FALSE(error.contains("127.0.0.1"));
     }
+}
+
+TEST_F(LoadingTest, RepliesOnTheirWayHaveOneLimit) {
+    ImageLoader loader(scheduler, {.maxBytes = 90'000, .maxBytesOfAll = 100'000});
+    QStringList errors;
+    for (const char* path : {"/held/1", "/held/2"})
+        loader.load(service.url(path), {}, [&](const QImage&, const QString& error) { errors << error; });
+    runUntil([&] { return service.held.size() == 2; });
+    for (const int i : {0, 1})
+        service.held[static_cast<std::size_t>(i)]->write("HTTP/1.1 200 OK\r\nContent-Length: 90000\r\n\r\n" +
+                                                         QByteArray(60'000 + i, 'x'));
+    runUntil([&] { return !errors.empty(); });
+    service.held[0]->write(QByteArray(30'000, 'x'));
+    runUntil([&] { return errors.size() == 2; });
+    EXPECT_EQ(errors, QStringList({"too large beside others", "no whole picture of a known kind"}));
 }
 
 TEST_F(LoadingTest, OtherKindsOfPicturesAreRefusedWhateverTheyAreCalled) {
