@@ -61,7 +61,6 @@ End endOf(CURLcode code, bool isTooLarge) {
         case CURLE_OK:
             return End::Complete;
         case CURLE_FILESIZE_EXCEEDED:
-        case CURLE_ABORTED_BY_CALLBACK:
             return End::TooLarge;
         case CURLE_OPERATION_TIMEDOUT:
             return End::TimedOut;
@@ -84,6 +83,8 @@ void setUp(Transfer& transfer, const HttpOptions& options) {
     curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // What stands around the body of the second version's frames, nobody counts.
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
     // Otherwise giving a request up waits for the look-up of its name, and all others wait with it.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(options.connectTimeout.count()));
@@ -248,7 +249,8 @@ void HttpTransport::Worker::finishDone() {
     while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
         if (message->msg != CURLMSG_DONE) continue;
         CURL* easy = message->easy_handle;
-        finish(easy, endOf(message->data.result, active_.at(easy)->isTooLarge));
+        const Transfer& transfer = *active_.at(easy);
+        finish(easy, endOf(message->data.result, transfer.isTooLarge || transfer.framing.hasEndedIt()));
     }
 }
 

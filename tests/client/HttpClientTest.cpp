@@ -85,6 +85,12 @@ class HttpClientTest : public testing::Test {
 
 TEST_F(HttpClientTest, RepliesOfAllKinds) {
     const std::string head = "HTTP/1.1 200 OK\r\n";
+    const std::string chunked = head + "Transfer-Encoding: chunked\r\n\r\n";
+    const auto lines = [](int count, const std::string& line) {
+        std::string all;
+        for (int i = 0; i < count; ++i) all += line;
+        return all;
+    };
     const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
     const std::string plain404 = "The service answered with status 404.";
     const std::tuple<const char*, std::string, std::int32_t, std::optional<Reply>> cases[] = {
@@ -97,9 +103,17 @@ TEST_F(HttpClientTest, RepliesOfAllKinds) {
         {"too deep", RawServer::ok(nested(maxJsonDepth + 1)), StatusMalformedReply, {}},
         {"brackets in a string", RawServer::ok("\"\\\"" + nested(99) + "\""), 0, "\"" + nested(99)},
         {"a body cut short", head + "Content-Length: 100\r\n\r\n{}", StatusMalformedReply, {}},
-        {"a chunk cut short", head + "Transfer-Encoding: chunked\r\n\r\n20\r\n{}", StatusMalformedReply, {}},
+        {"a chunk cut short", chunked + "20\r\n{}", StatusMalformedReply, {}},
         {"chunks with little in them",
-         head + "Transfer-Encoding: chunked\r\n\r\n2;" + std::string(200'000, 'x') + "\r\n{}\r\n0\r\n\r\n",
+         chunked + "2;" + std::string(200'000, 'x') + "\r\n{}\r\n0\r\n\r\n",
+         StatusReplyTooLarge,
+         {}},
+        {"trailers",
+         chunked + "9000\r\n{}" + std::string(0x9000 - 2, ' ') + "\r\n0\r\n" + lines(50'000, "a:\r\n") + "\r\n",
+         StatusReplyTooLarge,
+         {}},
+        {"one trailer in parts",
+         chunked + "9000\r\n{}" + std::string(0x9000 - 2, ' ') + "\r\n0\r\na:" + lines(20'000, " longer\r\n") + "\r\n",
          StatusReplyTooLarge,
          {}},
         {"no HTTP", "garbage\r\n\r\n", StatusMalformedReply, {}},
