@@ -75,6 +75,10 @@ class Worker final : public Mailbox {
     void download(Queue::Id id, const Queue::Request& request) {
         QNetworkRequest wanted(request.url);
         wanted.setAttribute(QNetworkRequest::HttpPipeliningAllowedAttribute, true);
+        // The second version of the protocol reads ahead as far as the service likes.
+        wanted.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+        // No picture gets smaller by it.
+        wanted.setRawHeader("Accept-Encoding", "identity");
         wanted.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
         wanted.setMaximumRedirectsAllowed(mostRedirects);
         wanted.setTransferTimeout(static_cast<int>(limits_.idleTimeout.count()));
@@ -104,12 +108,7 @@ class Worker final : public Mailbox {
 
     static void giveUp(QNetworkReply* reply, const QString& why) {
         reply->setProperty("why", why);
-        stop(reply);
-    }
-
-    // A reply that has failed is about to finish by itself.
-    static void stop(QNetworkReply* reply) {
-        if (reply->error() == QNetworkReply::NoError) reply->abort();
+        reply->abort();
     }
 
     void downloaded(Queue::Id id, const Queue::Request& request, QNetworkReply* reply) {
