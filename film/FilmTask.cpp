@@ -150,7 +150,7 @@ std::optional<FilmNews> FilmTask::ask(const FilmWords& order, const OnNews& onNe
                 const auto asked = Clock::now();
                 // One that cannot be answered has ended, and is about to say why.
                 isSent = answer(*news, isEnough) && isSent;
-                begun += Clock::now() - asked;
+                if (isSent) begun += Clock::now() - asked;
                 break;
             }
             default:
