@@ -21,10 +21,13 @@ namespace korvane {
 namespace {
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 
 constexpr const char* motionName = "motion";
 constexpr TimeMs latest = 253'402'300'799'000;
 constexpr std::chrono::milliseconds waitForTurn(50);
+// For the pictures of one list in one film, some thousands: where each takes the whole film, all would take days.
+constexpr std::chrono::minutes mostForPictures(5);
 
 /// One run over one folder. Each step gives an Error where the whole import has to end.
 class Import {
@@ -250,12 +253,11 @@ class Import {
         for (const std::string& reason : reasons)
             reading.source.rejection += (reading.source.rejection.empty() ? "" : "; ") + reason;
         // A list grows by a line at a time: the pictures of those before are not taken anew for it.
-        auto pictured = storage_.picturedEvents(report_.cameraId, reading.source.path);
-        if (!pictured) return pictured.error();
+        if (Failure failure = storage_.findPictured(report_.cameraId, reading.source.path, reading.events))
+            return failure;
+        std::map<std::string, Clock::duration> taken;  // by film
         for (NewEvent& event : reading.events) {
             if (isCancelled()) return std::nullopt;
-            const auto known = pictured->find({event.time, event.name});
-            event.keepsThumbnail = known != pictured->end() && known->second-- > 0;
             if (event.keepsThumbnail) continue;
             PageQuery covering;
             covering.range = {event.time, event.time};
@@ -264,6 +266,7 @@ class Import {
             if (!page) return page.error();
             if (page->rows.empty()) continue;
             const StoredRecord& record = page->rows.front();
+            if (taken[record.path] > mostForPictures) continue;
             const auto film = root_.openFile(record.path);
             if (!film && film.error().isBusy) {
                 if (refused_.insert(record.path).second)
@@ -272,9 +275,13 @@ class Import {
                 reading.source.size = SourceFile::sizeOfNone;
             }
             if (!film) continue;
+            const auto begun = Clock::now();
             auto picture = pictureAt(films(), film->get(), event.time - record.start, options_.cancel);
+            taken[record.path] += Clock::now() - begun;
             if (picture) event.thumbnail = std::move(*picture);
-            if (!picture && picture.error().isBusy) noHelper_ = picture.error();
+            if (picture || !picture.error().isBusy) continue;
+            noHelper_ = picture.error();
+            return std::nullopt;
         }
         return std::nullopt;
     }

@@ -53,16 +53,13 @@ class SourceEvents::Matching {
     std::multimap<std::pair<std::string, TimeMs>, Known> left_;
 };
 
-EventCounts SourceEvents::pictured() {
-    EventCounts counts;
-    if (!find()) return counts;
-    for (const Known& event : known()) {
-        std::int64_t& count = counts.emplace(std::pair(event.time, event.name), 0).first->second;
-        const bool needsOne = !event.thumbnail && !event.isDeleted;
-        count = needsOne || count < 0 ? -1 : count + 1;
+void SourceEvents::findPictured(std::vector<NewEvent>& events) {
+    if (!find()) return;
+    Matching matching(known());
+    for (NewEvent& event : events) {
+        const auto known = matching.take(event, 0);
+        event.keepsThumbnail = known && (known->thumbnail || known->isDeleted);
     }
-    std::erase_if(counts, [](const auto& entry) { return entry.second < 0; });
-    return counts;
 }
 
 bool SourceEvents::find() {

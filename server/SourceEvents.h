@@ -18,8 +18,8 @@ class SourceEvents {
     SourceEvents(Database& database, std::int64_t camera, std::string path)
         : database_(database), camera_(camera), path_(std::move(path)) {}
 
-    /// As Storage::picturedEvents().
-    EventCounts pictured();
+    /// As Storage::findPictured().
+    void findPictured(std::vector<NewEvent>& events);
     /// Stores how the file was; what came from it stays.
     void describe(const SourceFile& source);
     /// Precondition of both: the file was described.

@@ -458,8 +458,12 @@ Result<std::vector<SourceFile>> Storage::sources(std::int64_t camera) {
     });
 }
 
-Result<EventCounts> Storage::picturedEvents(std::int64_t camera, const std::string& path) {
-    return reading(*readers_, [&](Database& database) { return SourceEvents(database, camera, path).pictured(); });
+Failure Storage::findPictured(std::int64_t camera, const std::string& path, std::vector<NewEvent>& events) {
+    const auto done = reading(*readers_, [&](Database& database) {
+        SourceEvents(database, camera, path).findPictured(events);
+        return true;
+    });
+    return done ? std::nullopt : Failure(done.error());
 }
 
 Failure Storage::storeRecording(std::int64_t camera, const SourceFile& source, const std::optional<NewRecord>& record,

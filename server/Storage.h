@@ -3,11 +3,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "korvane/base/Result.h"
@@ -106,9 +104,6 @@ struct NewRecord {
     std::string thumbnail;
 };
 
-/// How many of a moment and name.
-using EventCounts = std::map<std::pair<TimeMs, std::string>, std::int64_t>;
-
 struct ChangeMark {
     std::int64_t own = 0;
     std::int64_t foreign = 0;
@@ -175,9 +170,9 @@ class Storage {
 
     /// Every file that was imported or rejected, in order of path.
     Result<std::vector<SourceFile>> sources(std::int64_t camera);
-    /// The events of a file that need no picture: they have one, or were deleted. Where one of a moment and name needs
-    /// it, none of them is counted.
-    Result<EventCounts> picturedEvents(std::int64_t camera, const std::string& path);
+    /// Sets keepsThumbnail of those events of a list, in its order, that need no picture: they have one, or were
+    /// deleted.
+    Failure findPictured(std::int64_t camera, const std::string& path, std::vector<NewEvent>& events);
     /// Replaces what was stored for that path: one recording with its events, or the rejection alone. An event that is
     /// the same, the n-th of its moment and name, keeps its number and stays deleted when it was; of a recording's
     /// events, those are the same that have a name and lie within 1 s.

@@ -173,16 +173,16 @@ TEST_F(ImporterTest, FollowsFilesThatChangeAndGo) {
 TEST_F(ImporterTest, AListThatGrowsTakesNoPictureAnew) {
     const fs::path film = footage / "20261118_070000.mp4";
     TestClip{2}.write(film);
-    const std::string first = R"([{"time":"2026-11-18T07:00:01Z","name":"bell"})";
-    const std::string second =
-        R"(,{"time":"2026-11-18T07:00:01Z","name":"Bell"},{"time":"2026-11-18T08:00:01Z","name":"bell"}])";
-    footage.write("events.json", first + "]");
+    const std::string bell = R"({"time":"2026-11-18T07:00:01Z","name":"bell"})";
+    const std::string added = R"({"time":"2026-11-18T07:00:01Z","name":"Bell"},)";
+    const std::string later = R"(,{"time":"2026-11-18T08:00:01Z","name":"bell"})";
+    footage.write("events.json", "[" + bell + "]");
     import();
     // From here on no picture is to be had of it, which a folder's look does not notice.
     const auto written = fs::last_write_time(film);
     footage.write("20261118_070000.mp4", std::string(fs::file_size(film), 'x'));
     fs::last_write_time(film, written);
-    footage.write("events.json", first + second);
+    footage.write("events.json", "[" + added + bell + later + "]");
     import();
     TestClip{2}.write(footage / "20261118_080000.mp4");
     import();
