@@ -1,7 +1,6 @@
 #include "korvane/server/ActivityDays.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "korvane/server/Database.h"
 #include "korvane/server/EventRanks.h"
@@ -11,6 +10,9 @@ namespace {
 
 // So many recordings of a day that is known are passed over one by one, the rest at once.
 constexpr int mostPassedOver = 64;
+// What a folder's own data base tells may be made to take all memory: no film of ours is longer, and none is later.
+constexpr TimeMs longestRecord = 7 * 86'400'000LL;
+constexpr TimeMs latest = 253'402'300'799'000;
 
 }  // namespace
 
@@ -18,7 +20,7 @@ ActivityDays::ActivityDays(Database& database, std::int64_t camera, TimeRange ra
     : database_(database),
       camera_(camera),
       calendar_(zone),
-      to_(range.end == -1 ? std::numeric_limits<TimeMs>::max() : range.end),
+      to_(range.end == -1 ? latest : std::min(range.end, latest)),
       next_(std::max<TimeMs>(range.start, 0)) {}
 
 std::vector<std::string> ActivityDays::ofRecords(TimeMs longest) {
@@ -65,6 +67,7 @@ void ActivityDays::add(TimeMs moment) {
 bool ActivityDays::addRecord(TimeMs start, TimeMs end) {
     const std::size_t before = days_.size();
     if (start >= next_) add(start);
+    end = std::min(end, start + longestRecord);
     // One that ends with a day is not seen on the next.
     while (end > next_ && next_ <= to_) add(next_);
     return days_.size() > before;

@@ -23,6 +23,13 @@ Error cannotUse(const fs::path& folder, const std::string& why) {
     return Error{"cannot use folder " + folder.string() + ": " + why};
 }
 
+Failure whyNotOwn(const struct stat& info) {
+    if (S_ISLNK(info.st_mode)) return Error{"it is a link"};
+    if (!S_ISREG(info.st_mode)) return Error{"it is no regular file"};
+    if (info.st_uid != ::geteuid()) return Error{"it belongs to another user"};
+    return std::nullopt;
+}
+
 }  // namespace
 
 Result<DataPlace> DataPlace::of(const fs::path& file) {
@@ -47,6 +54,16 @@ fs::path defaultDatabase(const fs::path& folder) {
     return folder / dataFolder / dataFile;
 }
 
+Result<bool> hasOwnFile(const fs::path& file) {
+    struct stat info {};
+    if (::lstat(file.c_str(), &info) == 0) {
+        if (const Failure failure = whyNotOwn(info)) return *failure;
+        return true;
+    }
+    if (errno == ENOENT) return false;
+    return Error{std::strerror(errno), errno != EACCES};
+}
+
 Result<Descriptor> openOwnFile(const fs::path& file) {
     Descriptor opened(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!opened && errno == ENOENT) return Descriptor();
@@ -54,8 +71,7 @@ Result<Descriptor> openOwnFile(const fs::path& file) {
     if (!opened) return Error{errno == ELOOP ? "it is a link" : std::strerror(errno), !isRefused};
     struct stat info {};
     if (::fstat(opened.get(), &info) != 0) return Error{std::strerror(errno), true};
-    if (!S_ISREG(info.st_mode)) return Error{"it is no regular file"};
-    if (info.st_uid != ::geteuid()) return Error{"it belongs to another user"};
+    if (const Failure failure = whyNotOwn(info)) return *failure;
     return opened;
 }
 

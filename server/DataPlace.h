@@ -20,6 +20,10 @@ struct DataPlace {
     static Result<DataPlace> of(const std::filesystem::path& file);
 };
 
+/// Whether a file of the service's own is there: a regular one that belongs to this user, no link. Fails for what is
+/// none. Opens nothing: the end of any descriptor of a data base takes all locks that the process has on it.
+Result<bool> hasOwnFile(const std::filesystem::path& file);
+
 /// Opens a file of the service's own for reading: a regular one that belongs to this user, no link. None when there is
 /// no file; the error is a busy one where the system has failed.
 Result<Descriptor> openOwnFile(const std::filesystem::path& file);

@@ -123,7 +123,7 @@ void makeFile(const std::string& file) {
 /// Before SQLite looks at the files: it would follow what a journal names.
 void checkFiles(const std::string& file) {
     for (const char* suffix : {"", "-wal", "-shm"})
-        if (const auto opened = openOwnFile(file + suffix); !opened) throw DatabaseError(opened.error().message);
+        if (const auto has = hasOwnFile(file + suffix); !has) throw DatabaseError(has.error().message);
     struct stat info {};
     if (::lstat((file + "-journal").c_str(), &info) == 0) throw DatabaseError("a journal lies beside it");
 }
@@ -132,7 +132,7 @@ void checkFiles(const std::string& file) {
 
 std::unique_ptr<Database> Schema::open(const DataPlace& place) {
     const std::string file = place.file.string();
-    const auto found = openOwnFile(place.file);
+    const auto found = hasOwnFile(place.file);
     if (found && !*found) makeFile(file);
     try {
         checkFiles(file);

@@ -1,6 +1,11 @@
 #include "korvane/server/Storage.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <random>
 #include <set>
@@ -238,6 +243,38 @@ TEST_F(StorageTest, FilledRowsAreCountedAsThoseThatCameOneByOne) {
     EXPECT_EQ(storage->events(camera, query)->totalCount, 101);
     EXPECT_EQ(storage->events(camera, query)->rows.at(0).time, baseTime + 1);
     EXPECT_EQ(storage->events(camera, {})->totalCount, 5001);
+}
+
+TEST_F(StorageTest, ARecordingHasNoMoreDaysThanAFilm) {
+    store("endless", 0, std::numeric_limits<TimeMs>::max());
+    store("late", std::numeric_limits<TimeMs>::max() - 1, std::numeric_limits<TimeMs>::max());
+    EXPECT_EQ(storage->recordedDays(camera, {0, -1}, "UTC")->size(), 7U);
+}
+
+TEST(StorageFiles, OthersSeeThatItIsOpenWhoeverElseHasLooked) {
+    const TempFolder folder;
+    const auto file = folder / "camera.db";
+    const auto isLocked = [&file](const char* suffix, off_t at) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const int opened = ::open((file.string() + suffix).c_str(), O_RDWR | O_CLOEXEC);
+            struct flock lock {};
+            lock.l_type = F_WRLCK;
+            lock.l_start = at;
+            lock.l_len = 1;
+            ::_exit(::fcntl(opened, F_GETLK, &lock) == 0 && lock.l_type == F_UNLCK ? 1 : 0);
+        }
+        int status = 0;
+        return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    };
+    ASSERT_TRUE(Storage::open(file));
+    const auto first = Storage::open(file);
+    ASSERT_TRUE((*first)->cameras());
+    const auto second = Storage::open(file);
+    ASSERT_TRUE((*second)->cameras());
+    // Where SQLite keeps the locks of readers, and of the log's index.
+    EXPECT_TRUE(isLocked("", 0x40000002));
+    EXPECT_TRUE(isLocked("-shm", 128));
 }
 
 TEST(StorageFiles, WhatIsNoDataBaseIsAnError) {
