@@ -107,6 +107,7 @@ std::vector<StoredEvent> eventRows(Database& database, std::int64_t camera, cons
     return rows;
 }
 
+/// The query leaves out what is longer than an import stores: a folder brings its own data base.
 std::optional<std::string> thumbnailBytes(Database& database, const char* sql, std::int64_t camera, std::int64_t id) {
     Query query = database.query(sql);
     query.bind(id).bind(camera);
@@ -378,7 +379,7 @@ Result<std::optional<std::string>> Storage::recordThumbnail(std::int64_t camera,
     return reading(*readers_, [&](Database& database) {
         return thumbnailBytes(database,
                               "SELECT t.jpeg FROM records r JOIN thumbnails t ON t.id = r.thumbnail "
-                              "WHERE r.id = ? AND r.camera = ?",
+                              "WHERE r.id = ? AND r.camera = ? AND length(t.jpeg) <= 400000",
                               camera, id);
     });
 }
@@ -387,7 +388,7 @@ Result<std::optional<std::string>> Storage::eventThumbnail(std::int64_t camera, 
     return reading(*readers_, [&](Database& database) {
         return thumbnailBytes(database,
                               "SELECT t.jpeg FROM events e JOIN thumbnails t ON t.id = e.thumbnail "
-                              "WHERE e.id = ? AND e.camera = ?",
+                              "WHERE e.id = ? AND e.camera = ? AND length(t.jpeg) <= 400000",
                               camera, id);
     });
 }

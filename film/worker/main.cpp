@@ -77,6 +77,8 @@ struct Film {
     pid_t process = -1;
     /// The process's own end, kept to tell the caller how it has ended.
     FilmChannel channel;
+    /// It may take its time to end, where a file system does not answer.
+    bool isKilled = false;
 };
 
 struct Handed {
@@ -161,11 +163,12 @@ int run() {
     std::vector<Film> films;
     while (true) {
         std::vector<pollfd> waited{{korvane::helperControl, POLLIN, 0}, {signals.get(), POLLIN, 0}};
-        for (const Film& film : films) waited.push_back({film.channel.descriptor(), 0, 0});
+        for (const Film& film : films) waited.push_back({film.isKilled ? -1 : film.channel.descriptor(), 0, 0});
         if (::poll(waited.data(), waited.size(), -1) < 0 && errno != EINTR) return 1;
         // A caller that has closed a film may be far from its process's next look.
         for (std::size_t i = 0; i < films.size(); ++i)
-            if ((waited[i + 2].revents & (POLLHUP | POLLERR)) != 0) ::kill(films[i].process, SIGKILL);
+            if ((waited[i + 2].revents & (POLLHUP | POLLERR)) != 0)
+                films[i].isKilled = ::kill(films[i].process, SIGKILL) == 0;
         signalfd_siginfo told{};
         while (::read(signals.get(), &told, sizeof told) == sizeof told) {
         }
