@@ -30,6 +30,9 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
+// The library reads this field by a recursion as deep as it is long, which can take all of a thread's stack.
+constexpr std::size_t longestRange = 200;
+
 /// What of a head's fields may be there once, or not together.
 struct Framing {
     std::optional<std::string> length;
@@ -38,6 +41,7 @@ struct Framing {
 
     bool take(std::string_view name, std::string_view value) {
         if (isNamed(name, "host")) return !std::exchange(hasHost, true);
+        if (isNamed(name, "range") && value.size() > longestRange) return false;
         if (isNamed(name, "transfer-encoding")) hasCoding = true;
         if (isNamed(name, "content-length")) {
             const bool isNumber = !value.empty() && value.find_first_not_of("0123456789") == std::string_view::npos;

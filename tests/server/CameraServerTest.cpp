@@ -227,7 +227,8 @@ TEST_F(CameraServerTest, ServesParts) {
     EXPECT_EQ(whole->get_header_value("Accept-Ranges"), "bytes");
     std::string many = "bytes=0-1";
     while (many.size() < 8000) many += ",0-1";
-    EXPECT_TRUE(get(path, {{"Range", many}}));
+    // Some libraries take a level of the stack for each part.
+    EXPECT_EQ(get(path, {{"Range", many}})->status, 400);
     const auto head = httplib::Client("127.0.0.1", port).Head(path);
     EXPECT_EQ(head->get_header_value("Content-Length"), "5000");
     EXPECT_TRUE(head->body.empty());
