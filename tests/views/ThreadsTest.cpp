@@ -24,7 +24,9 @@ void swapSources(std::int32_t type, std::int64_t entries) {
     const auto service = std::make_shared<ScriptedService>(*toolkit->scheduler);
     const TimeMs now = toolkit->scheduler->utcNow();
     service->addEvents(150, now);
-    service->withFootage([now](ScriptedFootage& f) { f.addRecord({1, now - 3'600'000, now, "", ""}); });
+    // An hour in the midst of a day: over midnight it would be entries of two.
+    const TimeMs noon = now / 86'400'000 * 86'400'000 - 43'200'000;
+    service->withFootage([noon](ScriptedFootage& f) { f.addRecord({1, noon - 3'600'000, noon, "", ""}); });
     const auto pumpUntil = [&](const std::function<bool()>& done) {
         ASSERT_TRUE(turnUntil(*toolkit->scheduler, done));
     };
