@@ -216,10 +216,7 @@ void ScrubberPagedDataProvider::onFirstPage(const FirstLoad& load, const PageQue
             return;
         }
         if (answer.hasElements() && !answer.page->total) logError(classPath(), "reply: total_count is out of range");
-        if (!answer.hasElements() || !answer.page->total) {
-            tellReload(answer.status, ScrubberStateReady);
-            return;
-        }
+        if (!answer.hasElements() || !answer.page->total) return tellReload(answer.status, ScrubberStateReady);
         const std::int32_t outcome = guarded([&] {
             const Reply& objects = answer.page->objects;
             const auto told = static_cast<std::uint64_t>(std::max<std::int64_t>(query.offset, 0)) + objects.size();
@@ -227,10 +224,7 @@ void ScrubberPagedDataProvider::onFirstPage(const FirstLoad& load, const PageQue
             fillSlots(objects, slotAtOffset(query.offset));
             return StatusSuccess;
         });
-        if (outcome != StatusSuccess) {
-            tellReload(outcome, ScrubberStateReady);
-            return;
-        }
+        if (outcome != StatusSuccess) return tellReload(outcome, ScrubberStateReady);
     }
     tellReload(StatusSuccess, load.position > 0 ? ScrubberStateLoading : ScrubberStateReady);
     if (load.position > 0) updateForTime(load.position, true, false);
