@@ -15,11 +15,8 @@ namespace {
 // camera that saves bytes writes so many in the time in which a slow machine decodes a second of its film.
 constexpr std::int64_t bytesASecond = 100'000;
 constexpr double million = 1e6;
-constexpr TimeMs longestFilm = 7 * 86'400'000LL;
-constexpr TimeMs latestMoment = 253'402'300'799'000;
 // More than a camera's day of restless trees has, and less than what would take the importer's memory.
 constexpr std::size_t mostMotions = 100'000;
-constexpr std::size_t longestPicture = 400'000;
 constexpr std::size_t mostPictureBytes = 512'000'000;
 
 FilmLimits limitsOf(int file) {

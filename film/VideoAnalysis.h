@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -11,6 +12,13 @@
 #include "korvane/film/FilmHelper.h"
 
 namespace korvane {
+
+/// A film that is longer is refused.
+constexpr TimeMs longestFilm = 7 * 86'400'000LL;
+/// The end of the year 9999: no recording is later.
+constexpr TimeMs latestMoment = 253'402'300'799'000;
+/// Bytes of a picture that is taken of a film.
+constexpr std::size_t longestPicture = 400'000;
 
 struct VideoMotion {
     /// From the file's first picture.

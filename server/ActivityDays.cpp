@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "korvane/film/VideoAnalysis.h"
 #include "korvane/server/Database.h"
 #include "korvane/server/EventRanks.h"
 
@@ -10,9 +11,6 @@ namespace {
 
 // So many recordings of a day that is known are passed over one by one, the rest at once.
 constexpr int mostPassedOver = 64;
-// What a folder's own data base tells may be made to take all memory: no film of ours is longer, and none is later.
-constexpr TimeMs longestRecord = 7 * 86'400'000LL;
-constexpr TimeMs latest = 253'402'300'799'000;
 
 }  // namespace
 
@@ -20,7 +18,7 @@ ActivityDays::ActivityDays(Database& database, std::int64_t camera, TimeRange ra
     : database_(database),
       camera_(camera),
       calendar_(zone),
-      to_(range.end == -1 ? latest : std::min(range.end, latest)),
+      to_(range.end == -1 ? latestMoment : std::min(range.end, latestMoment)),
       next_(std::max<TimeMs>(range.start, 0)) {}
 
 std::vector<std::string> ActivityDays::ofRecords(TimeMs longest) {
@@ -67,7 +65,8 @@ void ActivityDays::add(TimeMs moment) {
 bool ActivityDays::addRecord(TimeMs start, TimeMs end) {
     const std::size_t before = days_.size();
     if (start >= next_) add(start);
-    end = std::min(end, start + longestRecord);
+    // What a folder's own data base tells may be made to take all memory.
+    end = std::min(end, start + longestFilm);
     // One that ends with a day is not seen on the next.
     while (end > next_ && next_ <= to_) add(next_);
     return days_.size() > before;

@@ -24,7 +24,6 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* motionName = "motion";
-constexpr TimeMs latest = 253'402'300'799'000;
 constexpr std::chrono::milliseconds waitForTurn(50);
 // For the pictures of one list in one film, some thousands: where each takes the whole film, all would take days.
 constexpr std::chrono::minutes mostForPictures(5);
@@ -232,7 +231,7 @@ class Import {
         const TimeMs start = named               ? *named
                              : analysis->created ? *analysis->created
                                                  : source.modified - analysis->duration;
-        if (start < 0 || start > latest) {
+        if (start < 0 || start > latestMoment) {
             source.rejection = "its time is not one that a recording can have";
             return std::nullopt;
         }

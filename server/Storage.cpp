@@ -7,6 +7,7 @@
 #include <system_error>
 #include <type_traits>
 
+#include "korvane/film/VideoAnalysis.h"
 #include "korvane/server/ActivityDays.h"
 #include "korvane/server/ConnectionPool.h"
 #include "korvane/server/DataPlace.h"
@@ -107,10 +108,10 @@ std::vector<StoredEvent> eventRows(Database& database, std::int64_t camera, cons
     return rows;
 }
 
-/// The query leaves out what is longer than an import stores: a folder brings its own data base.
+/// Leaves out what is longer than an import stores: a folder may bring its own data base.
 std::optional<std::string> thumbnailBytes(Database& database, const char* sql, std::int64_t camera, std::int64_t id) {
     Query query = database.query(sql);
-    query.bind(id).bind(camera);
+    query.bind(id).bind(camera).bind(static_cast<std::int64_t>(longestPicture));
     if (!query.step()) return std::nullopt;
     return query.text(0);
 }
@@ -379,7 +380,7 @@ Result<std::optional<std::string>> Storage::recordThumbnail(std::int64_t camera,
     return reading(*readers_, [&](Database& database) {
         return thumbnailBytes(database,
                               "SELECT t.jpeg FROM records r JOIN thumbnails t ON t.id = r.thumbnail "
-                              "WHERE r.id = ? AND r.camera = ? AND length(t.jpeg) <= 400000",
+                              "WHERE r.id = ? AND r.camera = ? AND length(t.jpeg) <= ?",
                               camera, id);
     });
 }
@@ -388,7 +389,7 @@ Result<std::optional<std::string>> Storage::eventThumbnail(std::int64_t camera, 
     return reading(*readers_, [&](Database& database) {
         return thumbnailBytes(database,
                               "SELECT t.jpeg FROM events e JOIN thumbnails t ON t.id = e.thumbnail "
-                              "WHERE e.id = ? AND e.camera = ? AND length(t.jpeg) <= 400000",
+                              "WHERE e.id = ? AND e.camera = ? AND length(t.jpeg) <= ?",
                               camera, id);
     });
 }

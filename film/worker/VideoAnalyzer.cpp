@@ -21,7 +21,6 @@ constexpr TimeMs shortestPiece = 20'000;
 constexpr TimeMs longestPiece = 120'000;
 // ... and so many for each thread that all end together.
 constexpr TimeMs piecesAThread = 4;
-constexpr TimeMs longestFile = 7 * 86'400'000LL;
 // A moment after something comes into view there is more of it to see.
 constexpr TimeMs settle = 700;
 // Within so short a group nothing comes and goes without being in one of the key frames, or making it larger.
@@ -144,7 +143,7 @@ class MotionSearch {
         if (failure_) return *failure_;
         std::vector<VideoMotion> found;
         for (const Motion& motion : MotionDetector::join(std::move(motions_)))
-            found.push_back({std::clamp<TimeMs>(motion.start, 0, longestFile), std::move(pictures_[motion.start])});
+            found.push_back({std::clamp<TimeMs>(motion.start, 0, longestFilm), std::move(pictures_[motion.start])});
         return found;
     }
 
@@ -213,7 +212,7 @@ Result<VideoAnalysis> searchVideo(int file, unsigned threads, const AnalysisProg
     const PacketMap map = PacketMap::read(**media);
     if (map.empty()) return Error{"holds no picture"};
     if (map.duration() <= 0) return Error{"lasts no time"};
-    if (map.duration() > longestFile) return Error{"its times are damaged: it claims to last longer than a week"};
+    if (map.duration() > longestFilm) return Error{"its times are damaged: it claims to last longer than a week"};
     VideoAnalysis analysis;
     analysis.duration = map.duration();
     analysis.created = (*media)->creationTime();
